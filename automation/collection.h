@@ -1,0 +1,78 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <variant>
+
+#include "automation/keyed_list.h"
+#include "automation/object.h"
+#include "automation/text.h"
+
+namespace brindlex {
+
+/// One walk over the entries of a collection, in its order. Each call asks for one more entry and
+/// says false behind the last.
+class Enumerator {
+ public:
+  Enumerator() = default;
+  Enumerator(const Enumerator&) = delete;
+  Enumerator& operator=(const Enumerator&) = delete;
+  virtual ~Enumerator() = default;
+
+  /// The next entry, which must be an object or Nothing (error 424).
+  virtual bool NextObject(Object& entry) = 0;
+
+  /// The next entry, converted to text (error 13 when it has none).
+  virtual bool NextText(Text& entry) = 0;
+};
+
+/// A collection as the component's operations use it: the host's own or one of ours. Every function
+/// throws RuntimeError.
+class Collection {
+ public:
+  Collection() = default;
+  Collection(const Collection&) = delete;
+  Collection& operator=(const Collection&) = delete;
+  virtual ~Collection() = default;
+
+  virtual std::int32_t Count() const = 0;
+  virtual std::unique_ptr<Enumerator> Enumerate() const = 0;
+
+  /// The entry under `key`, as text. Error 5 when the key is absent, 13 when it has no text.
+  virtual Text TextUnder(TextView key) const = 0;
+
+  /// The entry under `key`, as an object. Error 5 when the key is absent, 424 when it is no object.
+  virtual Object ObjectUnder(TextView key) const = 0;
+
+  /// Adds an entry at the end. Error 457 when `key` is in use.
+  virtual void Add(Object entry, std::optional<TextView> key) = 0;
+  virtual void Add(TextView entry, std::optional<TextView> key) = 0;
+
+  /// The collection itself as an object, to hand out. Error 424 when it has no such form.
+  virtual Object AsObject() const = 0;
+};
+
+/// The first entry of `collection`, which must be an object or Nothing. Error 9 when it is empty,
+/// 424 when the first entry is neither.
+Object FirstObject(const Collection& collection);
+
+/// A collection that lives within the component and is never handed out.
+class InnerCollection : public Collection {
+ public:
+  std::int32_t Count() const override { return static_cast<std::int32_t>(entries_.Count()); }
+  std::unique_ptr<Enumerator> Enumerate() const override;
+  Text TextUnder(TextView key) const override;
+  Object ObjectUnder(TextView key) const override;
+  void Add(Object entry, std::optional<TextView> key) override;
+  void Add(TextView entry, std::optional<TextView> key) override;
+  Object AsObject() const override;
+
+ private:
+  using Entry = std::variant<Text, Object>;
+  class Walk;
+
+  KeyedList<Entry> entries_;
+};
+
+}  // namespace brindlex

@@ -1,0 +1,116 @@
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <iterator>
+#include <memory>
+#include <optional>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "automation/runtime_error.h"
+#include "automation/text.h"
+
+namespace brindlex {
+
+/// An ordered collection with positions from 1 and optional keys that ignore letter case.
+///
+/// Reading by position or key and adding at the end take constant time; Insert and Remove take the
+/// time of moving the positions behind. A failure leaves the list as it was. Values are destroyed
+/// only after the list is whole again, so a value's destructor may use the list. Not synchronized.
+template <class T>
+class KeyedList {
+ public:
+  std::size_t Count() const noexcept { return entries_.size(); }
+
+  /// The value at `position`. Error 9 when the position is not 1 to Count().
+  const T& At(std::size_t position) const {
+    CheckPosition(position);
+    return entries_[position - 1]->value;
+  }
+
+  /// The value under `key`, or null when there is none.
+  const T* Find(TextView key) const {
+    const auto found = keys_.find(key);
+    return found == keys_.end() ? nullptr : &found->second->value;
+  }
+
+  /// The value under `key`. Error 5 when there is none.
+  const T& At(TextView key) const {
+    const T* const found = Find(key);
+    if (found == nullptr) throw RuntimeError(error_number::kInvalidCall);
+    return *found;
+  }
+
+  /// The position of the value under `key`. Error 5 when there is none. Takes the time of looking
+  /// at the positions behind it.
+  std::size_t PositionOf(TextView key) const {
+    const auto found = keys_.find(key);
+    if (found == keys_.end()) throw RuntimeError(error_number::kInvalidCall);
+    const Entry* const sought = found->second;
+    const auto behind = std::find_if(entries_.rbegin(), entries_.rend(),
+                                     [sought](const auto& entry) { return entry.get() == sought; });
+    return static_cast<std::size_t>(entries_.rend() - behind);
+  }
+
+  /// Adds `value` at the end. Error 457 when `key` is in use.
+  void Add(T value, std::optional<TextView> key = std::nullopt) {
+    Insert(Count() + 1, std::move(value), key);
+  }
+
+  /// Adds `value` so that it gets `position`. Error 9 when the position is not 1 to Count() + 1,
+  /// error 457 when `key` is in use.
+  void Insert(std::size_t position, T value, std::optional<TextView> key = std::nullopt) {
+    if (position < 1 || position > Count() + 1) {
+      throw RuntimeError(error_number::kSubscriptOutOfRange);
+    }
+    if (key && keys_.contains(*key)) throw RuntimeError(error_number::kKeyInUse);
+    if (entries_.size() == entries_.capacity()) {
+      entries_.reserve(std::max<std::size_t>(8, 2 * entries_.size()));
+    }
+    auto entry = std::make_unique<Entry>(std::move(value));
+    if (key) entry->key = &keys_.emplace(Text(*key), entry.get()).first->first;
+    entries_.insert(std::next(entries_.begin(), static_cast<std::ptrdiff_t>(position - 1)),
+                    std::move(entry));
+  }
+
+  /// Takes the value at `position` out, with its key. Error 9 when the position is not 1 to
+  /// Count().
+  T Remove(std::size_t position) {
+    CheckPosition(position);
+    const auto at = std::next(entries_.begin(), static_cast<std::ptrdiff_t>(position - 1));
+    const std::unique_ptr<Entry> removed = std::move(*at);
+    entries_.erase(at);
+    if (removed->key != nullptr) keys_.erase(keys_.find(*removed->key));
+    return std::move(removed->value);
+  }
+
+ private:
+  struct Entry {
+    explicit Entry(T&& v) : value(std::move(v)) {}
+    T value;
+    /// The key's text, which keys_ owns; null for a value without a key.
+    const Text* key = nullptr;
+  };
+
+  struct Hash {
+    using is_transparent = void;
+    std::size_t operator()(TextView text) const { return HashIgnoringCase(text); }
+  };
+  struct Equal {
+    using is_transparent = void;
+    bool operator()(TextView left, TextView right) const { return EqualIgnoringCase(left, right); }
+  };
+
+  void CheckPosition(std::size_t position) const {
+    if (position < 1 || position > Count()) {
+      throw RuntimeError(error_number::kSubscriptOutOfRange);
+    }
+  }
+
+  std::vector<std::unique_ptr<Entry>> entries_;
+  std::unordered_map<Text, Entry*, Hash, Equal> keys_;
+};
+
+}  // namespace brindlex

@@ -1,0 +1,106 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include "automation/text.h"
+
+namespace brindlex {
+
+class Collection;
+class Object;
+
+/// A shared reference to a collection; null is "no collection".
+using CollectionRef = std::shared_ptr<Collection>;
+
+/// Reads and writes a fixed list of members, by name, on many objects of one family.
+class MemberAccess {
+ public:
+  MemberAccess() = default;
+  MemberAccess(const MemberAccess&) = delete;
+  MemberAccess& operator=(const MemberAccess&) = delete;
+  virtual ~MemberAccess() = default;
+
+  /// Appends the value of the member with index `member`, converted to text. Error 438 when the
+  /// object lacks it, 94 when the value is null, 13 when it has no text, or the getter's own error;
+  /// `text` is then as it was.
+  virtual void AppendText(const Object& object, std::size_t member, Text& text) = 0;
+
+  /// Hands `value` to the member with index `member`, which converts it to its own type. Error 438
+  /// when the object lacks it or cannot set it, or the setter's own error.
+  virtual void LetText(const Object& object, std::size_t member, TextView value) = 0;
+};
+
+/// What can be done, late bound, with one family of objects: the host's own, which are reached by
+/// name only, or the component's. An Object carries its family with it. Every function runs on the
+/// thread of the object's apartment and throws RuntimeError.
+class ObjectFamily {
+ public:
+  ObjectFamily() = default;
+  ObjectFamily(const ObjectFamily&) = delete;
+  ObjectFamily& operator=(const ObjectFamily&) = delete;
+  virtual ~ObjectFamily() = default;
+
+  virtual void AddRef(void* object) const noexcept = 0;
+  virtual void Release(void* object) const noexcept = 0;
+
+  /// The object that the method or property `name` yields without arguments; Nothing when it yields
+  /// Nothing. Error 424 when it yields something else, 438 when there is no such member.
+  virtual Object GetObject(void* object, TextView name) const = 0;
+
+  /// As GetObject, for a member that yields a collection.
+  virtual CollectionRef GetCollection(void* object, TextView name) const = 0;
+
+  /// The names of the object's readable properties in declaration order, each once, from its
+  /// type information. Error 438 or the system's error when it has none.
+  virtual std::vector<Text> PropertyGetNames(void* object) const = 0;
+
+  /// Access to the members `names` of objects of this family.
+  virtual std::unique_ptr<MemberAccess> Access(std::vector<Text> names) const = 0;
+
+  /// A new, empty collection that can hold objects of this family.
+  virtual CollectionRef NewCollection() const = 0;
+};
+
+/// A counted reference to an object; a default-made one is Nothing. All members but the tests for
+/// Nothing raise error 91 on Nothing.
+class Object {
+ public:
+  Object() noexcept = default;
+  /// Takes over one reference to `self`. The family must outlive it.
+  Object(const ObjectFamily& family, void* self) noexcept : family_(&family), self_(self) {}
+  Object(const Object& other) noexcept : family_(other.family_), self_(other.self_) {
+    if (self_ != nullptr) family_->AddRef(self_);
+  }
+  Object(Object&& other) noexcept
+      : family_(other.family_), self_(std::exchange(other.self_, nullptr)) {}
+  Object& operator=(Object other) noexcept {
+    std::swap(family_, other.family_);
+    std::swap(self_, other.self_);
+    return *this;
+  }
+  ~Object() {
+    if (self_ != nullptr) family_->Release(self_);
+  }
+
+  bool IsNothing() const noexcept { return self_ == nullptr; }
+
+  /// The family's own pointer, still owned by this reference, when the object is of `family`; error
+  /// 430 when it is of another.
+  void* Self(const ObjectFamily& family) const;
+
+  const ObjectFamily& Family() const;
+  Object GetObject(TextView name) const { return Family().GetObject(self_, name); }
+  CollectionRef GetCollection(TextView name) const { return Family().GetCollection(self_, name); }
+  std::vector<Text> PropertyGetNames() const { return Family().PropertyGetNames(self_); }
+
+ private:
+  const ObjectFamily* family_ = nullptr;
+  void* self_ = nullptr;
+};
+
+}  // namespace brindlex

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace brindlex {
+
+/// A counted string of UTF-16 code units. Lone surrogates and embedded NULs are data like any
+/// other.
+using Text = std::u16string;
+
+/// A borrowed run of UTF-16 code units; the owner must outlive it.
+using TextView = std::u16string_view;
+
+/// `number` in decimal, without padding; a minus sign comes first when it is negative.
+Text DecimalText(std::int32_t number);
+
+/// The code unit that stands for `unit` when letter case does not count: Unicode simple case
+/// folding within the Basic Multilingual Plane. Surrogates fold to themselves. Never fails; the
+/// result does not depend on the locale.
+char16_t FoldCase(char16_t unit);
+
+/// True when both texts have the same units after FoldCase.
+bool EqualIgnoringCase(TextView left, TextView right);
+
+/// A hash in which texts that are EqualIgnoringCase agree.
+std::size_t HashIgnoringCase(TextView text);
+
+/// `text` with every occurrence of `sought` replaced, from left to right and without looking at
+/// what was put in. An empty `sought` occurs nowhere. Linear in the length of `text`.
+Text ReplaceAll(TextView text, TextView sought, TextView replacement);
+
+}  // namespace brindlex

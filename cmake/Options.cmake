@@ -1,0 +1,21 @@
+# What every target of ours is compiled with.
+add_library(brindlex_options INTERFACE)
+
+target_compile_options(brindlex_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wconversion -Werror -ffp-contract=off)
+
+if(BRINDLEX_SANITIZE)
+  target_compile_options(brindlex_options INTERFACE
+    -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(brindlex_options INTERFACE -fsanitize=address,undefined)
+endif()
+
+if(WIN32)
+  target_compile_definitions(brindlex_options INTERFACE
+    UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN _WIN32_WINNT=0x0501)
+  target_link_options(brindlex_options INTERFACE -static -Wl,--no-insert-timestamp)
+  if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+    # A 32-bit host may call in with the stack aligned to 4 bytes only; SSE needs 16.
+    target_compile_options(brindlex_options INTERFACE -msse2 -mfpmath=sse -mstackrealign)
+  endif()
+endif()

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <cstdint>
+
+#include "automation/text.h"
+#include "environment/trap.h"
+
+namespace brindlex {
+
+/// What the user is told about a failure: the caption and the text of one message box.
+struct Report {
+  /// One OK button and the exclamation icon.
+  static constexpr std::uint32_t kStyle = 48;
+
+  Text caption;
+  Text text;
+};
+
+/// Layout A, of the persistence classes: the first line, a blank line, the description, " Number: "
+/// and the number, " Line: " and the line.
+Report TaggedReport(TextView caption, TextView firstLine, const PendingError& pending);
+
+/// Layout B: the description, " No. " and the number; on the next line `location` (such as
+/// "in Project.Module.Procedure ") and "at line " and the line. The caption is "Application Error".
+Report LocatedReport(TextView location, const PendingError& pending);
+
+/// Layout C, of the file routines: `sentence` (which says what was being done, to what, and ends
+/// with its own line breaks), "Error: " and the description, " Error Number: " and the number,
+/// " Line: " and the line, then `context` without any separator. The caption is "KX Error".
+Report ContextualReport(TextView sentence, const PendingError& pending, TextView context = {});
+
+/// The short form of layout C: `tag`, the description directly behind it, " Error Number: " and the
+/// number, " Line " (without a colon) and the line. The caption is "KX Error".
+Report ShortContextualReport(TextView tag, const PendingError& pending);
+
+}  // namespace brindlex
