@@ -44,7 +44,7 @@ CollectionRef clsCollectionSaveRestore::GetMemberNamesLate(const Object& myObj) 
       [&](CurrentLine&) {
         CollectionRef listed;
         IgnoreErrors([&] {
-          CollectionRef own = myObj.GetCollection(kMembersCol);
+          CollectionRef own = myObj.CallForCollection(kMembersCol);
           if (!IsEmpty(own)) listed = std::move(own);
         });
         const std::vector<Text> names = listed ? TextsOf(*listed) : myObj.PropertyGetNames();
@@ -61,7 +61,7 @@ CollectionRef clsCollectionSaveRestore::GetMemberNamesLate(const Object& myObj) 
 std::vector<Text> clsCollectionSaveRestore::NamesToSave(const Object& first) {
   CollectionRef names;
   IgnoreErrors([&] {
-    CollectionRef own = first.GetCollection(kGetMemberNames);
+    CollectionRef own = first.CallForCollection(kGetMemberNames);
     if (!IsEmpty(own)) names = std::move(own);
   });
   if (names == nullptr) names = GetMemberNamesLate(first);
@@ -69,15 +69,15 @@ std::vector<Text> clsCollectionSaveRestore::NamesToSave(const Object& first) {
 }
 
 CollectionRef clsCollectionSaveRestore::MembersOf(const Object& sample) {
-  CollectionRef members = sample.GetCollection(kGetMemberNames);
+  CollectionRef members = sample.CallForCollection(kGetMemberNames);
   if (IsEmpty(members)) members = GetMemberNamesLate(sample);
   if (IsEmpty(members)) GoToHandler({});
   return members;
 }
 
 CollectionRef clsCollectionSaveRestore::FieldNamesCollection(TextView asDelimitedString,
-                                                             OptionalText recordEndMarker,
-                                                             OptionalText fieldEndMarker) {
+                                                             const OptionalText& recordEndMarker,
+                                                             const OptionalText& fieldEndMarker) {
   const Markers markers = MarkersOr(DefaultMarkers(), recordEndMarker, fieldEndMarker);
   const auto names = HeaderNames(asDelimitedString, markers);
   if (!names) return nullptr;
@@ -98,8 +98,8 @@ bool clsCollectionSaveRestore::ObjectItemExists(const CollectionRef& myCol,
 // ---- Objects to text ---------------------------------------------------------------------------
 
 Text clsCollectionSaveRestore::AsDelimitedFromCollection(const CollectionRef& myObjects,
-                                                         OptionalText recordEndMarker,
-                                                         OptionalText fieldEndMarker) {
+                                                         const OptionalText& recordEndMarker,
+                                                         const OptionalText& fieldEndMarker) {
   Text result;
   Text memberName;
   Trap(
@@ -227,9 +227,9 @@ TextView KeyOf(const std::vector<TextView>& values, const std::vector<Text>& nam
 
 CollectionRef clsCollectionSaveRestore::AsDelimitedToCollection(TextView savedInfo,
                                                                 const Object& createObject,
-                                                                OptionalText recordEndMarker,
-                                                                OptionalText fieldEndMarker,
-                                                                OptionalText keyProperty) {
+                                                                const OptionalText& recordEndMarker,
+                                                                const OptionalText& fieldEndMarker,
+                                                                const OptionalText& keyProperty) {
   CollectionRef result;
   Trap(
       [&](CurrentLine& line) {
@@ -237,8 +237,9 @@ CollectionRef clsCollectionSaveRestore::AsDelimitedToCollection(TextView savedIn
         if (savedInfo.empty()) return;
         line = 2;
         const Markers markers = MarkersOr(DefaultMarkers(), recordEndMarker, fieldEndMarker);
+        const TextView keyName = keyProperty.Read().value_or(TextView());
         line = 3;
-        const Object sample = createObject.GetObject(kGetNewObject);
+        const Object sample = createObject.CallForObject(kGetNewObject);
         const CollectionRef members = MembersOf(sample);
         line = 4;
         Text stripped;
@@ -259,14 +260,14 @@ CollectionRef clsCollectionSaveRestore::AsDelimitedToCollection(TextView savedIn
           auto items = SplitString(record, markers.fieldEnd);
           ReadValues(Found(items), header.names.size(), number, values);
           line = 7;
-          Object object = createObject.GetObject(kGetNewObject);
+          Object object = createObject.CallForObject(kGetNewObject);
           object.Family();
           for (std::size_t column = 0; column < values.size(); ++column) {
             if (!header.names[column].empty()) access->LetText(object, column, values[column]);
           }
           line = 8;
-          const TextView key = KeyOf(values, header.names, keyProperty.value_or(TextView()));
-          collection->Add(std::move(object), key.empty() ? OptionalText() : OptionalText(key));
+          const TextView key = KeyOf(values, header.names, keyName);
+          collection->Add(std::move(object), key.empty() ? std::nullopt : std::optional(key));
         }
         result = collection;
       },
@@ -299,7 +300,7 @@ CollectionRef clsCollectionSaveRestore::RestoreBlocks() {
 }
 
 CollectionRef clsCollectionSaveRestore::WorkingCol(TextView collectionName, const Object& myCreator,
-                                                   OptionalText workingColKey) {
+                                                   const OptionalText& workingColKey) {
   CollectionRef result;
   Trap(
       [&](CurrentLine&) {

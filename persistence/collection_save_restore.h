@@ -6,15 +6,13 @@
 
 #include "automation/collection.h"
 #include "automation/object.h"
+#include "automation/optional_text.h"
 #include "automation/text.h"
 #include "persistence/delimited_text.h"
 #include "persistence/text_data.h"
 #include "platform/platform.h"
 
 namespace brindlex {
-
-/// An optional text argument; nothing stands for its default.
-using OptionalText = std::optional<TextView>;
 
 /// Turns collections of record objects into one delimited text and back, and keeps several named
 /// collections in one text.
@@ -34,8 +32,9 @@ class clsCollectionSaveRestore {
   /// The field names in the header of `asDelimitedString`, each under itself as key; no collection
   /// when the first record end is missing or stands before the third character. Not trapped: error
   /// 457 for a name that comes twice, 5 for an empty marker.
-  CollectionRef FieldNamesCollection(TextView asDelimitedString, OptionalText recordEndMarker,
-                                     OptionalText fieldEndMarker);
+  CollectionRef FieldNamesCollection(TextView asDelimitedString,
+                                     const OptionalText& recordEndMarker,
+                                     const OptionalText& fieldEndMarker);
 
   /// True when `myCol` has an entry under `myKey` that can be taken as text; false on any failure,
   /// without a report.
@@ -46,9 +45,9 @@ class clsCollectionSaveRestore {
   /// no report, for a text without records. A failure shows "Error ADTC"; nothing of a text that
   /// cannot be restored whole is returned.
   CollectionRef AsDelimitedToCollection(TextView savedInfo, const Object& createObject,
-                                        OptionalText recordEndMarker = {},
-                                        OptionalText fieldEndMarker = {},
-                                        OptionalText keyProperty = {});
+                                        const OptionalText& recordEndMarker = {},
+                                        const OptionalText& fieldEndMarker = {},
+                                        const OptionalText& keyProperty = {});
 
   /// The first record restored from `inputString`; Nothing for empty text. A failure, a text
   /// without records included, shows the report located in GetObjectFromString.
@@ -60,7 +59,7 @@ class clsCollectionSaveRestore {
   /// The collection stored under `collectionName` in MultiDataString; no collection when there is
   /// none or it is empty. A failure shows "Error creating working collection".
   CollectionRef WorkingCol(TextView collectionName, const Object& myCreator,
-                           OptionalText workingColKey = {});
+                           const OptionalText& workingColKey = {});
 
   /// MultiDataString with `newCol` stored under `name`: in the place of the block of that name,
   /// otherwise at the end. MultiDataString itself is not changed. A failure shows "Error saving
@@ -70,8 +69,9 @@ class clsCollectionSaveRestore {
   /// The text of `myObjects`: a header with the member names of the first, then one record for
   /// each; empty text for an empty collection. A failure shows "Error DFC" with the name of the
   /// member that was being read.
-  Text AsDelimitedFromCollection(const CollectionRef& myObjects, OptionalText recordEndMarker = {},
-                                 OptionalText fieldEndMarker = {});
+  Text AsDelimitedFromCollection(const CollectionRef& myObjects,
+                                 const OptionalText& recordEndMarker = {},
+                                 const OptionalText& fieldEndMarker = {});
 
   /// The multi-collection text that WorkingCol and MultiDataColString work on.
   const Text& MultiDataString() const { return *multiDataString_; }

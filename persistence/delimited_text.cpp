@@ -20,10 +20,9 @@ Markers DefaultMarkers() { return {u"\u00A5", u"\u0152"}; }
 
 Markers InternalMarkers() { return {u"\u00BB", u"\u0160"}; }
 
-Markers MarkersOr(Markers defaults, std::optional<TextView> recordEnd,
-                  std::optional<TextView> fieldEnd) {
-  if (recordEnd) defaults.recordEnd = GivenMarker(*recordEnd);
-  if (fieldEnd) defaults.fieldEnd = GivenMarker(*fieldEnd);
+Markers MarkersOr(Markers defaults, const OptionalText& recordEnd, const OptionalText& fieldEnd) {
+  if (recordEnd.Read()) defaults.recordEnd = GivenMarker(*recordEnd.Read());
+  if (fieldEnd.Read()) defaults.fieldEnd = GivenMarker(*fieldEnd.Read());
   return defaults;
 }
 

@@ -3,6 +3,7 @@
 #include <optional>
 #include <vector>
 
+#include "automation/optional_text.h"
 #include "automation/text.h"
 
 namespace brindlex {
@@ -22,9 +23,8 @@ Markers DefaultMarkers();
 Markers InternalMarkers();
 
 /// `Default` markers with those that the caller gave in their place. Error 5 when a given marker is
-/// empty: nothing could be told apart by it.
-Markers MarkersOr(Markers defaults, std::optional<TextView> recordEnd,
-                  std::optional<TextView> fieldEnd);
+/// empty, since nothing could be told apart by it, or what reading it gave.
+Markers MarkersOr(Markers defaults, const OptionalText& recordEnd, const OptionalText& fieldEnd);
 
 /// The items of a delimited text, one after the other.
 ///

@@ -90,12 +90,12 @@ void TextDataFamily::Release(void* object) const noexcept {
   if (--counted->references == 0) delete counted;
 }
 
-Object TextDataFamily::GetObject(void* /*object*/, TextView name) const {
+Object TextDataFamily::CallForObject(void* /*object*/, TextView name) const {
   if (!EqualIgnoringCase(name, u"GetNewObject")) NoSuchMember();
   return NewBlock({});
 }
 
-CollectionRef TextDataFamily::GetCollection(void* /*object*/, TextView name) const {
+CollectionRef TextDataFamily::CallForCollection(void* /*object*/, TextView name) const {
   if (!EqualIgnoringCase(name, u"GetMemberNames")) NoSuchMember();
   return clsTextData::GetMemberNames(platform_);
 }
