@@ -95,9 +95,9 @@ MemoryObject::MemoryObject(const MemoryFamily& family) noexcept : family_(family
 
 MemoryObject::~MemoryObject() { --family_.live_; }
 
-Object MemoryObject::GetObject(TextView) { NoSuchMember(); }
+Object MemoryObject::CallForObject(TextView) { NoSuchMember(); }
 
-CollectionRef MemoryObject::GetCollection(TextView) { NoSuchMember(); }
+CollectionRef MemoryObject::CallForCollection(TextView) { NoSuchMember(); }
 
 std::vector<Text> MemoryObject::PropertyGetNames() { NoSuchMember(); }
 
@@ -112,12 +112,12 @@ void MemoryFamily::Release(void* object) const noexcept {
   if (--self.references_ == 0) delete &self;
 }
 
-Object MemoryFamily::GetObject(void* object, TextView name) const {
-  return Self(object).GetObject(name);
+Object MemoryFamily::CallForObject(void* object, TextView name) const {
+  return Self(object).CallForObject(name);
 }
 
-CollectionRef MemoryFamily::GetCollection(void* object, TextView name) const {
-  return Self(object).GetCollection(name);
+CollectionRef MemoryFamily::CallForCollection(void* object, TextView name) const {
+  return Self(object).CallForCollection(name);
 }
 
 std::vector<Text> MemoryFamily::PropertyGetNames(void* object) const {
@@ -168,7 +168,7 @@ MemoryRecord::~MemoryRecord() {
   if (class_->onTerminate) class_->onTerminate();
 }
 
-CollectionRef MemoryRecord::GetCollection(TextView name) {
+CollectionRef MemoryRecord::CallForCollection(TextView name) {
   const bool isMembersCol = EqualIgnoringCase(name, u"MembersCol");
   if (!isMembersCol && !EqualIgnoringCase(name, u"GetMemberNames")) NoSuchMember();
   Use(RecordClass::Use::kCall, name);
@@ -227,7 +227,7 @@ Object NewRecord(const MemoryFamily& family, std::shared_ptr<const RecordClass> 
 MemoryCreator::MemoryCreator(const MemoryFamily& family, std::function<Object()> getNewObject)
     : MemoryObject(family), getNewObject_(std::move(getNewObject)) {}
 
-Object MemoryCreator::GetObject(TextView name) {
+Object MemoryCreator::CallForObject(TextView name) {
   if (!EqualIgnoringCase(name, u"GetNewObject")) NoSuchMember();
   return getNewObject_();
 }

@@ -25,8 +25,8 @@ class MemoryObject {
   MemoryObject& operator=(const MemoryObject&) = delete;
   virtual ~MemoryObject();
 
-  virtual Object GetObject(TextView name);
-  virtual CollectionRef GetCollection(TextView name);
+  virtual Object CallForObject(TextView name);
+  virtual CollectionRef CallForCollection(TextView name);
   virtual std::vector<Text> PropertyGetNames();
   virtual Text Get(TextView name);
   virtual void Let(TextView name, TextView value);
@@ -44,8 +44,8 @@ class MemoryFamily : public ObjectFamily {
  public:
   void AddRef(void* object) const noexcept override;
   void Release(void* object) const noexcept override;
-  Object GetObject(void* object, TextView name) const override;
-  CollectionRef GetCollection(void* object, TextView name) const override;
+  Object CallForObject(void* object, TextView name) const override;
+  CollectionRef CallForCollection(void* object, TextView name) const override;
   std::vector<Text> PropertyGetNames(void* object) const override;
   std::unique_ptr<MemberAccess> Access(std::vector<Text> names) const override;
 
@@ -139,7 +139,7 @@ class MemoryRecord : public MemoryObject {
   MemoryRecord& operator=(const MemoryRecord&) = delete;
   ~MemoryRecord() override;
 
-  CollectionRef GetCollection(TextView name) override;
+  CollectionRef CallForCollection(TextView name) override;
   std::vector<Text> PropertyGetNames() override;
   Text Get(TextView name) override;
   void Let(TextView name, TextView value) override;
@@ -164,7 +164,7 @@ class MemoryCreator : public MemoryObject {
  public:
   MemoryCreator(const MemoryFamily& family, std::function<Object()> getNewObject);
 
-  Object GetObject(TextView name) override;
+  Object CallForObject(TextView name) override;
 
  private:
   std::function<Object()> getNewObject_;

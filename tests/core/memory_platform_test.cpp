@@ -213,7 +213,7 @@ TEST_F(MemoryPlatformTest, HooksSeeEveryUseOfAMember) {
   const Object record = NewRecord(Family(), recordClass);
   Write(record, u"A", u"1");
   Read(record, u"A");
-  record.GetCollection(u"GetMemberNames");
+  record.CallForCollection(u"GetMemberNames");
   EXPECT_EQ(6, ErrorOf([&] { Read(record, u"a"); }));
   EXPECT_THAT(uses, ElementsAre(u"let A", u"get A", u"call GetMemberNames", u"get a"));
 }
@@ -221,10 +221,10 @@ TEST_F(MemoryPlatformTest, HooksSeeEveryUseOfAMember) {
 TEST_F(MemoryPlatformTest, ListsOfNamesComeFromTheirSources) {
   const auto recordClass = std::make_shared<RecordClass>();
   const Object record = NewRecord(Family(), recordClass);
-  const auto names = [&] { return record.GetCollection(u"GetMemberNames"); };
+  const auto names = [&] { return record.CallForCollection(u"GetMemberNames"); };
   EXPECT_EQ(438, ErrorOf(names));
-  EXPECT_EQ(438, ErrorOf([&] { record.GetCollection(u"MembersCol"); }));
-  EXPECT_EQ(438, ErrorOf([&] { record.GetCollection(u"Other"); }));
+  EXPECT_EQ(438, ErrorOf([&] { record.CallForCollection(u"MembersCol"); }));
+  EXPECT_EQ(438, ErrorOf([&] { record.CallForCollection(u"Other"); }));
   EXPECT_EQ(438, ErrorOf([&] { record.PropertyGetNames(); }));
   recordClass->getMemberNames = ListOf(Family(), {u"A", u"B"});
   EXPECT_EQ(2, names()->Count());
@@ -234,7 +234,7 @@ TEST_F(MemoryPlatformTest, ListsOfNamesComeFromTheirSources) {
   recordClass->getMemberNames = Raises(RuntimeError(424));
   EXPECT_EQ(424, ErrorOf(names));
   recordClass->membersCol = ListOf(Family(), {});
-  EXPECT_EQ(0, record.GetCollection(u"memberscol")->Count());
+  EXPECT_EQ(0, record.CallForCollection(u"memberscol")->Count());
   recordClass->typeInformation = {u"X", u"Y"};
   EXPECT_THAT(record.PropertyGetNames(), ElementsAre(u"X", u"Y"));
 }
@@ -242,10 +242,10 @@ TEST_F(MemoryPlatformTest, ListsOfNamesComeFromTheirSources) {
 TEST_F(MemoryPlatformTest, CreatorsMakeRecordsWithDefaultValues) {
   const auto recordClass = ListingClass(Family(), {{u"A", MemberType::kNumber, u"0"}, {u"B"}});
   const Object creator = NewCreator(Family(), recordClass);
-  const Object first = creator.GetObject(u"getnewobject");
+  const Object first = creator.CallForObject(u"getnewobject");
   Write(first, u"A", u"5");
-  EXPECT_EQ(u"0", Read(creator.GetObject(u"GetNewObject"), u"A"));
-  EXPECT_EQ(438, ErrorOf([&] { creator.GetObject(u"Other"); }));
+  EXPECT_EQ(u"0", Read(creator.CallForObject(u"GetNewObject"), u"A"));
+  EXPECT_EQ(438, ErrorOf([&] { creator.CallForObject(u"Other"); }));
 }
 
 TEST_F(MemoryPlatformTest, CreatorsMaySayNothingOrFail) {
@@ -254,8 +254,8 @@ TEST_F(MemoryPlatformTest, CreatorsMaySayNothingOrFail) {
     if (++calls == 2) throw RuntimeError(429);
     return {};
   });
-  EXPECT_TRUE(creator.GetObject(u"GetNewObject").IsNothing());
-  EXPECT_EQ(429, ErrorOf([&] { creator.GetObject(u"GetNewObject"); }));
+  EXPECT_TRUE(creator.CallForObject(u"GetNewObject").IsNothing());
+  EXPECT_EQ(429, ErrorOf([&] { creator.CallForObject(u"GetNewObject"); }));
 }
 
 TEST_F(MemoryPlatformTest, CountsReferencesAndLiveObjects) {

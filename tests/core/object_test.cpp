@@ -21,8 +21,8 @@ TEST_F(ObjectTest, ADefaultMadeOneIsNothing) {
   EXPECT_TRUE(nothing.IsNothing());
   EXPECT_EQ(91, ErrorOf([&] { nothing.Family(); }));
   EXPECT_EQ(91, ErrorOf([&] { nothing.Self(Family()); }));
-  EXPECT_EQ(91, ErrorOf([&] { nothing.GetObject(u"GetNewObject"); }));
-  EXPECT_EQ(91, ErrorOf([&] { nothing.GetCollection(u"GetMemberNames"); }));
+  EXPECT_EQ(91, ErrorOf([&] { nothing.CallForObject(u"GetNewObject"); }));
+  EXPECT_EQ(91, ErrorOf([&] { nothing.CallForCollection(u"GetMemberNames"); }));
   EXPECT_EQ(91, ErrorOf([&] { nothing.PropertyGetNames(); }));
 }
 
@@ -104,10 +104,10 @@ TEST_F(ObjectTest, AssignmentMayChangeTheFamily) {
 
 TEST_F(ObjectTest, AsksItsFamilyByName) {
   const Object creator = NewCreator(Family(), ListingClass(Family(), {{u"A"}}));
-  const Object record = creator.GetObject(u"GetNewObject");
-  EXPECT_EQ(1, record.GetCollection(u"GetMemberNames")->Count());
+  const Object record = creator.CallForObject(u"GetNewObject");
+  EXPECT_EQ(1, record.CallForCollection(u"GetMemberNames")->Count());
   EXPECT_EQ(438, ErrorOf([&] { record.PropertyGetNames(); }));
-  EXPECT_EQ(438, ErrorOf([&] { record.GetObject(u"GetNewObject"); }));
+  EXPECT_EQ(438, ErrorOf([&] { record.CallForObject(u"GetNewObject"); }));
 }
 
 }  // namespace

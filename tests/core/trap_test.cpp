@@ -196,6 +196,22 @@ TEST(TrapTest, AFailedAllocationIsOutOfMemoryLikeAnyOtherFailure) {
   EXPECT_EQ(4, seen->line);
 }
 
+TEST(IgnoreErrorsTest, TheFirstRunTimeErrorEndsTheStep) {
+  int steps = 0;
+  IgnoreErrors([&steps] { ++steps; });
+  IgnoreErrors([&steps] {
+    ++steps;
+    throw RuntimeError(438);
+  });
+  IgnoreErrors([] { throw RuntimeError(-2147467259); });
+  EXPECT_EQ(2, steps);
+}
+
+TEST(IgnoreErrorsTest, ShortMemoryTravelsOn) {
+  EXPECT_EQ(7, ErrorOf([] { IgnoreErrors([] { throw RuntimeError(7); }); }));
+  EXPECT_THROW(IgnoreErrors([] { throw std::bad_alloc(); }), std::bad_alloc);
+}
+
 TEST(TrapSilentlyTest, SaysWhetherTheBodyCameToItsEnd) {
   int steps = 0;
   EXPECT_TRUE(TrapSilently([&steps] { ++steps; }));
