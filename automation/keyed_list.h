@@ -80,10 +80,11 @@ class KeyedList {
   T Remove(std::size_t position) {
     CheckPosition(position);
     const auto at = std::next(entries_.begin(), static_cast<std::ptrdiff_t>(position - 1));
+    T value = std::move((*at)->value);
     const std::unique_ptr<Entry> removed = std::move(*at);
     entries_.erase(at);
     if (removed->key != nullptr) keys_.erase(keys_.find(*removed->key));
-    return std::move(removed->value);
+    return value;
   }
 
  private:

@@ -50,10 +50,10 @@ class ObjectFamily {
 
   /// The object that the method or property `name` yields without arguments; Nothing when it yields
   /// Nothing. Error 424 when it yields something else, 438 when there is no such member.
-  virtual Object GetObject(void* object, TextView name) const = 0;
+  virtual Object CallForObject(void* object, TextView name) const = 0;
 
-  /// As GetObject, for a member that yields a collection.
-  virtual CollectionRef GetCollection(void* object, TextView name) const = 0;
+  /// As CallForObject, for a member that yields a collection.
+  virtual CollectionRef CallForCollection(void* object, TextView name) const = 0;
 
   /// The names of the object's readable properties in declaration order, each once, from its
   /// type information. Error 438 or the system's error when it has none.
@@ -94,8 +94,8 @@ class Object {
   void* Self(const ObjectFamily& family) const;
 
   const ObjectFamily& Family() const;
-  Object GetObject(TextView name) const { return Family().GetObject(self_, name); }
-  CollectionRef GetCollection(TextView name) const { return Family().GetCollection(self_, name); }
+  Object CallForObject(TextView name) const { return Family().CallForObject(self_, name); }
+  CollectionRef CallForCollection(TextView name) const { return Family().CallForCollection(self_, name); }
   std::vector<Text> PropertyGetNames() const { return Family().PropertyGetNames(self_); }
 
  private:

@@ -80,7 +80,7 @@ RuntimeError CaughtError() {
     return RuntimeError(error_number::kOutOfMemory);
   } catch (const std::length_error&) {
     return RuntimeError(error_number::kOutOfMemory);
-  } catch (const std::exception&) {
+  } catch (...) {
     return RuntimeError(error_number::kInternal);
   }
 }

@@ -41,6 +41,18 @@ void Trap(Body&& body, Handler&& handler) {
   if (pending) std::forward<Handler>(handler)(*pending);
 }
 
+/// Runs `body()`, a step whose run-time errors a procedure ignores: the first ends the step. Only a
+/// failed allocation (error 7) travels on, since going on without what the step could not hold
+/// would pass for a result.
+template <class Body>
+void IgnoreErrors(Body&& body) {
+  try {
+    std::forward<Body>(body)();
+  } catch (const RuntimeError& error) {
+    if (error.number == error_number::kOutOfMemory) throw;
+  }
+}
+
 /// Runs `body()` and ends it without a word at the first failure. Says whether it came to its end.
 template <class Body>
 bool TrapSilently(Body&& body) noexcept {

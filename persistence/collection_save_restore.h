@@ -1,0 +1,98 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "automation/collection.h"
+#include "automation/object.h"
+#include "automation/optional_text.h"
+#include "automation/text.h"
+#include "persistence/delimited_text.h"
+#include "persistence/text_data.h"
+#include "platform/platform.h"
+
+namespace brindlex {
+
+/// Turns collections of record objects into one delimited text and back, and keeps several named
+/// collections in one text.
+///
+/// Every operation but ItemExists and FieldNamesCollection traps its failures, shows one report and
+/// returns its empty value: empty text, no collection, Nothing. An operation may run while another
+/// of the same instance waits for its report to be closed. To be used on one thread.
+class clsCollectionSaveRestore {
+ public:
+  /// `platform` must outlive the instance and what it returns.
+  explicit clsCollectionSaveRestore(Platform& platform);
+
+  /// The member names of any object: those of its MembersCol, otherwise its readable properties in
+  /// declaration order; each name is its own key. A failure shows "Error GMNL".
+  CollectionRef GetMemberNamesLate(const Object& myObj);
+
+  /// The field names in the header of `asDelimitedString`, each under itself as key; no collection
+  /// when the first record end is missing or stands before the third character. Not trapped: error
+  /// 457 for a name that comes twice, 5 for an empty marker.
+  CollectionRef FieldNamesCollection(TextView asDelimitedString,
+                                     const OptionalText& recordEndMarker,
+                                     const OptionalText& fieldEndMarker);
+
+  /// True when `myCol` has an entry under `myKey` that can be taken as text; false on any failure,
+  /// without a report.
+  static bool ItemExists(const CollectionRef& myCol, TextView myKey) noexcept;
+
+  /// A new collection of the records in `savedInfo`, in its order, made by `createObject`; keyed by
+  /// the field that is named exactly `keyProperty`, as far as it is not empty. No collection, and
+  /// no report, for a text without records. A failure shows "Error ADTC"; nothing of a text that
+  /// cannot be restored whole is returned.
+  CollectionRef AsDelimitedToCollection(TextView savedInfo, const Object& createObject,
+                                        const OptionalText& recordEndMarker = {},
+                                        const OptionalText& fieldEndMarker = {},
+                                        const OptionalText& keyProperty = {});
+
+  /// The first record restored from `inputString`; Nothing for empty text. A failure, a text
+  /// without records included, shows the report located in GetObjectFromString.
+  Object GetObjectFromString(TextView inputString, const Object& objectSample);
+
+  /// The text of a collection of `myObj` alone. A failure shows "Error DFO".
+  Text AsDelimitedFromObject(const Object& myObj);
+
+  /// The collection stored under `collectionName` in MultiDataString; no collection when there is
+  /// none or it is empty. A failure shows "Error creating working collection".
+  CollectionRef WorkingCol(TextView collectionName, const Object& myCreator,
+                           const OptionalText& workingColKey = {});
+
+  /// MultiDataString with `newCol` stored under `name`: in the place of the block of that name,
+  /// otherwise at the end. MultiDataString itself is not changed. A failure shows "Error saving
+  /// working collection".
+  Text MultiDataColString(const CollectionRef& newCol, TextView name);
+
+  /// The text of `myObjects`: a header with the member names of the first, then one record for
+  /// each; empty text for an empty collection. A failure shows "Error DFC" with the name of the
+  /// member that was being read.
+  Text AsDelimitedFromCollection(const CollectionRef& myObjects,
+                                 const OptionalText& recordEndMarker = {},
+                                 const OptionalText& fieldEndMarker = {});
+
+  /// The multi-collection text that WorkingCol and MultiDataColString work on.
+  const Text& MultiDataString() const { return *multiDataString_; }
+  void SetMultiDataString(TextView text) { multiDataString_ = std::make_shared<const Text>(text); }
+
+ private:
+  struct Header;
+
+  std::optional<DelimitedItems> SplitString(TextView inputString, TextView delimiter);
+  static bool ObjectItemExists(const CollectionRef& myCol, TextView myKey) noexcept;
+
+  CollectionRef MembersOf(const Object& sample);
+  std::vector<Text> NamesToSave(const Object& first);
+  Header ReadHeader(TextView record, const Collection& members, const Markers& markers);
+  CollectionRef RestoreBlocks();
+
+  Platform& platform_;
+  TextDataFamily textData_;
+  const Markers internal_ = InternalMarkers();
+  /// Shared, so that a call keeps its text while the host, re-entering, sets another.
+  std::shared_ptr<const Text> multiDataString_ = std::make_shared<const Text>();
+};
+
+}  // namespace brindlex

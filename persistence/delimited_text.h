@@ -1,0 +1,63 @@
+#pragma once
+
+#include <optional>
+#include <vector>
+
+#include "automation/optional_text.h"
+#include "automation/text.h"
+
+namespace brindlex {
+
+/// The two markers of one layer of the delimited text. Neither is empty.
+struct Markers {
+  Text fieldEnd;
+  Text recordEnd;
+};
+
+/// The markers of a text that stands alone, and of the outer layer of a multi-collection text:
+/// yen sign and capital ligature OE, codes 165 and 140 of Windows-1252.
+Markers DefaultMarkers();
+
+/// The markers of the inner layer of a multi-collection text: right guillemet and capital S with
+/// caron, codes 187 and 138 of Windows-1252.
+Markers InternalMarkers();
+
+/// `Default` markers with those that the caller gave in their place. Error 5 when a given marker is
+/// empty, since nothing could be told apart by it, or what reading it gave.
+Markers MarkersOr(Markers defaults, const OptionalText& recordEnd, const OptionalText& fieldEnd);
+
+/// The items of a delimited text, one after the other.
+///
+/// The text behind the last delimiter is dropped, so that a text that ends with its delimiter
+/// yields exactly its items, and one delimiter alone yields one empty item. Items are views into
+/// the text, found from left to right by exact comparison; the walk is linear in the text.
+class DelimitedItems {
+ public:
+  /// Error 5 when `text` holds no delimiter at all (the empty text included). Both arguments must
+  /// outlive the walk.
+  DelimitedItems(TextView text, TextView delimiter);
+
+  /// The next item; false behind the last.
+  bool Next(TextView& item);
+
+  /// True while Next has another item.
+  bool More() const { return rest_.has_value(); }
+
+ private:
+  TextView delimiter_;
+  std::optional<TextView> rest_;
+};
+
+/// `text` without the line breaks that editors and file writers put behind record ends: up to three
+/// CR LF pairs behind each `recordEnd`. Line breaks elsewhere are data. The result is `text` itself
+/// when there is nothing to drop; otherwise it is a view of `storage`, which receives the new text.
+TextView StripRecordBreaks(TextView text, TextView recordEnd, Text& storage);
+
+/// The field names that stand before the first record end, each ended by a field end, or nothing
+/// when that record end is missing or comes before the third character. The views are into `text`.
+std::optional<std::vector<TextView>> HeaderNames(TextView text, const Markers& markers);
+
+/// Appends the header record that names `names`.
+void AppendHeader(const std::vector<Text>& names, const Markers& markers, Text& text);
+
+}  // namespace brindlex

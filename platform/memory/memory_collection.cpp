@@ -1,0 +1,122 @@
+#include "platform/memory/memory_collection.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace brindlex {
+namespace {
+
+using Use = MemoryCollection::Use;
+
+template <class T>
+T Taken(const MemoryCollection::Value& value, std::int32_t errorOtherwise) {
+  if (const auto* const error = std::get_if<RuntimeError>(&value)) throw RuntimeError(*error);
+  const T* const wanted = std::get_if<T>(&value);
+  if (wanted == nullptr) throw RuntimeError(errorOtherwise);
+  return *wanted;
+}
+
+Object TakenObject(const MemoryCollection::Value& value) {
+  return Taken<Object>(value, error_number::kObjectRequired);
+}
+
+Text TakenText(const MemoryCollection::Value& value) {
+  return Taken<Text>(value, error_number::kTypeMismatch);
+}
+
+void Announce(const MemoryCollection& collection, Use use) {
+  // A copy, since the hook may replace itself.
+  const auto onUse = collection.onUse;
+  if (onUse) onUse(use);
+}
+
+/// Counts positions, so that it walks on over whatever the collection holds by then.
+class Walk : public Enumerator {
+ public:
+  Walk(const MemoryFamily& family, Object self)
+      : self_(std::move(self)), collection_(family.In<MemoryCollection>(self_)) {}
+
+  bool NextObject(Object& entry) override { return Next(entry, TakenObject); }
+  bool NextText(Text& entry) override { return Next(entry, TakenText); }
+
+ private:
+  template <class T>
+  bool Next(T& entry, T (*taken)(const MemoryCollection::Value&)) {
+    Announce(collection_, Use::kNext);
+    if (position_ >= collection_.entries.size()) return false;
+    entry = taken(collection_.entries[position_++].value);
+    return true;
+  }
+
+  const Object self_;
+  const MemoryCollection& collection_;
+  std::size_t position_ = 0;
+};
+
+/// What the component's operations hold while they use a MemoryCollection.
+class View : public Collection {
+ public:
+  View(const MemoryFamily& family, Object self)
+      : family_(family), self_(std::move(self)), collection_(family.In<MemoryCollection>(self_)) {}
+
+  std::int32_t Count() const override {
+    Announce(collection_, Use::kCount);
+    return collection_.claimedCount.value_or(static_cast<std::int32_t>(collection_.entries.size()));
+  }
+
+  std::unique_ptr<Enumerator> Enumerate() const override {
+    Announce(collection_, Use::kEnumerate);
+    return std::make_unique<Walk>(family_, self_);
+  }
+
+  Text TextUnder(TextView key) const override { return TakenText(Under(key)); }
+  Object ObjectUnder(TextView key) const override { return TakenObject(Under(key)); }
+
+  void Add(Object entry, std::optional<TextView> key) override { AddValue(std::move(entry), key); }
+  void Add(TextView entry, std::optional<TextView> key) override { AddValue(Text(entry), key); }
+
+  Object AsObject() const override { return self_; }
+
+ private:
+  const MemoryCollection::Entry* Find(TextView key) const {
+    const auto found = std::find_if(
+        collection_.entries.begin(), collection_.entries.end(),
+        [key](const auto& entry) { return entry.key && EqualIgnoringCase(*entry.key, key); });
+    return found == collection_.entries.end() ? nullptr : &*found;
+  }
+
+  const MemoryCollection::Value& Under(TextView key) const {
+    Announce(collection_, Use::kLookUp);
+    const MemoryCollection::Entry* const found = Find(key);
+    if (found == nullptr) throw RuntimeError(error_number::kInvalidCall);
+    return found->value;
+  }
+
+  void AddValue(MemoryCollection::Value value, std::optional<TextView> key) {
+    Announce(collection_, Use::kAdd);
+    if (key && Find(*key) != nullptr) throw RuntimeError(error_number::kKeyInUse);
+    std::optional<Text> ownKey;
+    if (key) ownKey.emplace(*key);
+    collection_.entries.push_back({std::move(value), std::move(ownKey)});
+  }
+
+  const MemoryFamily& family_;
+  const Object self_;
+  MemoryCollection& collection_;
+};
+
+}  // namespace
+
+CollectionRef CollectionOf(const MemoryFamily& family, Object object) {
+  auto* const self = static_cast<MemoryObject*>(object.Self(family));
+  if (dynamic_cast<MemoryCollection*>(self) == nullptr) {
+    throw RuntimeError(error_number::kObjectRequired);
+  }
+  return std::make_shared<View>(family, std::move(object));
+}
+
+MemoryCollection& CollectionIn(const MemoryFamily& family, const CollectionRef& collection) {
+  return family.In<MemoryCollection>(collection->AsObject());
+}
+
+}  // namespace brindlex

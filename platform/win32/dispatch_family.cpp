@@ -1,0 +1,78 @@
+#include "platform/win32/dispatch_family.h"
+
+#include <utility>
+
+#include "automation/runtime_error.h"
+#include "platform/win32/hresult.h"
+#include "platform/win32/late_binding.h"
+#include "platform/win32/type_information.h"
+#include "platform/win32/variant.h"
+
+namespace brindlex {
+namespace {
+
+IDispatch& DispatchOf(void* object) { return *static_cast<IDispatch*>(object); }
+
+ComPtr<IDispatch> ObjectYieldedBy(void* object, TextView name) {
+  const Bstr member(name);
+  IDispatch& dispatch = DispatchOf(object);
+  return ObjectOf(Invoke(dispatch, MemberId(dispatch, member.Get()), kCallOrGet).Get());
+}
+
+/// Looks the dispatch id up for every object anew: objects that look alike may still give one name
+/// different ids.
+class DispatchAccess : public MemberAccess {
+ public:
+  DispatchAccess(const DispatchFamily& family, const std::vector<Text>& names) : family_(family) {
+    for (const Text& name : names) names_.emplace_back(name);
+  }
+
+  void AppendText(const Object& object, std::size_t member, Text& text) override {
+    IDispatch& dispatch = DispatchOf(object.Self(family_));
+    const DISPID id = MemberId(dispatch, names_[member].Get());
+    brindlex::AppendText(Invoke(dispatch, id, kGet).Get(), text);
+  }
+
+  void LetText(const Object& object, std::size_t member, TextView value) override {
+    IDispatch& dispatch = DispatchOf(object.Self(family_));
+    const DISPID id = MemberId(dispatch, names_[member].Get());
+    Variant text = Variant::OfText(value);
+    Let(dispatch, id, text.Get());
+  }
+
+ private:
+  const DispatchFamily& family_;
+  std::vector<Bstr> names_;
+};
+
+}  // namespace
+
+Object DispatchFamily::Wrap(IDispatch* object) const noexcept {
+  if (object == nullptr) return {};
+  object->AddRef();
+  return {*this, object};
+}
+
+void DispatchFamily::AddRef(void* object) const noexcept { DispatchOf(object).AddRef(); }
+
+void DispatchFamily::Release(void* object) const noexcept { DispatchOf(object).Release(); }
+
+Object DispatchFamily::CallForObject(void* object, TextView name) const {
+  return Wrap(ObjectYieldedBy(object, name).Get());
+}
+
+CollectionRef DispatchFamily::CallForCollection(void* object, TextView name) const {
+  ComPtr<IDispatch> collection = ObjectYieldedBy(object, name);
+  if (!collection) return nullptr;
+  return std::make_shared<DispatchCollection>(*this, std::move(collection));
+}
+
+std::vector<Text> DispatchFamily::PropertyGetNames(void* object) const {
+  return PropertyGetNamesOf(DispatchOf(object));
+}
+
+std::unique_ptr<MemberAccess> DispatchFamily::Access(std::vector<Text> names) const {
+  return std::make_unique<DispatchAccess>(*this, names);
+}
+
+}  // namespace brindlex

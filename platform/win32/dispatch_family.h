@@ -1,0 +1,62 @@
+#pragma once
+
+#include <oaidl.h>
+
+#include <memory>
+#include <vector>
+
+#include "automation/collection.h"
+#include "automation/object.h"
+#include "platform/win32/com_ptr.h"
+
+namespace brindlex {
+
+/// Makes the collections that are handed out to the host.
+using CollectionMaker = CollectionRef (*)();
+
+/// The family of all objects that are reached through IDispatch: the host's own, and the
+/// component's as a host sees them.
+class DispatchFamily : public ObjectFamily {
+ public:
+  explicit DispatchFamily(CollectionMaker makeCollection) : makeCollection_(makeCollection) {}
+
+  /// A reference to `object`; Nothing for null.
+  Object Wrap(IDispatch* object) const noexcept;
+
+  void AddRef(void* object) const noexcept override;
+  void Release(void* object) const noexcept override;
+  Object CallForObject(void* object, TextView name) const override;
+  CollectionRef CallForCollection(void* object, TextView name) const override;
+  std::vector<Text> PropertyGetNames(void* object) const override;
+  std::unique_ptr<MemberAccess> Access(std::vector<Text> names) const override;
+  CollectionRef NewCollection() const override { return makeCollection_(); }
+
+ private:
+  CollectionMaker makeCollection_;
+};
+
+/// A collection that is reached through IDispatch: Count, Item, and _NewEnum where it has that.
+class DispatchCollection : public Collection {
+ public:
+  /// `family` must outlive the collection and what it yields.
+  DispatchCollection(const DispatchFamily& family, ComPtr<IDispatch> object)
+      : family_(family), object_(std::move(object)) {}
+
+  std::int32_t Count() const override;
+  std::unique_ptr<Enumerator> Enumerate() const override;
+  Text TextUnder(TextView key) const override;
+  Object ObjectUnder(TextView key) const override;
+  /// Error 445: the component adds to collections of its own only.
+  void Add(Object entry, std::optional<TextView> key) override;
+  void Add(TextView entry, std::optional<TextView> key) override;
+  Object AsObject() const override { return family_.Wrap(object_.Get()); }
+
+ protected:
+  const DispatchFamily& Family() const { return family_; }
+
+ private:
+  const DispatchFamily& family_;
+  ComPtr<IDispatch> object_;
+};
+
+}  // namespace brindlex

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <oaidl.h>
+
+#include <optional>
+#include <span>
+
+#include "platform/win32/com_ptr.h"
+#include "platform/win32/variant.h"
+
+namespace brindlex {
+
+/// Calls a member; reads a property; both at once, for objects that tell them apart when the caller
+/// cannot.
+inline constexpr WORD kCall = DISPATCH_METHOD;
+inline constexpr WORD kGet = DISPATCH_PROPERTYGET;
+inline constexpr WORD kCallOrGet = DISPATCH_METHOD | DISPATCH_PROPERTYGET;
+
+/// The dispatch id of the member that `object` knows as `name`: by GetIDsOfNames, or where that
+/// refuses, without regard to letter case, by IDispatchEx. Error 438 when there is no such member.
+DISPID MemberId(IDispatch& object, BSTR name);
+
+/// What the member yields for `arguments` (in their written order, which this function reverses in
+/// place for the call). Throws the member's own error as ErrorOf has it.
+Variant Invoke(IDispatch& object, DISPID member, WORD flags, std::span<VARIANT> arguments = {});
+
+/// Sets a property. Throws the property's own error.
+void Let(IDispatch& object, DISPID member, VARIANT& value);
+
+/// What the object's default property yields, followed until it is no object. Error 91 for Nothing,
+/// 438 without a default property, 13 when the objects lead nowhere.
+Variant DefaultValueOf(const VARIANT& object);
+
+}  // namespace brindlex

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <oaidl.h>
+
+#include <vector>
+
+#include "automation/text.h"
+
+namespace brindlex {
+
+/// The names of the object's readable properties in declaration order, each once. They come from
+/// the type-library information service where that is registered, else from the object's own type
+/// information. Error 445 when the object has none, or the service's or system's error.
+std::vector<Text> PropertyGetNamesOf(IDispatch& object);
+
+}  // namespace brindlex

@@ -1,0 +1,121 @@
+#include "platform/win32/variant.h"
+
+#include <new>
+
+#include "automation/runtime_error.h"
+#include "platform/win32/hresult.h"
+#include "platform/win32/late_binding.h"
+
+namespace brindlex {
+namespace {
+
+bool IsObjectReference(const VARIANT& value) noexcept {
+  const VARTYPE type = value.vt & static_cast<VARTYPE>(~VT_BYREF);
+  return type == VT_DISPATCH || type == VT_UNKNOWN;
+}
+
+IUnknown* UnknownIn(const VARIANT& value) noexcept {
+  return (value.vt & VT_BYREF) != 0 ? *value.ppunkVal : value.punkVal;
+}
+
+/// `value` converted to `type` in the user's locale. Error 94 for Null, else as conversion fails.
+Variant Converted(const VARIANT& value, VARTYPE type) {
+  const VARIANT& actual = Dereferenced(value);
+  if (IsObjectReference(actual)) return Converted(DefaultValueOf(actual).Get(), type);
+  if ((actual.vt & ~VT_BYREF) == VT_NULL) throw RuntimeError(error_number::kInvalidUseOfNull);
+  Variant converted;
+  Check(ChangeType(converted.Get(), actual, 0, type));
+  return converted;
+}
+
+}  // namespace
+
+BSTR NewBstr(TextView text) {
+  constexpr std::size_t kLongest = 0x7FFFFFF0U / sizeof(char16_t);
+  BSTR made = nullptr;
+  if (text.size() <= kLongest) {
+    made = SysAllocStringLen(reinterpret_cast<const wchar_t*>(text.data()),
+                             static_cast<UINT>(text.size()));
+  }
+  if (made == nullptr) throw std::bad_alloc();
+  return made;
+}
+
+Variant::Variant(const VARIANT& value) : Variant() {
+  Check(CopyValue(value_, Dereferenced(value)));
+}
+
+Variant Variant::OfText(TextView text) {
+  Variant made;
+  made.value_.bstrVal = NewBstr(text);
+  made.value_.vt = VT_BSTR;
+  return made;
+}
+
+Variant Variant::OfObject(IDispatch* object) noexcept {
+  Variant made;
+  made.value_.vt = VT_DISPATCH;
+  made.value_.pdispVal = ComPtr<IDispatch>(object).Detach();
+  return made;
+}
+
+HRESULT ChangeType(VARIANT& converted, const VARIANT& value, USHORT flags, VARTYPE type) noexcept {
+  return VariantChangeTypeEx(&converted, const_cast<VARIANT*>(&value), GetUserDefaultLCID(), flags,
+                             type);
+}
+
+HRESULT CopyValue(VARIANT& copy, const VARIANT& value) noexcept {
+  return VariantCopyInd(&copy, const_cast<VARIANT*>(&value));
+}
+
+bool IsMissing(const VARIANT& value) noexcept {
+  const VARIANT& actual = Dereferenced(value);
+  if (actual.vt == VT_ERROR) return actual.scode == DISP_E_PARAMNOTFOUND;
+  return actual.vt == (VT_BYREF | VT_ERROR) && *actual.pscode == DISP_E_PARAMNOTFOUND;
+}
+
+const VARIANT& Dereferenced(const VARIANT& value) noexcept {
+  return value.vt == (VT_BYREF | VT_VARIANT) ? *value.pvarVal : value;
+}
+
+void AppendText(const VARIANT& value, Text& text) {
+  const VARIANT& actual = Dereferenced(value);
+  switch (actual.vt) {
+    case VT_BSTR:
+      text.append(ViewOf(actual.bstrVal));
+      break;
+    case VT_BSTR | VT_BYREF:
+      text.append(ViewOf(*actual.pbstrVal));
+      break;
+    case VT_EMPTY:
+      break;
+    case VT_BOOL:
+      text.append(actual.boolVal != VARIANT_FALSE ? u"True" : u"False");
+      break;
+    case VT_BOOL | VT_BYREF:
+      text.append(*actual.pboolVal != VARIANT_FALSE ? u"True" : u"False");
+      break;
+    default:
+      text.append(ViewOf(Converted(actual, VT_BSTR).Get().bstrVal));
+  }
+}
+
+Text TextOf(const VARIANT& value) {
+  Text text;
+  AppendText(value, text);
+  return text;
+}
+
+std::int32_t WholeNumberOf(const VARIANT& value) { return Converted(value, VT_I4).Get().lVal; }
+
+ComPtr<IDispatch> ObjectOf(const VARIANT& value) {
+  const VARIANT& actual = Dereferenced(value);
+  if (!IsObjectReference(actual)) throw RuntimeError(error_number::kObjectRequired);
+  const ComPtr<IUnknown> unknown(UnknownIn(actual));
+  if (!unknown) return nullptr;
+  ComPtr<IDispatch> object = unknown.As<IDispatch>();
+  if (!object) throw RuntimeError(error_number::kNoAutomation);
+  return object;
+}
+
+}  // namespace brindlex

@@ -1,0 +1,106 @@
+#pragma once
+
+#include <oaidl.h>
+#include <oleauto.h>
+
+#include <cstdint>
+#include <utility>
+
+#include "automation/text.h"
+#include "platform/win32/com_ptr.h"
+
+namespace brindlex {
+
+/// The units of `text`, which may be null (empty); valid as long as the BSTR.
+inline TextView ViewOf(BSTR text) noexcept {
+  return {reinterpret_cast<const char16_t*>(text), SysStringLen(text)};
+}
+
+/// A new BSTR with the units of `text`, which the caller frees; never null. Throws std::bad_alloc.
+BSTR NewBstr(TextView text);
+
+/// An owned BSTR.
+class Bstr {
+ public:
+  Bstr() noexcept = default;
+  explicit Bstr(TextView text) : text_(NewBstr(text)) {}
+  Bstr(Bstr&& other) noexcept : text_(std::exchange(other.text_, nullptr)) {}
+  Bstr& operator=(Bstr&& other) noexcept {
+    std::swap(text_, other.text_);
+    return *this;
+  }
+  Bstr(const Bstr&) = delete;
+  Bstr& operator=(const Bstr&) = delete;
+  ~Bstr() { SysFreeString(text_); }
+
+  BSTR Get() const noexcept { return text_; }
+  BSTR* Receive() noexcept {
+    SysFreeString(std::exchange(text_, nullptr));
+    return &text_;
+  }
+  TextView View() const noexcept { return ViewOf(text_); }
+
+ private:
+  BSTR text_ = nullptr;
+};
+
+/// An owned automation variant; made Empty.
+class Variant {
+ public:
+  Variant() noexcept { VariantInit(&value_); }
+  /// A copy of `value` with every reference followed. Throws RuntimeError.
+  explicit Variant(const VARIANT& value);
+  explicit Variant(TextView text) : Variant() { *this = OfText(text); }
+  Variant(Variant&& other) noexcept : Variant() { std::swap(value_, other.value_); }
+  Variant& operator=(Variant&& other) noexcept {
+    std::swap(value_, other.value_);
+    return *this;
+  }
+  Variant(const Variant&) = delete;
+  Variant& operator=(const Variant&) = delete;
+  ~Variant() { VariantClear(&value_); }
+
+  static Variant OfText(TextView text);
+  /// An object reference that adds a reference of its own; null is Nothing.
+  static Variant OfObject(IDispatch* object) noexcept;
+
+  const VARIANT& Get() const noexcept { return value_; }
+  VARIANT& Get() noexcept { return value_; }
+  VARIANT* Receive() noexcept {
+    VariantClear(&value_);
+    return &value_;
+  }
+
+ private:
+  VARIANT value_;
+};
+
+/// The system's conversion and copying, whose declarations lack the const that they keep.
+HRESULT ChangeType(VARIANT& converted, const VARIANT& value, USHORT flags, VARTYPE type) noexcept;
+HRESULT CopyValue(VARIANT& copy, const VARIANT& value) noexcept;
+
+/// True for the marker that stands for an omitted optional argument.
+bool IsMissing(const VARIANT& value) noexcept;
+
+/// `value` with references to variants followed; the result may still be a reference to a value of
+/// another type.
+const VARIANT& Dereferenced(const VARIANT& value) noexcept;
+
+/// Appends `value` as text: numbers, dates and currency in the user's locale, booleans as "True" or
+/// "False", Empty as nothing, an object by its default property. Error 94 for Null, 91 for Nothing,
+/// 13 for what has no text, or the error of the object's default property. On failure `text` is as
+/// it was.
+void AppendText(const VARIANT& value, Text& text);
+
+/// `value` as text, as AppendText has it.
+Text TextOf(const VARIANT& value);
+
+/// `value` as a 32-bit whole number, fractions rounded half to even. Error 13 when it is not a
+/// number, 6 when it does not fit, 94 for Null.
+std::int32_t WholeNumberOf(const VARIANT& value);
+
+/// The object that `value` refers to; null for Nothing. Error 424 when it is not an object
+/// reference, 430 when the object does not do automation.
+ComPtr<IDispatch> ObjectOf(const VARIANT& value);
+
+}  // namespace brindlex

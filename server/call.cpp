@@ -1,0 +1,175 @@
+#include "server/call.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "server/error_info.h"
+
+namespace brindlex {
+namespace {
+
+constexpr WORD kCallOrGetFlags = DISPATCH_METHOD | DISPATCH_PROPERTYGET;
+
+bool SameName(const wchar_t* left, const wchar_t* right) {
+  return EqualIgnoringCase(reinterpret_cast<const char16_t*>(left),
+                           reinterpret_cast<const char16_t*>(right));
+}
+
+std::size_t ParameterCount(const Member& member) {
+  const auto& parameters = member.parameters;
+  return static_cast<std::size_t>(
+      std::find_if(parameters.begin(), parameters.end(),
+                   [](const Parameter& parameter) { return parameter.name == nullptr; }) -
+      parameters.begin());
+}
+
+bool Answers(const Member& member, WORD flags) {
+  const bool reads = (member.kind & kCallOrGetFlags) != 0;
+  return (flags & (reads ? kCallOrGetFlags : member.kind)) != 0;
+}
+
+std::size_t RequiredCount(const Member& member) {
+  return static_cast<std::size_t>(std::count_if(
+      member.parameters.begin(), member.parameters.end(),
+      [](const Parameter& parameter) { return parameter.name != nullptr && !parameter.optional; }));
+}
+
+}  // namespace
+
+// ---- Arguments ---------------------------------------------------------------------------------
+
+Call::Call(const Member& member, const DISPPARAMS& given) : params_(given) {
+  const std::size_t count = ParameterCount(member);
+  if (given.cArgs > count || given.cNamedArgs > given.cArgs) {
+    throw BadArgument{DISP_E_BADPARAMCOUNT};
+  }
+  Sort(member, count);
+  RequireAll(member, count);
+  owned_.reserve(count);
+}
+
+void Call::Sort(const Member& member, std::size_t count) {
+  const bool isPut = member.kind == DISPATCH_PROPERTYPUT;
+  for (UINT place = 0; place < params_.cArgs; ++place) {
+    std::size_t index = params_.cArgs - 1 - place;
+    if (place < params_.cNamedArgs) {
+      const DISPID name = params_.rgdispidNamedArgs[place];
+      index = isPut && name == DISPID_PROPERTYPUT ? count - 1 : static_cast<std::size_t>(name);
+      if (index >= count) throw BadArgument{DISP_E_PARAMNOTFOUND, place};
+    }
+    if (given_.at(index) != nullptr) throw BadArgument{DISP_E_BADPARAMCOUNT, place};
+    given_.at(index) = &params_.rgvarg[place];
+  }
+}
+
+void Call::RequireAll(const Member& member, std::size_t count) const {
+  if (params_.cArgs < RequiredCount(member)) throw BadArgument{DISP_E_BADPARAMCOUNT};
+  for (std::size_t index = 0; index < count; ++index) {
+    if (member.parameters.at(index).optional) continue;
+    if (given_.at(index) == nullptr || IsMissing(*given_.at(index))) {
+      throw BadArgument{DISP_E_PARAMNOTOPTIONAL, PlaceOf(index)};
+    }
+  }
+}
+
+UINT Call::PlaceOf(std::size_t index) const {
+  const VARIANT* const given = given_.at(index);
+  return given == nullptr ? 0 : static_cast<UINT>(given - params_.rgvarg);
+}
+
+VARIANT Call::ValueAt(std::size_t index) {
+  const VARIANT* const given = given_.at(index);
+  if (given == nullptr) {
+    VARIANT missing;
+    missing.vt = VT_ERROR;
+    missing.scode = DISP_E_PARAMNOTFOUND;
+    return missing;
+  }
+  if ((given->vt & VT_BYREF) == 0) return *given;
+  return owned_.emplace_back(*given).Get();
+}
+
+const VARIANT& Call::ConvertedAt(std::size_t index, VARTYPE type) {
+  const VARIANT& given = *given_.at(index);
+  if (given.vt == type) return given;
+  Variant converted;
+  const HRESULT status = ChangeType(converted.Get(), Dereferenced(given), VARIANT_ALPHABOOL, type);
+  if (FAILED(status)) throw BadArgument{status, PlaceOf(index)};
+  return owned_.emplace_back(std::move(converted)).Get();
+}
+
+BSTR Call::TextAt(std::size_t index) { return ConvertedAt(index, VT_BSTR).bstrVal; }
+
+IDispatch* Call::ObjectAt(std::size_t index) { return ConvertedAt(index, VT_DISPATCH).pdispVal; }
+
+VARIANT& Call::Result(VARTYPE type) {
+  VARIANT& result = result_.Get();
+  result.vt = type;
+  result.llVal = 0;
+  return result;
+}
+
+void Call::HandOver(VARIANT* result) {
+  if (result == nullptr) return;
+  *result = result_.Get();
+  VariantInit(&result_.Get());
+}
+
+// ---- Names and calls ---------------------------------------------------------------------------
+
+HRESULT GetIdsOfNames(std::span<const Member> members, REFIID reserved, LPOLESTR* names, UINT count,
+                      DISPID* ids) noexcept {
+  if (reserved != IID_NULL) return DISP_E_UNKNOWNINTERFACE;
+  if (names == nullptr || ids == nullptr || count == 0) return E_INVALIDARG;
+  std::fill_n(ids, count, DISPID_UNKNOWN);
+  const auto member = std::find_if(members.begin(), members.end(),
+                                   [names](const Member& m) { return SameName(m.name, names[0]); });
+  if (member == members.end()) return DISP_E_UNKNOWNNAME;
+  ids[0] = member->id;
+  HRESULT status = S_OK;
+  for (UINT place = 1; place < count; ++place) {
+    const std::size_t parameters = ParameterCount(*member);
+    for (std::size_t index = 0; index < parameters; ++index) {
+      if (SameName(member->parameters.at(index).name, names[place])) {
+        ids[place] = static_cast<DISPID>(index);
+      }
+    }
+    if (ids[place] == DISPID_UNKNOWN) status = DISP_E_UNKNOWNNAME;
+  }
+  return status;
+}
+
+namespace {
+
+HRESULT Perform(const Member& member, IDispatch& self, const DISPPARAMS& params, VARIANT* result,
+                EXCEPINFO* exception) {
+  Call call(member, params);
+  const HRESULT status = member.invoke(self, call);
+  if (FAILED(status)) return MoveErrorInfo(status, exception);
+  call.HandOver(result);
+  return status;
+}
+
+}  // namespace
+
+HRESULT InvokeMember(std::span<const Member> members, IDispatch& self, DISPID id, REFIID reserved,
+                     WORD flags, DISPPARAMS* params, VARIANT* result, EXCEPINFO* exception,
+                     UINT* wrongArgument) noexcept {
+  if (reserved != IID_NULL) return DISP_E_UNKNOWNINTERFACE;
+  if (params == nullptr) return E_INVALIDARG;
+  const auto member = std::find_if(members.begin(), members.end(), [=](const Member& m) {
+    return m.id == id && Answers(m, flags);
+  });
+  if (member == members.end()) return DISP_E_MEMBERNOTFOUND;
+  if (result != nullptr) VariantInit(result);
+  try {
+    return Perform(*member, self, *params, result, exception);
+  } catch (const BadArgument& bad) {
+    if (wrongArgument != nullptr) *wrongArgument = bad.place;
+    return bad.status;
+  } catch (...) {
+    return MoveErrorInfo(ReportCaughtError(IID_IDispatch), exception);
+  }
+}
+
+}  // namespace brindlex

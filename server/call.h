@@ -1,0 +1,102 @@
+#pragma once
+
+#include <oaidl.h>
+
+#include <array>
+#include <cstddef>
+#include <span>
+#include <vector>
+
+#include "platform/win32/variant.h"
+
+namespace brindlex {
+
+/// One parameter of a member, as IDispatch callers may name or omit it.
+struct Parameter {
+  const wchar_t* name = nullptr;
+  bool optional = false;
+};
+
+constexpr Parameter Required(const wchar_t* name) { return {name, false}; }
+constexpr Parameter Optional(const wchar_t* name) { return {name, true}; }
+
+class Call;
+
+/// One member of a dispatch interface.
+struct Member {
+  static constexpr std::size_t kMostParameters = 6;
+
+  const wchar_t* name;
+  DISPID id;
+  /// DISPATCH_METHOD, DISPATCH_PROPERTYGET or DISPATCH_PROPERTYPUT. Methods and gets answer to each
+  /// other's flag as well, since hosts differ in what they ask with.
+  WORD kind;
+  /// Calls the member through the vtable with the arguments of the call.
+  HRESULT (*invoke)(IDispatch& self, Call& call);
+  /// In written order; unused places have no name.
+  std::array<Parameter, kMostParameters> parameters = {};
+};
+
+/// Thrown while arguments are taken: the status that IDispatch::Invoke returns for it, and the
+/// argument's place in the caller's own, reversed order.
+struct BadArgument {
+  HRESULT status;
+  UINT place = 0;
+};
+
+/// The arguments and the result of one call through IDispatch::Invoke. Arguments are taken by their
+/// place in written order and converted to the parameter's type. What is passed by reference is
+/// copied, since the host may change its variable while the call runs; copies and converted values
+/// live as long as the call. Throws BadArgument.
+class Call {
+ public:
+  /// Sorts the arguments of `given`, named ones included, to the parameters of `member`.
+  Call(const Member& member, const DISPPARAMS& given);
+  Call(const Call&) = delete;
+  Call& operator=(const Call&) = delete;
+  ~Call() = default;
+
+  /// As given; the marker of an omitted argument where it is omitted.
+  VARIANT ValueAt(std::size_t index);
+  BSTR TextAt(std::size_t index);
+  IDispatch* ObjectAt(std::size_t index);
+
+  /// Where the vtable method shall put its result.
+  VARIANT* ResultValue() { return &result_.Get(); }
+  BSTR* ResultText() { return &Result(VT_BSTR).bstrVal; }
+  long* ResultLong() { return &Result(VT_I4).lVal; }
+  VARIANT_BOOL* ResultFlag() { return &Result(VT_BOOL).boolVal; }
+  IUnknown** ResultUnknown() { return &Result(VT_UNKNOWN).punkVal; }
+  template <class Interface>
+  Interface** ResultObject() {
+    return reinterpret_cast<Interface**>(&Result(VT_DISPATCH).pdispVal);
+  }
+
+  /// Moves the result to the caller, who may not want it.
+  void HandOver(VARIANT* result);
+
+ private:
+  void Sort(const Member& member, std::size_t count);
+  void RequireAll(const Member& member, std::size_t count) const;
+  const VARIANT& ConvertedAt(std::size_t index, VARTYPE type);
+  UINT PlaceOf(std::size_t index) const;
+  VARIANT& Result(VARTYPE type);
+
+  const DISPPARAMS& params_;
+  /// By place in written order; null where the argument is omitted.
+  std::array<const VARIANT*, Member::kMostParameters> given_ = {};
+  /// What the call had to copy or convert.
+  std::vector<Variant> owned_;
+  Variant result_;
+};
+
+/// IDispatch::GetIDsOfNames over a table of members.
+HRESULT GetIdsOfNames(std::span<const Member> members, REFIID reserved, LPOLESTR* names, UINT count,
+                      DISPID* ids) noexcept;
+
+/// IDispatch::Invoke over a table of members.
+HRESULT InvokeMember(std::span<const Member> members, IDispatch& self, DISPID id, REFIID reserved,
+                     WORD flags, DISPPARAMS* params, VARIANT* result, EXCEPINFO* exception,
+                     UINT* wrongArgument) noexcept;
+
+}  // namespace brindlex

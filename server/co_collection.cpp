@@ -1,0 +1,214 @@
+#include "server/co_collection.h"
+
+#include <limits>
+#include <utility>
+
+#include "platform/win32/dispatch_family.h"
+#include "platform/win32/hresult.h"
+#include "server/the_platform.h"
+
+namespace brindlex {
+namespace {
+
+CoCollection& Self(IDispatch& self) { return static_cast<CoCollection&>(self); }
+
+constexpr Member kCollectionMembers[] = {
+    {L"Item",
+     DISPID_VALUE,
+     DISPATCH_PROPERTYGET,
+     [](IDispatch& self, Call& call) {
+       return Self(self).get_Item(call.ValueAt(0), call.ResultValue());
+     },
+     {Required(L"Index")}},
+    {L"Add",
+     1,
+     DISPATCH_METHOD,
+     [](IDispatch& self, Call& call) {
+       return Self(self).Add(call.ValueAt(0), call.ValueAt(1), call.ValueAt(2), call.ValueAt(3));
+     },
+     {Required(L"Item"), Optional(L"Key"), Optional(L"Before"), Optional(L"After")}},
+    {L"Count", 2, DISPATCH_PROPERTYGET,
+     [](IDispatch& self, Call& call) { return Self(self).get_Count(call.ResultLong()); }},
+    {L"Remove",
+     3,
+     DISPATCH_METHOD,
+     [](IDispatch& self, Call& call) { return Self(self).Remove(call.ValueAt(0)); },
+     {Required(L"Index")}},
+    {L"_NewEnum", DISPID_NEWENUM, DISPATCH_PROPERTYGET,
+     [](IDispatch& self, Call& call) { return Self(self).get__NewEnum(call.ResultUnknown()); }},
+};
+
+bool IsOmitted(const VARIANT& argument) { return IsMissing(argument) || argument.vt == VT_EMPTY; }
+
+/// The text in `argument`, or null when it holds something else.
+const BSTR* TextIn(const VARIANT& argument) {
+  const VARIANT& actual = Dereferenced(argument);
+  if (actual.vt == VT_BSTR) return &actual.bstrVal;
+  if (actual.vt == (VT_BSTR | VT_BYREF)) return actual.pbstrVal;
+  return nullptr;
+}
+
+std::optional<TextView> KeyIn(const VARIANT& argument) {
+  if (IsOmitted(Dereferenced(argument))) return std::nullopt;
+  const BSTR* const text = TextIn(argument);
+  if (text == nullptr) throw RuntimeError(error_number::kTypeMismatch);
+  return ViewOf(*text);
+}
+
+/// A walk over the positions of a collection, which it keeps alive.
+class EntryWalk : public IEnumVARIANT {
+ public:
+  EntryWalk(CoCollection& collection, std::size_t passed)
+      : collection_(&collection), passed_(passed) {}
+  EntryWalk(const EntryWalk&) = delete;
+  EntryWalk& operator=(const EntryWalk&) = delete;
+
+  STDMETHODIMP QueryInterface(REFIID id, void** result) override {
+    if (result == nullptr) return E_POINTER;
+    const bool known = id == IID_IUnknown || id == IID_IEnumVARIANT;
+    *result = known ? static_cast<IEnumVARIANT*>(this) : nullptr;
+    if (!known) return E_NOINTERFACE;
+    AddRef();
+    return S_OK;
+  }
+  STDMETHODIMP_(ULONG) AddRef() override { return ++references_; }
+  STDMETHODIMP_(ULONG) Release() override {
+    const ULONG left = --references_;
+    if (left == 0) delete this;
+    return left;
+  }
+
+  STDMETHODIMP Next(ULONG wanted, VARIANT* entries, ULONG* fetched) override {
+    if (fetched != nullptr) *fetched = 0;
+    if (entries == nullptr || (fetched == nullptr && wanted != 1)) return E_POINTER;
+    ULONG count = 0;
+    for (; count < wanted && passed_ < All().Count(); ++count) {
+      VariantInit(&entries[count]);
+      const HRESULT status = CopyValue(entries[count], All().At(passed_ + 1).Get());
+      if (FAILED(status)) return GiveUp(entries, count, status);
+      ++passed_;
+    }
+    if (fetched != nullptr) *fetched = count;
+    return count == wanted ? S_OK : S_FALSE;
+  }
+  STDMETHODIMP Skip(ULONG count) override {
+    const std::size_t left = All().Count() - std::min(passed_, All().Count());
+    passed_ += std::min<std::size_t>(count, left);
+    return count <= left ? S_OK : S_FALSE;
+  }
+  STDMETHODIMP Reset() override {
+    passed_ = 0;
+    return S_OK;
+  }
+  STDMETHODIMP Clone(IEnumVARIANT** result) override {
+    if (result == nullptr) return E_POINTER;
+    *result = new (std::nothrow) EntryWalk(*collection_.Get(), passed_);
+    return *result == nullptr ? E_OUTOFMEMORY : S_OK;
+  }
+
+ private:
+  virtual ~EntryWalk() = default;
+
+  const KeyedList<Variant>& All() const { return collection_->Entries(); }
+
+  HRESULT GiveUp(VARIANT* entries, ULONG count, HRESULT status) {
+    passed_ -= count;
+    while (count > 0) VariantClear(&entries[--count]);
+    return status;
+  }
+
+  std::atomic<ULONG> references_{1};
+  ComPtr<CoCollection> collection_;
+  std::size_t passed_;
+  module::Use use_;
+};
+
+}  // namespace
+
+const std::span<const Member> CoCollection::kMembers = kCollectionMembers;
+
+const Variant& CoCollection::EntryAt(const VARIANT& index) const {
+  if (const BSTR* const key = TextIn(index)) return entries_.At(ViewOf(*key));
+  return entries_.At(PositionOf(index));
+}
+
+std::size_t CoCollection::PositionOf(const VARIANT& index) const {
+  if (const BSTR* const key = TextIn(index)) return entries_.PositionOf(ViewOf(*key));
+  const std::int32_t position = WholeNumberOf(index);
+  if (position < 1 || static_cast<std::size_t>(position) > entries_.Count()) {
+    throw RuntimeError(error_number::kSubscriptOutOfRange);
+  }
+  return static_cast<std::size_t>(position);
+}
+
+std::size_t CoCollection::PositionFor(const VARIANT& before, const VARIANT& after) const {
+  const bool isBefore = !IsOmitted(Dereferenced(before));
+  const bool isAfter = !IsOmitted(Dereferenced(after));
+  if (isBefore && isAfter) throw RuntimeError(error_number::kInvalidCall);
+  if (isBefore) return PositionOf(before);
+  if (isAfter) return PositionOf(after) + 1;
+  return entries_.Count() + 1;
+}
+
+STDMETHODIMP CoCollection::get_Item(VARIANT index, VARIANT* result) {
+  return RunFor(result, [&] { Check(CopyValue(*result, EntryAt(index).Get())); });
+}
+
+STDMETHODIMP CoCollection::Add(VARIANT item, VARIANT key, VARIANT before, VARIANT after) {
+  return Run([&] {
+    constexpr std::size_t kMost = std::numeric_limits<long>::max();
+    Variant entry(item);
+    const std::optional<TextView> keyText = KeyIn(key);
+    const std::size_t position = PositionFor(before, after);
+    if (entries_.Count() == kMost) throw RuntimeError(error_number::kOverflow);
+    entries_.Insert(position, std::move(entry), keyText);
+  });
+}
+
+STDMETHODIMP CoCollection::get_Count(long* result) {
+  return RunFor(result, [&] { *result = static_cast<long>(entries_.Count()); });
+}
+
+STDMETHODIMP CoCollection::Remove(VARIANT index) {
+  return Run([&] {
+    // Released at the end of this scope, when the collection is whole again.
+    const Variant removed = entries_.Remove(PositionOf(index));
+  });
+}
+
+STDMETHODIMP CoCollection::get__NewEnum(IUnknown** result) {
+  return RunFor(result, [&] { *result = new EntryWalk(*this, 0); });
+}
+
+namespace {
+
+/// A CoCollection that one of the component's operations fills.
+class OwnCollection : public DispatchCollection {
+ public:
+  OwnCollection(const DispatchFamily& family, ComPtr<CoCollection> collection)
+      : DispatchCollection(family, ComPtr<IDispatch>(collection.Get())),
+        entries_(collection->Entries()) {}
+
+  void Add(Object entry, std::optional<TextView> key) override {
+    IDispatch* const object =
+        entry.IsNothing() ? nullptr : static_cast<IDispatch*>(entry.Self(Family()));
+    entries_.Add(Variant::OfObject(object), key);
+  }
+
+  void Add(TextView entry, std::optional<TextView> key) override {
+    entries_.Add(Variant::OfText(entry), key);
+  }
+
+ private:
+  /// Alive as long as the reference that the base class holds.
+  KeyedList<Variant>& entries_;
+};
+
+}  // namespace
+
+CollectionRef MakeCollection() {
+  return std::make_shared<OwnCollection>(ThePlatform().Dispatch(),
+                                         ComPtr<CoCollection>::Adopt(new CoCollection));
+}
+
+}  // namespace brindlex

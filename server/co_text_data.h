@@ -1,0 +1,32 @@
+#pragma once
+
+#include "persistence/text_data.h"
+#include "server/Brindlex.h"
+#include "server/coclass.h"
+
+namespace brindlex {
+
+/// The component's own record as hosts see it.
+class CoTextData : public Coclass<CoTextData, _clsTextData, ::clsTextData> {
+ public:
+  static const std::span<const Member> kMembers;
+
+  STDMETHODIMP get_DataString(BSTR* result) override;
+  STDMETHODIMP put_DataString(BSTR value) override;
+  STDMETHODIMP get_Name(BSTR* result) override;
+  STDMETHODIMP put_Name(BSTR value) override;
+  STDMETHODIMP GetMemberNames(_clsCollection** result) override;
+
+ private:
+  clsTextData data_;
+};
+
+/// The creator of CoTextData.
+class CoCreateTextData : public Coclass<CoCreateTextData, _clsCreateTextData, ::clsCreateTextData> {
+ public:
+  static const std::span<const Member> kMembers;
+
+  STDMETHODIMP GetNewObject(_clsTextData** result) override;
+};
+
+}  // namespace brindlex

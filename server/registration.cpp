@@ -1,0 +1,141 @@
+#include "server/registration.h"
+
+#include <objbase.h>
+
+#include <algorithm>
+#include <utility>
+
+#include "server/Brindlex.h"
+#include "server/classes.h"
+
+namespace brindlex {
+namespace {
+
+constexpr wchar_t kLibraryName[] = L"Brindlex 1.0 Type Library";
+constexpr wchar_t kLibraryVersion[] = L"1.0";
+/// The system's marshaler for interfaces that a type library describes.
+constexpr wchar_t kAutomationMarshaler[] = L"{00020424-0000-0000-C000-000000000046}";
+
+std::wstring TextOf(REFGUID id) {
+  wchar_t text[39];
+  StringFromGUID2(id, text, 39);
+  return text;
+}
+
+std::wstring FolderOf(const std::wstring& path) { return path.substr(0, path.find_last_of(L'\\')); }
+
+void AddClass(const ClassDescription& description, const std::wstring& modulePath,
+              std::vector<RegistryKey>& keys) {
+  const std::wstring id = TextOf(description.classId);
+  const std::wstring library = TextOf(LIBID_Brindlex);
+  const std::wstring title = std::wstring(L"Brindlex.") + description.name;
+  const std::wstring& general = title;
+  const std::wstring versioned = title + L".1";
+  const std::wstring root = L"CLSID\\" + id;
+  keys.push_back({general, {{L"", title}}});
+  keys.push_back({general + L"\\CLSID", {{L"", id}}});
+  keys.push_back({general + L"\\CurVer", {{L"", versioned}}});
+  keys.push_back({versioned, {{L"", title}}});
+  keys.push_back({versioned + L"\\CLSID", {{L"", id}}});
+  keys.push_back({root, {{L"", title}}});
+  keys.push_back(
+      {root + L"\\InprocServer32", {{L"", modulePath}, {L"ThreadingModel", L"Apartment"}}});
+  keys.push_back({root + L"\\ProgID", {{L"", versioned}}});
+  keys.push_back({root + L"\\VersionIndependentProgID", {{L"", general}}});
+  keys.push_back({root + L"\\TypeLib", {{L"", library}}});
+  keys.push_back({root + L"\\Version", {{L"", kLibraryVersion}}});
+}
+
+void AddInterface(const ClassDescription& description, std::vector<RegistryKey>& keys) {
+  const std::wstring root = L"Interface\\" + TextOf(description.interfaceId);
+  keys.push_back({root, {{L"", std::wstring(L"_") + description.name}}});
+  keys.push_back({root + L"\\ProxyStubClsid32", {{L"", kAutomationMarshaler}}});
+  keys.push_back(
+      {root + L"\\TypeLib", {{L"", TextOf(LIBID_Brindlex)}, {L"Version", kLibraryVersion}}});
+}
+
+void AddLibrary(const std::wstring& modulePath, std::vector<RegistryKey>& keys) {
+  const std::wstring root = L"TypeLib\\" + TextOf(LIBID_Brindlex);
+  const std::wstring version = root + L"\\" + kLibraryVersion;
+  keys.push_back({root, {}});
+  keys.push_back({version, {{L"", kLibraryName}}});
+  keys.push_back({version + L"\\0", {}});
+  keys.push_back(
+      {version + L"\\0\\" + (sizeof(void*) == 8 ? L"win64" : L"win32"), {{L"", modulePath}}});
+  keys.push_back({version + L"\\FLAGS", {{L"", L"0"}}});
+  keys.push_back({version + L"\\HELPDIR", {{L"", FolderOf(modulePath)}}});
+}
+
+LSTATUS WriteKey(HKEY classesRoot, const RegistryKey& key) {
+  HKEY opened = nullptr;
+  LSTATUS status = RegCreateKeyExW(classesRoot, key.path.c_str(), 0, nullptr, 0, KEY_SET_VALUE,
+                                   nullptr, &opened, nullptr);
+  if (status != ERROR_SUCCESS) return status;
+  for (const RegistryKey::Value& value : key.values) {
+    const auto bytes = static_cast<DWORD>((value.text.size() + 1) * sizeof(wchar_t));
+    status = RegSetValueExW(opened, value.name.c_str(), 0, REG_SZ,
+                            reinterpret_cast<const BYTE*>(value.text.c_str()), bytes);
+    if (status != ERROR_SUCCESS) break;
+  }
+  RegCloseKey(opened);
+  return status;
+}
+
+bool IsEmpty(HKEY key) {
+  DWORD subkeys = 0;
+  DWORD values = 0;
+  const LSTATUS status = RegQueryInfoKeyW(key, nullptr, nullptr, nullptr, &subkeys, nullptr,
+                                          nullptr, &values, nullptr, nullptr, nullptr, nullptr);
+  return status == ERROR_SUCCESS && subkeys == 0 && values == 0;
+}
+
+LSTATUS RemoveKey(HKEY classesRoot, const RegistryKey& key) {
+  HKEY opened = nullptr;
+  LSTATUS status =
+      RegOpenKeyExW(classesRoot, key.path.c_str(), 0, KEY_QUERY_VALUE | KEY_SET_VALUE, &opened);
+  if (status == ERROR_FILE_NOT_FOUND) return ERROR_SUCCESS;
+  if (status != ERROR_SUCCESS) return status;
+  for (const RegistryKey::Value& value : key.values) {
+    const LSTATUS removed = RegDeleteValueW(opened, value.name.c_str());
+    if (removed != ERROR_SUCCESS && removed != ERROR_FILE_NOT_FOUND) status = removed;
+  }
+  const bool removable = IsEmpty(opened);
+  RegCloseKey(opened);
+  if (status == ERROR_SUCCESS && removable) {
+    status = RegDeleteKeyW(classesRoot, key.path.c_str());
+  }
+  return status;
+}
+
+}  // namespace
+
+std::vector<RegistryKey> KeysOf(const std::wstring& modulePath) {
+  std::vector<RegistryKey> keys;
+  AddLibrary(modulePath, keys);
+  for (const ClassDescription& description : Classes()) {
+    AddClass(description, modulePath, keys);
+    AddInterface(description, keys);
+  }
+  return keys;
+}
+
+HRESULT WriteKeys(HKEY classesRoot, const std::vector<RegistryKey>& keys) {
+  for (const RegistryKey& key : keys) {
+    const LSTATUS status = WriteKey(classesRoot, key);
+    if (status == ERROR_SUCCESS) continue;
+    RemoveKeys(classesRoot, keys);
+    return HRESULT_FROM_WIN32(status);
+  }
+  return S_OK;
+}
+
+HRESULT RemoveKeys(HKEY classesRoot, const std::vector<RegistryKey>& keys) {
+  LSTATUS first = ERROR_SUCCESS;
+  std::for_each(keys.rbegin(), keys.rend(), [&](const RegistryKey& key) {
+    const LSTATUS status = RemoveKey(classesRoot, key);
+    if (first == ERROR_SUCCESS) first = status;
+  });
+  return HRESULT_FROM_WIN32(first);
+}
+
+}  // namespace brindlex

@@ -1,0 +1,41 @@
+#include "server/values.h"
+
+#include "platform/win32/hresult.h"
+#include "platform/win32/variant.h"
+#include "server/the_platform.h"
+
+namespace brindlex {
+
+Object GivenObject(IDispatch* object) { return ThePlatform().Dispatch().Wrap(object); }
+
+CollectionRef GivenCollection(IDispatch* object) {
+  if (object == nullptr) return nullptr;
+  return std::make_shared<DispatchCollection>(ThePlatform().Dispatch(), ComPtr<IDispatch>(object));
+}
+
+GivenText::GivenText(const VARIANT& argument) {
+  if (IsMissing(argument) || Dereferenced(argument).vt == VT_EMPTY) return;
+  try {
+    text_ = TextOf(argument);
+    given_ = text_;
+  } catch (const RuntimeError& error) {
+    given_ = OptionalText::Unreadable(error);
+  }
+}
+
+IDispatch* HandedOut(const Object& object) {
+  if (object.IsNothing()) return nullptr;
+  auto* const dispatch = static_cast<IDispatch*>(object.Self(ThePlatform().Dispatch()));
+  dispatch->AddRef();
+  return dispatch;
+}
+
+_clsCollection* HandedOut(const CollectionRef& collection) {
+  if (collection == nullptr) return nullptr;
+  const auto object = ComPtr<IDispatch>::Adopt(HandedOut(collection->AsObject()));
+  auto result = object.As<_clsCollection>();
+  if (!result) throw ErrorOf(E_NOINTERFACE);
+  return result.Detach();
+}
+
+}  // namespace brindlex

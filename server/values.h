@@ -1,0 +1,35 @@
+#pragma once
+
+#include <oaidl.h>
+
+#include "automation/collection.h"
+#include "automation/object.h"
+#include "automation/optional_text.h"
+#include "automation/text.h"
+#include "server/Brindlex.h"
+
+namespace brindlex {
+
+/// `object` as the operations take it; null is Nothing.
+Object GivenObject(IDispatch* object);
+
+/// `object` as a collection; null is no collection.
+CollectionRef GivenCollection(IDispatch* object);
+
+/// An optional text argument, read when it is made: omitted when it is the missing marker or Empty,
+/// which is what script hosts pass for an undefined value. Lives as long as the call.
+class GivenText {
+ public:
+  explicit GivenText(const VARIANT& argument);
+  operator const OptionalText&() const { return given_; }  // NOLINT: stands for its text
+
+ private:
+  Text text_;
+  OptionalText given_;
+};
+
+/// Results, for the host to release.
+IDispatch* HandedOut(const Object& object);
+_clsCollection* HandedOut(const CollectionRef& collection);
+
+}  // namespace brindlex

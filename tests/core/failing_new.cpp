@@ -1,0 +1,75 @@
+#include "tests/core/failing_new.h"
+
+#include <cstdlib>
+#include <new>
+
+namespace brindlex {
+namespace {
+
+std::size_t live = 0;
+/// The allocations until the one that fails, that one included; 0 when none is chosen any more.
+std::size_t untilFailure = 0;
+bool failing = false;
+FailingNew::Extent failingExtent = FailingNew::Extent::kOnce;
+
+bool MustFail() noexcept {
+  if (failing) return failingExtent == FailingNew::Extent::kFromThere;
+  failing = untilFailure != 0 && --untilFailure == 0;
+  return failing;
+}
+
+void* Allocate(std::size_t size) {
+  if (MustFail()) throw std::bad_alloc();
+  void* const block = std::malloc(size == 0 ? 1 : size);
+  if (block == nullptr) throw std::bad_alloc();
+  ++live;
+  return block;
+}
+
+void* AllocateOrNull(std::size_t size) noexcept {
+  try {
+    return Allocate(size);
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
+}
+
+void Free(void* block) noexcept {
+  if (block == nullptr) return;
+  --live;
+  std::free(block);
+}
+
+}  // namespace
+
+std::size_t LiveAllocations() noexcept { return live; }
+
+FailingNew::FailingNew(std::size_t nth, Extent extent) noexcept {
+  untilFailure = nth;
+  failing = false;
+  failingExtent = extent;
+}
+
+FailingNew::~FailingNew() {
+  untilFailure = 0;
+  failing = false;
+}
+
+bool FailingNew::Failed() noexcept { return failing; }
+
+}  // namespace brindlex
+
+void* operator new(std::size_t size) { return brindlex::Allocate(size); }
+void* operator new[](std::size_t size) { return brindlex::Allocate(size); }
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+  return brindlex::AllocateOrNull(size);
+}
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+  return brindlex::AllocateOrNull(size);
+}
+void operator delete(void* block) noexcept { brindlex::Free(block); }
+void operator delete[](void* block) noexcept { brindlex::Free(block); }
+void operator delete(void* block, std::size_t) noexcept { brindlex::Free(block); }
+void operator delete[](void* block, std::size_t) noexcept { brindlex::Free(block); }
+void operator delete(void* block, const std::nothrow_t&) noexcept { brindlex::Free(block); }
+void operator delete[](void* block, const std::nothrow_t&) noexcept { brindlex::Free(block); }
