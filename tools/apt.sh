@@ -16,12 +16,12 @@ as_root() {
 
 # apt_get ROAD COMMAND [ARGUMENT...]; ROAD is "plain" or a folder of make_private_road.
 apt_get() {
-  local road=$1
+  local by=$1
   shift
   local options=(-y -q -o DPkg::Lock::Timeout=600)
-  if [[ $road != plain ]]; then
-    options+=(-o "Dir::Etc::sourcelist=$road/sources.list" -o Dir::Etc::sourceparts=/dev/null
-      -o "Dir::State::Lists=$road/lists" -o Dir::Cache::pkgcache= -o Dir::Cache::srcpkgcache=)
+  if [[ $by != plain ]]; then
+    options+=(-o "Dir::Etc::sourcelist=$by/sources.list" -o Dir::Etc::sourceparts=/dev/null
+      -o "Dir::State::Lists=$by/lists" -o Dir::Cache::pkgcache= -o Dir::Cache::srcpkgcache=)
   fi
   # A service that a package starts must not inherit setup's lock (9>&-).
   as_root env DEBIAN_FRONTEND=noninteractive apt-get "${options[@]}" "$@" >&2 9>&-
@@ -56,27 +56,32 @@ make_private_road() {
   chmod -R a+rX "$folder" "$folder/.."
 }
 
+# The road that by_either_road takes first: the private one once the plain one has failed.
+road=plain
+
 # Runs `ACTION ROAD [ARGUMENT...]` after an update by the plain road, else by the private one.
 by_either_road() {
-  local action=$1 folder
+  local action=$1
   shift
-  if apt_get plain update && "$action" plain "$@"; then
-    return 0
+  if [[ $road == plain ]]; then
+    if apt_get plain update && "$action" plain "$@"; then
+      return 0
+    fi
+    say "apt's plain road failed, for the reason above; trying the mirror's main suites alone"
+    road=$(scratch_folder apt)
+    make_private_road "$road"
   fi
-  say "apt's plain road failed, for the reason above; trying the main suites of the same mirror alone"
-  folder=$(scratch_folder apt)
-  make_private_road "$folder"
-  apt_get "$folder" update && "$action" "$folder" "$@"
+  apt_get "$road" update && "$action" "$road" "$@"
 }
 
 install_packages() {
-  local road=$1
+  local by=$1
   shift
-  apt_get "$road" install --no-install-recommends "$@"
+  apt_get "$by" install --no-install-recommends "$@"
 }
 
 # Downloads one package into FOLDER without installing it.
 download_package() {
-  local road=$1 package=$2 folder=$3
-  (cd "$folder" && apt_get "$road" -o APT::Sandbox::User=root download "$package")
+  local by=$1 package=$2 folder=$3
+  (cd "$folder" && apt_get "$by" -o APT::Sandbox::User=root download "$package")
 }
