@@ -41,16 +41,19 @@ windows_arguments() {
 # Every source is judged once: as native code if it is built so, else as Windows code. The component
 # is built first because its interface header is generated.
 lint() {
-  local windows=() argument
+  local native=$root/build/lint.native windows=$root/build/lint.windows
+  local arguments=() argument status=0
   check_format
   configure debug
   build win32
-  python3 "$root/tools/lint_sources.py" "$root" "$root/build/debug" >"$root/build/lint.native"
+  python3 "$root/tools/lint_sources.py" "$root" "$root/build/debug" >"$native"
   python3 "$root/tools/lint_sources.py" "$root" "$root/build/win32" --without "$root/build/debug" \
-    >"$root/build/lint.windows"
-  [[ -s $root/build/lint.native ]] || fail "the compile database of build/debug has no source"
-  tidy "$root/build/debug" "$root/build/lint.native"
+    >"$windows"
+  [[ -s $native && -s $windows ]] || fail "a compile database has no source of its own"
 
-  while read -r argument; do windows+=("--extra-arg=$argument"); done < <(windows_arguments)
-  tidy "$root/build/win32" "$root/build/lint.windows" "${windows[@]}"
+  while read -r argument; do arguments+=("--extra-arg=$argument"); done < <(windows_arguments)
+  # Both are run, so that one round shows all there is to mend.
+  tidy "$root/build/debug" "$native" || status=1
+  tidy "$root/build/win32" "$windows" "${arguments[@]}" || status=1
+  [[ $status -eq 0 ]] || fail "clang-tidy objects to what is above"
 }
