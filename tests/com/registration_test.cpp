@@ -250,5 +250,63 @@ TEST_F(RedirectedRegistrationTest, LeavesWhatOthersHaveBesideAndBelowOurKeys) {
   ExpectLines(theirs, Lines());
 }
 
+TEST_F(RedirectedRegistrationTest, IsWholeOrNotAtAll) {
+  // No key that is kept may lie below one that is not.
+  const OpenKey passing(HKEY_LOCAL_MACHINE, L"Software\\Classes\\CLSID\\" + kRegistered[2].classId,
+                        KEY_ALL_ACCESS, REG_OPTION_VOLATILE);
+  passing.SetText(L"Other", L"theirs");
+  const RegistryLines theirs = Lines();
+  EXPECT_EQ(HRESULT_FROM_WIN32(ERROR_CHILD_MUST_BE_VOLATILE), Dll().Register());
+  ExpectLines(theirs, Lines());
+}
+
+/// Registration of a copy of the DLL in a folder whose name is no easy one.
+class CopiedRegistrationTest : public RegistrationTest {
+ protected:
+  void SetUp() override {
+    RegistrationTest::SetUp();
+    wchar_t temporary[MAX_PATH];
+    ASSERT_NE(0U, GetTempPathW(MAX_PATH, temporary));
+    folder_ = std::filesystem::path(temporary) / L"Brindlex test \u00E4\u0416\u65E5 & co";
+    ASSERT_TRUE(CreateDirectoryW(folder_.c_str(), nullptr));
+    ASSERT_TRUE(CopyFileW(Component::Path().c_str(), File().c_str(), TRUE));
+    copy_ = std::make_unique<Component>(File().wstring());
+  }
+
+  void TearDown() override {
+    EXPECT_EQ(S_OK, copy_->Unregister());
+    EXPECT_EQ(S_OK, copy_->CanUnloadNow());
+    copy_.reset();
+    RegistrationTest::TearDown();
+    EXPECT_TRUE(DeleteFileW(File().c_str()));
+    EXPECT_TRUE(RemoveDirectoryW(folder_.c_str()));
+  }
+
+  const Component& Copy() const { return *copy_; }
+  std::filesystem::path File() const { return folder_ / L"Copy of Brindlex.dll"; }
+
+ private:
+  std::filesystem::path folder_;
+  std::unique_ptr<Component> copy_;
+};
+
+TEST_F(CopiedRegistrationTest, RegistersTheCopyAndWorksFromThere) {
+  ASSERT_EQ(S_OK, Copy().Register());
+  const OpenKey server(HKEY_LOCAL_MACHINE,
+                       L"Software\\Classes\\CLSID\\" + kRegistered[0].classId + L"\\InprocServer32",
+                       KEY_READ);
+  EXPECT_TRUE(LinesBelow(server.Get()).contains(L" [] = " + File().wstring()));
+
+  ComPtr<_clsCollection> collection;
+  ASSERT_EQ(S_OK, CoCreateInstance(CLSID_clsCollection, nullptr, CLSCTX_INPROC_SERVER,
+                                   IID__clsCollection, collection.ReceiveVoid()));
+  EXPECT_EQ(S_FALSE, Copy().CanUnloadNow());
+  EXPECT_EQ(S_OK, Dll().CanUnloadNow());
+  ComPtr<ITypeInfo> own;
+  EXPECT_EQ(S_OK, collection->GetTypeInfo(0, LOCALE_NEUTRAL, own.Receive()));
+  ComPtr<ITypeLib> library;
+  EXPECT_EQ(S_OK, LoadRegTypeLib(LIBID_Brindlex, 1, 0, LOCALE_NEUTRAL, library.Receive()));
+}
+
 }  // namespace
 }  // namespace brindlex::testing
