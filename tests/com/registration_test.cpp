@@ -175,6 +175,56 @@ TEST_F(RegistrationTest, TheTypeLibraryIsFoundByItsId) {
   EXPECT_EQ(S_OK, library->GetTypeInfoOfGuid(IID__clsCollection, type.Receive()));
 }
 
+/// Answers the calls that other apartments make into this one until `thread` ends.
+void ServeUntilTheEndOf(HANDLE thread) {
+  while (MsgWaitForMultipleObjects(1, &thread, FALSE, 10000, QS_ALLINPUT) == WAIT_OBJECT_0 + 1) {
+    for (MSG message; PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE);) DispatchMessageW(&message);
+  }
+}
+
+struct OtherApartment {
+  IStream* marshaled;
+  HRESULT unmarshaled = E_UNEXPECTED;
+  HRESULT added = E_UNEXPECTED;
+  HRESULT missed = E_UNEXPECTED;
+  long count = 0;
+};
+
+DWORD WINAPI AddFromAnotherApartment(void* data) {
+  auto& other = *static_cast<OtherApartment*>(data);
+  CoInitializeEx(nullptr, COINIT_MULTITHREADED);
+  {
+    ComPtr<_clsCollection> proxy;
+    other.unmarshaled =
+        CoGetInterfaceAndReleaseStream(other.marshaled, IID__clsCollection, proxy.ReceiveVoid());
+    if (proxy) {
+      const Variant text(u"entry");
+      other.added = proxy->Add(text.Get(), Missing(), Missing(), Missing());
+      proxy->get_Count(&other.count);
+      Variant entry;
+      other.missed = proxy->get_Item(text.Get(), entry.Receive());
+    }
+  }
+  CoUninitialize();
+  return 0;
+}
+
+TEST_F(RegistrationTest, AnotherApartmentUsesAnObjectThroughItsInterface) {
+  ASSERT_EQ(S_OK, Dll().Register());
+  const auto collection = NewCollection();
+  OtherApartment other{};
+  ASSERT_EQ(S_OK, CoMarshalInterThreadInterfaceInStream(IID__clsCollection, collection.Get(),
+                                                        &other.marshaled));
+  const HANDLE thread = CreateThread(nullptr, 0, AddFromAnotherApartment, &other, 0, nullptr);
+  ASSERT_NE(nullptr, thread);
+  ServeUntilTheEndOf(thread);
+  CloseHandle(thread);
+  EXPECT_EQ(S_OK, other.unmarshaled);
+  EXPECT_EQ(S_OK, other.added);
+  EXPECT_EQ(1, other.count);
+  EXPECT_EQ(static_cast<HRESULT>(0x800A0005), other.missed);
+}
+
 TEST_F(RegistrationTest, NothingIsCreatedOnceItIsUnregistered) {
   ASSERT_EQ(S_OK, Dll().Register());
   ASSERT_EQ(S_OK, Dll().Unregister());
