@@ -1,0 +1,219 @@
+// Runs a script in the Windows Script Host as a user would, and closes the message boxes that it
+// shows, as a user would.
+//
+//   run_host SCRIPT
+//
+// The script says what it expects: a line "expects box: CAPTION|TEXT" for each box, in their order,
+// with line breaks in TEXT written as \r\n, and "all passed" as its last line, since failures in a
+// script can be silent. Exit status 0 when all of that came true.
+
+#include <windows.h>
+
+#include <cstdio>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace {
+
+constexpr DWORD kLongestRunMs = 120000;
+
+std::string Narrow(const std::wstring& text) {
+  std::string bytes(text.size() * 4, '\0');
+  const int length =
+      WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), bytes.data(),
+                          static_cast<int>(bytes.size()), nullptr, nullptr);
+  bytes.resize(static_cast<std::size_t>(length));
+  return bytes;
+}
+
+std::string WithVisibleBreaks(const std::string& text) {
+  std::string visible;
+  for (const char unit : text) {
+    if (unit == '\r') {
+      visible += "\\r";
+    } else if (unit == '\n') {
+      visible += "\\n";
+    } else {
+      visible += unit;
+    }
+  }
+  return visible;
+}
+
+std::wstring TextOf(HWND window) {
+  wchar_t text[4096];
+  const auto length = SendMessageW(window, WM_GETTEXT, 4096, reinterpret_cast<LPARAM>(text));
+  return {text, static_cast<std::size_t>(length)};
+}
+
+std::wstring ClassOf(HWND window) {
+  wchar_t name[64];
+  return {name, static_cast<std::size_t>(GetClassNameW(window, name, 64))};
+}
+
+/// The boxes of one process, in the order in which they were closed.
+struct Boxes {
+  DWORD process = 0;
+  std::vector<std::string> closed;
+  std::vector<HWND> handled;
+};
+
+BOOL CALLBACK FindText(HWND control, LPARAM data) {
+  const bool isText = ClassOf(control) == L"Static" &&
+                      (GetWindowLongW(control, GWL_STYLE) & SS_TYPEMASK) != SS_ICON;
+  if (isText) *reinterpret_cast<std::wstring*>(data) = TextOf(control);
+  return TRUE;
+}
+
+BOOL CALLBACK CloseBox(HWND window, LPARAM data) {
+  Boxes& boxes = *reinterpret_cast<Boxes*>(data);
+  DWORD process = 0;
+  GetWindowThreadProcessId(window, &process);
+  if (process != boxes.process || !IsWindowVisible(window) || ClassOf(window) != L"#32770") {
+    return TRUE;
+  }
+  for (const HWND handled : boxes.handled) {
+    if (handled == window) return TRUE;
+  }
+  std::wstring text;
+  EnumChildWindows(window, FindText, reinterpret_cast<LPARAM>(&text));
+  boxes.closed.push_back(WithVisibleBreaks(Narrow(TextOf(window) + L"|" + text)));
+  boxes.handled.push_back(window);
+  PostMessageW(window, WM_COMMAND, IDOK, 0);
+  return TRUE;
+}
+
+void ForgetClosedWindows(Boxes& boxes) {
+  std::vector<HWND> open;
+  for (const HWND window : boxes.handled) {
+    if (IsWindow(window)) open.push_back(window);
+  }
+  boxes.handled = std::move(open);
+}
+
+std::vector<std::string> LinesOf(const std::string& output) {
+  std::vector<std::string> lines;
+  std::string line;
+  for (const char unit : output) {
+    if (unit == '\n') {
+      lines.push_back(std::exchange(line, {}));
+    } else if (unit != '\r') {
+      line += unit;
+    }
+  }
+  if (!line.empty()) lines.push_back(line);
+  return lines;
+}
+
+/// A running script whose output is collected.
+class Script {
+ public:
+  explicit Script(const std::wstring& path) {
+    SECURITY_ATTRIBUTES inherited{sizeof(inherited), nullptr, TRUE};
+    HANDLE write = nullptr;
+    CreatePipe(&read_, &write, &inherited, 0);
+    SetHandleInformation(read_, HANDLE_FLAG_INHERIT, 0);
+    STARTUPINFOW startup{};
+    startup.cb = sizeof(startup);
+    startup.dwFlags = STARTF_USESTDHANDLES;
+    startup.hStdOutput = write;
+    startup.hStdError = write;
+    std::wstring command = L"cscript.exe //nologo \"" + path + L"\"";
+    started_ = CreateProcessW(nullptr, command.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr,
+                              &startup, &process_) != FALSE;
+    CloseHandle(write);
+    if (started_) reader_ = std::thread([this] { ReadAll(); });
+  }
+  Script(const Script&) = delete;
+  Script& operator=(const Script&) = delete;
+  ~Script() {
+    if (reader_.joinable()) reader_.join();
+    CloseHandle(read_);
+    if (started_) {
+      CloseHandle(process_.hThread);
+      CloseHandle(process_.hProcess);
+    }
+  }
+
+  bool Started() const { return started_; }
+  DWORD ProcessId() const { return process_.dwProcessId; }
+  bool Ended() const { return WaitForSingleObject(process_.hProcess, 5) == WAIT_OBJECT_0; }
+  void Kill() { TerminateProcess(process_.hProcess, 99); }
+
+  /// The script's exit code and output, once it has ended.
+  std::pair<DWORD, std::vector<std::string>> Outcome() {
+    DWORD code = 0;
+    GetExitCodeProcess(process_.hProcess, &code);
+    reader_.join();
+    return {code, LinesOf(output_)};
+  }
+
+ private:
+  void ReadAll() {
+    char bytes[4096];
+    DWORD count = 0;
+    while (ReadFile(read_, bytes, sizeof(bytes), &count, nullptr) != FALSE && count > 0) {
+      output_.append(bytes, count);
+    }
+  }
+
+  HANDLE read_ = nullptr;
+  PROCESS_INFORMATION process_{};
+  bool started_ = false;
+  std::thread reader_;
+  std::string output_;
+};
+
+bool Matches(const std::vector<std::string>& expected, const std::vector<std::string>& shown) {
+  for (std::size_t index = 0; index < expected.size() || index < shown.size(); ++index) {
+    const std::string want = index < expected.size() ? expected[index] : "(no box)";
+    const std::string have = index < shown.size() ? shown[index] : "(no box)";
+    if (want == have) continue;
+    std::printf("box %u\n  expected: %s\n  shown:    %s\n", static_cast<unsigned>(index + 1),
+                want.c_str(), have.c_str());
+    return false;
+  }
+  return true;
+}
+
+int Judge(DWORD code, const std::vector<std::string>& lines, const Boxes& boxes) {
+  const std::string prefix = "expects box: ";
+  std::vector<std::string> expected;
+  for (const std::string& line : lines) {
+    std::printf("%s\n", line.c_str());
+    if (line.rfind(prefix, 0) == 0) expected.push_back(line.substr(prefix.size()));
+  }
+  if (!Matches(expected, boxes.closed)) return 1;
+  if (code != 0) std::printf("the script ended with code %lu\n", code);
+  const bool passed = code == 0 && !lines.empty() && lines.back() == "all passed";
+  if (!passed) std::printf("the script did not come to its last line\n");
+  return passed ? 0 : 1;
+}
+
+}  // namespace
+
+int wmain(int argc, wchar_t** argv) {
+  if (argc != 2) {
+    std::fprintf(stderr, "usage: run_host SCRIPT\n");
+    return 2;
+  }
+  Script script(argv[1]);
+  if (!script.Started()) {
+    std::fprintf(stderr, "cscript does not start: error %lu\n", GetLastError());
+    return 2;
+  }
+  Boxes boxes;
+  boxes.process = script.ProcessId();
+  const DWORD start = GetTickCount();
+  while (!script.Ended()) {
+    EnumWindows(CloseBox, reinterpret_cast<LPARAM>(&boxes));
+    ForgetClosedWindows(boxes);
+    if (GetTickCount() - start < kLongestRunMs) continue;
+    std::printf("the script did not end\n");
+    script.Kill();
+  }
+  const auto [code, lines] = script.Outcome();
+  return Judge(code, lines, boxes);
+}
