@@ -95,7 +95,9 @@ class Object {
 
   const ObjectFamily& Family() const;
   Object CallForObject(TextView name) const { return Family().CallForObject(self_, name); }
-  CollectionRef CallForCollection(TextView name) const { return Family().CallForCollection(self_, name); }
+  CollectionRef CallForCollection(TextView name) const {
+    return Family().CallForCollection(self_, name);
+  }
   std::vector<Text> PropertyGetNames() const { return Family().PropertyGetNames(self_); }
 
  private:

@@ -80,8 +80,7 @@ CollectionRef RecordsOf(const RecordFamily& family, std::int32_t count) {
   for (std::int32_t number = 0; number < count; ++number) {
     Object object = family.NewRecord();
     const Text digits = DecimalText(number);
-    family.RecordOf(object).fields = {u"Title " + digits, u"Author", digits, u"12.50",
-                                      u"some remarks"};
+    family.RecordOf(object).fields = {digits, u"Author", u"2026", u"12.50", u"remark"};
     records->Add(std::move(object), std::nullopt);
   }
   return records;

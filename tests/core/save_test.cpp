@@ -175,7 +175,7 @@ TEST_F(SaveTest, AnEntryThatIsNoObjectIsReported) {
   const auto records = RecordsOf(TitleAndCount(), {{u"A", u"1"}});
   records->Add(TextView(u"text"), {});
   EXPECT_EQ(u"", store_.AsDelimitedFromCollection(records));
-  ExpectReports({SaveReport(u"Object required", 424, 5, u"Count")});
+  ExpectReports({SaveReport(u"Object required", 424, 5, u"")});
   const auto texts = Family().NewCollection();
   texts->Add(TextView(u"text"), {});
   EXPECT_EQ(u"", store_.AsDelimitedFromCollection(texts));

@@ -57,7 +57,6 @@ std::wstring ClassOf(HWND window) {
 struct Boxes {
   DWORD process = 0;
   std::vector<std::string> closed;
-  std::vector<HWND> handled;
 };
 
 BOOL CALLBACK FindText(HWND control, LPARAM data) {
@@ -74,23 +73,15 @@ BOOL CALLBACK CloseBox(HWND window, LPARAM data) {
   if (process != boxes.process || !IsWindowVisible(window) || ClassOf(window) != L"#32770") {
     return TRUE;
   }
-  for (const HWND handled : boxes.handled) {
-    if (handled == window) return TRUE;
-  }
+  // A mark on the window itself, since a later box may get the handle of one that is gone.
+  constexpr wchar_t kClosed[] = L"brindlex.closed";
+  if (GetPropW(window, kClosed) != nullptr) return TRUE;
+  SetPropW(window, kClosed, window);
   std::wstring text;
   EnumChildWindows(window, FindText, reinterpret_cast<LPARAM>(&text));
   boxes.closed.push_back(WithVisibleBreaks(Narrow(TextOf(window) + L"|" + text)));
-  boxes.handled.push_back(window);
   PostMessageW(window, WM_COMMAND, IDOK, 0);
   return TRUE;
-}
-
-void ForgetClosedWindows(Boxes& boxes) {
-  std::vector<HWND> open;
-  for (const HWND window : boxes.handled) {
-    if (IsWindow(window)) open.push_back(window);
-  }
-  boxes.handled = std::move(open);
 }
 
 std::vector<std::string> LinesOf(const std::string& output) {
@@ -105,6 +96,12 @@ std::vector<std::string> LinesOf(const std::string& output) {
   }
   if (!line.empty()) lines.push_back(line);
   return lines;
+}
+
+/// `path` with drive and backslashes: the script host takes a leading slash for an option.
+std::wstring FullPath(const wchar_t* path) {
+  wchar_t full[MAX_PATH];
+  return {full, GetFullPathNameW(path, MAX_PATH, full, nullptr)};
 }
 
 /// A running script whose output is collected.
@@ -199,7 +196,7 @@ int wmain(int argc, wchar_t** argv) {
     std::fprintf(stderr, "usage: run_host SCRIPT\n");
     return 2;
   }
-  Script script(argv[1]);
+  Script script(FullPath(argv[1]));
   if (!script.Started()) {
     std::fprintf(stderr, "cscript does not start: error %lu\n", GetLastError());
     return 2;
@@ -209,7 +206,6 @@ int wmain(int argc, wchar_t** argv) {
   const DWORD start = GetTickCount();
   while (!script.Ended()) {
     EnumWindows(CloseBox, reinterpret_cast<LPARAM>(&boxes));
-    ForgetClosedWindows(boxes);
     if (GetTickCount() - start < kLongestRunMs) continue;
     std::printf("the script did not end\n");
     script.Kill();
