@@ -32,6 +32,10 @@ LateCall& LateCall::With(const VARIANT& argument) {
   return *this;
 }
 
+LateCall& LateCall::WithOwned(Variant argument) {
+  return With(owned_.emplace_back(std::move(argument)).Get());
+}
+
 LateCall& LateCall::WithNamed(DISPID name, const VARIANT& argument) {
   names_.push_back(name);
   named_.push_back(argument);

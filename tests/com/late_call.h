@@ -23,8 +23,9 @@ class LateCall {
 
   LateCall& By(WORD flags);
   LateCall& In(LCID locale);
-  /// The next argument by place, in written order. Borrowed, as all arguments are.
+  /// The next argument by place, in written order. Borrowed, as all arguments are but the owned.
   LateCall& With(const VARIANT& argument);
+  LateCall& WithOwned(Variant argument);
   LateCall& WithNamed(DISPID name, const VARIANT& argument);
   /// Sets a property as hosts do, with the value under the name that is made for it.
   HRESULT Put(const VARIANT& value);
@@ -46,6 +47,7 @@ class LateCall {
   std::vector<VARIANT> placed_;
   std::vector<VARIANT> named_;
   std::vector<DISPID> names_;
+  std::vector<Variant> owned_;
   Variant result_;
   EXCEPINFO exception_{};
   UINT wrongArgument_ = kNoWrongArgument;
