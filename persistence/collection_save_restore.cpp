@@ -43,11 +43,9 @@ CollectionRef clsCollectionSaveRestore::GetMemberNamesLate(const Object& myObj) 
   Trap(
       [&](CurrentLine&) {
         CollectionRef listed;
-        IgnoreErrors([&] {
-          CollectionRef own = myObj.CallForCollection(kMembersCol);
-          if (!IsEmpty(own)) listed = std::move(own);
-        });
-        const std::vector<Text> names = listed ? TextsOf(*listed) : myObj.PropertyGetNames();
+        IgnoreErrors([&] { listed = myObj.CallForCollection(kMembersCol); });
+        const std::vector<Text> names =
+            IsEmpty(listed) ? myObj.PropertyGetNames() : TextsOf(*listed);
         CollectionRef collection = platform_.NewCollection();
         for (const Text& name : names) collection->Add(name, name);
         result = std::move(collection);
