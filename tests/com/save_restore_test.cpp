@@ -72,9 +72,25 @@ ShownError NoMember(int line) {
   return {438, u"Object doesn't support this property or method", line};
 }
 
+namespace {
+
+/// The test library's types, with all that the system keeps of a library once it has looked for a
+/// member in it.
+ComPtr<ITypeInfo> LoadedTypes() {
+  constexpr MEMBERID kNoMember = 4711;
+  ComPtr<ITypeInfo> types = TestTypeInfo(IID__DerivedRecord);
+  const auto record = TypedRecord::New(IID__DerivedRecord);
+  DISPPARAMS none{};
+  EXPECT_TRUE(FAILED(
+      record->Invoke(kNoMember, IID_NULL, 0, DISPATCH_METHOD, &none, nullptr, nullptr, nullptr)));
+  return types;
+}
+
+}  // namespace
+
 void SaveRestoreTest::SetUp() {
   // Held by the program from the first test on, so that it does not count as left over.
-  static const ComPtr<ITypeInfo> library = TestTypeInfo(IID__TypedRecord);
+  static const ComPtr<ITypeInfo> types = LoadedTypes();
   ComTest::SetUp();
   operations_ = NewSaveRestore();
 }

@@ -26,6 +26,8 @@ struct ShownError {
   std::int32_t number;
   std::u16string description;
   int line = 0;
+
+  ShownError AtLine(int at) const { return {number, description, at}; }
 };
 
 /// The two forms of report, spelt out here once more.

@@ -133,7 +133,7 @@ STDMETHODIMP ScriptedObject::GetTypeInfoCount(UINT* count) {
 
 STDMETHODIMP ScriptedObject::GetTypeInfo(UINT, LCID, ITypeInfo** info) {
   *info = nullptr;
-  if (FAILED(typeInfoStatus)) return typeInfoStatus;
+  if (typeInfoStatus != S_OK) return typeInfoStatus;
   if (!typeInfo) return E_NOTIMPL;
   *info = ComPtr<ITypeInfo>(typeInfo).Detach();
   return S_OK;
