@@ -43,11 +43,9 @@ CollectionRef clsCollectionSaveRestore::GetMemberNamesLate(const Object& myObj) 
   Trap(
       [&](CurrentLine&) {
         CollectionRef listed;
-        IgnoreErrors([&] {
-          CollectionRef own = myObj.CallForCollection(kMembersCol);
-          if (!IsEmpty(own)) listed = std::move(own);
-        });
-        const std::vector<Text> names = listed ? TextsOf(*listed) : myObj.PropertyGetNames();
+        IgnoreErrors([&] { listed = myObj.CallForCollection(kMembersCol); });
+        const std::vector<Text> names =
+            IsEmpty(listed) ? myObj.PropertyGetNames() : TextsOf(*listed);
         CollectionRef collection = platform_.NewCollection();
         for (const Text& name : names) collection->Add(name, name);
         result = std::move(collection);
@@ -122,7 +120,7 @@ Text clsCollectionSaveRestore::AsDelimitedFromCollection(const CollectionRef& my
                                                          const OptionalText& fieldEndMarker) {
   Text result;
   std::vector<Text> names;
-  std::size_t reading = 0;
+  std::size_t reading = TextView::npos;
   Trap(
       [&](CurrentLine& line) {
         line = 1;

@@ -11,15 +11,16 @@ namespace {
 /// The classes of all users.
 constexpr wchar_t kClassesRoot[] = L"Software\\Classes";
 
-using KeyOperation = HRESULT (*)(HKEY classesRoot, const std::vector<RegistryKey>& keys);
+using KeyOperation = HRESULT (*)(HKEY classesRoot, std::span<const RegistryKey> keys);
 
 HRESULT OnMachineKeys(KeyOperation operation) noexcept {
   try {
+    const std::vector<RegistryKey> keys = KeysOf(module::Path());
     HKEY root = nullptr;
     const LSTATUS status = RegCreateKeyExW(HKEY_LOCAL_MACHINE, kClassesRoot, 0, nullptr, 0,
                                            KEY_CREATE_SUB_KEY, nullptr, &root, nullptr);
     if (status != ERROR_SUCCESS) return HRESULT_FROM_WIN32(status);
-    const HRESULT result = operation(root, KeysOf(module::Path()));
+    const HRESULT result = operation(root, keys);
     RegCloseKey(root);
     return result;
   } catch (...) {

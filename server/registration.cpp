@@ -119,17 +119,18 @@ std::vector<RegistryKey> KeysOf(const std::wstring& modulePath) {
   return keys;
 }
 
-HRESULT WriteKeys(HKEY classesRoot, const std::vector<RegistryKey>& keys) {
-  for (const RegistryKey& key : keys) {
-    const LSTATUS status = WriteKey(classesRoot, key);
+HRESULT WriteKeys(HKEY classesRoot, std::span<const RegistryKey> keys) {
+  for (std::size_t index = 0; index < keys.size(); ++index) {
+    const LSTATUS status = WriteKey(classesRoot, keys[index]);
     if (status == ERROR_SUCCESS) continue;
-    RemoveKeys(classesRoot, keys);
+    // The key that failed may have been made, or got a part of its values.
+    RemoveKeys(classesRoot, keys.first(index + 1));
     return HRESULT_FROM_WIN32(status);
   }
   return S_OK;
 }
 
-HRESULT RemoveKeys(HKEY classesRoot, const std::vector<RegistryKey>& keys) {
+HRESULT RemoveKeys(HKEY classesRoot, std::span<const RegistryKey> keys) {
   LSTATUS first = ERROR_SUCCESS;
   std::for_each(keys.rbegin(), keys.rend(), [&](const RegistryKey& key) {
     const LSTATUS status = RemoveKey(classesRoot, key);

@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <span>
 #include <string>
 #include <vector>
 
@@ -26,12 +27,12 @@ struct RegistryKey {
 std::vector<RegistryKey> KeysOf(const std::wstring& modulePath);
 
 /// Writes `keys` below `classesRoot`. When one cannot be written, those written before are removed
-/// again and the system's error is returned.
-HRESULT WriteKeys(HKEY classesRoot, const std::vector<RegistryKey>& keys);
+/// again, those behind it are not touched, and the system's error is returned.
+HRESULT WriteKeys(HKEY classesRoot, std::span<const RegistryKey> keys);
 
 /// Removes `keys` from `classesRoot`: the values of ours, then every key that is empty without
 /// them. What others have put below our keys stays, with the path to it. A key that is not there is
 /// fine.
-HRESULT RemoveKeys(HKEY classesRoot, const std::vector<RegistryKey>& keys);
+HRESULT RemoveKeys(HKEY classesRoot, std::span<const RegistryKey> keys);
 
 }  // namespace brindlex

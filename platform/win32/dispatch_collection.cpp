@@ -47,10 +47,11 @@ class EnumeratedWalk : public VariantWalk {
 
  private:
   bool Next(Variant& entry) override {
-    ULONG fetched = 0;
+    // Some enumerators do not say how many they fetched, and some not that they are at their end.
+    ULONG fetched = 1;
     const HRESULT status = entries_->Next(1, entry.Receive(), &fetched);
     Check(status);
-    return status == S_OK;
+    return status == S_OK && fetched == 1;
   }
 
   ComPtr<IEnumVARIANT> entries_;

@@ -54,7 +54,10 @@ constexpr Mapping kMappings[] = {
 std::int32_t NumberOf(HRESULT status) {
   constexpr std::uint32_t kControlFacility = 0x800A0000;
   const auto bits = static_cast<std::uint32_t>(status);
-  if ((bits & 0xFFFF0000U) == kControlFacility) return static_cast<std::int32_t>(bits & 0xFFFFU);
+  // The number 0 stands for no error at all, so this one status keeps its own.
+  if ((bits & 0xFFFF0000U) == kControlFacility && bits != kControlFacility) {
+    return static_cast<std::int32_t>(bits & 0xFFFFU);
+  }
   const auto* found = std::find_if(std::begin(kMappings), std::end(kMappings),
                                    [status](const Mapping& m) { return m.status == status; });
   return found == std::end(kMappings) ? status : found->number;

@@ -10,9 +10,10 @@
 namespace brindlex {
 namespace {
 
-HRESULT IdByDispatchEx(IDispatch& object, BSTR name, DISPID& member) {
+/// Asks IDispatchEx after IDispatch has refused with `refusal`, which stands without it.
+HRESULT IdByDispatchEx(IDispatch& object, BSTR name, HRESULT refusal, DISPID& member) {
   const auto extended = ComPtr<IDispatch>(&object).As<IDispatchEx>();
-  if (!extended) return DISP_E_UNKNOWNNAME;
+  if (!extended) return refusal == E_NOTIMPL ? DISP_E_UNKNOWNNAME : refusal;
   return extended->GetDispID(name, fdexNameCaseInsensitive, &member);
 }
 
@@ -29,10 +30,10 @@ void InvokeRaw(IDispatch& object, DISPID member, WORD flags, DISPPARAMS& paramet
 
 DISPID MemberId(IDispatch& object, BSTR name) {
   DISPID member = DISPID_UNKNOWN;
-  const HRESULT status = object.GetIDsOfNames(IID_NULL, &name, 1, GetUserDefaultLCID(), &member);
-  if (SUCCEEDED(status)) return member;
-  if (SUCCEEDED(IdByDispatchEx(object, name, member))) return member;
-  throw status == E_NOTIMPL ? RuntimeError(error_number::kNoSuchMember) : ErrorOf(status);
+  HRESULT status = object.GetIDsOfNames(IID_NULL, &name, 1, GetUserDefaultLCID(), &member);
+  if (FAILED(status)) status = IdByDispatchEx(object, name, status, member);
+  Check(status);
+  return member;
 }
 
 Variant Invoke(IDispatch& object, DISPID member, WORD flags, std::span<VARIANT> arguments) {

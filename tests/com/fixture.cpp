@@ -78,7 +78,7 @@ void BoxWatch::Read(HWND window) {
   PostMessageW(window, WM_COMMAND, IDOK, 0);
 }
 
-Component::Component() : module_(LoadLibraryW(Path().c_str())) {
+Component::Component(const std::wstring& path) : module_(LoadLibraryW(path.c_str())) {
   if (module_ == nullptr) throw std::runtime_error("Brindlex.dll does not load");
 }
 

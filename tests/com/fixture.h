@@ -50,7 +50,7 @@ class BoxWatch {
 /// The DLL under test, loaded by its path and without the registry, as its clients see it.
 class Component {
  public:
-  Component();
+  explicit Component(const std::wstring& path = Path());
   Component(const Component&) = delete;
   Component& operator=(const Component&) = delete;
   ~Component();
