@@ -5,10 +5,10 @@
 #include <iterator>
 #include <memory>
 #include <optional>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
+#include "automation/key_index.h"
 #include "automation/runtime_error.h"
 #include "automation/text.h"
 
@@ -32,8 +32,8 @@ class KeyedList {
 
   /// The value under `key`, or null when there is none.
   const T* Find(TextView key) const {
-    const auto found = keys_.find(key);
-    return found == keys_.end() ? nullptr : &found->second->value;
+    const KeyNode* const found = keys_.Find(key);
+    return found == nullptr ? nullptr : &static_cast<const Entry*>(found)->value;
   }
 
   /// The value under `key`. Error 5 when there is none.
@@ -46,9 +46,8 @@ class KeyedList {
   /// The position of the value under `key`. Error 5 when there is none. Takes the time of looking
   /// at the positions behind it.
   std::size_t PositionOf(TextView key) const {
-    const auto found = keys_.find(key);
-    if (found == keys_.end()) throw RuntimeError(error_number::kInvalidCall);
-    const Entry* const sought = found->second;
+    const KeyNode* const sought = keys_.Find(key);
+    if (sought == nullptr) throw RuntimeError(error_number::kInvalidCall);
     const auto behind = std::find_if(entries_.rbegin(), entries_.rend(),
                                      [sought](const auto& entry) { return entry.get() == sought; });
     return static_cast<std::size_t>(entries_.rend() - behind);
@@ -65,12 +64,15 @@ class KeyedList {
     if (position < 1 || position > Count() + 1) {
       throw RuntimeError(error_number::kSubscriptOutOfRange);
     }
-    if (key && keys_.contains(*key)) throw RuntimeError(error_number::kKeyInUse);
+    if (key && keys_.Find(*key) != nullptr) throw RuntimeError(error_number::kKeyInUse);
     if (entries_.size() == entries_.capacity()) {
       entries_.reserve(std::max<std::size_t>(8, 2 * entries_.size()));
     }
     auto entry = std::make_unique<Entry>(std::move(value));
-    if (key) entry->key = &keys_.emplace(Text(*key), entry.get()).first->first;
+    if (key) {
+      keys_.Prepare();
+      keys_.Insert(*entry, Text(*key));
+    }
     entries_.insert(std::next(entries_.begin(), static_cast<std::ptrdiff_t>(position - 1)),
                     std::move(entry));
   }
@@ -83,25 +85,14 @@ class KeyedList {
     T value = std::move((*at)->value);
     const std::unique_ptr<Entry> removed = std::move(*at);
     entries_.erase(at);
-    if (removed->key != nullptr) keys_.erase(keys_.find(*removed->key));
+    if (removed->hasKey) keys_.Erase(*removed);
     return value;
   }
 
  private:
-  struct Entry {
+  struct Entry : KeyNode {
     explicit Entry(T&& v) : value(std::move(v)) {}
     T value;
-    /// The key's text, which keys_ owns; null for a value without a key.
-    const Text* key = nullptr;
-  };
-
-  struct Hash {
-    using is_transparent = void;
-    std::size_t operator()(TextView text) const { return HashIgnoringCase(text); }
-  };
-  struct Equal {
-    using is_transparent = void;
-    bool operator()(TextView left, TextView right) const { return EqualIgnoringCase(left, right); }
   };
 
   void CheckPosition(std::size_t position) const {
@@ -111,7 +102,7 @@ class KeyedList {
   }
 
   std::vector<std::unique_ptr<Entry>> entries_;
-  std::unordered_map<Text, Entry*, Hash, Equal> keys_;
+  KeyIndex keys_;
 };
 
 }  // namespace brindlex

@@ -56,7 +56,7 @@ class ObjectFamily {
   virtual CollectionRef CallForCollection(void* object, TextView name) const = 0;
 
   /// The names of the object's readable properties in declaration order, each once, from its
-  /// type information. Error 438 or the system's error when it has none.
+  /// type information. Error 445 or the system's error when it has none.
   virtual std::vector<Text> PropertyGetNames(void* object) const = 0;
 
   /// Access to the members `names` of objects of this family.
@@ -95,7 +95,9 @@ class Object {
 
   const ObjectFamily& Family() const;
   Object CallForObject(TextView name) const { return Family().CallForObject(self_, name); }
-  CollectionRef CallForCollection(TextView name) const { return Family().CallForCollection(self_, name); }
+  CollectionRef CallForCollection(TextView name) const {
+    return Family().CallForCollection(self_, name);
+  }
   std::vector<Text> PropertyGetNames() const { return Family().PropertyGetNames(self_); }
 
  private:

@@ -43,11 +43,9 @@ CollectionRef clsCollectionSaveRestore::GetMemberNamesLate(const Object& myObj) 
   Trap(
       [&](CurrentLine&) {
         CollectionRef listed;
-        IgnoreErrors([&] {
-          CollectionRef own = myObj.CallForCollection(kMembersCol);
-          if (!IsEmpty(own)) listed = std::move(own);
-        });
-        const std::vector<Text> names = listed ? TextsOf(*listed) : myObj.PropertyGetNames();
+        IgnoreErrors([&] { listed = myObj.CallForCollection(kMembersCol); });
+        const std::vector<Text> names =
+            IsEmpty(listed) ? myObj.PropertyGetNames() : TextsOf(*listed);
         CollectionRef collection = platform_.NewCollection();
         for (const Text& name : names) collection->Add(name, name);
         result = std::move(collection);
@@ -97,20 +95,42 @@ bool clsCollectionSaveRestore::ObjectItemExists(const CollectionRef& myCol,
 
 // ---- Objects to text ---------------------------------------------------------------------------
 
+namespace {
+
+/// How many records a save writes before it makes room for all.
+constexpr std::int32_t kSampleRecords = 64;
+
+/// Makes room in `text`, which holds `written` records, for `count`: one allocation in place of
+/// many that double, as far as the records are alike. The count is the host's word and may be
+/// wrong, so the room is limited, and going without it is fine.
+void ReserveFor(std::int32_t count, std::int32_t written, Text& text) {
+  constexpr double kMost = 32.0 * 1024 * 1024;
+  const double expected = 1.05 * count * static_cast<double>(text.size()) / written;
+  try {
+    text.reserve(static_cast<std::size_t>(std::min(expected, kMost)));
+  } catch (const std::exception&) {
+    return;
+  }
+}
+
+}  // namespace
+
 Text clsCollectionSaveRestore::AsDelimitedFromCollection(const CollectionRef& myObjects,
                                                          const OptionalText& recordEndMarker,
                                                          const OptionalText& fieldEndMarker) {
   Text result;
-  Text memberName;
+  std::vector<Text> names;
+  std::size_t reading = TextView::npos;
   Trap(
       [&](CurrentLine& line) {
         line = 1;
-        if (Given(myObjects).Count() == 0) return;
+        const std::int32_t count = Given(myObjects).Count();
+        if (count == 0) return;
         line = 2;
         const Markers markers = MarkersOr(DefaultMarkers(), recordEndMarker, fieldEndMarker);
         line = 3;
         const Object first = FirstObject(*myObjects);
-        const std::vector<Text> names = NamesToSave(first);
+        names = NamesToSave(first);
         line = 4;
         if (names.empty()) GoToHandler({});
         line = 5;
@@ -118,19 +138,21 @@ Text clsCollectionSaveRestore::AsDelimitedFromCollection(const CollectionRef& my
         AppendHeader(names, markers, text);
         const auto access = first.Family().Access(names);
         const auto walk = myObjects->Enumerate();
+        std::int32_t written = 0;
         for (Object object; walk->NextObject(object);) {
-          for (std::size_t member = 0; member < names.size(); ++member) {
-            memberName = names[member];
-            access->AppendText(object, member, text);
+          for (reading = 0; reading < names.size(); ++reading) {
+            access->AppendText(object, reading, text);
             text.append(markers.fieldEnd);
           }
           text.append(markers.recordEnd);
+          if (++written == kSampleRecords) ReserveFor(count, written, text);
         }
         result = std::move(text);
       },
       [&](const PendingError& pending) {
         Report report = TaggedReport(u"Error DFC", u"Error DFC", pending);
-        report.text.append(u" Member Name: ").append(memberName);
+        report.text.append(u" Member Name: ");
+        if (reading < names.size()) report.text.append(names[reading]);
         platform_.ShowReport(report);
       });
   return result;

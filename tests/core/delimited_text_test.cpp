@@ -1,0 +1,380 @@
+#include "persistence/delimited_text.h"
+
+#include <gmock/gmock.h>
+
+#include <random>
+#include <string>
+#include <vector>
+
+#include "tests/core/naive_format.h"
+#include "tests/core/persistence_test.h"
+
+namespace brindlex {
+namespace {
+
+using testing::ElementsAre;
+
+std::vector<Text> ItemsOf(TextView text, TextView delimiter) {
+  DelimitedItems items(text, delimiter);
+  std::vector<Text> texts;
+  for (TextView item; items.Next(item);) texts.emplace_back(item);
+  return texts;
+}
+
+TEST(MarkersTest, Rows) {
+  const Markers outer = DefaultMarkers();
+  EXPECT_EQ(u"\u00A5", outer.fieldEnd);
+  EXPECT_EQ(u"\u0152", outer.recordEnd);
+  const Markers inner = InternalMarkers();
+  EXPECT_EQ(u"\u00BB", inner.fieldEnd);
+  EXPECT_EQ(u"\u0160", inner.recordEnd);
+}
+
+TEST(MarkersTest, GivenMarkersStandInForTheDefaults) {
+  const Markers neither = MarkersOr(DefaultMarkers(), {}, {});
+  EXPECT_EQ(u"\u00A5", neither.fieldEnd);
+  EXPECT_EQ(u"\u0152", neither.recordEnd);
+  const Markers record = MarkersOr(DefaultMarkers(), u"||", {});
+  EXPECT_EQ(u"\u00A5", record.fieldEnd);
+  EXPECT_EQ(u"||", record.recordEnd);
+  const Markers field = MarkersOr(DefaultMarkers(), {}, u"\t");
+  EXPECT_EQ(u"\t", field.fieldEnd);
+  EXPECT_EQ(u"\u0152", field.recordEnd);
+}
+
+TEST(MarkersTest, AMarkerMustBeThereAndReadable) {
+  const auto unreadable = OptionalText::Unreadable(RuntimeError(13));
+  EXPECT_EQ(5, ErrorOf([] { MarkersOr(DefaultMarkers(), u"", {}); }));
+  EXPECT_EQ(5, ErrorOf([] { MarkersOr(DefaultMarkers(), {}, u""); }));
+  EXPECT_EQ(13, ErrorOf([&] { MarkersOr(DefaultMarkers(), unreadable, {}); }));
+  EXPECT_EQ(13, ErrorOf([&] { MarkersOr(DefaultMarkers(), {}, unreadable); }));
+}
+
+TEST(DelimitedItemsTest, Rows) {
+  EXPECT_THAT(ItemsOf(u"a,b,", u","), ElementsAre(u"a", u"b"));
+  EXPECT_THAT(ItemsOf(u"a,,", u","), ElementsAre(u"a", u""));
+  EXPECT_THAT(ItemsOf(u"a,b", u","), ElementsAre(u"a"));
+  EXPECT_THAT(ItemsOf(u",", u","), ElementsAre(u""));
+  EXPECT_THAT(ItemsOf(u",x", u","), ElementsAre(u""));
+  EXPECT_THAT(ItemsOf(u",,", u","), ElementsAre(u"", u""));
+  EXPECT_THAT(ItemsOf(u"ab--cd--e-", u"--"), ElementsAre(u"ab", u"cd"));
+  EXPECT_THAT(ItemsOf(u"A,aa,", u"a"), ElementsAre(u"A,", u""));
+  EXPECT_THAT(ItemsOf(TextView(u"\0,\0\xD800,", 5), u","),
+              ElementsAre(Text(1, u'\0'), TextView(u"\0\xD800", 2)));
+}
+
+TEST(DelimitedItemsTest, ATextWithoutADelimiterCannotBeSplit) {
+  EXPECT_EQ(5, ErrorOf([] { ItemsOf(u"", u","); }));
+  EXPECT_EQ(5, ErrorOf([] { ItemsOf(u"a", u","); }));
+  EXPECT_EQ(5, ErrorOf([] { ItemsOf(u"a-", u"--"); }));
+  EXPECT_EQ(5, ErrorOf([] { ItemsOf(u"b", u"B"); }));
+}
+
+TEST(DelimitedItemsTest, KnowsWhetherThereIsMore) {
+  DelimitedItems items(u"a,b,", u",");
+  TextView item;
+  EXPECT_TRUE(items.More());
+  EXPECT_TRUE(items.Next(item));
+  EXPECT_TRUE(items.More());
+  EXPECT_TRUE(items.Next(item));
+  EXPECT_FALSE(items.More());
+  EXPECT_FALSE(items.Next(item));
+  EXPECT_EQ(u"b", item);
+}
+
+Text Stripped(TextView text, TextView recordEnd) {
+  Text storage;
+  return Text(StripRecordBreaks(text, recordEnd, storage));
+}
+
+TEST(StripRecordBreaksTest, UpToThreeLineBreaksBehindARecordEndDisappear) {
+  EXPECT_EQ(u"a;b;", Stripped(u"a;b;", u";"));
+  EXPECT_EQ(u"a;b;", Stripped(u"a;\r\nb;\r\n", u";"));
+  EXPECT_EQ(u"a;b;", Stripped(u"a;\r\n\r\nb;\r\n\r\n", u";"));
+  EXPECT_EQ(u"a;b;", Stripped(u"a;\r\n\r\n\r\nb;", u";"));
+  EXPECT_EQ(u"a;\r\nb;", Stripped(u"a;\r\n\r\n\r\n\r\nb;", u";"));
+  EXPECT_EQ(u"a;\r\n\r\nb;", Stripped(u"a;\r\n\r\n\r\n\r\n\r\nb;", u";"));
+}
+
+TEST(StripRecordBreaksTest, OtherLineBreaksAreData) {
+  for (const TextView text :
+       {u"", u"\r\n", u"\r\na;", u"a\r\n;", u"a\r\nb;", u"a;\rb;", u"a;\nb;", u"a;\n\rb;"}) {
+    EXPECT_EQ(text, Stripped(text, u";"));
+  }
+}
+
+TEST(StripRecordBreaksTest, ATextWithoutThemIsNotCopied) {
+  const Text text = u"a;b;";
+  Text storage;
+  EXPECT_EQ(text.data(), StripRecordBreaks(text, u";", storage).data());
+}
+
+TEST(HeaderNamesTest, Rows) {
+  const Markers markers{u",", u";"};
+  const auto names = [&markers](TextView text) { return HeaderNames(text, markers); };
+  EXPECT_EQ(std::nullopt, names(u""));
+  EXPECT_EQ(std::nullopt, names(u"Title,Count,"));
+  EXPECT_EQ(std::nullopt, names(u";"));
+  EXPECT_EQ(std::nullopt, names(u",;"));
+  EXPECT_EQ(std::nullopt, names(u",;a,;"));
+  EXPECT_THAT(*names(u"a,;"), ElementsAre(u"a"));
+  EXPECT_THAT(*names(u",,;"), ElementsAre(u"", u""));
+  EXPECT_THAT(*names(u"ab;"), ElementsAre());
+  EXPECT_THAT(*names(u"a,b;c,;"), ElementsAre(u"a"));
+  EXPECT_THAT(*names(u"Title,Count,;x,y,;"), ElementsAre(u"Title", u"Count"));
+}
+
+/// All texts over `alphabet` of up to `length` units, the empty one included.
+std::vector<Text> TextsOver(TextView alphabet, std::size_t length) {
+  std::vector<Text> texts{u""};
+  for (std::size_t i = 0; texts[i].size() < length; ++i) {
+    for (const char16_t unit : alphabet) texts.push_back(texts[i] + unit);
+  }
+  return texts;
+}
+
+TEST(DelimitedTextModelTest, SplitsAndStripsEveryShortText) {
+  for (const Text& text : TextsOver(u"ab", 9)) {
+    for (const Text& marker : TextsOver(u"ab", 4)) {
+      if (marker.empty()) continue;
+      const auto expected = naive::SplitString(text, marker);
+      std::optional<std::vector<Text>> items;
+      const auto error = ErrorOf([&] { items = ItemsOf(text, marker); });
+      ASSERT_EQ(expected, items) << testing::PrintToString(text);
+      ASSERT_EQ(expected.has_value(), !error.has_value());
+    }
+  }
+}
+
+TEST(DelimitedTextModelTest, StripsEveryShortText) {
+  for (const Text& text : TextsOver(u";\r\n", 8)) {
+    for (const Text marker : {u";", u"\r\n", u";\r\n", u";;", u"\n"}) {
+      ASSERT_EQ(naive::StripRecordBreaks(text, marker), Stripped(text, marker))
+          << testing::PrintToString(text) << " at " << testing::PrintToString(marker);
+    }
+  }
+}
+
+/// Reads texts with the component and with the naive model, which must agree on everything that a
+/// caller or a user can see.
+class ModelTest : public PersistenceTest {
+ protected:
+  void Compare(const Text& text) {
+    CompareRestore(text);
+    CompareFieldNames(text);
+  }
+
+  void CompareRestore(const Text& text) {
+    const auto expected = naive::Restore(text, members_, markers_, keyProperty_);
+    const CollectionRef restored = store_.AsDelimitedToCollection(
+        text, creator_, markers_.recordEnd, markers_.fieldEnd, keyProperty_);
+    ASSERT_EQ(expected.records.has_value(), restored != nullptr) << testing::PrintToString(text);
+    if (restored != nullptr) {
+      ++restoredCount_;
+      ASSERT_TRUE(SameRecords(*expected.records, restored)) << testing::PrintToString(text);
+    }
+    ASSERT_EQ(expected.reports.size(), platform_.reports.size()) << testing::PrintToString(text);
+    for (std::size_t i = 0; i < expected.reports.size(); ++i) {
+      ASSERT_EQ(expected.reports[i].caption, platform_.reports[i].caption);
+      ASSERT_EQ(expected.reports[i].text, platform_.reports[i].text)
+          << testing::PrintToString(text);
+    }
+    reportCount_ += platform_.reports.size();
+    platform_.reports.clear();
+  }
+
+  bool SameRecords(const std::vector<naive::Record>& expected, const CollectionRef& restored) {
+    const auto& entries = CollectionIn(Family(), restored).entries;
+    if (entries.size() != expected.size()) return false;
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+      const auto& record = Family().In<MemoryRecord>(std::get<Object>(entries[i].value));
+      if (record.values != expected[i].values) return false;
+      if (entries[i].key.has_value() == expected[i].key.empty()) return false;
+      if (entries[i].key.value_or(Text()) != expected[i].key) return false;
+    }
+    return true;
+  }
+
+  void CompareFieldNames(const Text& text) {
+    const auto expected = naive::ReadFieldNames(text, markers_);
+    CollectionRef names;
+    const auto error = ErrorOf(
+        [&] { names = store_.FieldNamesCollection(text, markers_.recordEnd, markers_.fieldEnd); });
+    if (expected.duplicate) {
+      ASSERT_EQ(457, error) << testing::PrintToString(text);
+      return;
+    }
+    ASSERT_EQ(std::nullopt, error) << testing::PrintToString(text);
+    ASSERT_EQ(expected.names.has_value(), names != nullptr) << testing::PrintToString(text);
+    if (names != nullptr) {
+      ASSERT_EQ(*expected.names, NamesIn(names)) << testing::PrintToString(text);
+    }
+  }
+
+  void UseClass(naive::Texts members, Text keyProperty) {
+    std::vector<Member> own;
+    for (const Text& name : members) own.push_back({name});
+    members_ = std::move(members);
+    keyProperty_ = std::move(keyProperty);
+    creator_ = Creator(ListingClass(Family(), std::move(own)));
+  }
+
+  /// Nothing of the last run is alive, and both outcomes came up often enough to mean something.
+  void ExpectCovered(std::size_t restored, std::size_t reports) {
+    EXPECT_GE(restoredCount_, restored);
+    EXPECT_GE(reportCount_, reports);
+    creator_ = Object();
+  }
+
+  naive::Markers markers_;
+
+ private:
+  naive::Texts members_;
+  Text keyProperty_;
+  Object creator_;
+  std::size_t restoredCount_ = 0;
+  std::size_t reportCount_ = 0;
+};
+
+TEST_F(ModelTest, EveryShortText) {
+  UseClass({u"a", u"aa"}, u"a");
+  for (const Text& text : TextsOver(u"a\u00A5\u0152\r\n", 7)) {
+    ASSERT_NO_FATAL_FAILURE(Compare(text));
+  }
+  ExpectCovered(1000, 20'000);
+}
+
+TEST_F(ModelTest, EveryShortTextBehindAHeader) {
+  UseClass({u"a", u"aa"}, u"a");
+  for (const Text& text : TextsOver(u"a\u00A5\u0152\r\n", 5)) {
+    for (const TextView header : {u"a\u00A5\u0152", u"a\u00A5aa\u00A5\u0152",
+                                  u"x\u00A5A\u00A5\u0152", u"a\u00A5a\u00A5\u0152\r\n"}) {
+      ASSERT_NO_FATAL_FAILURE(CompareRestore(Text(header) + text));
+    }
+  }
+  ExpectCovered(300, 5000);
+}
+
+TEST_F(ModelTest, EveryShortTextWithoutKeys) {
+  UseClass({u"a"}, u"");
+  for (const Text& text : TextsOver(u"a\u00A5\u0152\r\n", 5)) {
+    ASSERT_NO_FATAL_FAILURE(CompareRestore(u"a\u00A5\u0152" + text));
+  }
+  ExpectCovered(100, 1000);
+}
+
+TEST_F(ModelTest, EveryShortTextWithMarkersOfSeveralCharacters) {
+  const naive::Markers markers[] = {
+      {u"ab", u"ba"}, {u"a", u"aa"}, {u"aa", u"a"},  {u"aba", u"bb"},
+      {u"a", u"a"},   {u"b", u"ab"}, {u"aab", u"b"},
+  };
+  UseClass({u"a", u"b", u"aa"}, u"b");
+  for (const naive::Markers& pair : markers) {
+    markers_ = pair;
+    for (const Text& text : TextsOver(u"ab", 10)) ASSERT_NO_FATAL_FAILURE(Compare(text));
+  }
+  ExpectCovered(150, 3000);
+}
+
+TEST_F(ModelTest, EveryShortTextWhoseRecordsAreLines) {
+  UseClass({u"a"}, u"a");
+  markers_ = {u"\t", u"\r\n"};
+  for (const Text& text : TextsOver(u"a\t\r\n", 7)) ASSERT_NO_FATAL_FAILURE(Compare(text));
+  ExpectCovered(10, 1000);
+}
+
+class RandomTextTest : public ModelTest {
+ protected:
+  std::size_t Below(std::size_t limit) { return random_() % limit; }
+
+  /// Mostly letters, sometimes the oddest units there are; never a marker.
+  Text RandomValue() {
+    constexpr char16_t kOdd[] = {u'\0',     u'\r',     u'\n',     u' ',
+                                 u'\xD800', u'\xDFFF', u'\uFFFF', u'\u00BB'};
+    Text value;
+    for (std::size_t length = Below(12); length > 0; --length) {
+      value +=
+          Below(4) == 0 ? kOdd[Below(std::size(kOdd))] : static_cast<char16_t>(u'A' + Below(50));
+    }
+    return value;
+  }
+
+  /// A first value that starts with a line break would lose it behind the record end before it.
+  Text RandomFirstValue() {
+    for (;;) {
+      Text value = RandomValue();
+      if (value.substr(0, 2) != u"\r\n") return value;
+    }
+  }
+
+  std::vector<Text> RandomRow(std::size_t columns) {
+    std::vector<Text> row{RandomFirstValue()};
+    while (row.size() < columns) row.push_back(RandomValue());
+    return row;
+  }
+
+  std::mt19937 random_{20240229};
+};
+
+TEST_F(RandomTextTest, WhatIsSavedIsRestored) {
+  for (int round = 0; round < 300; ++round) {
+    std::vector<Member> members;
+    naive::Texts names;
+    for (std::size_t column = Below(6) + 1; column > 0; --column) {
+      names.push_back(Text(u"Field").append(DecimalText(static_cast<std::int32_t>(column))));
+      members.push_back({names.back()});
+    }
+    const auto recordClass = ListingClass(Family(), members);
+    Rows rows;
+    for (std::size_t count = Below(20) + 1; count > 0; --count) {
+      rows.push_back(RandomRow(names.size()));
+    }
+    const Text text = store_.AsDelimitedFromCollection(RecordsOf(recordClass, rows));
+    ASSERT_EQ(naive::Save(names, rows, {}), text);
+    const CollectionRef restored = store_.AsDelimitedToCollection(text, Creator(recordClass));
+    ASSERT_NE(nullptr, restored);
+    ASSERT_EQ(rows, RowsOf(restored));
+  }
+  ExpectReports({});
+}
+
+/// Texts that are nearly right: a valid one with a few units exchanged, doubled or missing.
+TEST_F(RandomTextTest, DamagedTextsAsTheModelReadsThem) {
+  UseClass({u"Title", u"Count", u"Note"}, u"Title");
+  for (int round = 0; round < 6000; ++round) {
+    Text text =
+        u"Title\u00A5Count\u00A5note\u00A5\u0152A\u00A51\u00A5\u00A5\u0152B\u00A52\u00A5x\u00A5"
+        u"\u0152\r\nC\u00A53\u00A5y\u00A5\u0152";
+    for (std::size_t damages = Below(3) + 1; damages > 0; --damages) {
+      const std::size_t at = Below(text.size());
+      const char16_t unit = text[Below(text.size())];
+      switch (Below(3)) {
+        case 0:
+          text[at] = unit;
+          break;
+        case 1:
+          text.insert(at, 1, unit);
+          break;
+        default:
+          text.erase(at, 1);
+      }
+    }
+    ASSERT_NO_FATAL_FAILURE(Compare(text));
+  }
+  ExpectCovered(500, 1000);
+}
+
+TEST_F(ModelTest, EveryTruncationOfAValidText) {
+  UseClass({u"Title", u"Count"}, u"Title");
+  const Text text =
+      u"Title\u00A5Count\u00A5\u0152Alpha\u00A53\u00A5\u0152\r\nBeta\u00A512\u00A5\u0152\r\n\r\n"
+      u"\u00A5\u00A5\u0152Delta\u00A5-1\u00A5\u0152";
+  for (std::size_t length = 0; length <= text.size(); ++length) {
+    ASSERT_NO_FATAL_FAILURE(Compare(text.substr(0, length)));
+    ASSERT_NO_FATAL_FAILURE(Compare(text.substr(length)));
+  }
+  ExpectCovered(20, 30);
+}
+
+}  // namespace
+}  // namespace brindlex

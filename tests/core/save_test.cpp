@@ -1,0 +1,387 @@
+#include <gmock/gmock.h>
+
+#include <vector>
+
+#include "tests/core/persistence_test.h"
+
+namespace brindlex {
+namespace {
+
+using testing::ElementsAre;
+
+constexpr TextView kNoSuchMember = u"Object doesn't support this property or method";
+constexpr TextView kNotSet = u"Object variable or With block variable not set";
+
+class SaveTest : public PersistenceTest {
+ protected:
+  /// Records of a class without a GetMemberNames, of which more is to be said.
+  static std::shared_ptr<RecordClass> Unlisted() {
+    auto made = std::make_shared<RecordClass>();
+    made->members = {{u"A"}, {u"B"}};
+    return made;
+  }
+
+  CollectionRef OneRecord(const std::shared_ptr<RecordClass>& recordClass) {
+    return RecordsOf(recordClass, {{u"1", u"2"}});
+  }
+};
+
+TEST_F(SaveTest, AHeaderThenOneRecordForEachObject) {
+  const auto records = RecordsOf(TitleAndCount(), {{u"Alpha", u"3"}, {u"Beta", u"12"}});
+  EXPECT_EQ(u"Title\u00A5Count\u00A5\u0152Alpha\u00A53\u00A5\u0152Beta\u00A512\u00A5\u0152",
+            store_.AsDelimitedFromCollection(records));
+  EXPECT_EQ(u"Title\u00BBCount\u00BB\u0160Alpha\u00BB3\u00BB\u0160Beta\u00BB12\u00BB\u0160",
+            store_.AsDelimitedFromCollection(records, u"\u0160", u"\u00BB"));
+  EXPECT_EQ(u"Title, Count, \r\nAlpha, 3, \r\nBeta, 12, \r\n",
+            store_.AsDelimitedFromCollection(records, u"\r\n", u", "));
+  ExpectReports({});
+}
+
+TEST_F(SaveTest, EitherMarkerMayBeOmitted) {
+  const auto records = RecordsOf(TitleAndCount(), {{u"A", u"1"}});
+  EXPECT_EQ(u"Title\u00A5Count\u00A5;A\u00A51\u00A5;",
+            store_.AsDelimitedFromCollection(records, u";"));
+  EXPECT_EQ(u"Title,Count,\u0152A,1,\u0152", store_.AsDelimitedFromCollection(records, {}, u","));
+  ExpectReports({});
+}
+
+TEST_F(SaveTest, NoObjectsAreEmptyText) {
+  EXPECT_EQ(u"", store_.AsDelimitedFromCollection(Family().NewCollection()));
+  EXPECT_EQ(u"", store_.AsDelimitedFromCollection(Family().NewCollection(), u"", u""));
+  ExpectReports({});
+}
+
+TEST_F(SaveTest, EveryTypeOfMemberIsWrittenAsText) {
+  const auto recordClass = ListingClass(Family(), {{u"Name"},
+                                                   {u"Size", MemberType::kNumber, u"0"},
+                                                   {u"Made", MemberType::kDate, u"2000-01-01"},
+                                                   {u"Locked", MemberType::kBoolean, u"False"}});
+  EXPECT_EQ(
+      u"Name\u00A5Size\u00A5Made\u00A5Locked\u00A5\u0152"
+      u"a\u00A5-2.5\u00A52024-02-29\u00A5True\u00A5\u0152"
+      u"\u00A50\u00A52000-01-01\u00A5False\u00A5\u0152",
+      store_.AsDelimitedFromCollection(
+          RecordsOf(recordClass, {{u"a", u"-2.5", u"2024-02-29", u"True"}, {}})));
+}
+
+TEST_F(SaveTest, ValuesAreNeverEscaped) {
+  const Text odd(u"\0\xD800\u00A5\u0152\r\n", 6);
+  EXPECT_EQ(u"A\u00A5\u0152" + odd + u"\u00A5\u0152",
+            store_.AsDelimitedFromCollection(RecordsOf(ListingClass(Family(), {{u"A"}}), {{odd}})));
+}
+
+TEST_F(SaveTest, OneEmptyValueIsOneDelimiter) {
+  EXPECT_EQ(u"A\u00A5\u0152\u00A5\u0152",
+            store_.AsDelimitedFromCollection(RecordsOf(ListingClass(Family(), {{u"A"}}), {{u""}})));
+}
+
+TEST_F(SaveTest, NoCollectionIsReported) {
+  EXPECT_EQ(u"", store_.AsDelimitedFromCollection(nullptr));
+  ExpectReports({SaveReport(kNotSet, 91, 1, u"")});
+}
+
+TEST_F(SaveTest, AMarkerThatCannotBeUsedIsReported) {
+  const auto records = RecordsOf(TitleAndCount(), {{u"A", u"1"}});
+  EXPECT_EQ(u"", store_.AsDelimitedFromCollection(records, u""));
+  EXPECT_EQ(u"", store_.AsDelimitedFromCollection(records, {}, u""));
+  const auto unreadable = OptionalText::Unreadable(RuntimeError(13));
+  EXPECT_EQ(u"", store_.AsDelimitedFromCollection(records, unreadable));
+  const Report invalid = SaveReport(u"Invalid procedure call or argument", 5, 2, u"");
+  ExpectReports({invalid, invalid, SaveReport(u"Type mismatch", 13, 2, u"")});
+}
+
+TEST_F(SaveTest, TheListOfTheFirstObjectServesAll) {
+  const auto records = RecordsOf(TitleAndCount(), {{u"A", u"1"}});
+  const auto other = ListingClass(Family(), {{u"count"}, {u"Other"}, {u"TITLE"}});
+  records->Add(NewRecord(Family(), other, {u"2", u"x", u"B"}), {});
+  EXPECT_EQ(u"Title\u00A5Count\u00A5\u0152A\u00A51\u00A5\u0152B\u00A52\u00A5\u0152",
+            store_.AsDelimitedFromCollection(records));
+  ExpectReports({});
+}
+
+TEST_F(SaveTest, AMemberThatALaterObjectLacksIsReportedByName) {
+  const auto records = RecordsOf(TitleAndCount(), {{u"A", u"1"}});
+  records->Add(NewRecord(Family(), ListingClass(Family(), {{u"Title"}})), {});
+  EXPECT_EQ(u"", store_.AsDelimitedFromCollection(records));
+  ExpectReports({SaveReport(kNoSuchMember, 438, 5, u"Count")});
+}
+
+TEST_F(SaveTest, AListedNameThatIsNoMemberIsReported) {
+  const auto recordClass = TitleAndCount();
+  recordClass->getMemberNames = ListOf(Family(), {u"Title", u"Missing", u"Count"});
+  EXPECT_EQ(u"", store_.AsDelimitedFromCollection(OneRecord(recordClass)));
+  ExpectReports({SaveReport(kNoSuchMember, 438, 5, u"Missing")});
+}
+
+TEST_F(SaveTest, TheErrorOfAGetterIsReportedAsItStands) {
+  const auto recordClass = ListingClass(
+      Family(),
+      {{u"A"}, {.name = u"B", .getError = RuntimeError(-2147352571, u"odd words", u"x")}});
+  EXPECT_EQ(u"", store_.AsDelimitedFromCollection(OneRecord(recordClass)));
+  ExpectReports({SaveReport(u"odd words", -2147352571, 5, u"B")});
+}
+
+TEST_F(SaveTest, EveryGetterMayFail) {
+  const auto recordClass = TitleAndCount();
+  const auto records = RecordsOf(recordClass, {{u"A", u"1"}, {u"B", u"2"}, {u"C", u"3"}});
+  for (int nth = 1; nth <= 6; ++nth) {
+    int gets = 0;
+    recordClass->onUse = [&](RecordClass::Use use, TextView) {
+      if (use == RecordClass::Use::kGet && ++gets == nth) throw RuntimeError(94);
+    };
+    EXPECT_EQ(u"", store_.AsDelimitedFromCollection(records));
+    EXPECT_EQ(nth, gets);
+    ExpectReports({SaveReport(u"Invalid use of Null", 94, 5, nth % 2 == 1 ? u"Title" : u"Count")});
+  }
+}
+
+TEST_F(SaveTest, EveryUseOfTheCollectionMayFail) {
+  const auto records = RecordsOf(TitleAndCount(), {{u"A", u"1"}, {u"B", u"2"}});
+  MemoryCollection& inside = CollectionIn(Family(), records);
+  int failures = 0;
+  for (bool failed = true; failed; ++failures) {
+    int left = failures + 1;
+    inside.onUse = [&left](MemoryCollection::Use) {
+      if (--left == 0) throw RuntimeError(462);
+    };
+    const Text text = store_.AsDelimitedFromCollection(records);
+    failed = left <= 0;
+    EXPECT_EQ(failed, text.empty());
+    ASSERT_EQ(failed ? 1U : 0U, platform_.reports.size());
+    if (failed) {
+      EXPECT_EQ(u"Error DFC", platform_.reports[0].caption);
+      EXPECT_NE(Text::npos, platform_.reports[0].text.find(u" Number: 462 Line: "));
+    }
+    platform_.reports.clear();
+  }
+  EXPECT_GE(failures, 5);
+}
+
+TEST_F(SaveTest, ACollectionMayLieAboutItsCount) {
+  const auto records = RecordsOf(TitleAndCount(), {{u"A", u"1"}});
+  CollectionIn(Family(), records).claimedCount = 100;
+  EXPECT_EQ(u"Title\u00A5Count\u00A5\u0152A\u00A51\u00A5\u0152",
+            store_.AsDelimitedFromCollection(records));
+  CollectionIn(Family(), records).claimedCount = 0;
+  EXPECT_EQ(u"", store_.AsDelimitedFromCollection(records));
+  ExpectReports({});
+  const auto none = Family().NewCollection();
+  CollectionIn(Family(), none).claimedCount = 1;
+  EXPECT_EQ(u"", store_.AsDelimitedFromCollection(none));
+  ExpectReports({SaveReport(u"Subscript out of range", 9, 3, u"")});
+}
+
+TEST_F(SaveTest, AnEntryThatIsNoObjectIsReported) {
+  const auto records = RecordsOf(TitleAndCount(), {{u"A", u"1"}});
+  records->Add(TextView(u"text"), {});
+  EXPECT_EQ(u"", store_.AsDelimitedFromCollection(records));
+  ExpectReports({SaveReport(u"Object required", 424, 5, u"")});
+  const auto texts = Family().NewCollection();
+  texts->Add(TextView(u"text"), {});
+  EXPECT_EQ(u"", store_.AsDelimitedFromCollection(texts));
+  ExpectReports({SaveReport(u"Object required", 424, 3, u"")});
+}
+
+TEST_F(SaveTest, AnEntryThatIsNothingIsReported) {
+  const auto records = RecordsOf(TitleAndCount(), {{u"A", u"1"}});
+  records->Add(Object(), {});
+  EXPECT_EQ(u"", store_.AsDelimitedFromCollection(records));
+  ExpectReports({SaveReport(kNotSet, 91, 5, u"Title")});
+}
+
+TEST_F(SaveTest, NothingInTheFirstPlaceHasNoMemberNames) {
+  const auto records = Family().NewCollection();
+  records->Add(Object(), {});
+  EXPECT_EQ(u"", store_.AsDelimitedFromCollection(records));
+  ExpectReports({LateNamesReport(kNotSet, 91), SaveReport(u"", 0, 0, u"")});
+}
+
+TEST_F(SaveTest, AnObjectOfAnotherFamilyIsReported) {
+  const MemoryFamily other;
+  const auto records = RecordsOf(TitleAndCount(), {{u"A", u"1"}});
+  records->Add(NewRecord(other, ListingClass(other, {{u"Title"}, {u"Count"}})), {});
+  EXPECT_EQ(u"", store_.AsDelimitedFromCollection(records));
+  ExpectReports({SaveReport(StandardDescription(430), 430, 5, u"Title")});
+  CollectionIn(Family(), records).entries.clear();
+}
+
+// ---- Where the member names come from ----------------------------------------------------------
+
+TEST_F(SaveTest, WithoutMemberNamesTheTypeInformationTellsThem) {
+  const auto recordClass = Unlisted();
+  recordClass->typeInformation = {u"B", u"A"};
+  const ListSource sources[] = {
+      {},                                             // no such member
+      [] { return nullptr; },                         // nothing
+      ListOf(Family(), {}),                           // an empty list
+      Raises(RuntimeError(424)),                      // not a collection
+      Raises(RuntimeError(-2147467259, u"E", u"x")),  // any failure
+  };
+  for (const ListSource& source : sources) {
+    recordClass->getMemberNames = source;
+    EXPECT_EQ(u"B\u00A5A\u00A5\u01522\u00A51\u00A5\u0152",
+              store_.AsDelimitedFromCollection(OneRecord(recordClass)));
+    ExpectReports({});
+  }
+}
+
+TEST_F(SaveTest, MembersColGoesBeforeTheTypeInformation) {
+  const auto recordClass = Unlisted();
+  recordClass->typeInformation = {u"B", u"A"};
+  recordClass->membersCol = ListOf(Family(), {u"A"});
+  EXPECT_EQ(u"A\u00A5\u01521\u00A5\u0152",
+            store_.AsDelimitedFromCollection(OneRecord(recordClass)));
+  ExpectReports({});
+}
+
+TEST_F(SaveTest, GetMemberNamesGoesBeforeMembersCol) {
+  const auto recordClass = Unlisted();
+  recordClass->getMemberNames = ListOf(Family(), {u"B"});
+  recordClass->membersCol = ListOf(Family(), {u"A"});
+  EXPECT_EQ(u"B\u00A5\u01522\u00A5\u0152",
+            store_.AsDelimitedFromCollection(OneRecord(recordClass)));
+  ExpectReports({});
+}
+
+TEST_F(SaveTest, WithoutAnyNamesTwoReportsAreShown) {
+  EXPECT_EQ(u"", store_.AsDelimitedFromCollection(OneRecord(Unlisted())));
+  ExpectReports({LateNamesReport(kNoSuchMember, 438), SaveReport(u"", 0, 0, u"")});
+}
+
+TEST_F(SaveTest, AnEmptyTypeInformationLeavesNoNames) {
+  const auto recordClass = Unlisted();
+  recordClass->typeInformation.emplace();
+  EXPECT_EQ(u"", store_.AsDelimitedFromCollection(OneRecord(recordClass)));
+  ExpectReports({SaveReport(u"", 0, 0, u"")});
+}
+
+TEST_F(SaveTest, ReadOnlyPropertiesAreWritten) {
+  const auto recordClass = Unlisted();
+  recordClass->members[1].writable = false;
+  recordClass->typeInformation = {u"A", u"B"};
+  EXPECT_EQ(u"A\u00A5B\u00A5\u01521\u00A52\u00A5\u0152",
+            store_.AsDelimitedFromCollection(OneRecord(recordClass)));
+}
+
+TEST_F(SaveTest, NamesMayBeAnythingThatHasAText) {
+  const auto recordClass = Unlisted();
+  recordClass->members = {{u"1"}, {u"2"}};
+  recordClass->getMemberNames = [this] {
+    CollectionRef list = Family().NewCollection();
+    list->Add(TextView(u"2"), {});
+    list->Add(TextView(u"1"), {});
+    list->Add(TextView(u"2"), {});
+    return list;
+  };
+  EXPECT_EQ(u"2\u00A51\u00A52\u00A5\u0152y\u00A5x\u00A5y\u00A5\u0152",
+            store_.AsDelimitedFromCollection(RecordsOf(recordClass, {{u"x", u"y"}})));
+  ExpectReports({});
+}
+
+TEST_F(SaveTest, ANameWithoutATextIsReported) {
+  const auto recordClass = Unlisted();
+  recordClass->getMemberNames = [this] {
+    CollectionRef list = Family().NewCollection();
+    list->Add(Object(), {});
+    return list;
+  };
+  EXPECT_EQ(u"", store_.AsDelimitedFromCollection(OneRecord(recordClass)));
+  ExpectReports({SaveReport(u"Type mismatch", 13, 3, u"")});
+}
+
+// ---- GetMemberNamesLate ------------------------------------------------------------------------
+
+TEST_F(SaveTest, LateNamesAreThePropertiesInDeclarationOrder) {
+  const auto recordClass = Unlisted();
+  recordClass->typeInformation = {u"Zulu", u"alpha", u"Mike"};
+  const auto names = store_.GetMemberNamesLate(NewRecord(Family(), recordClass));
+  EXPECT_THAT(NamesIn(names), ElementsAre(u"Zulu", u"alpha", u"Mike"));
+  EXPECT_EQ(u"Zulu", names->TextUnder(u"zULU"));
+  ExpectReports({});
+}
+
+TEST_F(SaveTest, LateNamesAreThoseOfMembersColFirst) {
+  const auto recordClass = Unlisted();
+  recordClass->typeInformation = {u"A", u"B"};
+  recordClass->membersCol = ListOf(Family(), {u"B"});
+  const Object record = NewRecord(Family(), recordClass);
+  EXPECT_THAT(NamesIn(store_.GetMemberNamesLate(record)), ElementsAre(u"B"));
+  recordClass->membersCol = ListOf(Family(), {});
+  EXPECT_THAT(NamesIn(store_.GetMemberNamesLate(record)), ElementsAre(u"A", u"B"));
+  recordClass->membersCol = [] { return nullptr; };
+  EXPECT_THAT(NamesIn(store_.GetMemberNamesLate(record)), ElementsAre(u"A", u"B"));
+  recordClass->membersCol = Raises(RuntimeError(424));
+  EXPECT_THAT(NamesIn(store_.GetMemberNamesLate(record)), ElementsAre(u"A", u"B"));
+  ExpectReports({});
+}
+
+TEST_F(SaveTest, LateNamesDoNotAskForGetMemberNames) {
+  const auto recordClass = TitleAndCount();
+  recordClass->typeInformation = {u"Count"};
+  EXPECT_THAT(NamesIn(store_.GetMemberNamesLate(NewRecord(Family(), recordClass))),
+              ElementsAre(u"Count"));
+}
+
+TEST_F(SaveTest, LateNamesThatCannotBeFoundAreReported) {
+  EXPECT_EQ(nullptr, store_.GetMemberNamesLate(NewRecord(Family(), Unlisted())));
+  EXPECT_EQ(nullptr, store_.GetMemberNamesLate(Object()));
+  ExpectReports({LateNamesReport(kNoSuchMember, 438), LateNamesReport(kNotSet, 91)});
+}
+
+TEST_F(SaveTest, OnlyTheReadOfMembersColIsIgnored) {
+  const auto recordClass = Unlisted();
+  recordClass->typeInformation = {u"A"};
+  recordClass->membersCol = [this] {
+    CollectionRef list = ListOf(Family(), {u"A"})();
+    CollectionIn(Family(), list).onUse = [](MemoryCollection::Use) { throw RuntimeError(462); };
+    return list;
+  };
+  EXPECT_EQ(nullptr, store_.GetMemberNamesLate(NewRecord(Family(), recordClass)));
+  ExpectReports({LateNamesReport(StandardDescription(462), 462)});
+}
+
+TEST_F(SaveTest, TypeInformationThatNamesAPropertyTwiceIsReported) {
+  const auto recordClass = Unlisted();
+  recordClass->typeInformation = {u"A", u"a"};
+  EXPECT_EQ(nullptr, store_.GetMemberNamesLate(NewRecord(Family(), recordClass)));
+  ExpectReports({LateNamesReport(kKeyInUse, 457)});
+}
+
+TEST_F(SaveTest, AServiceThatFailsIsReported) {
+  const auto recordClass = Unlisted();
+  recordClass->typeInformation = {u"A"};
+  platform_.fault = Fault(1, RuntimeError(429));
+  EXPECT_EQ(nullptr, store_.GetMemberNamesLate(NewRecord(Family(), recordClass)));
+  ExpectReports({LateNamesReport(u"ActiveX component can't create object", 429)});
+}
+
+// ---- AsDelimitedFromObject ---------------------------------------------------------------------
+
+TEST_F(SaveTest, OneObjectIsACollectionOfOne) {
+  const Object record = NewRecord(Family(), TitleAndCount(), {u"A", u"1"});
+  EXPECT_EQ(u"Title\u00A5Count\u00A5\u0152A\u00A51\u00A5\u0152",
+            store_.AsDelimitedFromObject(record));
+  EXPECT_EQ(1U, Family().References(record));
+  ExpectReports({});
+}
+
+TEST_F(SaveTest, AnObjectThatCannotBeSavedIsReportedByTheSave) {
+  const auto recordClass = ListingClass(Family(), {{.name = u"A", .readable = false}});
+  EXPECT_EQ(u"", store_.AsDelimitedFromObject(NewRecord(Family(), recordClass)));
+  ExpectReports({SaveReport(kNoSuchMember, 438, 5, u"A")});
+  EXPECT_EQ(u"", store_.AsDelimitedFromObject(Object()));
+  ExpectReports({LateNamesReport(kNotSet, 91), SaveReport(u"", 0, 0, u"")});
+}
+
+TEST_F(SaveTest, AReportThatCannotBeShownIsTheCallersError) {
+  const auto recordClass = ListingClass(Family(), {{.name = u"A", .readable = false}});
+  platform_.fault = Fault(1, RuntimeError(51));
+  EXPECT_EQ(u"", store_.AsDelimitedFromObject(NewRecord(Family(), recordClass)));
+  ExpectReports({Tagged(u"Error DFO", u"Error DFO", u"Internal error", 51, 0)});
+  platform_.fault = Fault(1, RuntimeError(51));
+  EXPECT_EQ(51, ErrorOf([this] { store_.AsDelimitedFromCollection(nullptr); }));
+  ExpectReports({});
+}
+
+}  // namespace
+}  // namespace brindlex

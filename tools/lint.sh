@@ -1,0 +1,56 @@
+# Sourced by ./dev: the format of every source, and clang-tidy over every source that is compiled.
+
+# Debian 12's, by version: another one formats and judges otherwise.
+readonly clang_format=clang-format-14 clang_tidy=clang-tidy-14
+
+# Every source of ours, zero-terminated; what is built or hidden is not.
+sources() {
+  (cd "$root" && find . \( -path ./build -o -name '.?*' \) -prune -o \
+    -type f \( -name '*.cpp' -o -name '*.h' \) -print0)
+}
+
+format() {
+  (cd "$root" && sources | xargs -0 -r "$clang_format" -i)
+}
+
+check_format() {
+  say "checking the format (./dev format mends it)"
+  (cd "$root" && sources | xargs -0 -r "$clang_format" --dry-run -Werror)
+}
+
+# tidy DATABASE SOURCE_LIST [CLANG_TIDY_ARGUMENT...]: one process for each source, as many at once
+# as there are processors; any failure fails the whole.
+tidy() {
+  local database=$1 list=$2
+  shift 2
+  say "clang-tidy over $(tr -cd '\0' <"$list" | wc -c) sources of ${database#"$root"/}"
+  # The count of warnings that were suppressed in other people's headers is noise.
+  xargs -0 -r -P "$(nproc)" -n 1 "$clang_tidy" --quiet -p "$database" "$@" <"$list" \
+    2> >(grep -Ev '^[0-9]+ warnings? generated\.$' >&2)
+}
+
+# clang takes mingw's headers when told where they are. Left out are the folders of g++'s own
+# headers, as clang has its own, and the Linux headers, which it would find otherwise.
+windows_arguments() {
+  printf '%s\n' --target=i686-w64-mingw32 -nostdlibinc -nostdinc++
+  i686-w64-mingw32-g++-posix -E -v -x c++ /dev/null 2>&1 >/dev/null |
+    sed -n '/^#include </,/^End of search list/s/^ //p' |
+    xargs realpath | grep -Ev '^/usr/lib/gcc/.*/include(-fixed)?$' | sed 's/^/-isystem\n/'
+}
+
+# Every source is judged once: as native code if it is built so, else as Windows code. The component
+# is built first because its interface header is generated.
+lint() {
+  local windows=() argument
+  check_format
+  configure debug
+  build win32
+  python3 "$root/tools/lint_sources.py" "$root" "$root/build/debug" >"$root/build/lint.native"
+  python3 "$root/tools/lint_sources.py" "$root" "$root/build/win32" --without "$root/build/debug" \
+    >"$root/build/lint.windows"
+  [[ -s $root/build/lint.native ]] || fail "the compile database of build/debug has no source"
+  tidy "$root/build/debug" "$root/build/lint.native"
+
+  while read -r argument; do windows+=("--extra-arg=$argument"); done < <(windows_arguments)
+  tidy "$root/build/win32" "$root/build/lint.windows" "${windows[@]}"
+}
