@@ -56,7 +56,7 @@ class ObjectFamily {
   virtual CollectionRef CallForCollection(void* object, TextView name) const = 0;
 
   /// The names of the object's readable properties in declaration order, each once, from its
-  /// type information. Error 438 or the system's error when it has none.
+  /// type information. Error 445 or the system's error when it has none.
   virtual std::vector<Text> PropertyGetNames(void* object) const = 0;
 
   /// Access to the members `names` of objects of this family.

@@ -120,7 +120,7 @@ Text clsCollectionSaveRestore::AsDelimitedFromCollection(const CollectionRef& my
                                                          const OptionalText& fieldEndMarker) {
   Text result;
   std::vector<Text> names;
-  std::size_t reading = 0;
+  std::size_t reading = TextView::npos;
   Trap(
       [&](CurrentLine& line) {
         line = 1;
