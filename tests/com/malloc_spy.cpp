@@ -4,6 +4,7 @@
 
 #include <cstdlib>
 #include <iostream>
+#include <utility>
 
 namespace brindlex::testing {
 
@@ -32,7 +33,7 @@ void MallocSpy::FailAfter(long passed, bool everAfter) {
 bool MallocSpy::StopFailing() {
   untilFailure_ = -1;
   everAfter_ = false;
-  return hasFailed_;
+  return std::exchange(hasFailed_, false);
 }
 
 bool MallocSpy::ShallFail() {
