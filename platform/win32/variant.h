@@ -99,6 +99,10 @@ Text TextOf(const VARIANT& value);
 /// number, 6 when it does not fit, 94 for Null.
 std::int32_t WholeNumberOf(const VARIANT& value);
 
+/// `value` as a flag: a number other than 0, or the word for true in the user's locale or in
+/// English; Empty is false. Error 13 for text that is neither word nor number, 94 for Null.
+bool FlagOf(const VARIANT& value);
+
 /// The object that `value` refers to; null for Nothing. Error 424 when it is not an object
 /// reference, 430 when the object does not do automation.
 ComPtr<IDispatch> ObjectOf(const VARIANT& value);
