@@ -10,7 +10,7 @@ namespace brindlex {
 
 Text DecimalText(std::int32_t number) {
   char digits[12];
-  const auto end = std::to_chars(std::begin(digits), std::end(digits), number).ptr;
+  auto* const end = std::to_chars(std::begin(digits), std::end(digits), number).ptr;
   return {std::begin(digits), end};
 }
 

@@ -72,9 +72,10 @@ void Call::RequireAll(const Member& member, std::size_t count) const {
   }
 }
 
-UINT Call::PlaceOf(std::size_t index) const {
+std::optional<UINT> Call::PlaceOf(std::size_t index) const {
   const VARIANT* const given = given_.at(index);
-  return given == nullptr ? 0 : static_cast<UINT>(given - params_.rgvarg);
+  if (given == nullptr) return std::nullopt;
+  return static_cast<UINT>(given - params_.rgvarg);
 }
 
 VARIANT Call::ValueAt(std::size_t index) {
@@ -86,7 +87,10 @@ VARIANT Call::ValueAt(std::size_t index) {
     return missing;
   }
   if ((given->vt & VT_BYREF) == 0) return *given;
-  return owned_.emplace_back(*given).Get();
+  Variant copy;
+  const HRESULT status = CopyValue(copy.Get(), Dereferenced(*given));
+  if (FAILED(status)) throw BadArgument{status, PlaceOf(index)};
+  return owned_.emplace_back(std::move(copy)).Get();
 }
 
 const VARIANT& Call::ConvertedAt(std::size_t index, VARTYPE type) {
@@ -94,6 +98,8 @@ const VARIANT& Call::ConvertedAt(std::size_t index, VARTYPE type) {
   if (given.vt == type) return given;
   Variant converted;
   const HRESULT status = ChangeType(converted.Get(), Dereferenced(given), VARIANT_ALPHABOOL, type);
+  // An object that does no automation is a value of the wrong type like any other.
+  if (status == E_NOINTERFACE) throw BadArgument{DISP_E_TYPEMISMATCH, PlaceOf(index)};
   if (FAILED(status)) throw BadArgument{status, PlaceOf(index)};
   return owned_.emplace_back(std::move(converted)).Get();
 }
@@ -165,7 +171,7 @@ HRESULT InvokeMember(std::span<const Member> members, IDispatch& self, DISPID id
   try {
     return Perform(*member, self, *params, result, exception);
   } catch (const BadArgument& bad) {
-    if (wrongArgument != nullptr) *wrongArgument = bad.place;
+    if (wrongArgument != nullptr && bad.place) *wrongArgument = *bad.place;
     return bad.status;
   } catch (...) {
     return MoveErrorInfo(ReportCaughtError(IID_IDispatch), exception);

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstddef>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -38,10 +39,10 @@ struct Member {
 };
 
 /// Thrown while arguments are taken: the status that IDispatch::Invoke returns for it, and the
-/// argument's place in the caller's own, reversed order.
+/// argument's place in the caller's own, reversed order, unless the fault is that of none.
 struct BadArgument {
   HRESULT status;
-  UINT place = 0;
+  std::optional<UINT> place = std::nullopt;
 };
 
 /// The arguments and the result of one call through IDispatch::Invoke. Arguments are taken by their
@@ -79,7 +80,7 @@ class Call {
   void Sort(const Member& member, std::size_t count);
   void RequireAll(const Member& member, std::size_t count) const;
   const VARIANT& ConvertedAt(std::size_t index, VARTYPE type);
-  UINT PlaceOf(std::size_t index) const;
+  std::optional<UINT> PlaceOf(std::size_t index) const;
   VARIANT& Result(VARTYPE type);
 
   const DISPPARAMS& params_;

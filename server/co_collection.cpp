@@ -127,6 +127,11 @@ class EntryWalk : public IEnumVARIANT {
 
 const std::span<const Member> CoCollection::kMembers = kCollectionMembers;
 
+CoCollection::~CoCollection() {
+  // An entry that ends may use the collection, which is empty and whole by then.
+  while (entries_.Count() > 0) const auto ended = std::exchange(entries_, {});
+}
+
 const Variant& CoCollection::EntryAt(const VARIANT& index) const {
   if (const BSTR* const key = TextIn(index)) return entries_.At(ViewOf(*key));
   return entries_.At(PositionOf(index));

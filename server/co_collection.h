@@ -13,6 +13,9 @@ class CoCollection : public Coclass<CoCollection, _clsCollection, ::clsCollectio
  public:
   static const std::span<const Member> kMembers;
 
+  CoCollection() = default;
+  ~CoCollection() override;
+
   STDMETHODIMP get_Item(VARIANT index, VARIANT* result) override;
   STDMETHODIMP Add(VARIANT item, VARIANT key, VARIANT before, VARIANT after) override;
   STDMETHODIMP get_Count(long* result) override;

@@ -34,7 +34,11 @@ class Coclass : public Interface, public ISupportErrorInfo, public IProvideClass
   STDMETHODIMP_(ULONG) AddRef() override { return ++references_; }
   STDMETHODIMP_(ULONG) Release() override {
     const ULONG left = --references_;
-    if (left == 0) delete static_cast<Self*>(this);
+    if (left == 0) {
+      // What the object owns may use it once more at its own end, which must not end it twice.
+      references_ = 1;
+      delete static_cast<Self*>(this);
+    }
     return left;
   }
 

@@ -80,6 +80,10 @@ const VARIANT& Dereferenced(const VARIANT& value) noexcept {
 
 void AppendText(const VARIANT& value, Text& text) {
   const VARIANT& actual = Dereferenced(value);
+  if (IsObjectReference(actual)) {
+    AppendText(DefaultValueOf(actual).Get(), text);
+    return;
+  }
   switch (actual.vt) {
     case VT_BSTR:
       text.append(ViewOf(actual.bstrVal));

@@ -1,5 +1,7 @@
 #include "tests/core/naive_format.h"
 
+#include <algorithm>
+
 namespace naive {
 namespace {
 
@@ -67,10 +69,8 @@ Record MakeRecord(const Texts& values, const Texts& names, const Texts& members,
 
 bool KeyInUse(const std::vector<Record>& records, const Text& key) {
   if (key.empty()) return false;
-  for (const Record& record : records) {
-    if (SameName(record.key, key)) return true;
-  }
-  return false;
+  return std::any_of(records.begin(), records.end(),
+                     [&key](const Record& record) { return SameName(record.key, key); });
 }
 
 }  // namespace

@@ -74,7 +74,7 @@ class PersistenceTest : public HostTest {
 
   /// A collection of records of `recordClass`, one for each row of values.
   CollectionRef RecordsOf(const std::shared_ptr<const RecordClass>& recordClass, const Rows& rows) {
-    const CollectionRef collection = Family().NewCollection();
+    CollectionRef collection = Family().NewCollection();
     for (const auto& row : rows) collection->Add(NewRecord(Family(), recordClass, row), {});
     return collection;
   }

@@ -1,4 +1,4 @@
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include <vector>
 
@@ -6,8 +6,6 @@
 
 namespace brindlex {
 namespace {
-
-using testing::ElementsAre;
 
 constexpr TextView kSaved = u"Title\u00A5Count\u00A5\u0152A\u00A51\u00A5\u0152B\u00A52\u00A5\u0152";
 const std::vector<std::vector<Text>> kRows = {{u"A", u"1"}, {u"B", u"2"}};
@@ -149,6 +147,17 @@ TEST_F(ReentryTest, AMultiCollectionTextThatChangesWhileItIsReported) {
   ASSERT_NE(nullptr, inner);
   EXPECT_EQ(kRows, RowsOf(inner));
   ExpectReports({SplitReport(), RestoreReport(u"Subscript out of range", 9, 6)});
+}
+
+TEST_F(ReentryTest, AMultiCollectionTextThatChangesBeforeItIsRead) {
+  store_.SetMultiDataString(store_.MultiDataColString(RecordsOf(TitleAndCount(), kRows), u"Items"));
+  platform_.fault = Fault(1, RuntimeError(429));
+  platform_.whileShown = [&] { store_.SetMultiDataString(u"changed"); };
+  const auto working = store_.WorkingCol(u"Items", Creator(TitleAndCount()));
+  ASSERT_NE(nullptr, working);
+  EXPECT_EQ(kRows, RowsOf(working));
+  EXPECT_EQ(u"changed", store_.MultiDataString());
+  ExpectReports({Tagged(u"Error GMN", u"Error GMN", StandardDescription(429), 429, 0)});
 }
 
 TEST_F(ReentryTest, ACreatorThatChangesTheMultiCollectionText) {

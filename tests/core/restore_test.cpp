@@ -327,6 +327,15 @@ TEST_F(RestoreTest, EveryCallOfTheCreatorMayFailOrSayNothing) {
   }
 }
 
+TEST_F(RestoreTest, NothingIsNoRecordEvenWhereNoMemberIsSet) {
+  const auto recordClass = TitleAndCount();
+  int calls = 0;
+  const Object creator = Family().New<MemoryCreator>(
+      [&] { return ++calls == 2 ? Object() : NewRecord(Family(), recordClass); });
+  EXPECT_EQ(nullptr, store_.AsDelimitedToCollection(u"Other\u00A5\u0152x\u00A5\u0152", creator));
+  ExpectReports({RestoreReport(kNotSet, 91, 7)});
+}
+
 TEST_F(RestoreTest, WhatIsNoCreatorIsReported) {
   EXPECT_EQ(nullptr, store_.AsDelimitedToCollection(kTwoRecords, Object()));
   ExpectReports({RestoreReport(kNotSet, 91, 3)});
@@ -389,7 +398,7 @@ TEST_F(RestoreTest, TheMemberNamesAreAskedForBeforeTheTextIsLookedAt) {
 TEST_F(RestoreTest, ANameCountsUnderItsKeyOnly) {
   const auto recordClass = TitleAndCount();
   recordClass->getMemberNames = [this] {
-    const CollectionRef list = Family().NewCollection();
+    CollectionRef list = Family().NewCollection();
     list->Add(TextView(u"Title"), {});              // found by no key
     list->Add(TextView(u"x"), TextView(u"Count"));  // another text, but there is one
     list->Add(Object(), TextView(u"Other"));        // no text
@@ -405,7 +414,7 @@ TEST_F(RestoreTest, ANameCountsUnderItsKeyOnly) {
 TEST_F(RestoreTest, AListThatFailsWhenItIsLookedUpHasNoNames) {
   const auto recordClass = TitleAndCount();
   recordClass->getMemberNames = [this] {
-    const CollectionRef list = ListOf(Family(), {u"Title", u"Count"})();
+    CollectionRef list = ListOf(Family(), {u"Title", u"Count"})();
     CollectionIn(Family(), list).onUse = [](MemoryCollection::Use use) {
       if (use == MemoryCollection::Use::kLookUp) throw RuntimeError(462);
     };
@@ -419,7 +428,7 @@ TEST_F(RestoreTest, AListThatFailsWhenItIsLookedUpHasNoNames) {
 TEST_F(RestoreTest, AListThatCannotBeCountedIsReported) {
   const auto recordClass = TitleAndCount();
   recordClass->getMemberNames = [this] {
-    const CollectionRef list = ListOf(Family(), {u"Title"})();
+    CollectionRef list = ListOf(Family(), {u"Title"})();
     CollectionIn(Family(), list).onUse = [](MemoryCollection::Use) { throw RuntimeError(462); };
     return list;
   };

@@ -15,7 +15,7 @@ constexpr TextView kNotSet = u"Object variable or With block variable not set";
 class SaveTest : public PersistenceTest {
  protected:
   /// Records of a class without a GetMemberNames, of which more is to be said.
-  std::shared_ptr<RecordClass> Unlisted() {
+  static std::shared_ptr<RecordClass> Unlisted() {
     auto made = std::make_shared<RecordClass>();
     made->members = {{u"A"}, {u"B"}};
     return made;
@@ -175,7 +175,7 @@ TEST_F(SaveTest, AnEntryThatIsNoObjectIsReported) {
   const auto records = RecordsOf(TitleAndCount(), {{u"A", u"1"}});
   records->Add(TextView(u"text"), {});
   EXPECT_EQ(u"", store_.AsDelimitedFromCollection(records));
-  ExpectReports({SaveReport(u"Object required", 424, 5, u"Count")});
+  ExpectReports({SaveReport(u"Object required", 424, 5, u"")});
   const auto texts = Family().NewCollection();
   texts->Add(TextView(u"text"), {});
   EXPECT_EQ(u"", store_.AsDelimitedFromCollection(texts));
@@ -267,7 +267,7 @@ TEST_F(SaveTest, NamesMayBeAnythingThatHasAText) {
   const auto recordClass = Unlisted();
   recordClass->members = {{u"1"}, {u"2"}};
   recordClass->getMemberNames = [this] {
-    const CollectionRef list = Family().NewCollection();
+    CollectionRef list = Family().NewCollection();
     list->Add(TextView(u"2"), {});
     list->Add(TextView(u"1"), {});
     list->Add(TextView(u"2"), {});
@@ -281,7 +281,7 @@ TEST_F(SaveTest, NamesMayBeAnythingThatHasAText) {
 TEST_F(SaveTest, ANameWithoutATextIsReported) {
   const auto recordClass = Unlisted();
   recordClass->getMemberNames = [this] {
-    const CollectionRef list = Family().NewCollection();
+    CollectionRef list = Family().NewCollection();
     list->Add(Object(), {});
     return list;
   };
@@ -332,7 +332,7 @@ TEST_F(SaveTest, OnlyTheReadOfMembersColIsIgnored) {
   const auto recordClass = Unlisted();
   recordClass->typeInformation = {u"A"};
   recordClass->membersCol = [this] {
-    const CollectionRef list = ListOf(Family(), {u"A"})();
+    CollectionRef list = ListOf(Family(), {u"A"})();
     CollectionIn(Family(), list).onUse = [](MemoryCollection::Use) { throw RuntimeError(462); };
     return list;
   };

@@ -229,9 +229,9 @@ TEST_F(ShortMemoryTest, ReplacingACollection) {
 TEST_F(ShortMemoryTest, ItemExists) {
   const auto names = ListOf(Family(), {u"A name of some length"})();
   bool exists = false;
-  const auto failures =
-      FailEveryAllocation([&] { exists = store_.ItemExists(names, u"a NAME of some length"); },
-                          [&](bool failed) { EXPECT_EQ(!failed, exists); });
+  const auto failures = FailEveryAllocation(
+      [&] { exists = clsCollectionSaveRestore::ItemExists(names, u"a NAME of some length"); },
+      [&](bool failed) { EXPECT_EQ(!failed, exists); });
   EXPECT_GT(failures, 0U);
   ExpectReports({});
 }

@@ -11,13 +11,13 @@
 
 #include <cstdio>
 #include <string>
-#include <thread>
 #include <utility>
 #include <vector>
 
 namespace {
 
 constexpr DWORD kLongestRunMs = 120000;
+constexpr UINT kLongestAnswerMs = 2000;
 
 std::string Narrow(const std::wstring& text) {
   std::string bytes(text.size() * 4, '\0');
@@ -44,7 +44,10 @@ std::string WithVisibleBreaks(const std::string& text) {
 
 std::wstring TextOf(HWND window) {
   wchar_t text[4096];
-  const auto length = SendMessageW(window, WM_GETTEXT, 4096, reinterpret_cast<LPARAM>(text));
+  DWORD_PTR length = 0;
+  // With a time limit, since the window may be going just now.
+  SendMessageTimeoutW(window, WM_GETTEXT, 4096, reinterpret_cast<LPARAM>(text), SMTO_ABORTIFHUNG,
+                      kLongestAnswerMs, &length);
   return {text, static_cast<std::size_t>(length)};
 }
 
@@ -104,34 +107,26 @@ std::wstring FullPath(const wchar_t* path) {
   return {full, GetFullPathNameW(path, MAX_PATH, full, nullptr)};
 }
 
-/// A running script whose output is collected.
+/// A running script whose output goes to a file that goes with this object.
 class Script {
  public:
-  explicit Script(const std::wstring& path) {
-    SECURITY_ATTRIBUTES inherited{sizeof(inherited), nullptr, TRUE};
-    HANDLE write = nullptr;
-    CreatePipe(&read_, &write, &inherited, 0);
-    SetHandleInformation(read_, HANDLE_FLAG_INHERIT, 0);
+  explicit Script(const std::wstring& path) : output_(NewOutputFile()) {
     STARTUPINFOW startup{};
     startup.cb = sizeof(startup);
     startup.dwFlags = STARTF_USESTDHANDLES;
-    startup.hStdOutput = write;
-    startup.hStdError = write;
+    startup.hStdOutput = output_;
+    startup.hStdError = output_;
     std::wstring command = L"cscript.exe //nologo \"" + path + L"\"";
     started_ = CreateProcessW(nullptr, command.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr,
                               &startup, &process_) != FALSE;
-    CloseHandle(write);
-    if (started_) reader_ = std::thread([this] { ReadAll(); });
   }
   Script(const Script&) = delete;
   Script& operator=(const Script&) = delete;
   ~Script() {
-    if (reader_.joinable()) reader_.join();
-    CloseHandle(read_);
-    if (started_) {
-      CloseHandle(process_.hThread);
-      CloseHandle(process_.hProcess);
-    }
+    CloseHandle(output_);
+    if (!started_) return;
+    CloseHandle(process_.hThread);
+    CloseHandle(process_.hProcess);
   }
 
   bool Started() const { return started_; }
@@ -139,28 +134,36 @@ class Script {
   bool Ended() const { return WaitForSingleObject(process_.hProcess, 5) == WAIT_OBJECT_0; }
   void Kill() { TerminateProcess(process_.hProcess, 99); }
 
-  /// The script's exit code and output, once it has ended.
-  std::pair<DWORD, std::vector<std::string>> Outcome() {
+  DWORD ExitCode() const {
     DWORD code = 0;
     GetExitCodeProcess(process_.hProcess, &code);
-    reader_.join();
-    return {code, LinesOf(output_)};
+    return code;
+  }
+
+  /// What the script has written, once it has ended.
+  std::vector<std::string> Output() const {
+    std::string output(GetFileSize(output_, nullptr), '\0');
+    DWORD count = 0;
+    SetFilePointer(output_, 0, nullptr, FILE_BEGIN);
+    ReadFile(output_, output.data(), static_cast<DWORD>(output.size()), &count, nullptr);
+    output.resize(count);
+    return LinesOf(output);
   }
 
  private:
-  void ReadAll() {
-    char bytes[4096];
-    DWORD count = 0;
-    while (ReadFile(read_, bytes, sizeof(bytes), &count, nullptr) != FALSE && count > 0) {
-      output_.append(bytes, count);
-    }
+  static HANDLE NewOutputFile() {
+    wchar_t folder[MAX_PATH];
+    wchar_t path[MAX_PATH];
+    GetTempPathW(MAX_PATH, folder);
+    GetTempFileNameW(folder, L"run", 0, path);
+    SECURITY_ATTRIBUTES inherited{sizeof(inherited), nullptr, TRUE};
+    return CreateFileW(path, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                       &inherited, CREATE_ALWAYS, FILE_FLAG_DELETE_ON_CLOSE, nullptr);
   }
 
-  HANDLE read_ = nullptr;
+  HANDLE output_;
   PROCESS_INFORMATION process_{};
   bool started_ = false;
-  std::thread reader_;
-  std::string output_;
 };
 
 bool Matches(const std::vector<std::string>& expected, const std::vector<std::string>& shown) {
@@ -210,6 +213,5 @@ int wmain(int argc, wchar_t** argv) {
     std::printf("the script did not end\n");
     script.Kill();
   }
-  const auto [code, lines] = script.Outcome();
-  return Judge(code, lines, boxes);
+  return Judge(script.ExitCode(), script.Output(), boxes);
 }

@@ -1,0 +1,24 @@
+# Compiles interface descriptions with widl.
+
+set(libwine_dev ${CMAKE_SOURCE_DIR}/build/tools/libwine-dev CACHE PATH
+  "Where the package libwine-dev is unpacked, for its oaidl.idl")
+set(wine_tlb /usr/lib/i386-linux-gnu/wine/i386-windows CACHE PATH "Where Wine keeps stdole2.tlb")
+
+# Makes, of <name>.idl, in `folder`: the header under the name `header`, the GUIDs as <name>_i.c and
+# the type library as <name>.tlb.
+function(brindlex_compile_idl idl folder header)
+  set(widl ${BRINDLEX_WIDL} --nostdinc --win32
+    -I ${libwine_dev}/usr/include/wine/wine/windows -L ${wine_tlb})
+  get_filename_component(name ${idl} NAME_WE)
+  get_filename_component(header_folder ${folder}/${header} DIRECTORY)
+  file(MAKE_DIRECTORY ${header_folder})
+  set(made ${folder}/${header} ${folder}/${name}_i.c ${folder}/${name}.tlb)
+  add_custom_command(
+    OUTPUT ${made}
+    COMMAND ${widl} -h -o ${folder}/${header} ${idl}
+    COMMAND ${widl} -u -o ${folder}/${name}_i.c ${idl}
+    COMMAND ${widl} -t -o ${folder}/${name}.tlb ${idl}
+    DEPENDS ${idl}
+    COMMENT "Compiling ${name}.idl"
+    VERBATIM)
+endfunction()
