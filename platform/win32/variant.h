@@ -38,6 +38,8 @@ class Bstr {
     SysFreeString(std::exchange(text_, nullptr));
     return &text_;
   }
+  /// Hands the BSTR over to the caller.
+  BSTR Detach() noexcept { return std::exchange(text_, nullptr); }
   TextView View() const noexcept { return ViewOf(text_); }
 
  private:
