@@ -256,19 +256,13 @@ const Row kRows[] = {
      AppFilesOf,
      L"SaveTextFile",
      {L"path", L"text", L"quietIfDenied"},
-     [](World&) {
-       return Arguments(Variant(u"C:\\windows"), Variant(u"text"),
-                        True());
-     },
+     [](World&) { return Arguments(Variant(u"C:\\windows"), Variant(u"text"), True()); },
      u"False"},
     {"ReadTextFileThatIsMissing",
      AppFilesOf,
      L"ReadTextFile",
      {L"path", L"quietIfMissing"},
-     [](World&) {
-       return Arguments(Variant(u"C:\\windows\\no such file"),
-                        True());
-     },
+     [](World&) { return Arguments(Variant(u"C:\\windows\\no such file"), True()); },
      u"text "},
     {"FileNameFromPath",
      AppFilesOf,
