@@ -65,7 +65,10 @@ HRESULT ChangeType(VARIANT& converted, const VARIANT& value, USHORT flags, VARTY
 }
 
 HRESULT CopyValue(VARIANT& copy, const VARIANT& value) noexcept {
-  return VariantCopyInd(&copy, const_cast<VARIANT*>(&value));
+  const HRESULT status = VariantCopyInd(&copy, const_cast<VARIANT*>(&value));
+  // The system leaves the type of what it could not copy.
+  if (FAILED(status)) VariantInit(&copy);
+  return status;
 }
 
 bool IsMissing(const VARIANT& value) noexcept {
@@ -111,6 +114,10 @@ Text TextOf(const VARIANT& value) {
 }
 
 std::int32_t WholeNumberOf(const VARIANT& value) { return Converted(value, VT_I4).Get().lVal; }
+
+bool FlagOf(const VARIANT& value) {
+  return Converted(value, VT_BOOL).Get().boolVal != VARIANT_FALSE;
+}
 
 ComPtr<IDispatch> ObjectOf(const VARIANT& value) {
   const VARIANT& actual = Dereferenced(value);
