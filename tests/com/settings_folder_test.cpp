@@ -249,16 +249,16 @@ TEST_F(SettingsFolderTest, TheCompanysFolderIsWrittenBackToAnyVariable) {
       EXPECT_EQ(u"text " + CompanyPath() + u"\\Product", Shown(call.Result()));
     };
     const std::u16string shown = u"text " + CompanyPath();
-    Variant typed(u"before");
+    const Variant typed(u"before");
     find(TypedReference(typed));
     EXPECT_EQ(shown, Shown(typed.Get()));
     for (auto* const make : {+[] { return Variant(u"before"); }, +[] { return Variant(); },
                              +[] { return Number(7); }}) {
-      Variant variable = make();
+      const Variant variable = make();
       find(VariableReference(variable));
       EXPECT_EQ(shown, Shown(variable.Get()));
     }
-    Variant nested(u"before");
+    const Variant nested(u"before");
     VARIANT holder;
     find(NestedReference(nested, holder));
     EXPECT_EQ(shown, Shown(nested.Get()));
@@ -271,7 +271,7 @@ TEST_F(SettingsFolderTest, TheCompanysFolderIsWrittenBackToAnyVariable) {
 
 TEST_F(SettingsFolderTest, AVariableThatIsLeftAsItWasKeepsItsType) {
   const auto files = New();
-  Variant variable;
+  const Variant variable;
   LateCall call(*files.Get(), L"SettingsFolderAllUsers");
   EXPECT_EQ(S_OK, call.With(VariableReference(variable)).Run());
   EXPECT_EQ(VT_EMPTY, variable.Get().vt);
