@@ -2,6 +2,7 @@
 
 #include "platform/win32/hresult.h"
 #include "server/classes.h"
+#include "server/exception_reserve.h"
 #include "server/module.h"
 #include "server/registration.h"
 
@@ -39,6 +40,7 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, void* /*reserve
 }
 
 STDAPI DllGetClassObject(REFCLSID classId, REFIID interfaceId, void** result) {
+  brindlex::PrepareToThrow();
   return brindlex::GetClassFactory(classId, interfaceId, result);
 }
 

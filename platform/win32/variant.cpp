@@ -65,7 +65,10 @@ HRESULT ChangeType(VARIANT& converted, const VARIANT& value, USHORT flags, VARTY
 }
 
 HRESULT CopyValue(VARIANT& copy, const VARIANT& value) noexcept {
-  return VariantCopyInd(&copy, const_cast<VARIANT*>(&value));
+  const HRESULT status = VariantCopyInd(&copy, const_cast<VARIANT*>(&value));
+  // The system leaves the type of what it could not copy.
+  if (FAILED(status)) VariantInit(&copy);
+  return status;
 }
 
 bool IsMissing(const VARIANT& value) noexcept {

@@ -75,7 +75,8 @@ class Variant {
   VARIANT value_;
 };
 
-/// The system's conversion and copying, whose declarations lack the const that they keep.
+/// The system's conversion and copying, whose declarations lack the const that they keep. `copy`
+/// must be Empty, and is when copying fails.
 HRESULT ChangeType(VARIANT& converted, const VARIANT& value, USHORT flags, VARTYPE type) noexcept;
 HRESULT CopyValue(VARIANT& copy, const VARIANT& value) noexcept;
 

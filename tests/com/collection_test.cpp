@@ -3,6 +3,7 @@
 #include "automation/runtime_error.h"
 #include "tests/com/collection_fixture.h"
 #include "tests/com/late_call.h"
+#include "tests/com/malloc_spy.h"
 #include "tests/com/probe_object.h"
 
 namespace brindlex::testing {
@@ -213,6 +214,52 @@ TEST_F(CollectionTest, AnUndefinedVariableIsNoKey) {
     EXPECT_EQ(S_OK, Add(OfLong(3).Get(), VariableReference(missing), VariableReference(missing)));
   }
   EXPECT_EQ(6, Count());
+}
+
+// ---- Memory ------------------------------------------------------------------------------------
+
+TEST_F(CollectionTest, AFailingAllocationIsErrorSeven) {
+  auto& memory = MallocSpy::Instance();
+  AddKeyed({u"a", u"b"});
+  const Variant text(u"c");
+  Variant entry;
+  memory.FailAfter(0);
+  const HRESULT added = Add(text.Get());
+  EXPECT_TRUE(memory.StopFailing());
+  ExpectError(7, added);
+  memory.FailAfter(0);
+  const HRESULT read = Collection().get_Item(OfLong(1).Get(), entry.Receive());
+  EXPECT_TRUE(memory.StopFailing());
+  ExpectError(7, read);
+  EXPECT_EQ(VT_EMPTY, entry.Get().vt);
+  EXPECT_EQ(u"[text a, text b]", Entries());
+}
+
+TEST_F(CollectionTest, WithoutAnyMemoryTheStatusRemains) {
+  const Variant text(u"a");
+  MallocSpy::Instance().FailAfter(0, true);
+  const HRESULT added = Add(text.Get());
+  EXPECT_TRUE(MallocSpy::Instance().StopFailing());
+  EXPECT_EQ(ErrorStatus(7), added);
+  EXPECT_EQ(0, Count());
+}
+
+TEST_F(CollectionTest, AWalkThatCannotCopyAnEntryStaysWhereItIs) {
+  AddKeyed({u"a", u"b"});
+  ComPtr<IUnknown> unknown;
+  ASSERT_EQ(S_OK, Collection().get__NewEnum(unknown.Receive()));
+  const auto walk = unknown.As<IEnumVARIANT>();
+  VARIANT entries[2];
+  ULONG fetched = 4711;
+  MallocSpy::Instance().FailAfter(1);
+  EXPECT_EQ(E_OUTOFMEMORY, walk->Next(2, entries, &fetched));
+  EXPECT_TRUE(MallocSpy::Instance().StopFailing());
+  EXPECT_EQ(0U, fetched);
+  EXPECT_EQ(VT_EMPTY, entries[0].vt);
+  EXPECT_EQ(VT_EMPTY, entries[1].vt);
+  ASSERT_EQ(S_OK, walk->Next(1, entries, nullptr));
+  EXPECT_EQ(u"text a", Shown(entries[0]));
+  VariantClear(&entries[0]);
 }
 
 // ---- Entries that use the collection -----------------------------------------------------------

@@ -4,14 +4,9 @@
 
 #include <cstdlib>
 #include <iostream>
+#include <utility>
 
 namespace brindlex::testing {
-namespace {
-
-/// Larger than any block that the allocator gives: asking for it fails the allocation.
-constexpr SIZE_T kNever = 0x7FFFFFFF;
-
-}  // namespace
 
 MallocSpy& MallocSpy::Instance() {
   static MallocSpy spy;
@@ -38,7 +33,7 @@ void MallocSpy::FailAfter(long passed, bool everAfter) {
 bool MallocSpy::StopFailing() {
   untilFailure_ = -1;
   everAfter_ = false;
-  return hasFailed_;
+  return std::exchange(hasFailed_, false);
 }
 
 bool MallocSpy::ShallFail() {
@@ -54,7 +49,10 @@ STDMETHODIMP MallocSpy::QueryInterface(REFIID id, void** result) {
   return known ? S_OK : E_NOINTERFACE;
 }
 
-STDMETHODIMP_(SIZE_T) MallocSpy::PreAlloc(SIZE_T size) { return ShallFail() ? kNever : size; }
+STDMETHODIMP_(SIZE_T) MallocSpy::PreAlloc(SIZE_T size) {
+  // Nothing at all is what makes the allocation fail.
+  return ShallFail() ? 0 : size;
+}
 
 STDMETHODIMP_(void*) MallocSpy::PostAlloc(void* block) {
   if (block != nullptr) InterlockedIncrement(&live_);

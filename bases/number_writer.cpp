@@ -1,0 +1,260 @@
+#include "bases/number_writer.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstddef>
+#include <iterator>
+#include <limits>
+
+#include "automation/runtime_error.h"
+#include "bases/digit_count.h"
+#include "bases/digits.h"
+#include "bases/double_bits.h"
+#include "bases/exact.h"
+#include "bases/place_value.h"
+#include "bases/powers.h"
+
+namespace brindlex {
+namespace {
+
+/// Below this all whole numbers are doubles and all their differences exact.
+constexpr double kExactWholes = 0x1p53;
+constexpr std::int32_t kMostWholeDigits = 53;
+
+/// Writes behind a text, into room that it makes in larger pieces and gives back at its end.
+class Sink {
+ public:
+  explicit Sink(Text& text) : text_(text), used_(text.size()) { text_.resize(used_ + kPiece); }
+  Sink(const Sink&) = delete;
+  Sink& operator=(const Sink&) = delete;
+  ~Sink() { text_.resize(used_); }
+
+  void Put(char16_t unit) { *Room(1) = unit; }
+
+  /// The next `count` units, which the caller fills.
+  char16_t* Room(std::size_t count) {
+    if (text_.size() - used_ < count) text_.resize(2 * text_.size() + count);
+    used_ += count;
+    return text_.data() + (used_ - count);
+  }
+
+ private:
+  static constexpr std::size_t kPiece = 64;
+
+  Text& text_;
+  std::size_t used_;
+};
+
+/// The digits of one base, which is a constant so that divisions by it become multiplications.
+template <std::uint32_t kBase>
+class Digits {
+ public:
+  static constexpr std::size_t kWidth = DigitWidth(kBase);
+
+  /// Writes a digit that is less than the base so that it ends at `end`; returns its beginning.
+  static char16_t* Write(std::uint32_t digit, char16_t* end) {
+    if constexpr (kBase == 60) {
+      *--end = u':';
+      *--end = static_cast<char16_t>(u'0' + digit % 10);
+      *--end = static_cast<char16_t>(u'0' + digit / 10);
+    } else {
+      *--end = kAlphabet[digit];
+    }
+    return end;
+  }
+
+  static void Put(std::int32_t digit, Sink& sink) {
+    if (digit >= static_cast<std::int32_t>(kBase)) RaiseInvalidDigit();
+    Write(static_cast<std::uint32_t>(digit), sink.Room(kWidth) + kWidth);
+  }
+
+  /// Writes `count` digits of `whole`, whose higher digits are all 0. `count` is at most 64.
+  static void PutWhole(std::uint64_t whole, std::int32_t count, Sink& sink) {
+    const std::size_t width = static_cast<std::size_t>(count) * kWidth;
+    char16_t* const begin = sink.Room(width);
+    char16_t* end = begin + width;
+    while (whole > std::numeric_limits<std::uint32_t>::max()) {
+      auto part = static_cast<std::uint32_t>(whole % kChunk);
+      whole /= kChunk;
+      for (int i = 0; i < kChunkDigits; ++i, part /= kBase) end = Write(part % kBase, end);
+    }
+    for (auto rest = static_cast<std::uint32_t>(whole); end != begin; rest /= kBase) {
+      end = Write(rest % kBase, end);
+    }
+  }
+
+ private:
+  static constexpr TextView kAlphabet = AlphabetOf(kBase).empty() ? kAlphabet16 : AlphabetOf(kBase);
+
+  // As many digits as fit 32 bits, for a machine that divides no more bits at once.
+  static constexpr int kChunkDigits = [] {
+    int digits = 0;
+    for (std::uint64_t power = kBase; power <= UINT32_MAX; power *= kBase) ++digits;
+    return digits;
+  }();
+  static constexpr std::uint64_t kChunk = [] {
+    std::uint64_t power = 1;
+    for (int i = 0; i < kChunkDigits; ++i) power *= kBase;
+    return power;
+  }();
+};
+
+bool HasFraction(double rest, const ConversionLimits& limits) {
+  const bool wanted =
+      limits.maxFractionDigits > 0 || (limits.maxFractionDigits == -1 && !(limits.tolerance <= 0));
+  return wanted && !(rest <= limits.tolerance);
+}
+
+/// Writes one positive number.
+template <std::uint32_t kBase>
+class NumberWriter {
+ public:
+  NumberWriter(const ConversionLimits& limits, Text& text) : limits_(limits), sink_(text) {}
+
+  void Write(double x, bool negative, std::int32_t count) {
+    if (negative) sink_.Put(u'-');
+    double rest = x;
+    if (count == 0) {
+      sink_.Put(u'0');
+    } else {
+      rest = PutInteger(x, count);
+    }
+    if (!HasFraction(rest, limits_)) return;
+    sink_.Put(u'.');
+    if constexpr (kTable.digitBits != 0) {
+      PutExactFraction(rest);
+    } else {
+      PutFraction(rest);
+    }
+  }
+
+  /// Follows the digits of an `x` below 1 / base to the error that ends them.
+  [[noreturn]] static void RaiseEndless(double x, std::int32_t position) {
+    double rest = x;
+    while (rest != 0) {
+      const Taken taken = TakeAt(rest, --position);
+      if (taken.digit >= static_cast<std::int32_t>(kBase)) RaiseInvalidDigit();
+      rest = taken.rest;
+    }
+    throw RuntimeError(error_number::kOverflow);
+  }
+
+ private:
+  static constexpr BaseTable kTable = *FindBaseTable(kBase);
+
+  /// The digit at `position`, when the number is small enough to come that low.
+  static Taken TakeAt(double rest, std::int32_t position) {
+    const std::uint64_t place = PowerBits(kTable, position);
+    // Subtracting nothing never ends.
+    if (place == 0) throw RuntimeError(error_number::kOverflow);
+    if constexpr (kBase > 32) return TakeAtOnce<6>(rest, FromBits(place));
+    if constexpr (kBase > 16) return TakeAtOnce<5>(rest, FromBits(place));
+    return TakeStepwise(rest, FromBits(place));
+  }
+
+  /// Writes `count` integer digits and returns what they leave.
+  double PutInteger(double rest, std::int32_t count) {
+    if (PowerBits(kTable, count - 1) >= kInfinityBits) throw RuntimeError(error_number::kOverflow);
+    while (count > 0 && !(rest < kExactWholes)) {
+      const Taken taken = TakeStepwise(rest, Power(kTable, --count));
+      Digits<kBase>::Put(taken.digit, sink_);
+      rest = taken.rest;
+    }
+    return count > 0 ? PutExactInteger(rest, count) : rest;
+  }
+
+  /// The last `count` digits, of a whole part that is exact.
+  double PutExactInteger(double rest, std::int32_t count) {
+    if (rest >= Power(kTable, count)) RaiseInvalidDigit();
+    const auto whole = static_cast<std::int64_t>(rest);
+    for (; count > kMostWholeDigits; --count) Digits<kBase>::Put(0, sink_);
+    Digits<kBase>::PutWhole(static_cast<std::uint64_t>(whole), count, sink_);
+    return rest - static_cast<double>(whole);
+  }
+
+  void PutFraction(double rest) {
+    for (std::int32_t position = 0; !FractionEnds(rest, limits_.tolerance, position);) {
+      const Taken taken = TakeAt(rest, --position);
+      Digits<kBase>::Put(taken.digit, sink_);
+      rest = taken.rest;
+    }
+  }
+
+  /// The fraction in a power of two, where no subtraction rounds: what is left moves up by a digit
+  /// instead of the place value down, and its whole part is the digit.
+  void PutExactFraction(double rest) {
+    double tolerance = limits_.tolerance;
+    for (std::int32_t position = 0; !FractionEnds(rest, tolerance, position);) {
+      if (PowerBits(kTable, --position) == 0) throw RuntimeError(error_number::kOverflow);
+      rest *= kBase;
+      tolerance *= kBase;
+      const auto digit = static_cast<std::int32_t>(rest);
+      Digits<kBase>::Put(digit, sink_);
+      rest -= digit;
+    }
+  }
+
+  bool FractionEnds(double rest, double tolerance, std::int32_t position) const {
+    const std::int32_t most = limits_.maxFractionDigits;
+    return (most != -1 && position <= -most) || rest <= tolerance;
+  }
+
+  const ConversionLimits& limits_;
+  Sink sink_;
+};
+
+template <std::uint32_t kBase>
+void Append(double x, const ConversionLimits& limits, Text& text) {
+  const double magnitude = std::abs(x);
+  CheckLogarithm(magnitude);
+  const std::int32_t count =
+      PaddedToGroup(FloorOfQuotient(magnitude, *FindBaseTable(kBase)) + 1, limits.groupSize);
+  if (count < 0) NumberWriter<kBase>::RaiseEndless(magnitude, count);
+  NumberWriter<kBase>(limits, text).Write(magnitude, x < 0, count);
+}
+
+/// A base that has no digits: at its first digit at the latest it fails.
+void AppendWithoutDigits(double x, std::int32_t base, const ConversionLimits& limits, Text& text) {
+  const double magnitude = std::abs(x);
+  const std::int32_t count = DigitCount(magnitude, limits.groupSize, base);
+  if (count == 0 && !HasFraction(magnitude, limits)) {
+    text += x < 0 ? u"-0" : u"0";
+    return;
+  }
+  const double place = RoundedPower(base, count - 1);
+  if (BitsOf(place) == kInfinityBits) throw RuntimeError(error_number::kOverflow);
+  const std::int32_t digit = CountSteps(magnitude, place);
+  if (digit < 0) throw RuntimeError(error_number::kOverflow);
+  if (digit >= base) RaiseInvalidDigit();
+  RaiseUnknownBase();
+}
+
+}  // namespace
+
+void AppendNumber(double x, std::int32_t base, const ConversionLimits& limits, Text& text) {
+  switch (base) {
+    case 2:
+      return Append<2>(x, limits, text);
+    case 8:
+      return Append<8>(x, limits, text);
+    case 10:
+      return Append<10>(x, limits, text);
+    case 16:
+      return Append<16>(x, limits, text);
+    case 26:
+      return Append<26>(x, limits, text);
+    case 30:
+      return Append<30>(x, limits, text);
+    case 31:
+      return Append<31>(x, limits, text);
+    case 32:
+      return Append<32>(x, limits, text);
+    case 60:
+      return Append<60>(x, limits, text);
+    default:
+      return AppendWithoutDigits(x, base, limits, text);
+  }
+}
+
+}  // namespace brindlex

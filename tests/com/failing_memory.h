@@ -1,0 +1,43 @@
+#pragma once
+
+#include <windows.h>
+
+#include <vector>
+
+#include "environment/report.h"
+#include "tests/com/patched_import.h"
+
+namespace brindlex::testing {
+
+/// Where an allocation fails: in COM's task memory, from which the BSTRs of everybody come, or in
+/// the DLL's own heap.
+enum class Memory { kTask, kHeap };
+
+/// Makes chosen allocations of a loaded DLL fail while it lives, and counts what the DLL's own heap
+/// holds. A box that opens where memory has run out could fail as well, so the DLL's reports go
+/// into a list here and not to the screen. One at a time, on one thread.
+class FailingMemory {
+ public:
+  explicit FailingMemory(HMODULE module);
+  FailingMemory(const FailingMemory&) = delete;
+  FailingMemory& operator=(const FailingMemory&) = delete;
+  ~FailingMemory();
+
+  /// Fails the allocation that comes after `passed` more, and, with `everAfter`, all behind it.
+  void FailAfter(Memory memory, long passed, bool everAfter);
+  /// Stops failing; says whether an allocation has failed since FailAfter.
+  bool StopFailing();
+
+  /// The blocks that the DLL's heap has given out and not got back since the beginning.
+  static long LiveBlocks();
+
+  /// The reports that the DLL has shown since the last call.
+  static std::vector<Report> Shown();
+
+ private:
+  PatchedImport malloc_;
+  PatchedImport free_;
+  PatchedImport messageBox_;
+};
+
+}  // namespace brindlex::testing

@@ -1,0 +1,106 @@
+// Numbers and dates in another form of the user's, as the user may set it at any time.
+
+#include <array>
+
+#include "tests/com/save_restore_test.h"
+
+namespace brindlex::testing {
+namespace {
+
+/// The user's settings as a German user has them, while it lives.
+class GermanSettings {
+ public:
+  GermanSettings() {
+    for (std::size_t at = 0; at < std::size(kSettings); ++at) {
+      wchar_t before[80] = {};
+      GetLocaleInfoW(LOCALE_USER_DEFAULT, kSettings[at].type, before, 80);
+      before_.at(at) = before;
+      Set(kSettings[at].type, kSettings[at].value);
+    }
+    ForgetCharacters();
+  }
+  GermanSettings(const GermanSettings&) = delete;
+  GermanSettings& operator=(const GermanSettings&) = delete;
+  ~GermanSettings() {
+    for (std::size_t at = 0; at < std::size(kSettings); ++at) {
+      Set(kSettings[at].type, before_.at(at).c_str());
+    }
+    ForgetCharacters();
+  }
+
+ private:
+  struct Setting {
+    LCTYPE type;
+    const wchar_t* value;
+  };
+  static constexpr Setting kSettings[] = {
+      {LOCALE_SDECIMAL, L","},
+      {LOCALE_STHOUSAND, L"."},
+      {LOCALE_SMONDECIMALSEP, L","},
+      {LOCALE_SMONTHOUSANDSEP, L"."},
+      {LOCALE_SSHORTDATE, L"dd.MM.yyyy"},
+  };
+
+  static void Set(LCTYPE type, const wchar_t* value) {
+    EXPECT_TRUE(SetLocaleInfoW(LOCALE_USER_DEFAULT, type, value));
+  }
+
+  /// The system remembers the characters of the locale that it converted by last.
+  static void ForgetCharacters() {
+    constexpr LCID kFrench = 0x040C;
+    const Variant text = Variant::OfText(u"1");
+    Variant number;
+    EXPECT_EQ(S_OK, VariantChangeTypeEx(&number.Get(), const_cast<VARIANT*>(&text.Get()), kFrench,
+                                        0, VT_R8));
+  }
+
+  std::array<std::wstring, std::size(kSettings)> before_;
+};
+
+class LocaleTest : public SaveRestoreTest {
+ protected:
+  static ComPtr<TypedRecord> NewTyped() {
+    auto record = TypedRecord::New();
+    record->memberNames =
+        ForeignCollection::OfNames({u"Double", u"Money", u"Day", u"Flag"}).As<IDispatch>();
+    return record;
+  }
+};
+
+TEST_F(LocaleTest, ValuesAreWrittenAndReadAsTheUserWritesThem) {
+  const GermanSettings german;
+  const auto record = NewTyped();
+  record->doubleNumber = 1234.5;
+  record->money.int64 = 17500;
+  record->day = 37986;
+  record->flag = VARIANT_TRUE;
+  const View text =
+      u"Double\u00A5Money\u00A5Day\u00A5Flag\u00A5\u0152"
+      u"1234,5\u00A51,75\u00A531.12.2003\u00A5True\u00A5\u0152";
+  EXPECT_EQ(text, SaveObject(record.Get()));
+
+  ComPtr<TypedRecord> back;
+  const auto creator = NewCreator([&back] {
+    back = NewTyped();
+    return back.As<IDispatch>();
+  });
+  ASSERT_EQ(1, CountOf(Restore(text, creator.Get())));
+  EXPECT_EQ(1234.5, back->doubleNumber);
+  EXPECT_EQ(17500, back->money.int64);
+  EXPECT_EQ(37986, back->day);
+  EXPECT_EQ(VARIANT_TRUE, back->flag);
+}
+
+TEST_F(LocaleTest, ATextMayReadOtherwiseForAnotherUser) {
+  const auto record = NewTyped();
+  record->doubleNumber = 1.5;
+  Units text;
+  {
+    const GermanSettings german;
+    text = SaveObject(record.Get());
+  }
+  EXPECT_NE(text, SaveObject(record.Get()));
+}
+
+}  // namespace
+}  // namespace brindlex::testing

@@ -1,0 +1,156 @@
+// Hosts whose objects change what is being saved, let go of it, or call again from inside a call.
+
+#include "tests/com/save_restore_test.h"
+
+namespace brindlex::testing {
+namespace {
+
+constexpr std::u16string_view kHeader = u"Title\u00A5Count\u00A5\u0152";
+constexpr std::u16string_view kAlpha = u"Alpha\u00A51\u00A5\u0152";
+constexpr std::u16string_view kBeta = u"Beta\u00A52\u00A5\u0152";
+
+class ReentryTest : public SaveRestoreTest {
+ protected:
+  using List = std::vector<Units>;
+
+  static Units Text(std::initializer_list<View> records) {
+    Units text(kHeader);
+    for (const View record : records) text.append(record);
+    return text;
+  }
+
+  /// A collection of the component's own.
+  ComPtr<_clsCollection> OwnCollection(const std::vector<IDispatch*>& objects) {
+    auto collection = NewCollection();
+    for (IDispatch* const object : objects) Append(*collection.Get(), object);
+    return collection;
+  }
+
+  static void Append(_clsCollection& collection, IDispatch* object) {
+    EXPECT_EQ(S_OK,
+              collection.Add(Variant::OfObject(object).Get(), Missing(), Missing(), Missing()));
+  }
+};
+
+TEST_F(ReentryTest, ARecordMayTakeItselfOutWhileItIsSaved) {
+  auto first = NewTitle(u"Alpha", u"1");
+  const auto second = NewTitle(u"Beta", u"2");
+  const auto third = NewTitle(u"Gamma", u"3");
+  const auto collection = OwnCollection({first.Get(), second.Get(), third.Get()});
+  first->operator[](u"Title").whenRead = [&collection, &first] {
+    if (!first) return;
+    EXPECT_EQ(S_OK, collection->Remove(Number(1).Get()));
+    first = nullptr;
+  };
+  // The walk goes on at the second position, where the third record now is.
+  EXPECT_EQ(Text({kAlpha, u"Gamma\u00A53\u00A5\u0152"}), Save(collection.Get()));
+  EXPECT_EQ(2, CountOf(collection));
+}
+
+TEST_F(ReentryTest, ARecordMayEmptyTheCollection) {
+  const auto first = NewTitle(u"Alpha", u"1");
+  const auto collection = OwnCollection({first.Get(), NewTitle(u"Beta", u"2").Get()});
+  first->operator[](u"Count").whenRead = [&collection] {
+    while (CountOf(collection) > 0) EXPECT_EQ(S_OK, collection->Remove(Number(1).Get()));
+  };
+  EXPECT_EQ(Text({kAlpha}), Save(collection.Get()));
+}
+
+TEST_F(ReentryTest, ARecordMayAddAnother) {
+  const auto first = NewTitle(u"Alpha", u"1");
+  const auto second = NewTitle(u"Beta", u"2");
+  const auto collection = OwnCollection({first.Get()});
+  first->operator[](u"Count").whenRead = [&] { Append(*collection.Get(), second.Get()); };
+  EXPECT_EQ(Text({kAlpha, kBeta}), Save(collection.Get()));
+}
+
+TEST_F(ReentryTest, TheHostMayLetGoOfTheCollectionAndOfTheOperations) {
+  const auto first = NewTitle(u"Alpha", u"1");
+  auto collection = OwnCollection({first.Get(), NewTitle(u"Beta", u"2").Get()});
+  auto operations = NewSaveRestore();
+  first->operator[](u"Title").whenRead = [&] {
+    collection = nullptr;
+    operations = nullptr;
+  };
+  BSTR text = nullptr;
+  auto* const borrowed = operations.Get();
+  EXPECT_EQ(S_OK, borrowed->AsDelimitedFromCollection(collection.Get(), Missing(), Missing(),
+                                                      Missing(), &text));
+  EXPECT_EQ(Text({kAlpha, kBeta}), Taken(text));
+}
+
+TEST_F(ReentryTest, AGetterMaySaveAndRestoreMeanwhile) {
+  const auto first = NewTitle(u"Alpha", u"1");
+  const auto second = NewTitle(u"Beta", u"2");
+  first->operator[](u"Title").whenRead = [&] {
+    EXPECT_EQ(Text({kBeta}), SaveObject(second.Get()));
+    EXPECT_EQ(List{u"Beta=2"}, Titles(Restore(Text({kBeta}), NewTitleCreator().Get())));
+  };
+  EXPECT_EQ(Text({kAlpha, kBeta}), Save(OwnCollection({first.Get(), second.Get()}).Get()));
+}
+
+TEST_F(ReentryTest, AGetterMayFailInsideAndGoOnOutside) {
+  const auto first = NewTitle(u"Alpha", u"1");
+  const auto failing = NewTitle(u"Beta", u"2");
+  failing->operator[](u"Count").get = {E_FAIL};
+  first->operator[](u"Count").whenRead = [&] { EXPECT_EQ(u"", SaveObject(failing.Get())); };
+  EXPECT_EQ(Text({kAlpha}), SaveObject(first.Get()));
+  ExpectShown({Dfc({E_FAIL, u"Automation error", 5}, u"Count")});
+}
+
+TEST_F(ReentryTest, ASetterMayRestoreMeanwhile) {
+  int depth = 0;
+  ComPtr<ScriptedObject> creator;
+  creator = NewCreator([&] {
+    const auto record = NewTitle({}, {});
+    record->operator[](u"Title").whenSet = [&] {
+      if (++depth > 3) return;
+      EXPECT_EQ(List{u"Beta=2"}, Titles(Restore(Text({kBeta}), creator.Get())));
+    };
+    return record.As<IDispatch>();
+  });
+  EXPECT_EQ((List{u"Alpha=1", u"Beta=2"}), Titles(Restore(Text({kAlpha, kBeta}), creator.Get())));
+  EXPECT_GT(depth, 3);
+}
+
+TEST_F(ReentryTest, ASetterMayLetGoOfTheCreator) {
+  ComPtr<ScriptedObject> creator;
+  creator = NewCreator([&creator] {
+    const auto record = NewTitle({}, {});
+    record->operator[](u"Title").whenSet = [&creator] { creator = nullptr; };
+    return record.As<IDispatch>();
+  });
+  EXPECT_EQ((List{u"Alpha=1", u"Beta=2"}), Titles(Restore(Text({kAlpha, kBeta}), creator.Get())));
+}
+
+TEST_F(ReentryTest, AMemberListMayChangeOnceItIsTaken) {
+  const auto names = NewCollection();
+  for (const View name : {u"Title", u"Count"}) {
+    EXPECT_EQ(S_OK, names->Add(Variant::OfText(name).Get(), Variant::OfText(name).Get(), Missing(),
+                               Missing()));
+  }
+  const auto record = NewTitle(u"Alpha", u"1");
+  record->operator[](u"GetMemberNames").body = [&](const Arguments&) {
+    return Variant::OfObject(names.Get());
+  };
+  record->operator[](u"Title").whenRead = [&] {
+    while (CountOf(names) > 0) EXPECT_EQ(S_OK, names->Remove(Number(1).Get()));
+  };
+  EXPECT_EQ(Text({kAlpha}), SaveObject(record.Get()));
+}
+
+TEST_F(ReentryTest, WhileAReportIsOpenTheHostMaySaveTheSameCollection) {
+  const auto first = NewTitle(u"Alpha", u"1");
+  const auto second = NewTitle(u"Beta", u"2");
+  second->operator[](u"Count").get = {E_FAIL};
+  const auto collection = OwnCollection({first.Get(), second.Get()});
+  Boxes().whileNextIsOpen = [&] {
+    second->operator[](u"Count").get = {};
+    EXPECT_EQ(Text({kAlpha, kBeta}), Save(collection.Get()));
+  };
+  EXPECT_EQ(u"", Save(collection.Get()));
+  ExpectShown({Dfc({E_FAIL, u"Automation error", 5}, u"Count")});
+}
+
+}  // namespace
+}  // namespace brindlex::testing
