@@ -4,6 +4,8 @@ set(libwine_dev ${CMAKE_SOURCE_DIR}/build/tools/libwine-dev CACHE PATH
   "Where the package libwine-dev is unpacked, for its oaidl.idl")
 set(wine_tlb /usr/lib/i386-linux-gnu/wine/i386-windows CACHE PATH "Where Wine keeps stdole2.tlb")
 
+find_package(Python3 REQUIRED COMPONENTS Interpreter)
+
 # Makes, of <name>.idl, in `folder`: the header under the name `header`, the GUIDs as <name>_i.c and
 # the type library as <name>.tlb.
 function(brindlex_compile_idl idl folder header)
@@ -18,7 +20,9 @@ function(brindlex_compile_idl idl folder header)
     COMMAND ${widl} -h -o ${folder}/${header} ${idl}
     COMMAND ${widl} -u -o ${folder}/${name}_i.c ${idl}
     COMMAND ${widl} -t -o ${folder}/${name}.tlb ${idl}
-    DEPENDS ${idl}
+    COMMAND Python3::Interpreter ${CMAKE_SOURCE_DIR}/tools/strip_typelib_time.py
+      ${folder}/${name}.tlb
+    DEPENDS ${idl} ${CMAKE_SOURCE_DIR}/tools/strip_typelib_time.py
     COMMENT "Compiling ${name}.idl"
     VERBATIM)
 endfunction()
