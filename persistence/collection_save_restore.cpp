@@ -24,6 +24,16 @@ bool IsEmpty(const CollectionRef& collection) {
   return collection == nullptr || collection->Count() < 1;
 }
 
+/// Whether `object` has entries. An object that cannot even be counted is no collection.
+bool HoldsEntries(const CollectionRef& object) {
+  try {
+    return !IsEmpty(object);
+  } catch (const RuntimeError& error) {
+    if (error.number != error_number::kNoSuchMember) throw;
+    return false;
+  }
+}
+
 std::vector<Text> TextsOf(const Collection& collection) {
   std::vector<Text> texts;
   const auto walk = collection.Enumerate();
@@ -45,7 +55,7 @@ CollectionRef clsCollectionSaveRestore::GetMemberNamesLate(const Object& myObj) 
         CollectionRef listed;
         IgnoreErrors([&] { listed = myObj.CallForCollection(kMembersCol); });
         const std::vector<Text> names =
-            IsEmpty(listed) ? myObj.PropertyGetNames() : TextsOf(*listed);
+            HoldsEntries(listed) ? TextsOf(*listed) : myObj.PropertyGetNames();
         CollectionRef collection = platform_.NewCollection();
         for (const Text& name : names) collection->Add(name, name);
         result = std::move(collection);

@@ -230,14 +230,17 @@ TEST_F(OutOfMemoryTest, StoringNamedCollections) {
            });
 }
 
+// The names come from the record's own list: Wine's type libraries do not survive short memory.
 TEST_F(OutOfMemoryTest, MemberNames) {
-  const auto record = TypedRecord::New();
+  const auto record = ScriptedObject::New();
+  const auto list = ForeignCollection::OfNames({u"A name too long for a short text", u"Title"});
+  record->Property(u"MembersCol", Variant::OfObject(list.Get()));
   ComPtr<_clsCollection> result;
   FailEach([&] { return Operations().GetMemberNamesLate(record.Get(), result.Receive()); },
            [&] {
              const auto taken = std::exchange(result, nullptr);
              if (taken) {
-               EXPECT_EQ(14, CountOf(taken));
+               EXPECT_EQ(2, CountOf(taken));
              }
              return static_cast<bool>(taken);
            });
