@@ -2,12 +2,14 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cmath>
 #include <cstddef>
+#include <cstdint>
 #include <iterator>
 #include <limits>
 #include <string>
 #include <string_view>
+
+#include "bases/digit_count.h"
 
 namespace brindlex {
 namespace {
@@ -102,11 +104,13 @@ double PortableNumberText::ToDouble(TextView text) const {
 
 std::int32_t PortableNumberText::ToWhole(TextView text) const {
   const double value = ToDouble(text);
-  double whole = std::floor(value);
-  const double over = value - whole;
-  if (over > 0.5 || (over == 0.5 && std::fmod(whole, 2) != 0)) ++whole;
-  using Limits = std::numeric_limits<std::int32_t>;
-  if (whole < Limits::min() || whole > Limits::max()) throw RuntimeError(error_number::kOverflow);
+  constexpr std::int32_t kLeast = std::numeric_limits<std::int32_t>::min();
+  constexpr std::int32_t kMost = std::numeric_limits<std::int32_t>::max();
+  // Half to even keeps -2147483648.5 within and takes 2147483647.5 beyond.
+  if (!(value >= kLeast - 0.5 && value < kMost + 0.5)) throw RuntimeError(error_number::kOverflow);
+  auto whole = static_cast<std::int64_t>(Floor(value));
+  const double over = value - static_cast<double>(whole);
+  if (over > 0.5 || (over == 0.5 && whole % 2 != 0)) ++whole;
   return static_cast<std::int32_t>(whole);
 }
 
