@@ -4,6 +4,15 @@
 
 namespace brindlex {
 
+bool ObjectFamily::FlagOf(const Object& object, TextView name) const {
+  const Text text = object.GetText(name);
+  const bool isTrue = EqualIgnoringCase(text, u"True");
+  if (!isTrue && !EqualIgnoringCase(text, u"False")) {
+    throw RuntimeError(error_number::kTypeMismatch);
+  }
+  return isTrue;
+}
+
 void* Object::Self(const ObjectFamily& family) const {
   if (&Family() != &family) throw RuntimeError(error_number::kNoAutomation);
   return self_;
@@ -12,6 +21,12 @@ void* Object::Self(const ObjectFamily& family) const {
 const ObjectFamily& Object::Family() const {
   if (IsNothing()) throw RuntimeError(error_number::kObjectNotSet);
   return *family_;
+}
+
+Text Object::GetText(TextView name) const {
+  Text text;
+  Family().Access({Text(name)})->AppendText(*this, 0, text);
+  return text;
 }
 
 }  // namespace brindlex

@@ -55,6 +55,11 @@ class ObjectFamily {
   /// As CallForObject, for a member that yields a collection.
   virtual CollectionRef CallForCollection(void* object, TextView name) const = 0;
 
+  /// The property `name` as a flag: its own when it is one, otherwise what it converts to. Error
+  /// 438 when the object lacks it, 13 when it has no flag, or the getter's own error. A family
+  /// whose properties are texts knows the words True and False, in any letter case.
+  virtual bool FlagOf(const Object& object, TextView name) const;
+
   /// The names of the object's readable properties in declaration order, each once, from its
   /// type information. Error 445 or the system's error when it has none.
   virtual std::vector<Text> PropertyGetNames(void* object) const = 0;
@@ -99,6 +104,9 @@ class Object {
     return Family().CallForCollection(self_, name);
   }
   std::vector<Text> PropertyGetNames() const { return Family().PropertyGetNames(self_); }
+  /// The property `name` as text, as MemberAccess has it; as a flag, as ObjectFamily has it.
+  Text GetText(TextView name) const;
+  bool GetFlag(TextView name) const { return Family().FlagOf(*this, name); }
 
  private:
   const ObjectFamily* family_ = nullptr;

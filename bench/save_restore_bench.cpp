@@ -13,7 +13,7 @@
 #include "automation/object.h"
 #include "automation/runtime_error.h"
 #include "persistence/collection_save_restore.h"
-#include "platform/platform.h"
+#include "platform/memory/memory_platform.h"
 
 namespace brindlex {
 namespace {
@@ -69,7 +69,7 @@ std::unique_ptr<MemberAccess> RecordFamily::Access(std::vector<Text> /*names*/) 
   return std::make_unique<RecordAccess>(*this);
 }
 
-class SilentPlatform : public Platform {
+class SilentPlatform : public MemoryPlatform {
  public:
   void ShowReport(const Report&) override { throw RuntimeError(error_number::kInternal); }
   CollectionRef NewCollection() override { return NewInnerCollection(); }

@@ -46,6 +46,7 @@ Call::Call(const Member& member, const DISPPARAMS& given) : params_(given) {
   Sort(member, count);
   RequireAll(member, count);
   owned_.reserve(count);
+  variables_.reserve(count);
 }
 
 void Call::Sort(const Member& member, std::size_t count) {
@@ -108,6 +109,25 @@ BSTR Call::TextAt(std::size_t index) { return ConvertedAt(index, VT_BSTR).bstrVa
 
 IDispatch* Call::ObjectAt(std::size_t index) { return ConvertedAt(index, VT_DISPATCH).pdispVal; }
 
+BSTR* Call::TextVariableAt(std::size_t index) {
+  const TextView text = ViewOf(ConvertedAt(index, VT_BSTR).bstrVal);
+  return &variables_.emplace_back(TextVariable{given_.at(index), text, Variant(text)})
+              .now.Get()
+              .bstrVal;
+}
+
+void Call::WriteBack() {
+  for (TextVariable& variable : variables_) {
+    if (ViewOf(variable.now.Get().bstrVal) == variable.before) continue;
+    const VARIANT& target = Dereferenced(*variable.given);
+    if (target.vt == (VT_BYREF | VT_BSTR)) {
+      std::swap(*target.pbstrVal, variable.now.Get().bstrVal);
+    } else if (variable.given->vt == (VT_BYREF | VT_VARIANT)) {
+      std::swap(*variable.given->pvarVal, variable.now.Get());
+    }
+  }
+}
+
 VARIANT& Call::Result(VARTYPE type) {
   VARIANT& result = result_.Get();
   result.vt = type;
@@ -152,6 +172,7 @@ HRESULT Perform(const Member& member, IDispatch& self, const DISPPARAMS& params,
   Call call(member, params);
   const HRESULT status = member.invoke(self, call);
   if (FAILED(status)) return MoveErrorInfo(status, exception);
+  call.WriteBack();
   call.HandOver(result);
   return status;
 }

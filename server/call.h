@@ -61,6 +61,16 @@ class Call {
   VARIANT ValueAt(std::size_t index);
   BSTR TextAt(std::size_t index);
   IDispatch* ObjectAt(std::size_t index);
+  VARIANT_BOOL FlagAt(std::size_t index) { return ConvertedAt(index, VT_BOOL).boolVal; }
+  long LongAt(std::size_t index) { return ConvertedAt(index, VT_I4).lVal; }
+
+  /// A text of the call's own that the member may replace, for WriteBack to hand on.
+  BSTR* TextVariableAt(std::size_t index);
+
+  /// Writes every text of TextVariableAt that was replaced into the caller's variable: one of type
+  /// text, or a variant of any content. A plain value, or a variable of another type, stays as it
+  /// is.
+  void WriteBack();
 
   /// Where the vtable method shall put its result.
   VARIANT* ResultValue() { return &result_.Get(); }
@@ -88,6 +98,13 @@ class Call {
   std::array<const VARIANT*, Member::kMostParameters> given_ = {};
   /// What the call had to copy or convert.
   std::vector<Variant> owned_;
+  /// An argument that is written back, as it came and as the member left it.
+  struct TextVariable {
+    const VARIANT* given;
+    TextView before;
+    Variant now;
+  };
+  std::vector<TextVariable> variables_;
   Variant result_;
 };
 

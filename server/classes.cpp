@@ -6,8 +6,10 @@
 
 #include "platform/win32/com_ptr.h"
 #include "server/Brindlex.h"
+#include "server/co_app_files.h"
 #include "server/co_collection.h"
 #include "server/co_collection_save_restore.h"
+#include "server/co_environment.h"
 #include "server/co_text_data.h"
 #include "server/module.h"
 
@@ -27,6 +29,8 @@ const ClassDescription kClasses[] = {
      Create<CoCreateTextData>},
     {CLSID_clsCollectionSaveRestore, IID__clsCollectionSaveRestore, L"clsCollectionSaveRestore",
      Create<CoCollectionSaveRestore>},
+    {CLSID_clsEnvironment, IID__clsEnvironment, L"clsEnvironment", Create<CoEnvironment>},
+    {CLSID_clsAppFiles, IID__clsAppFiles, L"clsAppFiles", Create<CoAppFiles>},
 };
 
 class ClassFactory : public IClassFactory {

@@ -28,6 +28,9 @@ class GivenText {
   OptionalText given_;
 };
 
+/// `flag` as hosts test for it.
+inline VARIANT_BOOL FlagOf(bool flag) { return flag ? VARIANT_TRUE : VARIANT_FALSE; }
+
 /// Results, for the host to release.
 IDispatch* HandedOut(const Object& object);
 _clsCollection* HandedOut(const CollectionRef& collection);

@@ -1,9 +1,12 @@
 #pragma once
 
 #include <functional>
+#include <map>
+#include <memory>
 #include <vector>
 
 #include "platform/memory/fault.h"
+#include "platform/memory/memory_files.h"
 #include "platform/memory/memory_object.h"
 #include "platform/platform.h"
 
@@ -18,6 +21,17 @@ class MemoryPlatform : public Platform {
   /// A MemoryCollection of Family.
   CollectionRef NewCollection() override;
 
+  VersionRecord GetVersionRecord() override;
+
+  /// Succeeds for the folders in `shellFolders`.
+  std::int32_t SpecialFolderLocation(std::int32_t csidl, ItemIdList& list) override;
+
+  /// Puts the folder's text at the start of `buffer` and leaves the rest as it is.
+  std::int32_t PathFromItemIdList(ItemIdList list, PathBuffer& buffer) override;
+
+  /// Over `disk`.
+  std::unique_ptr<FileSystem> NewFileSystem() override;
+
   /// The objects of the host, the collections of this platform included.
   const MemoryFamily& Family() const { return family_; }
 
@@ -27,11 +41,28 @@ class MemoryPlatform : public Platform {
   /// What the host does before it closes a report; it may call the component again.
   std::function<void()> whileShown;
 
-  /// Lets a service call fail. Calls of all services are counted together.
+  VersionRecord version{6, 1, 7601, 2};
+
+  /// What the shell knows of a special folder.
+  struct ShellFolder {
+    /// At most 260 characters.
+    Text path;
+    std::int32_t pathStatus = 1;
+  };
+  std::map<std::int32_t, ShellFolder> shellFolders;
+
+  MemoryDisk disk;
+
+  /// Lets a service call fail. Calls of all services, files and streams included, are counted
+  /// together.
   Fault fault;
 
  private:
   MemoryFamily family_;
+
+ public:
+  /// What the file system yields as the system folder; must be of Family.
+  Object systemFolder;
 };
 
 }  // namespace brindlex

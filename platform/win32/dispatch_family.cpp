@@ -67,6 +67,12 @@ CollectionRef DispatchFamily::CallForCollection(void* object, TextView name) con
   return std::make_shared<DispatchCollection>(*this, std::move(collection));
 }
 
+bool DispatchFamily::FlagOf(const Object& object, TextView name) const {
+  const Bstr member(name);
+  IDispatch& dispatch = DispatchOf(object.Self(*this));
+  return brindlex::FlagOf(Invoke(dispatch, MemberId(dispatch, member.Get()), kGet).Get());
+}
+
 std::vector<Text> DispatchFamily::PropertyGetNames(void* object) const {
   return PropertyGetNamesOf(DispatchOf(object));
 }

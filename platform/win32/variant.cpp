@@ -115,6 +115,10 @@ Text TextOf(const VARIANT& value) {
 
 std::int32_t WholeNumberOf(const VARIANT& value) { return Converted(value, VT_I4).Get().lVal; }
 
+bool FlagOf(const VARIANT& value) {
+  return Converted(value, VT_BOOL).Get().boolVal != VARIANT_FALSE;
+}
+
 ComPtr<IDispatch> ObjectOf(const VARIANT& value) {
   const VARIANT& actual = Dereferenced(value);
   if (!IsObjectReference(actual)) throw RuntimeError(error_number::kObjectRequired);

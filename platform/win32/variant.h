@@ -38,6 +38,8 @@ class Bstr {
     SysFreeString(std::exchange(text_, nullptr));
     return &text_;
   }
+  /// Hands the BSTR over to the caller.
+  BSTR Detach() noexcept { return std::exchange(text_, nullptr); }
   TextView View() const noexcept { return ViewOf(text_); }
 
  private:
@@ -99,6 +101,10 @@ Text TextOf(const VARIANT& value);
 /// `value` as a 32-bit whole number, fractions rounded half to even. Error 13 when it is not a
 /// number, 6 when it does not fit, 94 for Null.
 std::int32_t WholeNumberOf(const VARIANT& value);
+
+/// `value` as a flag: a number other than 0, or the word for true in the user's locale or in
+/// English; Empty is false. Error 13 for text that is neither word nor number, 94 for Null.
+bool FlagOf(const VARIANT& value);
 
 /// The object that `value` refers to; null for Nothing. Error 424 when it is not an object
 /// reference, 430 when the object does not do automation.

@@ -2,6 +2,13 @@
 
 #include <windows.h>
 
+#include <shlobj.h>
+
+#include <algorithm>
+#include <iterator>
+
+#include "platform/win32/file_system.h"
+
 namespace brindlex {
 
 void Win32Platform::ShowReport(const Report& report) {
@@ -9,6 +16,39 @@ void Win32Platform::ShowReport(const Report& report) {
   // The owner is the host's window, so that the box is modal to it; without one, to nothing.
   MessageBoxW(GetActiveWindow(), reinterpret_cast<const wchar_t*>(report.text.c_str()),
               reinterpret_cast<const wchar_t*>(report.caption.c_str()), Report::kStyle);
+}
+
+VersionRecord Win32Platform::GetVersionRecord() {
+  OSVERSIONINFOA record{};
+  static_assert(sizeof(record) == 148);
+  record.dwOSVersionInfoSize = sizeof(record);
+  std::fill(std::begin(record.szCSDVersion), std::end(record.szCSDVersion), ' ');
+  GetVersionExA(&record);
+  return {record.dwMajorVersion, record.dwMinorVersion, record.dwBuildNumber, record.dwPlatformId};
+}
+
+std::int32_t Win32Platform::SpecialFolderLocation(std::int32_t csidl, ItemIdList& list) {
+  PIDLIST_ABSOLUTE found = nullptr;
+  const HRESULT status = SHGetSpecialFolderLocation(nullptr, csidl, &found);
+  list = found;
+  return status;
+}
+
+std::int32_t Win32Platform::PathFromItemIdList(ItemIdList list, PathBuffer& buffer) {
+  constexpr int kSize = static_cast<int>(std::tuple_size_v<PathBuffer>);
+  static_assert(kSize == MAX_PATH);
+  auto* const wide = reinterpret_cast<wchar_t*>(buffer.data());
+  // Twice the room, since a character may take two bytes; the shell knows of the first half.
+  char bytes[2 * kSize] = {};
+  WideCharToMultiByte(CP_ACP, 0, wide, kSize, bytes, 2 * kSize, nullptr, nullptr);
+  const BOOL status = SHGetPathFromIDListA(static_cast<PCIDLIST_ABSOLUTE>(list), bytes);
+  const int count = MultiByteToWideChar(CP_ACP, 0, bytes, kSize, wide, kSize);
+  std::fill(buffer.begin() + count, buffer.end(), u' ');
+  return status;
+}
+
+std::unique_ptr<FileSystem> Win32Platform::NewFileSystem() {
+  return NewScriptingFileSystem(dispatch_);
 }
 
 }  // namespace brindlex

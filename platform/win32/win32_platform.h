@@ -13,6 +13,10 @@ class Win32Platform : public Platform {
 
   void ShowReport(const Report& report) override;
   CollectionRef NewCollection() override { return dispatch_.NewCollection(); }
+  VersionRecord GetVersionRecord() override;
+  std::int32_t SpecialFolderLocation(std::int32_t csidl, ItemIdList& list) override;
+  std::int32_t PathFromItemIdList(ItemIdList list, PathBuffer& buffer) override;
+  std::unique_ptr<FileSystem> NewFileSystem() override;
 
   /// The family of the objects that a host hands in.
   const DispatchFamily& Dispatch() const { return dispatch_; }

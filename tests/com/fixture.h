@@ -91,6 +91,9 @@ class ComTest : public ::testing::Test {
   BoxWatch& Boxes() { return *boxes_; }
   const Component& Dll() const { return *component_; }
 
+  /// Expects `blocks` to be left behind by the system itself.
+  void ExpectBlocksLeft(long blocks) { blocksBefore_ += blocks; }
+
  private:
   std::unique_ptr<Component> component_;
   std::unique_ptr<BoxWatch> boxes_;

@@ -1,9 +1,43 @@
 #include <gtest/gtest.h>
+#include <windows.h>
 
+#include <objbase.h>
+
+#include "platform/win32/file_system.h"
+#include "platform/win32/win32_platform.h"
 #include "tests/com/malloc_spy.h"
+
+namespace {
+
+/// The scripting run time keeps its own type information for as long as it is loaded: loaded and
+/// used before the first test counts blocks, it is no leak of that test.
+void UseScriptingRunTimeOnce() {
+  using namespace brindlex;
+  LoadLibraryW(L"scrrun.dll");
+  CoInitialize(nullptr);
+  {
+    Win32Platform platform(nullptr);
+    const auto files = platform.NewFileSystem();
+    const Text path = files->SystemFolder().GetText(u"Path") + u"\\..\\brindlex.tmp";
+    const auto writer = files->CreateTextFile(path);
+    writer->Write(u"x");
+    writer->Close();
+    const auto reader = files->OpenTextFile(path);
+    Text text;
+    reader->AppendBlock(text);
+    reader->AtEnd();
+    reader->Close();
+    files->GetFile(path)->SetAttributes(files->GetFile(path)->Attributes());
+  }
+  DeleteFileW(L"C:\\windows\\brindlex.tmp");
+  CoUninitialize();
+}
+
+}  // namespace
 
 int main(int argc, char** argv) {
   ::testing::InitGoogleTest(&argc, argv);
   brindlex::testing::MallocSpy::Instance().Install();
+  UseScriptingRunTimeOnce();
   return RUN_ALL_TESTS();
 }

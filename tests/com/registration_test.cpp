@@ -28,6 +28,10 @@ const RegisteredClass kRegistered[] = {
      L"{78438A06-B03B-494E-8FB1-95E5688996B0}"},
     {L"clsCollectionSaveRestore", L"{1A689BDB-AFD6-4405-B9E2-DF8645612F48}",
      L"{258AE42C-1320-4C24-A69B-C166187DCB0E}"},
+    {L"clsEnvironment", L"{C8823580-F9E8-430A-A5C9-149D4CF96319}",
+     L"{DE5A481A-2A78-4C85-8349-B8BFD7044332}"},
+    {L"clsAppFiles", L"{03068CE9-1E2B-4905-831C-745F9AC7CA1E}",
+     L"{13BC7B31-B39D-4573-A2C0-506F64504D43}"},
 };
 
 void AddLibraryLines(const std::filesystem::path& file, RegistryLines& lines) {

@@ -162,6 +162,27 @@ const Contract kContracts[] = {
          L"10 get MultiDataString() BSTR",
          L"10 put MultiDataString([in] BSTR)",
      }},
+    {"clsEnvironment",
+     IID__clsEnvironment,
+     {
+         L"1 call GetOsName() BSTR",
+         L"2 call IsWindowsVista() VARIANT_BOOL",
+         L"3 call FindSystemFolder([in] long csidl) BSTR",
+     }},
+    {"clsAppFiles",
+     IID__clsAppFiles,
+     {
+         L"1 call StartUp([in] IDispatch* HostObject, [in] BSTR AppFolderName,"
+         L" [in] BSTR CompanyFolderName) void",
+         L"2 call GetWinSysDirFolder() IDispatch*",
+         L"3 call EnsureFolder([in] BSTR path) VARIANT_BOOL",
+         L"4 call SettingsFolderAllUsers([in, out] BSTR* companyFolder) BSTR",
+         L"5 call SaveTextFile([in] BSTR path, [in] BSTR text, [in] VARIANT_BOOL quietIfDenied)"
+         L" VARIANT_BOOL",
+         L"6 call ReadTextFile([in] BSTR path, [in] VARIANT_BOOL quietIfMissing) BSTR",
+         L"7 call FileNameFromPath([in] BSTR path) BSTR",
+         L"8 call CopyFileKeepAttributes([in] BSTR source, [in] BSTR destination) void",
+     }},
 };
 
 class ContractTest : public ComTest, public ::testing::WithParamInterface<Contract> {};

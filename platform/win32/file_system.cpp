@@ -1,0 +1,265 @@
+#include "platform/win32/file_system.h"
+
+#include <windows.h>
+
+#include <algorithm>
+#include <array>
+#include <iterator>
+#include <utility>
+
+#include "automation/runtime_error.h"
+#include "platform/win32/hresult.h"
+#include "platform/win32/late_binding.h"
+#include "platform/win32/variant.h"
+
+namespace brindlex {
+namespace {
+
+// ---- Errors ------------------------------------------------------------------------------------
+
+struct SystemError {
+  DWORD code;
+  std::int32_t number;
+};
+
+constexpr SystemError kSystemErrors[] = {
+    {ERROR_FILE_NOT_FOUND, 53},
+    {ERROR_PATH_NOT_FOUND, 76},
+    {ERROR_TOO_MANY_OPEN_FILES, 67},
+    {ERROR_ACCESS_DENIED, 70},
+    {ERROR_NOT_ENOUGH_MEMORY, 7},
+    {ERROR_INVALID_DRIVE, 68},
+    {ERROR_WRITE_PROTECT, 70},
+    {ERROR_NOT_READY, 71},
+    {ERROR_SHARING_VIOLATION, 70},
+    {ERROR_LOCK_VIOLATION, 70},
+    {ERROR_HANDLE_DISK_FULL, 61},
+    {ERROR_BAD_NETPATH, 76},
+    {ERROR_FILE_EXISTS, 58},
+    {ERROR_DISK_FULL, 61},
+    {ERROR_INVALID_NAME, 52},
+    {ERROR_ALREADY_EXISTS, 58},
+    {ERROR_FILENAME_EXCED_RANGE, 52},
+    {ERROR_DIRECTORY, 76},
+    {ERROR_IO_DEVICE, 57},
+};
+
+/// The number that hosts know for `code`, or 0.
+std::int32_t NumberOfSystemError(DWORD code) {
+  const auto* found = std::find_if(std::begin(kSystemErrors), std::end(kSystemErrors),
+                                   [code](const SystemError& e) { return e.code == code; });
+  return found == std::end(kSystemErrors) ? 0 : found->number;
+}
+
+/// `error` with a number that hosts know, where it has none but the system says more: in the status
+/// itself, or, where that only says "failed", in what the thread's last call left behind.
+RuntimeError Explained(RuntimeError error, DWORD lastError) {
+  if (error.number >= 0) return error;
+  DWORD code = 0;
+  if (error.number == E_FAIL) code = lastError;
+  if (HRESULT_FACILITY(error.number) == FACILITY_WIN32) code = HRESULT_CODE(error.number);
+  const std::int32_t number = NumberOfSystemError(code);
+  return number == 0 ? std::move(error) : RuntimeError(number);
+}
+
+// ---- Late-bound calls --------------------------------------------------------------------------
+
+/// What `step()` yields; its error, explained.
+template <class Step>
+auto Explaining(Step&& step) {
+  SetLastError(ERROR_SUCCESS);
+  try {
+    return step();
+  } catch (RuntimeError& error) {
+    throw Explained(std::move(error), GetLastError());
+  }
+}
+
+/// One object of the scripting run time.
+class ScriptingObject {
+ public:
+  explicit ScriptingObject(ComPtr<IDispatch> object) : object_(std::move(object)) {}
+
+  template <class... Arguments>
+  Variant Call(TextView name, Arguments... arguments) const {
+    std::array<Variant, sizeof...(Arguments)> owned = {std::move(arguments)...};
+    std::array<VARIANT, sizeof...(Arguments)> borrowed;
+    std::transform(owned.begin(), owned.end(), borrowed.begin(),
+                   [](const Variant& argument) { return argument.Get(); });
+    return Explaining([&] {
+      return Invoke(*object_.Get(), IdOf(name), kCallOrGet, std::span<VARIANT>(borrowed));
+    });
+  }
+
+  template <class... Arguments>
+  ScriptingObject CallForObject(TextView name, Arguments... arguments) const {
+    ComPtr<IDispatch> object = ObjectOf(Call(name, std::move(arguments)...).Get());
+    if (!object) throw RuntimeError(error_number::kObjectNotSet);
+    return ScriptingObject(std::move(object));
+  }
+
+  template <class... Arguments>
+  bool CallForFlag(TextView name, Arguments... arguments) const {
+    return FlagOf(Call(name, std::move(arguments)...).Get());
+  }
+
+  void Let(TextView name, Variant value) const {
+    Explaining([&] { brindlex::Let(*object_.Get(), IdOf(name), value.Get()); });
+  }
+
+  IDispatch* Get() const { return object_.Get(); }
+
+ private:
+  DISPID IdOf(TextView name) const { return MemberId(*object_.Get(), Bstr(name).Get()); }
+
+  ComPtr<IDispatch> object_;
+};
+
+Variant TextArgument(TextView text) { return Variant::OfText(text); }
+
+Variant NumberArgument(std::int32_t number) {
+  Variant made;
+  made.Get().vt = VT_I4;
+  made.Get().lVal = number;
+  return made;
+}
+
+Variant FlagArgument(bool flag) {
+  Variant made;
+  made.Get().vt = VT_BOOL;
+  made.Get().boolVal = flag ? VARIANT_TRUE : VARIANT_FALSE;
+  return made;
+}
+
+// ---- Text in the code page ---------------------------------------------------------------------
+
+/// `text` as it comes back from the system's code page. Some releases of the run time refuse to
+/// write a character that the code page lacks, in place of writing its replacement.
+Text ThroughCodePage(TextView text) {
+  const auto* const wide = reinterpret_cast<const wchar_t*>(text.data());
+  const int length = static_cast<int>(text.size());
+  const int size = WideCharToMultiByte(CP_ACP, 0, wide, length, nullptr, 0, nullptr, nullptr);
+  std::string bytes(static_cast<std::size_t>(size), '\0');
+  WideCharToMultiByte(CP_ACP, 0, wide, length, bytes.data(), size, nullptr, nullptr);
+  Text back(text.size(), u'\0');
+  const int count = MultiByteToWideChar(CP_ACP, 0, bytes.data(), size,
+                                        reinterpret_cast<wchar_t*>(back.data()), length);
+  back.resize(static_cast<std::size_t>(count));
+  return back;
+}
+
+bool IsAscii(TextView text) {
+  return std::all_of(text.begin(), text.end(), [](char16_t unit) { return unit < 128; });
+}
+
+// ---- The interfaces ----------------------------------------------------------------------------
+
+class ScriptingFile : public File {
+ public:
+  explicit ScriptingFile(ScriptingObject file) : file_(std::move(file)) {}
+
+  std::int32_t Attributes() override { return WholeNumberOf(file_.Call(u"Attributes").Get()); }
+  void SetAttributes(std::int32_t attributes) override {
+    file_.Let(u"Attributes", NumberArgument(attributes));
+  }
+
+ private:
+  ScriptingObject file_;
+};
+
+class ScriptingWriter : public TextWriter {
+ public:
+  explicit ScriptingWriter(ScriptingObject stream) : stream_(std::move(stream)) {}
+
+  void Write(TextView text) override {
+    if (IsAscii(text)) {
+      stream_.Call(u"Write", TextArgument(text));
+    } else {
+      stream_.Call(u"Write", TextArgument(ThroughCodePage(text)));
+    }
+  }
+  void Close() override { stream_.Call(u"Close"); }
+
+ private:
+  ScriptingObject stream_;
+};
+
+class ScriptingReader : public TextReader {
+ public:
+  explicit ScriptingReader(ScriptingObject stream) : stream_(std::move(stream)) {}
+
+  void AppendBlock(Text& text) override {
+    // Not ReadAll, nor larger blocks: on some systems either takes time quadratic in what it reads.
+    constexpr std::int32_t kCharacters = 16384;
+    AppendText(stream_.Call(u"Read", NumberArgument(kCharacters)).Get(), text);
+  }
+  bool AtEnd() override { return stream_.CallForFlag(u"AtEndOfStream"); }
+  void Close() override { stream_.Call(u"Close"); }
+
+ private:
+  ScriptingObject stream_;
+};
+
+class ScriptingFileSystem : public FileSystem {
+ public:
+  ScriptingFileSystem(const DispatchFamily& family, ScriptingObject files)
+      : family_(family), files_(std::move(files)) {}
+
+  bool FileExists(TextView path) override {
+    return files_.CallForFlag(u"FileExists", TextArgument(path));
+  }
+
+  std::unique_ptr<File> GetFile(TextView path) override {
+    return std::make_unique<ScriptingFile>(files_.CallForObject(u"GetFile", TextArgument(path)));
+  }
+
+  std::unique_ptr<TextWriter> CreateTextFile(TextView path) override {
+    constexpr bool kOverwrite = true;
+    constexpr bool kUnicode = false;
+    return std::make_unique<ScriptingWriter>(files_.CallForObject(
+        u"CreateTextFile", TextArgument(path), FlagArgument(kOverwrite), FlagArgument(kUnicode)));
+  }
+
+  std::unique_ptr<TextReader> OpenTextFile(TextView path) override {
+    constexpr std::int32_t kForReading = 1;
+    constexpr std::int32_t kAsAscii = 0;
+    return std::make_unique<ScriptingReader>(
+        files_.CallForObject(u"OpenTextFile", TextArgument(path), NumberArgument(kForReading),
+                             FlagArgument(false), NumberArgument(kAsAscii)));
+  }
+
+  void Copy(TextView source, TextView destination) override {
+    constexpr bool kOverwrite = true;
+    files_.Call(u"CopyFile", TextArgument(source), TextArgument(destination),
+                FlagArgument(kOverwrite));
+  }
+
+  bool FolderExists(TextView path) override {
+    return files_.CallForFlag(u"FolderExists", TextArgument(path));
+  }
+
+  void CreateFolder(TextView path) override { files_.Call(u"CreateFolder", TextArgument(path)); }
+
+  Object SystemFolder() override {
+    constexpr std::int32_t kSystemFolder = 1;
+    return family_.Wrap(
+        files_.CallForObject(u"GetSpecialFolder", NumberArgument(kSystemFolder)).Get());
+  }
+
+ private:
+  const DispatchFamily& family_;
+  ScriptingObject files_;
+};
+
+}  // namespace
+
+std::unique_ptr<FileSystem> NewScriptingFileSystem(const DispatchFamily& family) {
+  CLSID classId;
+  Check(CLSIDFromProgID(L"Scripting.FileSystemObject", &classId));
+  ComPtr<IDispatch> made;
+  Check(
+      CoCreateInstance(classId, nullptr, CLSCTX_INPROC_SERVER, IID_IDispatch, made.ReceiveVoid()));
+  return std::make_unique<ScriptingFileSystem>(family, ScriptingObject(std::move(made)));
+}
+
+}  // namespace brindlex

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <memory>
+
+#include "platform/file_system.h"
+#include "platform/win32/dispatch_family.h"
+
+namespace brindlex {
+
+/// A new FileSystemObject of the scripting run time, reached late-bound. Its system folder is an
+/// object of `family`, which must outlive it. Error 429 where the run time is not installed.
+///
+/// An error that the run time gives no number of its own gets the number that hosts know for what
+/// the system said: 70 for a file that is in use, 61 for a full disk, 52 for a name that no file
+/// can have.
+std::unique_ptr<FileSystem> NewScriptingFileSystem(const DispatchFamily& family);
+
+}  // namespace brindlex

@@ -1,0 +1,141 @@
+#include "server/co_app_files.h"
+
+#include "appfiles/settings_folders.h"
+#include "appfiles/text_files.h"
+#include "server/the_platform.h"
+#include "server/thread_state.h"
+#include "server/values.h"
+
+namespace brindlex {
+namespace {
+
+CoAppFiles& Self(IDispatch& self) { return static_cast<CoAppFiles&>(self); }
+
+constexpr Member kAppFilesMembers[] = {
+    {L"StartUp",
+     1,
+     DISPATCH_METHOD,
+     [](IDispatch& self, Call& call) {
+       return Self(self).StartUp(call.ObjectAt(0), call.TextAt(1), call.TextAt(2));
+     },
+     {Required(L"HostObject"), Required(L"AppFolderName"), Required(L"CompanyFolderName")}},
+    {L"GetWinSysDirFolder", 2, DISPATCH_METHOD,
+     [](IDispatch& self, Call& call) {
+       return Self(self).GetWinSysDirFolder(call.ResultObject<IDispatch>());
+     }},
+    {L"EnsureFolder",
+     3,
+     DISPATCH_METHOD,
+     [](IDispatch& self, Call& call) {
+       return Self(self).EnsureFolder(call.TextAt(0), call.ResultFlag());
+     },
+     {Required(L"path")}},
+    {L"SettingsFolderAllUsers",
+     4,
+     DISPATCH_METHOD,
+     [](IDispatch& self, Call& call) {
+       return Self(self).SettingsFolderAllUsers(call.TextVariableAt(0), call.ResultText());
+     },
+     {Required(L"companyFolder")}},
+    {L"SaveTextFile",
+     5,
+     DISPATCH_METHOD,
+     [](IDispatch& self, Call& call) {
+       return Self(self).SaveTextFile(call.TextAt(0), call.TextAt(1), call.FlagAt(2),
+                                      call.ResultFlag());
+     },
+     {Required(L"path"), Required(L"text"), Required(L"quietIfDenied")}},
+    {L"ReadTextFile",
+     6,
+     DISPATCH_METHOD,
+     [](IDispatch& self, Call& call) {
+       return Self(self).ReadTextFile(call.TextAt(0), call.FlagAt(1), call.ResultText());
+     },
+     {Required(L"path"), Required(L"quietIfMissing")}},
+    {L"FileNameFromPath",
+     7,
+     DISPATCH_METHOD,
+     [](IDispatch& self, Call& call) {
+       return Self(self).FileNameFromPath(call.TextAt(0), call.ResultText());
+     },
+     {Required(L"path")}},
+    {L"CopyFileKeepAttributes",
+     8,
+     DISPATCH_METHOD,
+     [](IDispatch& self, Call& call) {
+       return Self(self).CopyFileKeepAttributes(call.TextAt(0), call.TextAt(1));
+     },
+     {Required(L"source"), Required(L"destination")}},
+};
+
+/// Puts `text` in the place of the text in the caller's variable, unless it holds that already.
+void Assign(TextView text, BSTR& variable) {
+  if (ViewOf(variable) == text) return;
+  BSTR const made = NewBstr(text);
+  SysFreeString(variable);
+  variable = made;
+}
+
+}  // namespace
+
+const std::span<const Member> CoAppFiles::kMembers = kAppFilesMembers;
+
+STDMETHODIMP CoAppFiles::StartUp(IDispatch* hostObject, BSTR appFolderName,
+                                 BSTR companyFolderName) {
+  return Run([&] {
+    brindlex::StartUp(*EnsureHostState(), GivenObject(hostObject), ViewOf(appFolderName),
+                      ViewOf(companyFolderName));
+  });
+}
+
+STDMETHODIMP CoAppFiles::GetWinSysDirFolder(IDispatch** result) {
+  return RunFor(result, [&] { *result = HandedOut(brindlex::GetWinSysDirFolder(ThePlatform())); });
+}
+
+STDMETHODIMP CoAppFiles::EnsureFolder(BSTR path, VARIANT_BOOL* result) {
+  return RunFor(result,
+                [&] { *result = FlagOf(brindlex::EnsureFolder(ThePlatform(), ViewOf(path))); });
+}
+
+STDMETHODIMP CoAppFiles::SettingsFolderAllUsers(BSTR* companyFolder, BSTR* result) {
+  if (companyFolder == nullptr) return E_POINTER;
+  return RunFor(result, [&] {
+    // A reference of its own: the host may leave the apartment from inside its object.
+    const std::shared_ptr<HostState> state = CurrentHostState();
+    HostState none;
+    Text company(ViewOf(*companyFolder));
+    const Text folder =
+        brindlex::SettingsFolderAllUsers(ThePlatform(), state == nullptr ? none : *state, company);
+    Bstr made(folder);
+    Assign(company, *companyFolder);
+    *result = made.Detach();
+  });
+}
+
+STDMETHODIMP CoAppFiles::SaveTextFile(BSTR path, BSTR text, VARIANT_BOOL quietIfDenied,
+                                      VARIANT_BOOL* result) {
+  return RunFor(result, [&] {
+    *result = FlagOf(brindlex::SaveTextFile(ThePlatform(), ViewOf(path), ViewOf(text),
+                                            quietIfDenied != VARIANT_FALSE));
+  });
+}
+
+STDMETHODIMP CoAppFiles::ReadTextFile(BSTR path, VARIANT_BOOL quietIfMissing, BSTR* result) {
+  return RunFor(result, [&] {
+    *result = NewBstr(
+        brindlex::ReadTextFile(ThePlatform(), ViewOf(path), quietIfMissing != VARIANT_FALSE));
+  });
+}
+
+STDMETHODIMP CoAppFiles::FileNameFromPath(BSTR path, BSTR* result) {
+  return RunFor(
+      result, [&] { *result = NewBstr(brindlex::FileNameFromPath(ThePlatform(), ViewOf(path))); });
+}
+
+STDMETHODIMP CoAppFiles::CopyFileKeepAttributes(BSTR source, BSTR destination) {
+  return Run([&] {
+    brindlex::CopyFileKeepAttributes(ThePlatform(), ViewOf(source), ViewOf(destination));
+  });
+}
+
+}  // namespace brindlex

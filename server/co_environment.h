@@ -1,0 +1,18 @@
+#pragma once
+
+#include "server/Brindlex.h"
+#include "server/coclass.h"
+
+namespace brindlex {
+
+/// The probes of the system as hosts see them.
+class CoEnvironment : public Coclass<CoEnvironment, _clsEnvironment, ::clsEnvironment> {
+ public:
+  static const std::span<const Member> kMembers;
+
+  STDMETHODIMP GetOsName(BSTR* result) override;
+  STDMETHODIMP IsWindowsVista(VARIANT_BOOL* result) override;
+  STDMETHODIMP FindSystemFolder(long csidl, BSTR* result) override;
+};
+
+}  // namespace brindlex
