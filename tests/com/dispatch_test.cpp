@@ -9,7 +9,6 @@
 #include "server/classes.h"
 #include "tests/com/fixture.h"
 #include "tests/com/late_call.h"
-#include "tests/com/scripted_object.h"
 #include "tests/com/type_text.h"
 
 namespace brindlex::testing {
@@ -58,6 +57,13 @@ Variant AsValue(const ComPtr<_clsCollection>& object) { return Variant::OfObject
 Variant AsValue(const ComPtr<_clsTextData>& object) { return Variant::OfObject(object.Get()); }
 Variant AsValue(const ComPtr<_clsCreateTextData>& object) {
   return Variant::OfObject(object.Get());
+}
+
+Variant True() {
+  Variant made;
+  made.Get().vt = VT_BOOL;
+  made.Get().boolVal = VARIANT_TRUE;
+  return made;
 }
 
 /// A call of one member, and what it yields.
@@ -250,19 +256,13 @@ const Row kRows[] = {
      AppFilesOf,
      L"SaveTextFile",
      {L"path", L"text", L"quietIfDenied"},
-     [](World&) {
-       return Arguments(Variant(u"C:\\windows"), Variant(u"text"),
-                        Of(VT_BOOL, VARIANT_BOOL{VARIANT_TRUE}));
-     },
+     [](World&) { return Arguments(Variant(u"C:\\windows"), Variant(u"text"), True()); },
      u"False"},
     {"ReadTextFileThatIsMissing",
      AppFilesOf,
      L"ReadTextFile",
      {L"path", L"quietIfMissing"},
-     [](World&) {
-       return Arguments(Variant(u"C:\\windows\\no such file"),
-                        Of(VT_BOOL, VARIANT_BOOL{VARIANT_TRUE}));
-     },
+     [](World&) { return Arguments(Variant(u"C:\\windows\\no such file"), True()); },
      u"text "},
     {"FileNameFromPath",
      AppFilesOf,

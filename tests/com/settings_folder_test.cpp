@@ -249,16 +249,16 @@ TEST_F(SettingsFolderTest, TheCompanysFolderIsWrittenBackToAnyVariable) {
       EXPECT_EQ(u"text " + CompanyPath() + u"\\Product", Shown(call.Result()));
     };
     const std::u16string shown = u"text " + CompanyPath();
-    const Variant typed(u"before");
+    Variant typed(u"before");
     find(TypedReference(typed));
     EXPECT_EQ(shown, Shown(typed.Get()));
     for (auto* const make : {+[] { return Variant(u"before"); }, +[] { return Variant(); },
                              +[] { return Number(7); }}) {
-      const Variant variable = make();
+      Variant variable = make();
       find(VariableReference(variable));
       EXPECT_EQ(shown, Shown(variable.Get()));
     }
-    const Variant nested(u"before");
+    Variant nested(u"before");
     VARIANT holder;
     find(NestedReference(nested, holder));
     EXPECT_EQ(shown, Shown(nested.Get()));
@@ -271,7 +271,7 @@ TEST_F(SettingsFolderTest, TheCompanysFolderIsWrittenBackToAnyVariable) {
 
 TEST_F(SettingsFolderTest, AVariableThatIsLeftAsItWasKeepsItsType) {
   const auto files = New();
-  const Variant variable;
+  Variant variable;
   LateCall call(*files.Get(), L"SettingsFolderAllUsers");
   EXPECT_EQ(S_OK, call.With(VariableReference(variable)).Run());
   EXPECT_EQ(VT_EMPTY, variable.Get().vt);
