@@ -97,37 +97,27 @@ void BM_Save(benchmark::State& state) {
   RecordFamily family;
   clsCollectionSaveRestore saveRestore(platform);
   const CollectionRef records = RecordsOf(family, static_cast<std::int32_t>(state.range(0)));
-  for (auto _ : state) {
+  for ([[maybe_unused]] auto _ : state) {
     benchmark::DoNotOptimize(saveRestore.AsDelimitedFromCollection(records));
   }
   ReportPerField(state);
 }
 
-void BM_Restore(benchmark::State& state) {
+void RestoreUnder(TextView key, benchmark::State& state) {
   SilentPlatform platform;
   RecordFamily family;
   clsCollectionSaveRestore saveRestore(platform);
   const Object creator = family.NewRecord();
   const Text text = saveRestore.AsDelimitedFromCollection(
       RecordsOf(family, static_cast<std::int32_t>(state.range(0))));
-  for (auto _ : state) {
-    benchmark::DoNotOptimize(saveRestore.AsDelimitedToCollection(text, creator));
+  for ([[maybe_unused]] auto _ : state) {
+    benchmark::DoNotOptimize(saveRestore.AsDelimitedToCollection(text, creator, {}, {}, key));
   }
   ReportPerField(state);
 }
 
-void BM_RestoreKeyed(benchmark::State& state) {
-  SilentPlatform platform;
-  RecordFamily family;
-  clsCollectionSaveRestore saveRestore(platform);
-  const Object creator = family.NewRecord();
-  const Text text = saveRestore.AsDelimitedFromCollection(
-      RecordsOf(family, static_cast<std::int32_t>(state.range(0))));
-  for (auto _ : state) {
-    benchmark::DoNotOptimize(saveRestore.AsDelimitedToCollection(text, creator, {}, {}, u"Title"));
-  }
-  ReportPerField(state);
-}
+void BM_Restore(benchmark::State& state) { RestoreUnder({}, state); }
+void BM_RestoreKeyed(benchmark::State& state) { RestoreUnder(u"Title", state); }
 
 BENCHMARK(BM_Save)->RangeMultiplier(10)->Range(1000, 100000);
 BENCHMARK(BM_Restore)->RangeMultiplier(10)->Range(1000, 100000);

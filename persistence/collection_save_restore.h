@@ -85,7 +85,7 @@ class clsCollectionSaveRestore {
 
   CollectionRef MembersOf(const Object& sample);
   std::vector<Text> NamesToSave(const Object& first);
-  Header ReadHeader(TextView record, const Collection& members, const Markers& markers);
+  static Header ReadHeader(TextView record, const Collection& members, const Markers& markers);
   CollectionRef RestoreBlocks();
 
   Platform& platform_;

@@ -1,7 +1,6 @@
 #include "server/classes.h"
 
 #include <algorithm>
-#include <atomic>
 #include <new>
 
 #include "platform/win32/com_ptr.h"
@@ -11,6 +10,7 @@
 #include "server/co_collection_save_restore.h"
 #include "server/co_environment.h"
 #include "server/co_text_data.h"
+#include "server/counted_object.h"
 #include "server/module.h"
 
 namespace brindlex {
@@ -33,26 +33,9 @@ const ClassDescription kClasses[] = {
     {CLSID_clsAppFiles, IID__clsAppFiles, L"clsAppFiles", Create<CoAppFiles>},
 };
 
-class ClassFactory : public IClassFactory {
+class ClassFactory final : public CountedObject<ClassFactory, IClassFactory> {
  public:
   explicit ClassFactory(const ClassDescription& description) : description_(description) {}
-  ClassFactory(const ClassFactory&) = delete;
-  ClassFactory& operator=(const ClassFactory&) = delete;
-
-  STDMETHODIMP QueryInterface(REFIID id, void** result) override {
-    if (result == nullptr) return E_POINTER;
-    const bool known = id == IID_IUnknown || id == IID_IClassFactory;
-    *result = known ? static_cast<IClassFactory*>(this) : nullptr;
-    if (!known) return E_NOINTERFACE;
-    AddRef();
-    return S_OK;
-  }
-  STDMETHODIMP_(ULONG) AddRef() override { return ++references_; }
-  STDMETHODIMP_(ULONG) Release() override {
-    const ULONG left = --references_;
-    if (left == 0) delete this;
-    return left;
-  }
 
   STDMETHODIMP CreateInstance(IUnknown* outer, REFIID id, void** result) override {
     if (result == nullptr) return E_POINTER;
@@ -77,11 +60,7 @@ class ClassFactory : public IClassFactory {
   }
 
  private:
-  virtual ~ClassFactory() = default;
-
-  std::atomic<ULONG> references_{1};
   const ClassDescription& description_;
-  module::Use use_;
 };
 
 }  // namespace

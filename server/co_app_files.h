@@ -7,7 +7,7 @@ namespace brindlex {
 
 /// The settings folders and the text files as hosts see them. What the host hands over belongs to
 /// the thread, not to the object.
-class CoAppFiles : public Coclass<CoAppFiles, _clsAppFiles, ::clsAppFiles> {
+class CoAppFiles final : public Coclass<CoAppFiles, _clsAppFiles, ::clsAppFiles> {
  public:
   static const std::span<const Member> kMembers;
 

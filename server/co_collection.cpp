@@ -5,6 +5,7 @@
 
 #include "platform/win32/dispatch_family.h"
 #include "platform/win32/hresult.h"
+#include "server/counted_object.h"
 #include "server/the_platform.h"
 
 namespace brindlex {
@@ -56,27 +57,10 @@ std::optional<TextView> KeyIn(const VARIANT& argument) {
 }
 
 /// A walk over the positions of a collection, which it keeps alive.
-class EntryWalk : public IEnumVARIANT {
+class EntryWalk final : public CountedObject<EntryWalk, IEnumVARIANT> {
  public:
   EntryWalk(CoCollection& collection, std::size_t passed)
       : collection_(&collection), passed_(passed) {}
-  EntryWalk(const EntryWalk&) = delete;
-  EntryWalk& operator=(const EntryWalk&) = delete;
-
-  STDMETHODIMP QueryInterface(REFIID id, void** result) override {
-    if (result == nullptr) return E_POINTER;
-    const bool known = id == IID_IUnknown || id == IID_IEnumVARIANT;
-    *result = known ? static_cast<IEnumVARIANT*>(this) : nullptr;
-    if (!known) return E_NOINTERFACE;
-    AddRef();
-    return S_OK;
-  }
-  STDMETHODIMP_(ULONG) AddRef() override { return ++references_; }
-  STDMETHODIMP_(ULONG) Release() override {
-    const ULONG left = --references_;
-    if (left == 0) delete this;
-    return left;
-  }
 
   STDMETHODIMP Next(ULONG wanted, VARIANT* entries, ULONG* fetched) override {
     if (fetched != nullptr) *fetched = 0;
@@ -107,8 +91,6 @@ class EntryWalk : public IEnumVARIANT {
   }
 
  private:
-  virtual ~EntryWalk() = default;
-
   const KeyedList<Variant>& All() const { return collection_->Entries(); }
 
   HRESULT GiveUp(VARIANT* entries, ULONG count, HRESULT status) {
@@ -117,10 +99,8 @@ class EntryWalk : public IEnumVARIANT {
     return status;
   }
 
-  std::atomic<ULONG> references_{1};
   ComPtr<CoCollection> collection_;
   std::size_t passed_;
-  module::Use use_;
 };
 
 }  // namespace

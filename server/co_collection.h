@@ -9,12 +9,12 @@
 namespace brindlex {
 
 /// The collection as hosts see it: any automation values, by position or key.
-class CoCollection : public Coclass<CoCollection, _clsCollection, ::clsCollection> {
+class CoCollection final : public Coclass<CoCollection, _clsCollection, ::clsCollection> {
  public:
   static const std::span<const Member> kMembers;
 
   CoCollection() = default;
-  ~CoCollection() override;
+  ~CoCollection();
 
   STDMETHODIMP get_Item(VARIANT index, VARIANT* result) override;
   STDMETHODIMP Add(VARIANT item, VARIANT key, VARIANT before, VARIANT after) override;

@@ -7,8 +7,9 @@
 namespace brindlex {
 
 /// Saving and restoring as hosts see it.
-class CoCollectionSaveRestore : public Coclass<CoCollectionSaveRestore, _clsCollectionSaveRestore,
-                                               ::clsCollectionSaveRestore> {
+class CoCollectionSaveRestore final
+    : public Coclass<CoCollectionSaveRestore, _clsCollectionSaveRestore,
+                     ::clsCollectionSaveRestore> {
  public:
   static const std::span<const Member> kMembers;
 

@@ -6,7 +6,7 @@
 namespace brindlex {
 
 /// The probes of the system as hosts see them.
-class CoEnvironment : public Coclass<CoEnvironment, _clsEnvironment, ::clsEnvironment> {
+class CoEnvironment final : public Coclass<CoEnvironment, _clsEnvironment, ::clsEnvironment> {
  public:
   static const std::span<const Member> kMembers;
 

@@ -7,7 +7,7 @@
 namespace brindlex {
 
 /// The component's own record as hosts see it.
-class CoTextData : public Coclass<CoTextData, _clsTextData, ::clsTextData> {
+class CoTextData final : public Coclass<CoTextData, _clsTextData, ::clsTextData> {
  public:
   static const std::span<const Member> kMembers;
 
@@ -22,7 +22,8 @@ class CoTextData : public Coclass<CoTextData, _clsTextData, ::clsTextData> {
 };
 
 /// The creator of CoTextData.
-class CoCreateTextData : public Coclass<CoCreateTextData, _clsCreateTextData, ::clsCreateTextData> {
+class CoCreateTextData final
+    : public Coclass<CoCreateTextData, _clsCreateTextData, ::clsCreateTextData> {
  public:
   static const std::span<const Member> kMembers;
 

@@ -77,7 +77,7 @@ class Coclass : public Interface, public ISupportErrorInfo, public IProvideClass
 
  protected:
   Coclass() = default;
-  virtual ~Coclass() = default;
+  ~Coclass() = default;
 
   /// Runs the body of a vtable method. The object lives through it even if the host lets go of it
   /// meanwhile; a failure becomes a status and the thread's error object.

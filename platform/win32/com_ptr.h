@@ -11,6 +11,7 @@ template <class T>
 class ComPtr {
  public:
   ComPtr() noexcept = default;
+  // NOLINTNEXTLINE(google-explicit-constructor): null converts, as to the standard's pointers.
   ComPtr(std::nullptr_t) noexcept {}
   /// Adds a reference of its own to `pointer`, which may be null.
   explicit ComPtr(T* pointer) noexcept : pointer_(pointer) {
