@@ -13,6 +13,10 @@ bool ObjectFamily::FlagOf(const Object& object, TextView name) const {
   return isTrue;
 }
 
+Object MemberAccess::CallForObject(const Object& object, std::size_t member) {
+  return object.CallForObject(names_.at(member));
+}
+
 void* Object::Self(const ObjectFamily& family) const {
   if (&Family() != &family) throw RuntimeError(error_number::kNoAutomation);
   return self_;
@@ -24,9 +28,9 @@ const ObjectFamily& Object::Family() const {
 }
 
 Text Object::GetText(TextView name) const {
-  Text text;
+  TextBuilder text;
   Family().Access({Text(name)})->AppendText(*this, 0, text);
-  return text;
+  return text.Take();
 }
 
 }  // namespace brindlex

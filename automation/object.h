@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "automation/text.h"
+#include "automation/text_builder.h"
 
 namespace brindlex {
 
@@ -20,7 +21,7 @@ using CollectionRef = std::shared_ptr<Collection>;
 /// Reads and writes a fixed list of members, by name, on many objects of one family.
 class MemberAccess {
  public:
-  MemberAccess() = default;
+  explicit MemberAccess(std::vector<Text> names) : names_(std::move(names)) {}
   MemberAccess(const MemberAccess&) = delete;
   MemberAccess& operator=(const MemberAccess&) = delete;
   virtual ~MemberAccess() = default;
@@ -28,11 +29,20 @@ class MemberAccess {
   /// Appends the value of the member with index `member`, converted to text. Error 438 when the
   /// object lacks it, 94 when the value is null, 13 when it has no text, or the getter's own error;
   /// `text` is then as it was.
-  virtual void AppendText(const Object& object, std::size_t member, Text& text) = 0;
+  virtual void AppendText(const Object& object, std::size_t member, TextBuilder& text) = 0;
 
   /// Hands `value` to the member with index `member`, which converts it to its own type. Error 438
   /// when the object lacks it or cannot set it, or the setter's own error.
   virtual void LetText(const Object& object, std::size_t member, TextView value) = 0;
+
+  /// The object that the member with index `member` yields, as ObjectFamily::CallForObject has it.
+  virtual Object CallForObject(const Object& object, std::size_t member);
+
+ protected:
+  const std::vector<Text>& Names() const { return names_; }
+
+ private:
+  std::vector<Text> names_;
 };
 
 /// What can be done, late bound, with one family of objects: the host's own, which are reached by

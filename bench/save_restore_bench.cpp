@@ -53,9 +53,10 @@ class RecordFamily : public ObjectFamily {
 
 class RecordAccess : public MemberAccess {
  public:
-  explicit RecordAccess(const RecordFamily& family) : family_(family) {}
-  void AppendText(const Object& object, std::size_t member, Text& text) override {
-    text.append(family_.RecordOf(object).fields.at(member));
+  RecordAccess(const RecordFamily& family, std::vector<Text> names)
+      : MemberAccess(std::move(names)), family_(family) {}
+  void AppendText(const Object& object, std::size_t member, TextBuilder& text) override {
+    text.Append(family_.RecordOf(object).fields.at(member));
   }
   void LetText(const Object& object, std::size_t member, TextView value) override {
     family_.RecordOf(object).fields.at(member) = value;
@@ -65,8 +66,8 @@ class RecordAccess : public MemberAccess {
   const RecordFamily& family_;
 };
 
-std::unique_ptr<MemberAccess> RecordFamily::Access(std::vector<Text> /*names*/) const {
-  return std::make_unique<RecordAccess>(*this);
+std::unique_ptr<MemberAccess> RecordFamily::Access(std::vector<Text> names) const {
+  return std::make_unique<RecordAccess>(*this, std::move(names));
 }
 
 class SilentPlatform : public MemoryPlatform {

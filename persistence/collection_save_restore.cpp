@@ -1,6 +1,7 @@
 #include "persistence/collection_save_restore.h"
 
 #include <algorithm>
+#include <bit>
 #include <utility>
 
 #include "automation/runtime_error.h"
@@ -107,20 +108,16 @@ bool clsCollectionSaveRestore::ObjectItemExists(const CollectionRef& myCol,
 
 namespace {
 
-/// How many records a save writes before it makes room for all.
-constexpr std::int32_t kSampleRecords = 64;
-
-/// Makes room in `text`, which holds `written` records, for `count`: one allocation in place of
-/// many that double, as far as the records are alike. The count is the host's word and may be
-/// wrong, so the room is limited, and going without it is fine.
-void ReserveFor(std::int32_t count, std::int32_t written, Text& text) {
-  constexpr double kMost = 32.0 * 1024 * 1024;
-  const double expected = 1.05 * count * static_cast<double>(text.size()) / written;
-  try {
-    text.reserve(static_cast<std::size_t>(std::min(expected, kMost)));
-  } catch (const std::exception&) {
+/// Tells `text`, which holds `written` records, how long it will be with `count` of them, as far as
+/// the records are alike: at the 64th, and again whenever there are eight times as many.
+void ExpectFor(std::int32_t count, std::int32_t written, TextBuilder& text) {
+  constexpr std::int32_t kFirst = 64;
+  const auto seen = static_cast<std::uint32_t>(written / kFirst);
+  if (written % kFirst != 0 || !std::has_single_bit(seen) || std::countr_zero(seen) % 3 != 0)
     return;
-  }
+  const double expected = 1.03 * count * static_cast<double>(text.Size()) / written;
+  constexpr double kMost = 1.0e9;
+  text.Expect(static_cast<std::size_t>(std::min(expected, kMost)));
 }
 
 }  // namespace
@@ -144,7 +141,7 @@ Text clsCollectionSaveRestore::AsDelimitedFromCollection(const CollectionRef& my
         line = 4;
         if (names.empty()) GoToHandler({});
         line = 5;
-        Text text;
+        TextBuilder text;
         AppendHeader(names, markers, text);
         const auto access = first.Family().Access(names);
         const auto walk = myObjects->Enumerate();
@@ -152,12 +149,12 @@ Text clsCollectionSaveRestore::AsDelimitedFromCollection(const CollectionRef& my
         for (Object object; walk->NextObject(object);) {
           for (reading = 0; reading < names.size(); ++reading) {
             access->AppendText(object, reading, text);
-            text.append(markers.fieldEnd);
+            text.Append(markers.fieldEnd);
           }
-          text.append(markers.recordEnd);
-          if (++written == kSampleRecords) ReserveFor(count, written, text);
+          text.Append(markers.recordEnd);
+          ExpectFor(count, ++written, text);
         }
-        result = std::move(text);
+        result = text.Take();
       },
       [&](const PendingError& pending) {
         Report report = TaggedReport(u"Error DFC", u"Error DFC", pending);
@@ -184,31 +181,43 @@ Text clsCollectionSaveRestore::AsDelimitedFromObject(const Object& myObj) {
 
 // ---- Text to objects ---------------------------------------------------------------------------
 
-std::optional<DelimitedItems> clsCollectionSaveRestore::SplitString(TextView inputString,
-                                                                    TextView delimiter) {
-  std::optional<DelimitedItems> items;
-  Trap([&](CurrentLine&) { items.emplace(inputString, delimiter); },
-       [&](const PendingError& pending) {
-         platform_.ShowReport(
-             LocatedReport(u"in Brindlex.clsCollectionSaveRestore.SplitString ", pending));
-       });
-  return items;
+template <class Split>
+void clsCollectionSaveRestore::SplitString(Split&& split) {
+  bool isSplit = false;
+  Trap(
+      [&](CurrentLine&) {
+        std::forward<Split>(split)();
+        isSplit = true;
+      },
+      [&](const PendingError& pending) {
+        platform_.ShowReport(
+            LocatedReport(u"in Brindlex.clsCollectionSaveRestore.SplitString ", pending));
+      });
+  if (!isSplit) throw RuntimeError(error_number::kSubscriptOutOfRange);
 }
 
-/// The columns of a text under restore. `names` are as the header spells them, `properties` as the
-/// record class does; a column that the class does not have is blank in both.
+std::unique_ptr<RecordWalk> clsCollectionSaveRestore::RecordsOf(TextView text,
+                                                                const Markers& markers) {
+  std::unique_ptr<RecordWalk> records;
+  SplitString([&] { records = WalkRecords(text, markers); });
+  return records;
+}
+
+const std::vector<TextView>& clsCollectionSaveRestore::FieldsOf(const RecordWalk& record) {
+  const std::vector<TextView>* fields = nullptr;
+  SplitString([&] { fields = &record.Fields(); });
+  return *fields;
+}
+
+/// The columns of a text under restore.
 struct clsCollectionSaveRestore::Header {
-  std::vector<Text> names;
+  /// As the record class spells them; blank for a column that the class does not have.
   std::vector<Text> properties;
+  /// Those that the header names exactly as the property that keys are taken from.
+  std::vector<std::size_t> keyColumns;
 };
 
 namespace {
-
-/// `items`, which SplitString found. Error 9 when it found none: there is nothing to index.
-DelimitedItems& Found(std::optional<DelimitedItems>& items) {
-  if (!items) throw RuntimeError(error_number::kSubscriptOutOfRange);
-  return *items;
-}
 
 /// How the class spells the member that the header calls `name`; the header's spelling when the
 /// list holds something else under that key.
@@ -219,15 +228,15 @@ Text OwnSpelling(const Collection& members, TextView name) {
 
 }  // namespace
 
-clsCollectionSaveRestore::Header clsCollectionSaveRestore::ReadHeader(TextView record,
-                                                                      const Collection& members,
-                                                                      const Markers& markers) {
+clsCollectionSaveRestore::Header clsCollectionSaveRestore::ReadHeader(
+    const std::vector<TextView>& names, const Collection& members, TextView keyProperty) {
   Header header;
-  DelimitedItems names(record, markers.fieldEnd);
-  for (TextView name; names.Next(name);) {
+  for (const TextView name : names) {
     Text property;
     IgnoreErrors([&] { property = OwnSpelling(members, name); });
-    header.names.emplace_back(property.empty() ? TextView() : name);
+    if (!property.empty() && !keyProperty.empty() && name == keyProperty) {
+      header.keyColumns.push_back(header.properties.size());
+    }
     header.properties.push_back(std::move(property));
   }
   return header;
@@ -235,24 +244,28 @@ clsCollectionSaveRestore::Header clsCollectionSaveRestore::ReadHeader(TextView r
 
 namespace {
 
-/// The values of one record. GoToHandler when their count is not `expected`.
-void ReadValues(DelimitedItems& items, std::size_t expected, std::size_t recordNumber,
-                std::vector<TextView>& values) {
-  values.clear();
-  for (TextView value; items.Next(value);) values.push_back(value);
+/// GoToHandler when a record has not as many values as the header has names.
+void RequireAll(const std::vector<TextView>& values, std::size_t expected,
+                std::size_t recordNumber) {
   if (values.size() == expected) return;
   GoToHandler(Text(u"Fields in record don't match field list, record number ")
                   .append(DecimalText(static_cast<std::int32_t>(recordNumber))));
 }
 
-/// The first value that is not empty in a column named exactly `keyProperty`; empty without one.
-TextView KeyOf(const std::vector<TextView>& values, const std::vector<Text>& names,
-               TextView keyProperty) {
-  if (keyProperty.empty()) return {};
-  for (std::size_t column = 0; column < names.size(); ++column) {
-    if (names[column] == keyProperty && !values[column].empty()) return values[column];
+void LetAll(MemberAccess& access, const Object& object, const std::vector<Text>& properties,
+            const std::vector<TextView>& values) {
+  for (std::size_t column = 0; column < values.size(); ++column) {
+    if (!properties[column].empty()) access.LetText(object, column, values[column]);
   }
-  return {};
+}
+
+/// The first value that is not empty in one of `columns`.
+std::optional<TextView> KeyOf(const std::vector<TextView>& values,
+                              const std::vector<std::size_t>& columns) {
+  for (const std::size_t column : columns) {
+    if (!values[column].empty()) return values[column];
+  }
+  return std::nullopt;
 }
 
 }  // namespace
@@ -274,32 +287,24 @@ CollectionRef clsCollectionSaveRestore::AsDelimitedToCollection(TextView savedIn
         const Object sample = createObject.CallForObject(kGetNewObject);
         const CollectionRef members = MembersOf(sample);
         line = 4;
-        Text stripped;
-        const TextView text = StripRecordBreaks(savedInfo, markers.recordEnd, stripped);
-        if (text.empty()) return;
-        auto split = SplitString(text, markers.recordEnd);
-        DelimitedItems& records = Found(split);
-        TextView record;
-        records.Next(record);
-        if (!records.More() || record.find(markers.fieldEnd) == TextView::npos) return;
+        const auto records = RecordsOf(savedInfo, markers);
+        records->Next();
+        if (!records->More() || !records->HasFields()) return;
         line = 5;
-        const Header header = ReadHeader(record, *members, markers);
+        const Header header = ReadHeader(records->Fields(), *members, keyName);
         const auto access = sample.Family().Access(header.properties);
+        const auto creator = createObject.Family().Access({Text(kGetNewObject)});
         const CollectionRef collection = sample.Family().NewCollection();
-        std::vector<TextView> values;
-        for (std::size_t number = 1; records.Next(record); ++number) {
+        for (std::size_t number = 1; records->Next(); ++number) {
           line = 6;
-          auto items = SplitString(record, markers.fieldEnd);
-          ReadValues(Found(items), header.names.size(), number, values);
+          const std::vector<TextView>& values = FieldsOf(*records);
+          RequireAll(values, header.properties.size(), number);
           line = 7;
-          Object object = createObject.CallForObject(kGetNewObject);
+          Object object = creator->CallForObject(createObject, 0);
           object.Family();
-          for (std::size_t column = 0; column < values.size(); ++column) {
-            if (!header.names[column].empty()) access->LetText(object, column, values[column]);
-          }
+          LetAll(*access, object, header.properties, values);
           line = 8;
-          const TextView key = KeyOf(values, header.names, keyName);
-          collection->Add(std::move(object), key.empty() ? std::nullopt : std::optional(key));
+          collection->Add(std::move(object), KeyOf(values, header.keyColumns));
         }
         result = collection;
       },

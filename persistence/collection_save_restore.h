@@ -80,12 +80,18 @@ class clsCollectionSaveRestore {
  private:
   struct Header;
 
-  std::optional<DelimitedItems> SplitString(TextView inputString, TextView delimiter);
+  /// Runs split(), whose failure shows the report of splitting; error 9 then, as there is nothing
+  /// to index.
+  template <class Split>
+  void SplitString(Split&& split);
+  std::unique_ptr<RecordWalk> RecordsOf(TextView text, const Markers& markers);
+  const std::vector<TextView>& FieldsOf(const RecordWalk& record);
   static bool ObjectItemExists(const CollectionRef& myCol, TextView myKey) noexcept;
 
   CollectionRef MembersOf(const Object& sample);
   std::vector<Text> NamesToSave(const Object& first);
-  static Header ReadHeader(TextView record, const Collection& members, const Markers& markers);
+  static Header ReadHeader(const std::vector<TextView>& names, const Collection& members,
+                           TextView keyProperty);
   CollectionRef RestoreBlocks();
 
   Platform& platform_;

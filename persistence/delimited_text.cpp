@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "automation/runtime_error.h"
+#include "persistence/marker_scan.h"
 
 namespace brindlex {
 namespace {
@@ -52,6 +53,106 @@ TextView StripRecordBreaks(TextView text, TextView recordEnd, Text& storage) {
   return storage;
 }
 
+const std::vector<TextView>& RecordWalk::Fields() const {
+  if (!HasFields()) throw RuntimeError(error_number::kInvalidCall);
+  return fields_;
+}
+
+namespace {
+
+/// `text` up to and with its last `recordEnd`. Error 5 when it holds none.
+TextView WithoutRest(TextView text, TextView recordEnd) {
+  const std::size_t last = text.rfind(recordEnd);
+  if (last == TextView::npos) throw RuntimeError(error_number::kInvalidCall);
+  return text.substr(0, last + recordEnd.size());
+}
+
+/// For markers of one unit each: both are found in the same pass.
+class OnePassWalk : public RecordWalk {
+ public:
+  OnePassWalk(TextView text, char16_t fieldEnd, char16_t recordEnd)
+      : OnePassWalk(WithoutRest(text, {&recordEnd, 1}), fieldEnd) {}
+
+  bool Next() override {
+    std::vector<TextView>& fields = Record();
+    fields.clear();
+    if (!More()) return false;
+    const char16_t* marker = scan_.Next();
+    while (*marker == fieldEnd_) {
+      fields.emplace_back(at_, static_cast<std::size_t>(marker - at_));
+      at_ = marker + 1;
+      marker = scan_.Next();
+    }
+    at_ = BehindBreaks(marker + 1);
+    return true;
+  }
+
+  bool More() const override { return at_ != end_; }
+
+ private:
+  OnePassWalk(TextView text, char16_t fieldEnd)
+      : scan_(text, fieldEnd, text.back()),
+        at_(text.data()),
+        end_(text.data() + text.size()),
+        fieldEnd_(fieldEnd) {}
+
+  const char16_t* BehindBreaks(const char16_t* at) const noexcept {
+    constexpr int kMost = 3;
+    for (int passed = 0; passed < kMost; ++passed) {
+      const bool isBreak = end_ - at >= 2 && at[0] == kLineBreak[0] && at[1] == kLineBreak[1];
+      if (!isBreak) break;
+      at += kLineBreak.size();
+    }
+    return at;
+  }
+
+  MarkerScan<FastestMatch> scan_;
+  const char16_t* at_;
+  const char16_t* end_;
+  char16_t fieldEnd_;
+};
+
+/// For markers of any length, which may begin alike or hold line breaks: step by step.
+class StepwiseWalk : public RecordWalk {
+ public:
+  StepwiseWalk(TextView text, const Markers& markers)
+      : markers_(markers),
+        records_(StripRecordBreaks(text, markers.recordEnd, stripped_), markers.recordEnd) {}
+
+  bool Next() override {
+    std::vector<TextView>& fields = Record();
+    fields.clear();
+    TextView record;
+    if (!records_.Next(record)) return false;
+    if (record.find(markers_.fieldEnd) == TextView::npos) return true;
+    DelimitedItems items(record, markers_.fieldEnd);
+    for (TextView field; items.Next(field);) fields.push_back(field);
+    return true;
+  }
+
+  bool More() const override { return records_.More(); }
+
+ private:
+  const Markers& markers_;
+  Text stripped_;
+  DelimitedItems records_;
+};
+
+bool AreOnePass(const Markers& markers) {
+  const auto isPlain = [](TextView marker) {
+    return marker.size() == 1 && kLineBreak.find(marker) == TextView::npos;
+  };
+  return isPlain(markers.fieldEnd) && isPlain(markers.recordEnd) &&
+         markers.fieldEnd != markers.recordEnd;
+}
+
+}  // namespace
+
+std::unique_ptr<RecordWalk> WalkRecords(TextView text, const Markers& markers) {
+  if (!AreOnePass(markers)) return std::make_unique<StepwiseWalk>(text, markers);
+  return std::make_unique<OnePassWalk>(text, markers.fieldEnd.front(), markers.recordEnd.front());
+}
+
 std::optional<std::vector<TextView>> HeaderNames(TextView text, const Markers& markers) {
   constexpr std::size_t kThirdCharacter = 2;
   const std::size_t recordEnd = text.find(markers.recordEnd);
@@ -66,9 +167,12 @@ std::optional<std::vector<TextView>> HeaderNames(TextView text, const Markers& m
   return names;
 }
 
-void AppendHeader(const std::vector<Text>& names, const Markers& markers, Text& text) {
-  for (const Text& name : names) text.append(name).append(markers.fieldEnd);
-  text.append(markers.recordEnd);
+void AppendHeader(const std::vector<Text>& names, const Markers& markers, TextBuilder& text) {
+  for (const Text& name : names) {
+    text.Append(name);
+    text.Append(markers.fieldEnd);
+  }
+  text.Append(markers.recordEnd);
 }
 
 }  // namespace brindlex

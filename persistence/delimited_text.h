@@ -1,10 +1,12 @@
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <vector>
 
 #include "automation/optional_text.h"
 #include "automation/text.h"
+#include "automation/text_builder.h"
 
 namespace brindlex {
 
@@ -48,6 +50,42 @@ class DelimitedItems {
   std::optional<TextView> rest_;
 };
 
+/// The records of a delimited text, each cut into its fields.
+///
+/// What stands behind the last record end is dropped, and so is, in every record, what stands
+/// behind its last field end. Up to three line breaks behind a record end are passed over.
+class RecordWalk {
+ public:
+  RecordWalk() = default;
+  RecordWalk(const RecordWalk&) = delete;
+  RecordWalk& operator=(const RecordWalk&) = delete;
+  virtual ~RecordWalk() = default;
+
+  /// Goes to the next record, the first at first; false behind the last.
+  virtual bool Next() = 0;
+
+  /// True while Next has another record.
+  virtual bool More() const = 0;
+
+  /// True when the record that the walk is at holds a field end.
+  bool HasFields() const { return !fields_.empty(); }
+
+  /// The fields of the record that the walk is at, valid until Next is called. Error 5 when the
+  /// record holds no field end.
+  const std::vector<TextView>& Fields() const;
+
+ protected:
+  std::vector<TextView>& Record() { return fields_; }
+
+ private:
+  std::vector<TextView> fields_;
+};
+
+/// A walk over the records of `text`, to which the fields are views: one pass and no copy when each
+/// marker is one unit, as usual. Error 5 when `text` holds no record end (the empty text included).
+/// Both arguments must outlive the walk.
+std::unique_ptr<RecordWalk> WalkRecords(TextView text, const Markers& markers);
+
 /// `text` without the line breaks that editors and file writers put behind record ends: up to three
 /// CR LF pairs behind each `recordEnd`. Line breaks elsewhere are data. The result is `text` itself
 /// when there is nothing to drop; otherwise it is a view of `storage`, which receives the new text.
@@ -58,6 +96,6 @@ TextView StripRecordBreaks(TextView text, TextView recordEnd, Text& storage);
 std::optional<std::vector<TextView>> HeaderNames(TextView text, const Markers& markers);
 
 /// Appends the header record that names `names`.
-void AppendHeader(const std::vector<Text>& names, const Markers& markers, Text& text);
+void AppendHeader(const std::vector<Text>& names, const Markers& markers, TextBuilder& text);
 
 }  // namespace brindlex

@@ -23,12 +23,13 @@ struct Counted {
 
 class BlockAccess : public MemberAccess {
  public:
-  BlockAccess(const TextDataFamily& family, const std::vector<Text>& names) : family_(family) {
-    for (const Text& name : names) members_.push_back(MemberNamed(name));
+  BlockAccess(const TextDataFamily& family, std::vector<Text> names)
+      : MemberAccess(std::move(names)), family_(family) {
+    for (const Text& name : Names()) members_.push_back(MemberNamed(name));
   }
 
-  void AppendText(const Object& object, std::size_t member, Text& text) override {
-    text.append(Member(object, member));
+  void AppendText(const Object& object, std::size_t member, TextBuilder& text) override {
+    text.Append(Member(object, member));
   }
 
   void LetText(const Object& object, std::size_t member, TextView value) override {
@@ -105,7 +106,7 @@ std::vector<Text> TextDataFamily::PropertyGetNames(void* /*object*/) const {
 }
 
 std::unique_ptr<MemberAccess> TextDataFamily::Access(std::vector<Text> names) const {
-  return std::make_unique<BlockAccess>(*this, names);
+  return std::make_unique<BlockAccess>(*this, std::move(names));
 }
 
 CollectionRef TextDataFamily::NewCollection() const { return std::make_shared<InnerCollection>(); }

@@ -17,19 +17,18 @@ MemoryObject& Self(void* object) { return *static_cast<MemoryObject*>(object); }
 class MemoryAccess : public MemberAccess {
  public:
   MemoryAccess(const MemoryFamily& family, std::vector<Text> names)
-      : family_(family), names_(std::move(names)) {}
+      : MemberAccess(std::move(names)), family_(family) {}
 
-  void AppendText(const Object& object, std::size_t member, Text& text) override {
-    text.append(Self(object.Self(family_)).Get(names_.at(member)));
+  void AppendText(const Object& object, std::size_t member, TextBuilder& text) override {
+    text.Append(Self(object.Self(family_)).Get(Names().at(member)));
   }
 
   void LetText(const Object& object, std::size_t member, TextView value) override {
-    Self(object.Self(family_)).Let(names_.at(member), value);
+    Self(object.Self(family_)).Let(Names().at(member), value);
   }
 
  private:
   const MemoryFamily& family_;
-  const std::vector<Text> names_;
 };
 
 bool IsAscii(TextView text) {

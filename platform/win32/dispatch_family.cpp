@@ -13,24 +13,24 @@ namespace {
 
 IDispatch& DispatchOf(void* object) { return *static_cast<IDispatch*>(object); }
 
-ComPtr<IDispatch> ObjectYieldedBy(void* object, TextView name) {
-  const Bstr member(name);
-  IDispatch& dispatch = DispatchOf(object);
-  return ObjectOf(Invoke(dispatch, MemberId(dispatch, member.Get()), kCallOrGet).Get());
+ComPtr<IDispatch> ObjectYieldedBy(IDispatch& object, BSTR name) {
+  return ObjectOf(Invoke(object, MemberId(object, name), kCallOrGet).Get());
 }
 
 /// Looks the dispatch id up for every object anew: objects that look alike may still give one name
 /// different ids.
 class DispatchAccess : public MemberAccess {
  public:
-  DispatchAccess(const DispatchFamily& family, const std::vector<Text>& names) : family_(family) {
-    for (const Text& name : names) names_.emplace_back(name);
+  DispatchAccess(const DispatchFamily& family, std::vector<Text> names)
+      : MemberAccess(std::move(names)), family_(family) {
+    for (const Text& name : Names()) names_.emplace_back(name);
   }
 
-  void AppendText(const Object& object, std::size_t member, Text& text) override {
+  void AppendText(const Object& object, std::size_t member, TextBuilder& text) override {
     IDispatch& dispatch = DispatchOf(object.Self(family_));
     const DISPID id = MemberId(dispatch, names_[member].Get());
-    brindlex::AppendText(Invoke(dispatch, id, kGet).Get(), text);
+    Variant storage;
+    text.Append(ViewAsText(Invoke(dispatch, id, kGet).Get(), storage));
   }
 
   void LetText(const Object& object, std::size_t member, TextView value) override {
@@ -38,6 +38,11 @@ class DispatchAccess : public MemberAccess {
     const DISPID id = MemberId(dispatch, names_[member].Get());
     Variant text = Variant::OfText(value);
     Let(dispatch, id, text.Get());
+  }
+
+  Object CallForObject(const Object& object, std::size_t member) override {
+    IDispatch& dispatch = DispatchOf(object.Self(family_));
+    return family_.Wrap(ObjectYieldedBy(dispatch, names_[member].Get()).Get());
   }
 
  private:
@@ -58,11 +63,11 @@ void DispatchFamily::AddRef(void* object) const noexcept { DispatchOf(object).Ad
 void DispatchFamily::Release(void* object) const noexcept { DispatchOf(object).Release(); }
 
 Object DispatchFamily::CallForObject(void* object, TextView name) const {
-  return Wrap(ObjectYieldedBy(object, name).Get());
+  return Wrap(ObjectYieldedBy(DispatchOf(object), Bstr(name).Get()).Get());
 }
 
 CollectionRef DispatchFamily::CallForCollection(void* object, TextView name) const {
-  ComPtr<IDispatch> collection = ObjectYieldedBy(object, name);
+  ComPtr<IDispatch> collection = ObjectYieldedBy(DispatchOf(object), Bstr(name).Get());
   if (!collection) return nullptr;
   return std::make_shared<DispatchCollection>(*this, std::move(collection));
 }
@@ -78,7 +83,7 @@ std::vector<Text> DispatchFamily::PropertyGetNames(void* object) const {
 }
 
 std::unique_ptr<MemberAccess> DispatchFamily::Access(std::vector<Text> names) const {
-  return std::make_unique<DispatchAccess>(*this, names);
+  return std::make_unique<DispatchAccess>(*this, std::move(names));
 }
 
 }  // namespace brindlex

@@ -191,7 +191,8 @@ class ScriptingReader : public TextReader {
   void AppendBlock(Text& text) override {
     // Not ReadAll, nor larger blocks: on some systems either takes time quadratic in what it reads.
     constexpr std::int32_t kCharacters = 16384;
-    AppendText(stream_.Call(u"Read", NumberArgument(kCharacters)).Get(), text);
+    Variant storage;
+    text.append(ViewAsText(stream_.Call(u"Read", NumberArgument(kCharacters)).Get(), storage));
   }
   bool AtEnd() override { return stream_.CallForFlag(u"AtEndOfStream"); }
   void Close() override { stream_.Call(u"Close"); }

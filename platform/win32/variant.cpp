@@ -81,36 +81,35 @@ const VARIANT& Dereferenced(const VARIANT& value) noexcept {
   return value.vt == (VT_BYREF | VT_VARIANT) ? *value.pvarVal : value;
 }
 
-void AppendText(const VARIANT& value, Text& text) {
+TextView ViewAsText(const VARIANT& value, Variant& storage) {
   const VARIANT& actual = Dereferenced(value);
   if (IsObjectReference(actual)) {
-    AppendText(DefaultValueOf(actual).Get(), text);
-    return;
+    storage = DefaultValueOf(actual);
+    return ViewAsText(storage.Get(), storage);
   }
+  const auto word = [](VARIANT_BOOL flag) -> TextView {
+    return flag != VARIANT_FALSE ? u"True" : u"False";
+  };
   switch (actual.vt) {
     case VT_BSTR:
-      text.append(ViewOf(actual.bstrVal));
-      break;
+      return ViewOf(actual.bstrVal);
     case VT_BSTR | VT_BYREF:
-      text.append(ViewOf(*actual.pbstrVal));
-      break;
+      return ViewOf(*actual.pbstrVal);
     case VT_EMPTY:
-      break;
+      return {};
     case VT_BOOL:
-      text.append(actual.boolVal != VARIANT_FALSE ? u"True" : u"False");
-      break;
+      return word(actual.boolVal);
     case VT_BOOL | VT_BYREF:
-      text.append(*actual.pboolVal != VARIANT_FALSE ? u"True" : u"False");
-      break;
+      return word(*actual.pboolVal);
     default:
-      text.append(ViewOf(Converted(actual, VT_BSTR).Get().bstrVal));
+      storage = Converted(actual, VT_BSTR);
+      return ViewOf(storage.Get().bstrVal);
   }
 }
 
 Text TextOf(const VARIANT& value) {
-  Text text;
-  AppendText(value, text);
-  return text;
+  Variant storage;
+  return Text(ViewAsText(value, storage));
 }
 
 std::int32_t WholeNumberOf(const VARIANT& value) { return Converted(value, VT_I4).Get().lVal; }

@@ -89,13 +89,13 @@ bool IsMissing(const VARIANT& value) noexcept;
 /// another type.
 const VARIANT& Dereferenced(const VARIANT& value) noexcept;
 
-/// Appends `value` as text: numbers, dates and currency in the user's locale, booleans as "True" or
-/// "False", Empty as nothing, an object by its default property. Error 94 for Null, 91 for Nothing,
-/// 13 for what has no text, or the error of the object's default property. On failure `text` is as
-/// it was.
-void AppendText(const VARIANT& value, Text& text);
+/// `value` as text: numbers, dates and currency in the user's locale, booleans as "True" or
+/// "False", Empty as nothing, an object by its default property. A view of the text in `value`, or
+/// of what was made of it and put into `storage`; `value` may be that of `storage`. Error 94 for
+/// Null, 91 for Nothing, 13 for what has no text, or the error of the object's default property.
+TextView ViewAsText(const VARIANT& value, Variant& storage);
 
-/// `value` as text, as AppendText has it.
+/// `value` as text, as ViewAsText has it.
 Text TextOf(const VARIANT& value);
 
 /// `value` as a 32-bit whole number, fractions rounded half to even. Error 13 when it is not a

@@ -109,6 +109,122 @@ TEST(StripRecordBreaksTest, ATextWithoutThemIsNotCopied) {
   EXPECT_EQ(text.data(), StripRecordBreaks(text, u";", storage).data());
 }
 
+/// All texts over `alphabet` of up to `length` units, the empty one included.
+std::vector<Text> TextsOver(TextView alphabet, std::size_t length) {
+  std::vector<Text> texts{u""};
+  for (std::size_t i = 0; texts[i].size() < length; ++i) {
+    for (const char16_t unit : alphabet) texts.push_back(texts[i] + unit);
+  }
+  return texts;
+}
+
+// ---- Records and fields in one walk ------------------------------------------------------------
+
+using Records = std::vector<std::vector<Text>>;
+
+Records RecordsIn(TextView text, const Markers& markers) {
+  const auto walk = WalkRecords(text, markers);
+  Records records;
+  while (true) {
+    const bool more = walk->More();
+    EXPECT_EQ(more, walk->Next());
+    if (!more) break;
+    records.emplace_back();
+    if (walk->HasFields()) records.back() = {walk->Fields().begin(), walk->Fields().end()};
+  }
+  EXPECT_FALSE(walk->Next()) << "a walk that is at its end stays there";
+  return records;
+}
+
+TEST(RecordWalkTest, Rows) {
+  const Markers markers{u",", u";"};
+  EXPECT_EQ((Records{{u"a", u"b"}, {u"c", u""}}), RecordsIn(u"a,b,;c,,;", markers));
+  EXPECT_EQ((Records{{u"a"}}), RecordsIn(u"a,rest;behind", markers));
+  EXPECT_EQ((Records{{}, {u""}}), RecordsIn(u"none;,;", markers));
+  EXPECT_EQ((Records{{u"a"}, {u"b"}}), RecordsIn(u"a,;\r\n\r\nb,;\r\n", markers));
+  EXPECT_EQ((Records{{}}), RecordsIn(u";", markers));
+}
+
+TEST(RecordWalkTest, ATextWithoutARecordEndCannotBeWalked) {
+  for (const Markers& markers : {Markers{u",", u";"}, Markers{u"--", u"=="}}) {
+    EXPECT_EQ(5, ErrorOf([&] { WalkRecords(u"", markers); }));
+    EXPECT_EQ(5, ErrorOf([&] { WalkRecords(u"a,b--", markers); }));
+  }
+}
+
+TEST(RecordWalkTest, ARecordWithoutAFieldEndHasNoFields) {
+  const Markers markers{u",", u";"};
+  const auto walk = WalkRecords(u"a;b,;", markers);
+  ASSERT_TRUE(walk->Next());
+  EXPECT_FALSE(walk->HasFields());
+  EXPECT_EQ(5, ErrorOf([&] { static_cast<void>(walk->Fields()); }));
+  ASSERT_TRUE(walk->Next());
+  EXPECT_THAT(walk->Fields(), ElementsAre(u"b"));
+}
+
+TEST(RecordWalkTest, FieldsAreViewsIntoTheText) {
+  const Markers markers{u",", u";"};
+  const Text text = u"ab,;\r\ncd,;";
+  const auto walk = WalkRecords(text, markers);
+  walk->Next();
+  walk->Next();
+  EXPECT_EQ(text.data() + 6, walk->Fields().front().data());
+}
+
+/// What the naive model makes of `text`; nothing when it cannot be split.
+std::optional<Records> NaiveRecordsIn(const Text& text, const Markers& markers) {
+  const auto split =
+      naive::SplitString(naive::StripRecordBreaks(text, markers.recordEnd), markers.recordEnd);
+  if (!split) return std::nullopt;
+  Records records;
+  for (const Text& record : *split) {
+    records.push_back(naive::SplitString(record, markers.fieldEnd).value_or(std::vector<Text>()));
+  }
+  return records;
+}
+
+TEST(RecordWalkTest, WalksEveryShortTextLikeTheNaiveModel) {
+  const std::vector<Markers> pairs = {
+      {u",", u";"},  {u";", u","},  {u"\r", u";"},  {u",", u"\n"},   {u",", u","},
+      {u";,", u";"}, {u",", u";;"}, {u"\n", u"\r"}, {u"\r\n", u";"}, {u",", u"\r\n"}};
+  std::size_t walked = 0;
+  for (const Text& text : TextsOver(u"a,;\r\n", 6)) {
+    for (const Markers& markers : pairs) {
+      const auto expected = NaiveRecordsIn(text, markers);
+      std::optional<Records> records;
+      const auto error = ErrorOf([&] { records = RecordsIn(text, markers); });
+      ASSERT_EQ(expected, records) << testing::PrintToString(text);
+      ASSERT_EQ(expected.has_value(), !error.has_value());
+      if (records) ++walked;
+    }
+  }
+  EXPECT_LT(10000U, walked);
+}
+
+TEST(RecordWalkTest, WalksLongTextsLikeTheNaiveModel) {
+  std::mt19937 random(7);
+  const Markers markers = DefaultMarkers();
+  for (int round = 0; round < 200; ++round) {
+    Text text;
+    const std::size_t length = random() % 400;
+    while (text.size() < length) {
+      const std::size_t kind = random() % 16;
+      if (kind == 0) {
+        text.append(markers.recordEnd);
+      } else if (kind < 4) {
+        text.append(markers.fieldEnd);
+      } else if (kind == 4) {
+        text.append(u"\r\n");
+      } else {
+        text += static_cast<char16_t>(u'a' + kind);
+      }
+    }
+    const auto expected = NaiveRecordsIn(text, markers);
+    if (!expected) continue;
+    ASSERT_EQ(*expected, RecordsIn(text, markers)) << testing::PrintToString(text);
+  }
+}
+
 TEST(HeaderNamesTest, Rows) {
   const Markers markers{u",", u";"};
   const auto names = [&markers](TextView text) { return HeaderNames(text, markers); };
@@ -122,15 +238,6 @@ TEST(HeaderNamesTest, Rows) {
   EXPECT_THAT(*names(u"ab;"), ElementsAre());
   EXPECT_THAT(*names(u"a,b;c,;"), ElementsAre(u"a"));
   EXPECT_THAT(*names(u"Title,Count,;x,y,;"), ElementsAre(u"Title", u"Count"));
-}
-
-/// All texts over `alphabet` of up to `length` units, the empty one included.
-std::vector<Text> TextsOver(TextView alphabet, std::size_t length) {
-  std::vector<Text> texts{u""};
-  for (std::size_t i = 0; texts[i].size() < length; ++i) {
-    for (const char16_t unit : alphabet) texts.push_back(texts[i] + unit);
-  }
-  return texts;
 }
 
 TEST(DelimitedTextModelTest, SplitsAndStripsEveryShortText) {

@@ -16,9 +16,9 @@ class MemoryPlatformTest : public HostTest {
  protected:
   /// What `name` of `record` reads as, through the family.
   Text Read(const Object& record, TextView name) {
-    Text text;
+    TextBuilder text;
     Family().Access({Text(name)})->AppendText(record, 0, text);
-    return text;
+    return text.Take();
   }
 
   void Write(const Object& record, TextView name, TextView value) {
@@ -196,10 +196,11 @@ TEST_F(MemoryPlatformTest, MembersRefuseAsTheyAreTold) {
 TEST_F(MemoryPlatformTest, AppendedTextGoesBehindWhatIsThere) {
   const Object record = NewRecord(Family(), ListingClass(Family(), {{u"A"}, {u"B"}}), {u"1", u"2"});
   const auto access = Family().Access({u"B", u"A"});
-  Text text = u"0";
+  TextBuilder text;
+  text.Append(u"0");
   access->AppendText(record, 0, text);
   access->AppendText(record, 1, text);
-  EXPECT_EQ(u"021", text);
+  EXPECT_EQ(u"021", text.View());
 }
 
 TEST_F(MemoryPlatformTest, HooksSeeEveryUseOfAMember) {

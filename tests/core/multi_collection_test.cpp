@@ -60,15 +60,16 @@ TEST_F(TextDataTest, AnswersByNameLikeAnyRecord) {
   EXPECT_THAT(block.PropertyGetNames(), ElementsAre(u"DataString", u"Name"));
   EXPECT_EQ(438, ErrorOf([&] { block.CallForCollection(u"MembersCol"); }));
   const auto access = family_.Access({u"NAME", u"datastring", u"Other"});
-  Text text = u"<";
+  TextBuilder text;
+  text.Append(u"<");
   access->AppendText(block, 0, text);
   access->AppendText(block, 1, text);
-  EXPECT_EQ(u"<namedata", text);
+  EXPECT_EQ(u"<namedata", text.View());
   EXPECT_EQ(438, ErrorOf([&] { access->AppendText(block, 2, text); }));
   access->LetText(block, 0, u"changed");
   EXPECT_EQ(438, ErrorOf([&] { access->LetText(block, 2, u""); }));
   EXPECT_EQ(u"changed", family_.Block(block).Name);
-  EXPECT_EQ(u"<namedata", text);
+  EXPECT_EQ(u"<namedata", text.View());
 }
 
 TEST_F(TextDataTest, IsSavedAndRestoredLikeAnyRecord) {
@@ -86,7 +87,7 @@ TEST_F(TextDataTest, IsSavedAndRestoredLikeAnyRecord) {
 
 TEST_F(TextDataTest, ObjectsOfAnotherFamilyAreRefused) {
   const auto access = family_.Access({u"Name"});
-  Text text;
+  TextBuilder text;
   EXPECT_EQ(430, ErrorOf([&] { access->AppendText(Creator(TitleAndCount()), 0, text); }));
   EXPECT_EQ(91, ErrorOf([&] { access->LetText(Object(), 0, u""); }));
 }
