@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <cstddef>
 #include <iterator>
-#include <memory>
 #include <optional>
 #include <utility>
 #include <vector>
 
 #include "automation/key_index.h"
+#include "automation/pool.h"
 #include "automation/runtime_error.h"
 #include "automation/text.h"
 
@@ -22,6 +22,22 @@ namespace brindlex {
 template <class T>
 class KeyedList {
  public:
+  KeyedList() = default;
+  KeyedList(KeyedList&& other) noexcept
+      : entries_(std::exchange(other.entries_, {})),
+        keys_(std::exchange(other.keys_, {})),
+        pool_(std::move(other.pool_)) {}
+  KeyedList& operator=(KeyedList other) noexcept {
+    std::swap(entries_, other.entries_);
+    std::swap(keys_, other.keys_);
+    std::swap(pool_, other.pool_);
+    return *this;
+  }
+  KeyedList(const KeyedList&) = delete;
+  ~KeyedList() {
+    for (Entry* const entry : entries_) pool_.Destroy(entry);
+  }
+
   std::size_t Count() const noexcept { return entries_.size(); }
 
   /// The value at `position`. Error 9 when the position is not 1 to Count().
@@ -49,7 +65,7 @@ class KeyedList {
     const KeyNode* const sought = keys_.Find(key);
     if (sought == nullptr) throw RuntimeError(error_number::kInvalidCall);
     const auto behind = std::find_if(entries_.rbegin(), entries_.rend(),
-                                     [sought](const auto& entry) { return entry.get() == sought; });
+                                     [sought](const Entry* entry) { return entry == sought; });
     return static_cast<std::size_t>(entries_.rend() - behind);
   }
 
@@ -68,13 +84,11 @@ class KeyedList {
     if (entries_.size() == entries_.capacity()) {
       entries_.reserve(std::max<std::size_t>(8, 2 * entries_.size()));
     }
-    auto entry = std::make_unique<Entry>(std::move(value));
-    if (key) {
-      keys_.Prepare();
-      keys_.Insert(*entry, Text(*key));
-    }
-    entries_.insert(std::next(entries_.begin(), static_cast<std::ptrdiff_t>(position - 1)),
-                    std::move(entry));
+    Text ownKey(key.value_or(TextView()));
+    if (key) keys_.Prepare();
+    Entry* const entry = pool_.Make(std::move(value));
+    if (key) keys_.Insert(*entry, std::move(ownKey));
+    entries_.insert(std::next(entries_.begin(), static_cast<std::ptrdiff_t>(position - 1)), entry);
   }
 
   /// Takes the value at `position` out, with its key. Error 9 when the position is not 1 to
@@ -82,10 +96,11 @@ class KeyedList {
   T Remove(std::size_t position) {
     CheckPosition(position);
     const auto at = std::next(entries_.begin(), static_cast<std::ptrdiff_t>(position - 1));
-    T value = std::move((*at)->value);
-    const std::unique_ptr<Entry> removed = std::move(*at);
+    Entry* const removed = *at;
     entries_.erase(at);
     if (removed->hasKey) keys_.Erase(*removed);
+    T value = std::move(removed->value);
+    pool_.Destroy(removed);
     return value;
   }
 
@@ -101,8 +116,9 @@ class KeyedList {
     }
   }
 
-  std::vector<std::unique_ptr<Entry>> entries_;
+  std::vector<Entry*> entries_;
   KeyIndex keys_;
+  Pool<Entry> pool_;
 };
 
 }  // namespace brindlex

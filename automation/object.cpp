@@ -13,6 +13,20 @@ bool ObjectFamily::FlagOf(const Object& object, TextView name) const {
   return isTrue;
 }
 
+void MemberAccess::AppendTexts(const Object& object, TextView end, TextBuilder& text,
+                               std::size_t& reading) {
+  for (reading = 0; reading < names_.size(); ++reading) {
+    AppendText(object, reading, text);
+    text.Append(end);
+  }
+}
+
+void MemberAccess::LetTexts(const Object& object, const std::vector<TextView>& values) {
+  for (std::size_t member = 0; member < values.size(); ++member) {
+    if (!names_[member].empty()) LetText(object, member, values[member]);
+  }
+}
+
 Object MemberAccess::CallForObject(const Object& object, std::size_t member) {
   return object.CallForObject(names_.at(member));
 }
@@ -28,7 +42,7 @@ const ObjectFamily& Object::Family() const {
 }
 
 Text Object::GetText(TextView name) const {
-  TextBuilder text;
+  StringTextBuilder text;
   Family().Access({Text(name)})->AppendText(*this, 0, text);
   return text.Take();
 }

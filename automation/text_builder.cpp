@@ -23,37 +23,61 @@ std::size_t NextSize(std::size_t least) {
   return std::max(kSmallest, least + least / (least < kLarge ? 1 : 6));
 }
 
-}  // namespace
-
-Text TextBuilder::Take() {
-  text_.resize(Size());
-  end_ = nullptr;
-  room_ = 0;
-  expected_ = 0;
-  return std::exchange(text_, {});
+/// `expected`, or the part of it that is not out of proportion to `least`; chosen so that only a
+/// small part of the text has to be moved when the last step comes.
+std::size_t StepTowards(std::size_t expected, std::size_t least) {
+  constexpr std::size_t kLongestStep = 64;
+  while (expected / kLongestStep > least) expected /= kLongestStep;
+  return expected;
 }
 
-void TextBuilder::Grow(std::size_t least) {
-  constexpr std::size_t kMostAtOnce = 32;
-  const std::size_t expected = expected_ / kMostAtOnce < least ? expected_ : kMostAtOnce * least;
-  Text grown;
-  try {
-    grown = WithCapacity(View(), expected > least ? expected : NextSize(least));
-  } catch (const std::exception&) {
-    grown = WithCapacity(View(), least);
-  }
-  text_ = std::move(grown);
-  room_ = 0;
+}  // namespace
+
+std::size_t TextBuilder::NextCapacity(std::size_t least) const noexcept {
+  return expected_ > least ? StepTowards(expected_, least) : NextSize(least);
 }
 
 void TextBuilder::MakeRoom(std::size_t wanted) {
-  // Few enough to be still in the nearest cache when they are written for good.
-  constexpr std::size_t kMadeAhead = 2048;
   const std::size_t size = Size();
-  if (size + wanted > text_.capacity()) Grow(size + wanted);
-  text_.resize(std::max(size + wanted, std::min(text_.capacity(), size + kMadeAhead)));
-  room_ = text_.size() - size;
-  end_ = text_.data() + size;
+  const Memory memory = Provide(size + wanted);
+  begin_ = memory.begin;
+  end_ = begin_ + size;
+  room_ = memory.size - size;
+}
+
+void TextBuilder::Forget() noexcept {
+  begin_ = nullptr;
+  end_ = nullptr;
+  room_ = 0;
+  expected_ = 0;
+}
+
+Text StringTextBuilder::Take() {
+  text_.resize(Size());
+  Forget();
+  return std::exchange(text_, {});
+}
+
+void StringTextBuilder::Clear() noexcept {
+  text_ = {};
+  Forget();
+}
+
+TextBuilder::Memory StringTextBuilder::Provide(std::size_t least) {
+  // A string has to be filled before it is written to. Few units at a time are still in the nearest
+  // cache then.
+  constexpr std::size_t kMadeAhead = 2048;
+  if (least > text_.capacity()) {
+    Text grown;
+    try {
+      grown = WithCapacity(View(), NextCapacity(least));
+    } catch (const std::exception&) {
+      grown = WithCapacity(View(), least);
+    }
+    text_ = std::move(grown);
+  }
+  text_.resize(std::max(least, std::min(text_.capacity(), Size() + kMadeAhead)));
+  return {text_.data(), text_.size()};
 }
 
 }  // namespace brindlex

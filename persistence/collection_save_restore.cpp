@@ -125,7 +125,15 @@ void ExpectFor(std::int32_t count, std::int32_t written, TextBuilder& text) {
 Text clsCollectionSaveRestore::AsDelimitedFromCollection(const CollectionRef& myObjects,
                                                          const OptionalText& recordEndMarker,
                                                          const OptionalText& fieldEndMarker) {
-  Text result;
+  StringTextBuilder result;
+  AsDelimitedFromCollection(myObjects, recordEndMarker, fieldEndMarker, result);
+  return result.Take();
+}
+
+void clsCollectionSaveRestore::AsDelimitedFromCollection(const CollectionRef& myObjects,
+                                                         const OptionalText& recordEndMarker,
+                                                         const OptionalText& fieldEndMarker,
+                                                         TextBuilder& result) {
   std::vector<Text> names;
   std::size_t reading = TextView::npos;
   Trap(
@@ -141,28 +149,23 @@ Text clsCollectionSaveRestore::AsDelimitedFromCollection(const CollectionRef& my
         line = 4;
         if (names.empty()) GoToHandler({});
         line = 5;
-        TextBuilder text;
-        AppendHeader(names, markers, text);
+        AppendHeader(names, markers, result);
         const auto access = first.Family().Access(names);
         const auto walk = myObjects->Enumerate();
         std::int32_t written = 0;
         for (Object object; walk->NextObject(object);) {
-          for (reading = 0; reading < names.size(); ++reading) {
-            access->AppendText(object, reading, text);
-            text.Append(markers.fieldEnd);
-          }
-          text.Append(markers.recordEnd);
-          ExpectFor(count, ++written, text);
+          access->AppendTexts(object, markers.fieldEnd, result, reading);
+          result.Append(markers.recordEnd);
+          ExpectFor(count, ++written, result);
         }
-        result = text.Take();
       },
       [&](const PendingError& pending) {
+        result.Clear();
         Report report = TaggedReport(u"Error DFC", u"Error DFC", pending);
         report.text.append(u" Member Name: ");
         if (reading < names.size()) report.text.append(names[reading]);
         platform_.ShowReport(report);
       });
-  return result;
 }
 
 Text clsCollectionSaveRestore::AsDelimitedFromObject(const Object& myObj) {
@@ -252,13 +255,6 @@ void RequireAll(const std::vector<TextView>& values, std::size_t expected,
                   .append(DecimalText(static_cast<std::int32_t>(recordNumber))));
 }
 
-void LetAll(MemberAccess& access, const Object& object, const std::vector<Text>& properties,
-            const std::vector<TextView>& values) {
-  for (std::size_t column = 0; column < values.size(); ++column) {
-    if (!properties[column].empty()) access.LetText(object, column, values[column]);
-  }
-}
-
 /// The first value that is not empty in one of `columns`.
 std::optional<TextView> KeyOf(const std::vector<TextView>& values,
                               const std::vector<std::size_t>& columns) {
@@ -302,7 +298,7 @@ CollectionRef clsCollectionSaveRestore::AsDelimitedToCollection(TextView savedIn
           line = 7;
           Object object = creator->CallForObject(createObject, 0);
           object.Family();
-          LetAll(*access, object, header.properties, values);
+          access->LetTexts(object, values);
           line = 8;
           collection->Add(std::move(object), KeyOf(values, header.keyColumns));
         }

@@ -73,6 +73,11 @@ class clsCollectionSaveRestore {
                                  const OptionalText& recordEndMarker = {},
                                  const OptionalText& fieldEndMarker = {});
 
+  /// The same text, built in `result`, which is empty before and after a failure.
+  void AsDelimitedFromCollection(const CollectionRef& myObjects,
+                                 const OptionalText& recordEndMarker,
+                                 const OptionalText& fieldEndMarker, TextBuilder& result);
+
   /// The multi-collection text that WorkingCol and MultiDataColString work on.
   const Text& MultiDataString() const { return *multiDataString_; }
   void SetMultiDataString(TextView text) { multiDataString_ = std::make_shared<const Text>(text); }

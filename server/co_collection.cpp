@@ -167,33 +167,87 @@ STDMETHODIMP CoCollection::get__NewEnum(IUnknown** result) {
 
 namespace {
 
-/// A CoCollection that one of the component's operations fills.
-class OwnCollection : public DispatchCollection {
+/// A walk over the positions of a CoCollection, which it keeps alive.
+class OwnWalk : public Enumerator {
  public:
-  OwnCollection(const DispatchFamily& family, ComPtr<CoCollection> collection)
-      : DispatchCollection(family, ComPtr<IDispatch>(collection.Get())),
-        entries_(collection->Entries()) {}
+  explicit OwnWalk(ComPtr<CoCollection> collection) : collection_(std::move(collection)) {}
 
-  void Add(Object entry, std::optional<TextView> key) override {
-    IDispatch* const object =
-        entry.IsNothing() ? nullptr : static_cast<IDispatch*>(entry.Self(Family()));
-    entries_.Add(Variant::OfObject(object), key);
+  bool NextObject(Object& entry) override {
+    const VARIANT* const next = Next();
+    if (next == nullptr) return false;
+    entry = ThePlatform().Dispatch().Wrap(ObjectOf(*next));
+    return true;
   }
 
-  void Add(TextView entry, std::optional<TextView> key) override {
-    entries_.Add(Variant::OfText(entry), key);
+  bool NextText(Text& entry) override {
+    const VARIANT* const next = Next();
+    if (next == nullptr) return false;
+    // A copy, since an object that is asked for its text may take itself out.
+    entry = TextOf(Variant(*next).Get());
+    return true;
   }
 
  private:
-  /// Alive as long as the reference that the base class holds.
-  KeyedList<Variant>& entries_;
+  const VARIANT* Next() {
+    const KeyedList<Variant>& all = collection_->Entries();
+    return passed_ < all.Count() ? &all.At(++passed_).Get() : nullptr;
+  }
+
+  ComPtr<CoCollection> collection_;
+  std::size_t passed_ = 0;
+};
+
+/// A CoCollection, without the way through IDispatch.
+class DirectCollection : public Collection {
+ public:
+  explicit DirectCollection(ComPtr<CoCollection> collection) : collection_(std::move(collection)) {}
+
+  std::int32_t Count() const override { return static_cast<std::int32_t>(All().Count()); }
+
+  std::unique_ptr<Enumerator> Enumerate() const override {
+    return std::make_unique<OwnWalk>(collection_);
+  }
+
+  Text TextUnder(TextView key) const override { return TextOf(Variant(All().At(key).Get()).Get()); }
+
+  Object ObjectUnder(TextView key) const override {
+    return ThePlatform().Dispatch().Wrap(ObjectOf(All().At(key).Get()));
+  }
+
+  void Add(Object entry, std::optional<TextView> key) override {
+    IDispatch* const object =
+        entry.IsNothing() ? nullptr : static_cast<IDispatch*>(entry.Self(ThePlatform().Dispatch()));
+    All().Add(Variant::OfObject(object), key);
+  }
+
+  void Add(TextView entry, std::optional<TextView> key) override {
+    All().Add(Variant::OfText(entry), key);
+  }
+
+  Object AsObject() const override {
+    return ThePlatform().Dispatch().Wrap(ComPtr<IDispatch>(collection_.Get()));
+  }
+
+ private:
+  KeyedList<Variant>& All() const { return collection_->Entries(); }
+
+  ComPtr<CoCollection> collection_;
 };
 
 }  // namespace
 
+CollectionRef CollectionOf(IDispatch* collection) {
+  if (collection == nullptr) return nullptr;
+  ComPtr<IOwnCollection> own;
+  if (SUCCEEDED(collection->QueryInterface(IOwnCollection::kId, own.ReceiveVoid()))) {
+    return std::make_shared<DirectCollection>(ComPtr<CoCollection>(&own->OwnCollection()));
+  }
+  return std::make_shared<DispatchCollection>(ThePlatform().Dispatch(),
+                                              ComPtr<IDispatch>(collection));
+}
+
 CollectionRef MakeCollection() {
-  return std::make_shared<OwnCollection>(ThePlatform().Dispatch(),
-                                         ComPtr<CoCollection>::Adopt(new CoCollection));
+  return std::make_shared<DirectCollection>(ComPtr<CoCollection>::Adopt(new CoCollection));
 }
 
 }  // namespace brindlex

@@ -8,8 +8,19 @@
 
 namespace brindlex {
 
+class CoCollection;
+
+/// By what the component knows a collection of its own again. It is in no type library.
+struct IOwnCollection : IUnknown {
+  static constexpr IID kId = {
+      0x763A3EED, 0x9EF1, 0x4C8E, {0xB9, 0xA7, 0xB1, 0x72, 0x8E, 0x41, 0x6E, 0x43}};
+
+  virtual CoCollection& OwnCollection() noexcept = 0;
+};
+
 /// The collection as hosts see it: any automation values, by position or key.
-class CoCollection final : public Coclass<CoCollection, _clsCollection, ::clsCollection> {
+class CoCollection final
+    : public Coclass<CoCollection, _clsCollection, ::clsCollection, IOwnCollection> {
  public:
   static const std::span<const Member> kMembers;
 
@@ -22,6 +33,8 @@ class CoCollection final : public Coclass<CoCollection, _clsCollection, ::clsCol
   STDMETHODIMP Remove(VARIANT index) override;
   STDMETHODIMP get__NewEnum(IUnknown** result) override;
 
+  CoCollection& OwnCollection() noexcept override { return *this; }
+
   KeyedList<Variant>& Entries() { return entries_; }
 
  private:
@@ -31,6 +44,10 @@ class CoCollection final : public Coclass<CoCollection, _clsCollection, ::clsCol
 
   KeyedList<Variant> entries_;
 };
+
+/// `collection` as the component's operations use it: a CoCollection directly, any other through
+/// IDispatch; null is no collection.
+CollectionRef CollectionOf(IDispatch* collection);
 
 /// A new, empty CoCollection, as the component's operations fill and hand out collections.
 CollectionRef MakeCollection();

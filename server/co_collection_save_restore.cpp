@@ -1,5 +1,6 @@
 #include "server/co_collection_save_restore.h"
 
+#include "platform/win32/bstr_builder.h"
 #include "server/the_platform.h"
 #include "server/values.h"
 
@@ -170,8 +171,10 @@ STDMETHODIMP CoCollectionSaveRestore::AsDelimitedFromCollection(IDispatch* myObj
                                                                 VARIANT /*collectionName*/,
                                                                 BSTR* result) {
   return RunFor(result, [&] {
-    *result = NewBstr(operations_.AsDelimitedFromCollection(
-        GivenCollection(myObjects), GivenText(recordEndMarker), GivenText(fieldEndMarker)));
+    BstrBuilder text;
+    operations_.AsDelimitedFromCollection(GivenCollection(myObjects), GivenText(recordEndMarker),
+                                          GivenText(fieldEndMarker), text);
+    *result = text.Detach();
   });
 }
 

@@ -61,6 +61,11 @@ STDMETHODIMP CoTextData::GetMemberNames(_clsCollection** result) {
   return RunFor(result, [&] { *result = HandedOut(clsTextData::GetMemberNames(ThePlatform())); });
 }
 
+Text* CoTextData::FindText(TextView name) noexcept {
+  if (EqualIgnoringCase(name, u"DataString")) return &data_.DataString;
+  return EqualIgnoringCase(name, u"Name") ? &data_.Name : nullptr;
+}
+
 STDMETHODIMP CoCreateTextData::GetNewObject(_clsTextData** result) {
   return RunFor(result, [&] { *result = new CoTextData; });
 }

@@ -1,13 +1,14 @@
 #pragma once
 
 #include "persistence/text_data.h"
+#include "platform/win32/record_texts.h"
 #include "server/Brindlex.h"
 #include "server/coclass.h"
 
 namespace brindlex {
 
 /// The component's own record as hosts see it.
-class CoTextData final : public Coclass<CoTextData, _clsTextData, ::clsTextData> {
+class CoTextData final : public Coclass<CoTextData, _clsTextData, ::clsTextData, IRecordTexts> {
  public:
   static const std::span<const Member> kMembers;
 
@@ -16,6 +17,8 @@ class CoTextData final : public Coclass<CoTextData, _clsTextData, ::clsTextData>
   STDMETHODIMP get_Name(BSTR* result) override;
   STDMETHODIMP put_Name(BSTR value) override;
   STDMETHODIMP GetMemberNames(_clsCollection** result) override;
+
+  Text* FindText(TextView name) noexcept override;
 
  private:
   clsTextData data_;

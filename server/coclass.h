@@ -16,9 +16,13 @@ namespace brindlex {
 
 /// What all coclasses share: IUnknown, IDispatch over the member table `Self::kMembers`,
 /// ISupportErrorInfo and IProvideClassInfo. `Interface` is the default interface, `Class` the name
-/// that carries the class id. Objects are made with one reference, by `new`.
-template <class Self, class Interface, class Class>
-class Coclass : public Interface, public ISupportErrorInfo, public IProvideClassInfo {
+/// that carries the class id, and `Inner` are interfaces for use within the component, with their
+/// ids as kId. Objects are made with one reference, by `new`.
+template <class Self, class Interface, class Class, class... Inner>
+class Coclass : public Interface,
+                public ISupportErrorInfo,
+                public IProvideClassInfo,
+                public Inner... {
  public:
   Coclass(const Coclass&) = delete;
   Coclass& operator=(const Coclass&) = delete;
@@ -108,7 +112,9 @@ class Coclass : public Interface, public ISupportErrorInfo, public IProvideClass
     }
     if (id == IID_ISupportErrorInfo) return static_cast<ISupportErrorInfo*>(this);
     if (id == IID_IProvideClassInfo) return static_cast<IProvideClassInfo*>(this);
-    return nullptr;
+    void* found = nullptr;
+    static_cast<void>(((id == Inner::kId && (found = static_cast<Inner*>(this), true)) || ...));
+    return found;
   }
 
   std::atomic<ULONG> references_{1};

@@ -23,7 +23,7 @@ class VariantWalk : public Enumerator {
 
   bool NextObject(Object& entry) override {
     if (!Next(current_)) return false;
-    entry = family_.Wrap(ObjectOf(current_.Get()).Get());
+    entry = family_.Wrap(ObjectOf(current_.Get()));
     return true;
   }
 
@@ -138,7 +138,7 @@ Text DispatchCollection::TextUnder(TextView key) const {
 }
 
 Object DispatchCollection::ObjectUnder(TextView key) const {
-  return family_.Wrap(ObjectOf(EntryUnder(*object_.Get(), key).Get()).Get());
+  return family_.Wrap(ObjectOf(EntryUnder(*object_.Get(), key).Get()));
 }
 
 void DispatchCollection::Add(Object /*entry*/, std::optional<TextView> /*key*/) {

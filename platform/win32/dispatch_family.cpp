@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "automation/runtime_error.h"
-#include "platform/win32/hresult.h"
+#include "platform/win32/dispatch_access.h"
 #include "platform/win32/late_binding.h"
 #include "platform/win32/type_information.h"
 #include "platform/win32/variant.h"
@@ -13,49 +13,11 @@ namespace {
 
 IDispatch& DispatchOf(void* object) { return *static_cast<IDispatch*>(object); }
 
-ComPtr<IDispatch> ObjectYieldedBy(IDispatch& object, BSTR name) {
-  return ObjectOf(Invoke(object, MemberId(object, name), kCallOrGet).Get());
-}
-
-/// Looks the dispatch id up for every object anew: objects that look alike may still give one name
-/// different ids.
-class DispatchAccess : public MemberAccess {
- public:
-  DispatchAccess(const DispatchFamily& family, std::vector<Text> names)
-      : MemberAccess(std::move(names)), family_(family) {
-    for (const Text& name : Names()) names_.emplace_back(name);
-  }
-
-  void AppendText(const Object& object, std::size_t member, TextBuilder& text) override {
-    IDispatch& dispatch = DispatchOf(object.Self(family_));
-    const DISPID id = MemberId(dispatch, names_[member].Get());
-    Variant storage;
-    text.Append(ViewAsText(Invoke(dispatch, id, kGet).Get(), storage));
-  }
-
-  void LetText(const Object& object, std::size_t member, TextView value) override {
-    IDispatch& dispatch = DispatchOf(object.Self(family_));
-    const DISPID id = MemberId(dispatch, names_[member].Get());
-    Variant text = Variant::OfText(value);
-    Let(dispatch, id, text.Get());
-  }
-
-  Object CallForObject(const Object& object, std::size_t member) override {
-    IDispatch& dispatch = DispatchOf(object.Self(family_));
-    return family_.Wrap(ObjectYieldedBy(dispatch, names_[member].Get()).Get());
-  }
-
- private:
-  const DispatchFamily& family_;
-  std::vector<Bstr> names_;
-};
-
 }  // namespace
 
-Object DispatchFamily::Wrap(IDispatch* object) const noexcept {
-  if (object == nullptr) return {};
-  object->AddRef();
-  return {*this, object};
+Object DispatchFamily::Wrap(ComPtr<IDispatch> object) const noexcept {
+  if (!object) return {};
+  return {*this, object.Detach()};
 }
 
 void DispatchFamily::AddRef(void* object) const noexcept { DispatchOf(object).AddRef(); }
@@ -63,7 +25,7 @@ void DispatchFamily::AddRef(void* object) const noexcept { DispatchOf(object).Ad
 void DispatchFamily::Release(void* object) const noexcept { DispatchOf(object).Release(); }
 
 Object DispatchFamily::CallForObject(void* object, TextView name) const {
-  return Wrap(ObjectYieldedBy(DispatchOf(object), Bstr(name).Get()).Get());
+  return Wrap(ObjectYieldedBy(DispatchOf(object), Bstr(name).Get()));
 }
 
 CollectionRef DispatchFamily::CallForCollection(void* object, TextView name) const {
@@ -83,7 +45,7 @@ std::vector<Text> DispatchFamily::PropertyGetNames(void* object) const {
 }
 
 std::unique_ptr<MemberAccess> DispatchFamily::Access(std::vector<Text> names) const {
-  return std::make_unique<DispatchAccess>(*this, std::move(names));
+  return MakeDispatchAccess(*this, std::move(names));
 }
 
 }  // namespace brindlex

@@ -20,8 +20,8 @@ class DispatchFamily : public ObjectFamily {
  public:
   explicit DispatchFamily(CollectionMaker makeCollection) : makeCollection_(makeCollection) {}
 
-  /// A reference to `object`; Nothing for null.
-  Object Wrap(IDispatch* object) const noexcept;
+  /// `object` as an object of this family; Nothing for null.
+  Object Wrap(ComPtr<IDispatch> object) const noexcept;
 
   void AddRef(void* object) const noexcept override;
   void Release(void* object) const noexcept override;
@@ -50,7 +50,7 @@ class DispatchCollection : public Collection {
   /// Error 445: the component adds to collections of its own only.
   void Add(Object entry, std::optional<TextView> key) override;
   void Add(TextView entry, std::optional<TextView> key) override;
-  Object AsObject() const override { return family_.Wrap(object_.Get()); }
+  Object AsObject() const override { return family_.Wrap(object_); }
 
  protected:
   const DispatchFamily& Family() const { return family_; }

@@ -243,8 +243,8 @@ class ScriptingFileSystem : public FileSystem {
 
   Object SystemFolder() override {
     constexpr std::int32_t kSystemFolder = 1;
-    return family_.Wrap(
-        files_.CallForObject(u"GetSpecialFolder", NumberArgument(kSystemFolder)).Get());
+    return family_.Wrap(ComPtr<IDispatch>(
+        files_.CallForObject(u"GetSpecialFolder", NumberArgument(kSystemFolder)).Get()));
   }
 
  private:

@@ -18,19 +18,19 @@ HRESULT IdByDispatchEx(IDispatch& object, BSTR name, HRESULT refusal, DISPID& me
 }
 
 void InvokeRaw(IDispatch& object, DISPID member, WORD flags, DISPPARAMS& parameters,
-               VARIANT* result) {
+               VARIANT* result, LCID locale) {
   EXCEPINFO exception{};
   UINT wrongArgument = 0;
-  const HRESULT status = object.Invoke(member, IID_NULL, GetUserDefaultLCID(), flags, &parameters,
-                                       result, &exception, &wrongArgument);
+  const HRESULT status = object.Invoke(member, IID_NULL, locale, flags, &parameters, result,
+                                       &exception, &wrongArgument);
   if (FAILED(status)) throw ErrorOf(status, exception);
 }
 
 }  // namespace
 
-DISPID MemberId(IDispatch& object, BSTR name) {
+DISPID MemberId(IDispatch& object, BSTR name, LCID locale) {
   DISPID member = DISPID_UNKNOWN;
-  HRESULT status = object.GetIDsOfNames(IID_NULL, &name, 1, GetUserDefaultLCID(), &member);
+  HRESULT status = object.GetIDsOfNames(IID_NULL, &name, 1, locale, &member);
   if (FAILED(status)) status = IdByDispatchEx(object, name, status, member);
   Check(status);
   return member;
@@ -40,14 +40,19 @@ Variant Invoke(IDispatch& object, DISPID member, WORD flags, std::span<VARIANT> 
   std::reverse(arguments.begin(), arguments.end());
   DISPPARAMS parameters{arguments.data(), nullptr, static_cast<UINT>(arguments.size()), 0};
   Variant result;
-  InvokeRaw(object, member, flags, parameters, result.Receive());
+  InvokeRaw(object, member, flags, parameters, result.Receive(), GetUserDefaultLCID());
   return result;
 }
 
-void Let(IDispatch& object, DISPID member, VARIANT& value) {
+void GetInto(Variant& result, IDispatch& object, DISPID member, LCID locale) {
+  DISPPARAMS none{};
+  InvokeRaw(object, member, kGet, none, result.Receive(), locale);
+}
+
+void Let(IDispatch& object, DISPID member, VARIANT& value, LCID locale) {
   DISPID valueName = DISPID_PROPERTYPUT;
   DISPPARAMS parameters{&value, &valueName, 1, 1};
-  InvokeRaw(object, member, DISPATCH_PROPERTYPUT, parameters, nullptr);
+  InvokeRaw(object, member, DISPATCH_PROPERTYPUT, parameters, nullptr, locale);
 }
 
 Variant DefaultValueOf(const VARIANT& object) {

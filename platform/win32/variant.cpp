@@ -28,18 +28,21 @@ Variant Converted(const VARIANT& value, VARTYPE type) {
   return converted;
 }
 
-}  // namespace
-
-BSTR NewBstr(TextView text) {
+BSTR Allocated(const char16_t* text, std::size_t length) {
   constexpr std::size_t kLongest = 0x7FFFFFF0U / sizeof(char16_t);
   BSTR made = nullptr;
-  if (text.size() <= kLongest) {
-    made = SysAllocStringLen(reinterpret_cast<const wchar_t*>(text.data()),
-                             static_cast<UINT>(text.size()));
+  if (length <= kLongest) {
+    made = SysAllocStringLen(reinterpret_cast<const wchar_t*>(text), static_cast<UINT>(length));
   }
   if (made == nullptr) throw std::bad_alloc();
   return made;
 }
+
+}  // namespace
+
+BSTR NewBstr(TextView text) { return Allocated(text.data(), text.size()); }
+
+BSTR NewBstr(std::size_t length) { return Allocated(nullptr, length); }
 
 Variant::Variant(const VARIANT& value) : Variant() {
   Check(CopyValue(value_, Dereferenced(value)));
@@ -121,6 +124,7 @@ bool FlagOf(const VARIANT& value) {
 ComPtr<IDispatch> ObjectOf(const VARIANT& value) {
   const VARIANT& actual = Dereferenced(value);
   if (!IsObjectReference(actual)) throw RuntimeError(error_number::kObjectRequired);
+  if (actual.vt == VT_DISPATCH) return ComPtr<IDispatch>(actual.pdispVal);
   const ComPtr<IUnknown> unknown(UnknownIn(actual));
   if (!unknown) return nullptr;
   ComPtr<IDispatch> object = unknown.As<IDispatch>();

@@ -19,11 +19,19 @@ inline TextView ViewOf(BSTR text) noexcept {
 /// A new BSTR with the units of `text`, which the caller frees; never null. Throws std::bad_alloc.
 BSTR NewBstr(TextView text);
 
+/// A new BSTR of `length` units without content, as NewBstr has it.
+BSTR NewBstr(std::size_t length);
+
 /// An owned BSTR.
 class Bstr {
  public:
   Bstr() noexcept = default;
   explicit Bstr(TextView text) : text_(NewBstr(text)) {}
+  static Bstr OfLength(std::size_t length) {
+    Bstr made;
+    made.text_ = NewBstr(length);
+    return made;
+  }
   Bstr(Bstr&& other) noexcept : text_(std::exchange(other.text_, nullptr)) {}
   Bstr& operator=(Bstr&& other) noexcept {
     std::swap(text_, other.text_);
@@ -46,10 +54,34 @@ class Bstr {
   BSTR text_ = nullptr;
 };
 
+/// Makes `value`, which is of whatever content, Empty.
+inline void MakeEmpty(VARIANT& value) noexcept { value.vt = VT_EMPTY; }
+
+/// Releases what `value` owns and makes it Empty. The kinds that most values are of are dealt with
+/// in place, since the system's function costs more than the rest of reading a property.
+inline void Clear(VARIANT& value) noexcept {
+  switch (value.vt) {
+    case VT_EMPTY:
+      return;
+    case VT_BSTR:
+      SysFreeString(value.bstrVal);
+      break;
+    case VT_I2:
+    case VT_I4:
+    case VT_R8:
+    case VT_BOOL:
+    case VT_DATE:
+      break;
+    default:
+      VariantClear(&value);
+  }
+  MakeEmpty(value);
+}
+
 /// An owned automation variant; made Empty.
 class Variant {
  public:
-  Variant() noexcept { VariantInit(&value_); }
+  Variant() noexcept { MakeEmpty(value_); }
   /// A copy of `value` with every reference followed. Throws RuntimeError.
   explicit Variant(const VARIANT& value);
   explicit Variant(TextView text) : Variant() { *this = OfText(text); }
@@ -60,7 +92,7 @@ class Variant {
   }
   Variant(const Variant&) = delete;
   Variant& operator=(const Variant&) = delete;
-  ~Variant() { VariantClear(&value_); }
+  ~Variant() { Clear(value_); }
 
   static Variant OfText(TextView text);
   /// An object reference that adds a reference of its own; null is Nothing.
@@ -69,7 +101,7 @@ class Variant {
   const VARIANT& Get() const noexcept { return value_; }
   VARIANT& Get() noexcept { return value_; }
   VARIANT* Receive() noexcept {
-    VariantClear(&value_);
+    Clear(value_);
     return &value_;
   }
 

@@ -16,7 +16,7 @@ class MemoryPlatformTest : public HostTest {
  protected:
   /// What `name` of `record` reads as, through the family.
   Text Read(const Object& record, TextView name) {
-    TextBuilder text;
+    StringTextBuilder text;
     Family().Access({Text(name)})->AppendText(record, 0, text);
     return text.Take();
   }
@@ -196,7 +196,7 @@ TEST_F(MemoryPlatformTest, MembersRefuseAsTheyAreTold) {
 TEST_F(MemoryPlatformTest, AppendedTextGoesBehindWhatIsThere) {
   const Object record = NewRecord(Family(), ListingClass(Family(), {{u"A"}, {u"B"}}), {u"1", u"2"});
   const auto access = Family().Access({u"B", u"A"});
-  TextBuilder text;
+  StringTextBuilder text;
   text.Append(u"0");
   access->AppendText(record, 0, text);
   access->AppendText(record, 1, text);

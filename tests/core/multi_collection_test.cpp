@@ -60,7 +60,7 @@ TEST_F(TextDataTest, AnswersByNameLikeAnyRecord) {
   EXPECT_THAT(block.PropertyGetNames(), ElementsAre(u"DataString", u"Name"));
   EXPECT_EQ(438, ErrorOf([&] { block.CallForCollection(u"MembersCol"); }));
   const auto access = family_.Access({u"NAME", u"datastring", u"Other"});
-  TextBuilder text;
+  StringTextBuilder text;
   text.Append(u"<");
   access->AppendText(block, 0, text);
   access->AppendText(block, 1, text);
@@ -87,7 +87,7 @@ TEST_F(TextDataTest, IsSavedAndRestoredLikeAnyRecord) {
 
 TEST_F(TextDataTest, ObjectsOfAnotherFamilyAreRefused) {
   const auto access = family_.Access({u"Name"});
-  TextBuilder text;
+  StringTextBuilder text;
   EXPECT_EQ(430, ErrorOf([&] { access->AppendText(Creator(TitleAndCount()), 0, text); }));
   EXPECT_EQ(91, ErrorOf([&] { access->LetText(Object(), 0, u""); }));
 }

@@ -18,7 +18,7 @@ Text Numbered(std::size_t length) {
 
 TEST(TextBuilderTest, AppendsRunsOfEveryLength) {
   const Text source = Numbered(300);
-  TextBuilder builder;
+  StringTextBuilder builder;
   Text expected;
   for (std::size_t length = 0; length <= source.size(); ++length) {
     const TextView run = TextView(source).substr(source.size() - length);
@@ -31,7 +31,7 @@ TEST(TextBuilderTest, AppendsRunsOfEveryLength) {
 }
 
 TEST(TextBuilderTest, IsEmptyAtFirstAndAfterTaking) {
-  TextBuilder builder;
+  StringTextBuilder builder;
   EXPECT_EQ(u"", builder.View());
   EXPECT_EQ(u"", builder.Take());
   builder.Append(u"one");
@@ -45,7 +45,7 @@ TEST(TextBuilderTest, AWrongExpectationDoesNoHarm) {
   const Text run = Numbered(100);
   for (const std::size_t expected : {std::size_t{0}, std::size_t{1}, std::size_t{700},
                                      std::numeric_limits<std::size_t>::max()}) {
-    TextBuilder builder;
+    StringTextBuilder builder;
     Text plain;
     for (int count = 0; count < 100; ++count) {
       builder.Expect(expected);
@@ -57,7 +57,7 @@ TEST(TextBuilderTest, AWrongExpectationDoesNoHarm) {
 }
 
 TEST(TextBuilderTest, GrowsToWhatIsExpectedAtOnce) {
-  TextBuilder builder;
+  StringTextBuilder builder;
   const Text run = Numbered(1000);
   builder.Append(run);
   builder.Expect(30000);
@@ -70,7 +70,7 @@ TEST(TextBuilderTest, GrowsToWhatIsExpectedAtOnce) {
 TEST(TextBuilderTest, WithoutMemoryTheTextStaysAsItWas) {
   const Text first = Numbered(5000);
   const Text second = Numbered(20000);
-  TextBuilder builder;
+  StringTextBuilder builder;
   builder.Append(first);
   {
     const FailingNew failing(1, FailingNew::Extent::kFromThere);

@@ -1,0 +1,84 @@
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <memory>
+#include <new>
+#include <utility>
+#include <vector>
+
+namespace brindlex {
+
+/// Memory for many objects of one type that come and go one by one but are small beside what an
+/// allocation costs. Objects stay where they are. What an object leaves is used for the next; all
+/// memory is given back when the pool ends, by when every object must be destroyed. Not
+/// synchronized.
+template <class T>
+class Pool {
+ public:
+  Pool() = default;
+  Pool(Pool&& other) noexcept
+      : blocks_(std::exchange(other.blocks_, {})),
+        unused_(std::exchange(other.unused_, 0)),
+        left_(std::exchange(other.left_, nullptr)) {}
+  Pool& operator=(Pool&& other) noexcept {
+    std::swap(blocks_, other.blocks_);
+    std::swap(unused_, other.unused_);
+    std::swap(left_, other.left_);
+    return *this;
+  }
+  Pool(const Pool&) = delete;
+  Pool& operator=(const Pool&) = delete;
+  ~Pool() = default;
+
+  /// A new object. Throws what its constructor throws, or std::bad_alloc.
+  template <class... Arguments>
+  T* Make(Arguments&&... arguments) {
+    Slot* const slot = left_ != nullptr ? left_ : Unused();
+    Slot* const leftBehind = slot->next;
+    T* const made =
+        ::new (static_cast<void*>(slot->memory)) T(std::forward<Arguments>(arguments)...);
+    if (slot == left_) {
+      left_ = leftBehind;
+    } else {
+      --unused_;
+    }
+    return made;
+  }
+
+  void Destroy(T* object) noexcept {
+    object->~T();
+    Slot* const slot = ::new (static_cast<void*>(object)) Slot;
+    slot->next = left_;
+    left_ = slot;
+  }
+
+ private:
+  union Slot {
+    Slot* next = nullptr;
+    alignas(T) std::byte memory[sizeof(T)];
+  };
+  struct Block {
+    std::unique_ptr<Slot[]> slots;
+    std::size_t count;
+  };
+
+  /// The first slot that was never used. The last block's are used from its end.
+  Slot* Unused() {
+    constexpr std::size_t kFewest = 4;
+    constexpr std::size_t kMost = 512;
+    if (unused_ == 0) {
+      const std::size_t count =
+          blocks_.empty() ? kFewest : std::min(kMost, 2 * blocks_.back().count);
+      blocks_.push_back({std::unique_ptr<Slot[]>(new Slot[count]), count});
+      unused_ = count;
+    }
+    return &blocks_.back().slots[unused_ - 1];
+  }
+
+  std::vector<Block> blocks_;
+  std::size_t unused_ = 0;
+  Slot* left_ = nullptr;
+};
+
+}  // namespace brindlex

@@ -1,0 +1,285 @@
+// Saving and restoring through the DLL, beside the bare loops of late binding over the same
+// objects: what no component can go below that asks every object by name.
+
+#include <benchmark/benchmark.h>
+#include <windows.h>
+
+#include <string>
+#include <vector>
+
+#include "bench/com/plain_objects.h"
+#include "server/Brindlex.h"
+
+namespace brindlex::bench {
+namespace {
+
+using Records = std::vector<ComPtr<IDispatch>>;
+
+void Require(HRESULT status, const char* what) {
+  if (SUCCEEDED(status)) return;
+  std::fprintf(stderr, "%s failed: 0x%08lX\n", what, static_cast<unsigned long>(status));
+  std::abort();
+}
+
+/// The component, loaded beside this program and entered for CoCreateInstance on this thread.
+template <class Interface>
+ComPtr<Interface> New(REFCLSID classId) {
+  ComPtr<Interface> object;
+  Require(CoCreateInstance(classId, nullptr, CLSCTX_INPROC_SERVER, __uuidof(Interface),
+                           object.ReceiveVoid()),
+          "CoCreateInstance");
+  return object;
+}
+
+VARIANT Missing() {
+  VARIANT missing;
+  missing.vt = VT_ERROR;
+  missing.scode = DISP_E_PARAMNOTFOUND;
+  return missing;
+}
+
+Text ValueOf(long record, std::size_t field) {
+  const std::string number = std::to_string(record * 7919);
+  const std::string values[kFields] = {"Title " + number, "An author", "2026", "12.50",
+                                       "remark " + number};
+  return {values[field].begin(), values[field].end()};
+}
+
+ITypeInfo* SomeTypeInfo() {
+  static const ComPtr<ITypeInfo> info = [] {
+    ComPtr<ITypeInfo> made;
+    METHODDATA methods[kFields] = {};
+    for (std::size_t field = 0; field < kFields; ++field) {
+      methods[field].szName = const_cast<OLECHAR*>(kNames[field]);
+      methods[field].dispid = static_cast<DISPID>(field) + 1;
+      methods[field].iMeth = static_cast<UINT>(field);
+      methods[field].cc = CC_STDCALL;
+      methods[field].wFlags = DISPATCH_PROPERTYGET;
+      methods[field].vtReturn = VT_BSTR;
+    }
+    INTERFACEDATA data{methods, kFields};
+    Require(CreateDispTypeInfo(&data, LOCALE_USER_DEFAULT, made.Receive()), "CreateDispTypeInfo");
+    return made;
+  }();
+  return info.Get();
+}
+
+Records PlainRecords(benchmark::State& state, ITypeInfo* info) {
+  Records records;
+  for (long number = 0; number < state.range(0); ++number) {
+    auto record = ComPtr<PlainRecord>::Adopt(new PlainRecord);
+    record->DescribeAs(info);
+    for (std::size_t field = 0; field < kFields; ++field) {
+      record->fields[field] = Bstr(ValueOf(number, field));
+    }
+    records.emplace_back(record.Get());
+  }
+  return records;
+}
+
+Records OwnRecords(benchmark::State& state) {
+  Records records;
+  for (long number = 0; number < state.range(0); ++number) {
+    auto record = New<_clsTextData>(CLSID_clsTextData);
+    record->put_Name(Bstr(ValueOf(number, 0)).Get());
+    record->put_DataString(Bstr(ValueOf(number, 4)).Get());
+    records.emplace_back(record.Get());
+  }
+  return records;
+}
+
+ComPtr<_clsCollection> CollectionOf(const Records& records) {
+  auto collection = New<_clsCollection>(CLSID_clsCollection);
+  for (const auto& record : records) {
+    const Variant item = Variant::OfObject(record.Get());
+    collection->Add(item.Get(), Missing(), Missing(), Missing());
+  }
+  return collection;
+}
+
+void ReportPerField(benchmark::State& state, std::size_t fields = kFields) {
+  state.counters["per_field"] = benchmark::Counter(
+      static_cast<double>(state.range(0)) * static_cast<double>(fields),
+      benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+}
+
+std::vector<Bstr> Bstrs(const std::vector<const wchar_t*>& names) {
+  std::vector<Bstr> bstrs;
+  for (const wchar_t* const name : names) {
+    bstrs.emplace_back(TextView(reinterpret_cast<const char16_t*>(name)));
+  }
+  return bstrs;
+}
+
+std::vector<Bstr> PlainNames() { return Bstrs({kNames.begin(), kNames.end()}); }
+
+DISPID IdOf(IDispatch& object, const Bstr& name) {
+  DISPID id = 0;
+  BSTR text = name.Get();
+  Require(object.GetIDsOfNames(IID_NULL, &text, 1, LOCALE_USER_DEFAULT, &id), "GetIDsOfNames");
+  return id;
+}
+
+void Get(IDispatch& object, DISPID id) {
+  DISPPARAMS none{};
+  VARIANT value;
+  VariantInit(&value);
+  object.Invoke(id, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_PROPERTYGET, &none, &value, nullptr,
+                nullptr);
+  VariantClear(&value);
+}
+
+void Put(IDispatch& object, DISPID id, TextView text) {
+  DISPID named = DISPID_PROPERTYPUT;
+  VARIANT value;
+  value.vt = VT_BSTR;
+  value.bstrVal = NewBstr(text);
+  DISPPARAMS params{&value, &named, 1, 1};
+  object.Invoke(id, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_PROPERTYPUT, &params, nullptr, nullptr,
+                nullptr);
+  VariantClear(&value);
+}
+
+ComPtr<IDispatch> NewRecord(IDispatch& creator, const Bstr& name) {
+  DISPPARAMS none{};
+  Variant value;
+  creator.Invoke(IdOf(creator, name), IID_NULL, LOCALE_USER_DEFAULT,
+                 DISPATCH_METHOD | DISPATCH_PROPERTYGET, &none, value.Receive(), nullptr, nullptr);
+  return ComPtr<IDispatch>(value.Get().pdispVal);
+}
+
+// ---- Floors ------------------------------------------------------------------------------------
+
+void NameAndGet(benchmark::State& state, const Records& records, const std::vector<Bstr>& names) {
+  for ([[maybe_unused]] auto _ : state) {
+    for (const auto& record : records) {
+      for (const Bstr& name : names) Get(*record.Get(), IdOf(*record.Get(), name));
+    }
+  }
+  ReportPerField(state, names.size());
+}
+
+void GetOnly(benchmark::State& state, const Records& records, const std::vector<Bstr>& names) {
+  std::vector<DISPID> ids;
+  for (const Bstr& name : names) ids.push_back(IdOf(*records.front().Get(), name));
+  for ([[maybe_unused]] auto _ : state) {
+    for (const auto& record : records) {
+      for (const DISPID id : ids) Get(*record.Get(), id);
+    }
+  }
+  ReportPerField(state, names.size());
+}
+
+void BM_FloorNameAndGet(benchmark::State& state) {
+  NameAndGet(state, PlainRecords(state, nullptr), PlainNames());
+}
+void BM_FloorGet(benchmark::State& state) {
+  GetOnly(state, PlainRecords(state, SomeTypeInfo()), PlainNames());
+}
+void BM_FloorGetOwn(benchmark::State& state) {
+  GetOnly(state, OwnRecords(state), Bstrs({L"DataString", L"Name"}));
+}
+
+void PutLoop(benchmark::State& state, bool askNames) {
+  const auto names = PlainNames();
+  const Bstr newObject(u"GetNewObject");
+  const auto creator = ComPtr<PlainCreator>::Adopt(new PlainCreator(nullptr));
+  std::vector<Text> values;
+  for (std::size_t field = 0; field < kFields; ++field) values.push_back(ValueOf(12345, field));
+  std::vector<DISPID> ids;
+  for (const Bstr& name : names)
+    ids.push_back(IdOf(*NewRecord(*creator.Get(), newObject).Get(), name));
+  for ([[maybe_unused]] auto _ : state) {
+    Records made;
+    for (long number = 0; number < state.range(0); ++number) {
+      auto record = NewRecord(*creator.Get(), newObject);
+      for (std::size_t field = 0; field < kFields; ++field) {
+        Put(*record.Get(), askNames ? IdOf(*record.Get(), names[field]) : ids[field],
+            values[field]);
+      }
+      made.push_back(std::move(record));
+    }
+  }
+  ReportPerField(state);
+}
+
+void BM_FloorNameAndPut(benchmark::State& state) { PutLoop(state, true); }
+void BM_FloorPut(benchmark::State& state) { PutLoop(state, false); }
+
+// ---- The component -----------------------------------------------------------------------------
+
+Bstr Saved(_clsCollectionSaveRestore& store, _clsCollection& collection) {
+  Bstr text;
+  Require(
+      store.AsDelimitedFromCollection(&collection, Missing(), Missing(), Missing(), text.Receive()),
+      "AsDelimitedFromCollection");
+  if (text.View().empty()) Require(E_FAIL, "saving");
+  return text;
+}
+
+void Save(benchmark::State& state, const Records& records, std::size_t fields) {
+  const auto store = New<_clsCollectionSaveRestore>(CLSID_clsCollectionSaveRestore);
+  const auto collection = CollectionOf(records);
+  for ([[maybe_unused]] auto _ : state) Saved(*store.Get(), *collection.Get());
+  ReportPerField(state, fields);
+}
+
+void BM_Save(benchmark::State& state) { Save(state, PlainRecords(state, nullptr), kFields); }
+void BM_SaveDescribed(benchmark::State& state) {
+  Save(state, PlainRecords(state, SomeTypeInfo()), kFields);
+}
+void BM_SaveOwn(benchmark::State& state) { Save(state, OwnRecords(state), 2); }
+
+void Restore(benchmark::State& state, const Records& records, IDispatch* creator,
+             std::size_t fields) {
+  const auto store = New<_clsCollectionSaveRestore>(CLSID_clsCollectionSaveRestore);
+  const Bstr text = Saved(*store.Get(), *CollectionOf(records).Get());
+  for ([[maybe_unused]] auto _ : state) {
+    ComPtr<_clsCollection> restored;
+    Require(store->AsDelimitedToCollection(text.Get(), creator, Missing(), Missing(), Missing(),
+                                           restored.Receive()),
+            "AsDelimitedToCollection");
+    if (!restored) Require(E_FAIL, "restoring");
+  }
+  ReportPerField(state, fields);
+}
+
+void BM_Restore(benchmark::State& state) {
+  const auto creator = ComPtr<PlainCreator>::Adopt(new PlainCreator(nullptr));
+  Restore(state, PlainRecords(state, nullptr), creator.Get(), kFields);
+}
+void BM_RestoreDescribed(benchmark::State& state) {
+  const auto creator = ComPtr<PlainCreator>::Adopt(new PlainCreator(SomeTypeInfo()));
+  Restore(state, PlainRecords(state, nullptr), creator.Get(), kFields);
+}
+void BM_RestoreOwn(benchmark::State& state) {
+  const auto creator = New<_clsCreateTextData>(CLSID_clsCreateTextData);
+  Restore(state, OwnRecords(state), creator.Get(), 2);
+}
+
+void Sizes(benchmark::internal::Benchmark* bench) {
+  bench->Arg(1000)->Arg(100000)->Unit(benchmark::kMillisecond);
+}
+
+BENCHMARK(BM_FloorNameAndGet)->Apply(Sizes);
+BENCHMARK(BM_Save)->Apply(Sizes);
+BENCHMARK(BM_FloorGet)->Apply(Sizes);
+BENCHMARK(BM_SaveDescribed)->Apply(Sizes);
+BENCHMARK(BM_FloorGetOwn)->Apply(Sizes);
+BENCHMARK(BM_SaveOwn)->Apply(Sizes);
+BENCHMARK(BM_FloorNameAndPut)->Apply(Sizes);
+BENCHMARK(BM_Restore)->Apply(Sizes);
+BENCHMARK(BM_FloorPut)->Apply(Sizes);
+BENCHMARK(BM_RestoreDescribed)->Apply(Sizes);
+BENCHMARK(BM_RestoreOwn)->Apply(Sizes);
+
+}  // namespace
+}  // namespace brindlex::bench
+
+int main(int argc, char** argv) {
+  CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+  benchmark::Initialize(&argc, argv);
+  benchmark::RunSpecifiedBenchmarks();
+  CoUninitialize();
+  return 0;
+}

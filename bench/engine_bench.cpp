@@ -1,0 +1,204 @@
+// The text engine alone, without objects: writing records field by field and walking over a text
+// field by field, beside a copy of the same text and beside other libraries on the same data.
+
+#include <benchmark/benchmark.h>
+#include <csv.h>
+#include <rapidjson/document.h>
+#include <rapidjson/stringbuffer.h>
+#include <rapidjson/writer.h>
+#include <simdjson.h>
+
+#include <cstring>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "automation/text_builder.h"
+#include "persistence/delimited_text.h"
+
+namespace brindlex {
+namespace {
+
+/// Records of `columns` short fields, as wide and as narrow text.
+struct Data {
+  std::size_t records;
+  std::size_t columns;
+  std::vector<Text> wide;
+  std::vector<std::string> narrow;
+};
+
+/// A few hundred values of the kinds that records hold, which every record takes in turn; so that
+/// the values themselves are in the cache and the time is that of the engine.
+Data DataFor(benchmark::State& state) {
+  Data data{
+      static_cast<std::size_t>(state.range(0)), static_cast<std::size_t>(state.range(1)), {}, {}};
+  for (int value = 0; value < 400; ++value) {
+    const std::string kinds[] = {"Title " + std::to_string(value * 7919), "2026-01-12",
+                                 std::to_string(value), "12.50", "a remark of some length"};
+    const std::string& text = kinds[value % 5];
+    data.narrow.push_back(text);
+    data.wide.emplace_back(text.begin(), text.end());
+  }
+  return data;
+}
+
+template <class Values, class Use>
+void ForEachField(const Data& data, const Values& values, Use&& use) {
+  std::size_t next = 0;
+  for (std::size_t record = 0; record < data.records; ++record) {
+    for (std::size_t column = 0; column < data.columns; ++column) {
+      use(values[next], column + 1 == data.columns);
+      if (++next == values.size()) next = 0;
+    }
+  }
+}
+
+void ReportPerField(benchmark::State& state) {
+  const auto fields = static_cast<double>(state.range(0) * state.range(1));
+  state.counters["per_field"] = benchmark::Counter(
+      fields, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+}
+
+Text Written(const Data& data) {
+  const Markers markers = DefaultMarkers();
+  StringTextBuilder text;
+  const auto expected = data.records * data.columns * 13;
+  ForEachField(data, data.wide, [&](const Text& value, bool isLast) {
+    if (text.Size() == 0) text.Expect(expected);
+    text.Append(value);
+    text.Append(markers.fieldEnd);
+    if (isLast) text.Append(markers.recordEnd);
+  });
+  return text.Take();
+}
+
+void BM_Write(benchmark::State& state) {
+  const Data data = DataFor(state);
+  for ([[maybe_unused]] auto _ : state) benchmark::DoNotOptimize(Written(data));
+  ReportPerField(state);
+}
+
+void BM_CopyIntoFreshMemory(benchmark::State& state) {
+  const Text text = Written(DataFor(state));
+  for ([[maybe_unused]] auto _ : state) {
+    const std::unique_ptr<char16_t[]> copy(new char16_t[text.size()]);
+    std::memcpy(copy.get(), text.data(), text.size() * sizeof(char16_t));
+    benchmark::DoNotOptimize(copy.get());
+    benchmark::ClobberMemory();
+  }
+  ReportPerField(state);
+}
+
+void BM_Walk(benchmark::State& state) {
+  const Text text = Written(DataFor(state));
+  const Markers markers = DefaultMarkers();
+  for ([[maybe_unused]] auto _ : state) {
+    std::size_t units = 0;
+    const auto walk = WalkRecords(text, markers);
+    while (walk->Next()) {
+      for (const TextView field : walk->Fields()) units += field.size();
+    }
+    benchmark::DoNotOptimize(units);
+  }
+  ReportPerField(state);
+}
+
+/// The same data as an array of arrays.
+std::string AsJson(const Data& data) {
+  rapidjson::StringBuffer buffer;
+  rapidjson::Writer<rapidjson::StringBuffer> writer(buffer);
+  writer.StartArray();
+  bool isFirst = true;
+  ForEachField(data, data.narrow, [&](const std::string& value, bool isLast) {
+    if (isFirst) writer.StartArray();
+    writer.String(value.data(), static_cast<rapidjson::SizeType>(value.size()));
+    if (isLast) writer.EndArray();
+    isFirst = isLast;
+  });
+  writer.EndArray();
+  return {buffer.GetString(), buffer.GetSize()};
+}
+
+void BM_WriteRapidJson(benchmark::State& state) {
+  const Data data = DataFor(state);
+  for ([[maybe_unused]] auto _ : state) benchmark::DoNotOptimize(AsJson(data));
+  ReportPerField(state);
+}
+
+void BM_ParseRapidJson(benchmark::State& state) {
+  const std::string json = AsJson(DataFor(state));
+  for ([[maybe_unused]] auto _ : state) {
+    rapidjson::Document document;
+    document.Parse(json.data(), json.size());
+    benchmark::DoNotOptimize(document.Size());
+  }
+  ReportPerField(state);
+}
+
+void BM_WalkSimdJson(benchmark::State& state) {
+  const simdjson::padded_string json(AsJson(DataFor(state)));
+  simdjson::ondemand::parser parser;
+  for ([[maybe_unused]] auto _ : state) {
+    std::size_t units = 0;
+    auto document = parser.iterate(json);
+    for (auto record : document.get_array()) {
+      for (auto field : record.get_array()) units += std::string_view(field.get_string()).size();
+    }
+    benchmark::DoNotOptimize(units);
+  }
+  ReportPerField(state);
+}
+
+std::string AsCsv(const Data& data) {
+  std::string csv;
+  std::string quoted;
+  ForEachField(data, data.narrow, [&](const std::string& value, bool isLast) {
+    quoted.resize(2 * value.size() + 2);
+    quoted.resize(csv_write(quoted.data(), quoted.size(), value.data(), value.size()));
+    csv += quoted;
+    csv += isLast ? '\n' : ',';
+  });
+  return csv;
+}
+
+void BM_WriteLibcsv(benchmark::State& state) {
+  const Data data = DataFor(state);
+  for ([[maybe_unused]] auto _ : state) benchmark::DoNotOptimize(AsCsv(data));
+  ReportPerField(state);
+}
+
+void BM_WalkLibcsv(benchmark::State& state) {
+  const std::string csv = AsCsv(DataFor(state));
+  for ([[maybe_unused]] auto _ : state) {
+    std::size_t units = 0;
+    csv_parser parser;
+    csv_init(&parser, 0);
+    const auto count = [](void*, std::size_t size, void* sum) {
+      *static_cast<std::size_t*>(sum) += size;
+    };
+    csv_parse(&parser, csv.data(), csv.size(), count, nullptr, &units);
+    csv_fini(&parser, count, nullptr, &units);
+    csv_free(&parser);
+    benchmark::DoNotOptimize(units);
+  }
+  ReportPerField(state);
+}
+
+void Sizes(benchmark::internal::Benchmark* bench) {
+  bench->Args({100000, 5})->Args({1000000, 10})->Unit(benchmark::kMillisecond);
+}
+
+BENCHMARK(BM_Write)->Apply(Sizes);
+BENCHMARK(BM_CopyIntoFreshMemory)->Apply(Sizes);
+BENCHMARK(BM_WriteRapidJson)->Apply(Sizes);
+BENCHMARK(BM_WriteLibcsv)->Apply(Sizes);
+BENCHMARK(BM_Walk)->Apply(Sizes);
+BENCHMARK(BM_WalkSimdJson)->Apply(Sizes);
+BENCHMARK(BM_WalkLibcsv)->Apply(Sizes);
+BENCHMARK(BM_ParseRapidJson)->Apply(Sizes);
+
+}  // namespace
+}  // namespace brindlex
+
+BENCHMARK_MAIN();

@@ -1,0 +1,56 @@
+#include "platform/win32/bstr_builder.h"
+
+#include <algorithm>
+#include <new>
+
+namespace brindlex {
+namespace {
+
+/// A BSTR of `length` units, of which the first are those of `text`.
+Bstr WithLength(TextView text, std::size_t length) {
+  Bstr made = Bstr::OfLength(length);
+  std::copy(text.begin(), text.end(), reinterpret_cast<char16_t*>(made.Get()));
+  return made;
+}
+
+/// Makes `text` end at `length` without moving it: the length stands, in bytes, before the text.
+void CutInPlace(BSTR text, std::size_t length) noexcept {
+  auto* const bytes = reinterpret_cast<UINT*>(text) - 1;
+  *bytes = static_cast<UINT>(length * sizeof(OLECHAR));
+  text[length] = L'\0';
+}
+
+}  // namespace
+
+BSTR BstrBuilder::Detach() {
+  // What is cut off stays allocated with the text; a text that is short beside it is copied, and so
+  // are those that the system keeps for use again by their length.
+  constexpr std::size_t kLong = 65536;
+  const std::size_t length = Size();
+  const std::size_t capacity = text_.View().size();
+  if (length < kLong || capacity - length > capacity / 16) {
+    text_ = Bstr(View());
+  } else {
+    CutInPlace(text_.Get(), length);
+  }
+  Forget();
+  return text_.Detach();
+}
+
+void BstrBuilder::Clear() noexcept {
+  text_ = Bstr();
+  Forget();
+}
+
+TextBuilder::Memory BstrBuilder::Provide(std::size_t least) {
+  Bstr grown;
+  try {
+    grown = WithLength(View(), NextCapacity(least));
+  } catch (const std::bad_alloc&) {
+    grown = WithLength(View(), least);
+  }
+  text_ = std::move(grown);
+  return {reinterpret_cast<char16_t*>(text_.Get()), text_.View().size()};
+}
+
+}  // namespace brindlex

@@ -1,0 +1,177 @@
+#include "platform/win32/dispatch_access.h"
+
+#include <optional>
+#include <utility>
+
+#include "automation/runtime_error.h"
+#include "platform/win32/dispatch_family.h"
+#include "platform/win32/hresult.h"
+#include "platform/win32/late_binding.h"
+#include "platform/win32/record_texts.h"
+#include "platform/win32/variant.h"
+
+namespace brindlex {
+namespace {
+
+ComPtr<ITypeInfo> DescriptionOf(IDispatch& object) {
+  ComPtr<ITypeInfo> description;
+  if (FAILED(object.GetTypeInfo(0, GetUserDefaultLCID(), description.Receive()))) return nullptr;
+  return description;
+}
+
+DISPID IdIn(ITypeInfo& description, BSTR name) {
+  MEMBERID id = MEMBERID_NIL;
+  return SUCCEEDED(description.GetIDsOfNames(&name, 1, &id)) ? id : MEMBERID_NIL;
+}
+
+DISPID IdIn(IDispatch& object, BSTR name) {
+  DISPID id = DISPID_UNKNOWN;
+  const HRESULT status = object.GetIDsOfNames(IID_NULL, &name, 1, GetUserDefaultLCID(), &id);
+  return SUCCEEDED(status) ? id : DISPID_UNKNOWN;
+}
+
+/// A type description and the ids that it gives to the members.
+class DescribedIds {
+ public:
+  /// Holds nothing unless the description of `first` lists all `names` with the ids that `first`
+  /// itself uses.
+  DescribedIds(IDispatch& first, const std::vector<Bstr>& names) {
+    auto description = DescriptionOf(first);
+    if (!description) return;
+    for (const Bstr& name : names) {
+      const DISPID id = IdIn(*description.Get(), name.Get());
+      if (id == MEMBERID_NIL || id != IdIn(first, name.Get())) return;
+      ids_.push_back(id);
+    }
+    description_ = std::move(description);
+  }
+
+  bool AreKnown() const { return static_cast<bool>(description_); }
+  bool HoldFor(IDispatch& object) const {
+    return description_.Get() == DescriptionOf(object).Get();
+  }
+  DISPID Of(std::size_t member) const { return ids_[member]; }
+
+ private:
+  ComPtr<ITypeInfo> description_;
+  std::vector<DISPID> ids_;
+};
+
+static_assert(MEMBERID_NIL == DISPID_UNKNOWN);
+
+/// The texts of `object`, when it is a record of the component's own.
+ComPtr<IRecordTexts> TextsOf(IDispatch& object) {
+  ComPtr<IRecordTexts> texts;
+  const HRESULT status = object.QueryInterface(IRecordTexts::kId, texts.ReceiveVoid());
+  return SUCCEEDED(status) ? texts : nullptr;
+}
+
+class DispatchAccess : public MemberAccess {
+ public:
+  DispatchAccess(const DispatchFamily& family, std::vector<Text> names)
+      : MemberAccess(std::move(names)), family_(family) {
+    for (const Text& name : Names()) names_.emplace_back(name);
+  }
+
+  void AppendText(const Object& object, std::size_t member, TextBuilder& text) override {
+    Way way = WayTo(object);
+    Append(way, member, text);
+  }
+
+  void AppendTexts(const Object& object, TextView end, TextBuilder& text,
+                   std::size_t& reading) override {
+    Way way = WayTo(object);
+    for (reading = 0; reading < names_.size(); ++reading) {
+      Append(way, reading, text);
+      text.Append(end);
+    }
+  }
+
+  void LetText(const Object& object, std::size_t member, TextView value) override {
+    Let(WayTo(object), member, value);
+  }
+
+  void LetTexts(const Object& object, const std::vector<TextView>& values) override {
+    const Way way = WayTo(object);
+    for (std::size_t member = 0; member < values.size(); ++member) {
+      if (!Names()[member].empty()) Let(way, member, values[member]);
+    }
+  }
+
+  Object CallForObject(const Object& object, std::size_t member) override {
+    auto& dispatch = *static_cast<IDispatch*>(object.Self(family_));
+    return family_.Wrap(ObjectYieldedBy(dispatch, names_[member].Get()));
+  }
+
+ private:
+  /// How the members of one object are reached.
+  struct Way {
+    IDispatch& object;
+    /// Of a record of the component's own; else null.
+    ComPtr<IRecordTexts> texts;
+    bool byDescribedIds;
+  };
+
+  Way WayTo(const Object& object) {
+    IDispatch& self = *static_cast<IDispatch*>(object.Self(family_));
+    if (!std::exchange(isLearnt_, true)) LearnFrom(self);
+    return {self, areOwn_ ? TextsOf(self) : nullptr, described_ && described_->HoldFor(self)};
+  }
+
+  void LearnFrom(IDispatch& first) {
+    areOwn_ = static_cast<bool>(TextsOf(first));
+    if (areOwn_) return;
+    described_.emplace(first, names_);
+    if (!described_->AreKnown()) described_.reset();
+  }
+
+  DISPID IdOf(const Way& way, std::size_t member) const {
+    return way.byDescribedIds ? described_->Of(member)
+                              : MemberId(way.object, names_[member].Get(), locale_);
+  }
+
+  void Append(const Way& way, std::size_t member, TextBuilder& text) const {
+    if (way.texts) return text.Append(OwnText(way, member));
+    Variant value;
+    GetInto(value, way.object, IdOf(way, member), locale_);
+    if (value.Get().vt == VT_BSTR) return text.Append(ViewOf(value.Get().bstrVal));
+    Variant storage;
+    text.Append(ViewAsText(value.Get(), storage));
+  }
+
+  void Let(const Way& way, std::size_t member, TextView value) const {
+    if (way.texts) {
+      OwnText(way, member) = value;
+      return;
+    }
+    Variant text = Variant::OfText(value);
+    brindlex::Let(way.object, IdOf(way, member), text.Get(), locale_);
+  }
+
+  Text& OwnText(const Way& way, std::size_t member) const {
+    Text* const text = way.texts->FindText(Names()[member]);
+    if (text == nullptr) throw RuntimeError(error_number::kNoSuchMember);
+    return *text;
+  }
+
+  const DispatchFamily& family_;
+  std::vector<Bstr> names_;
+  const LCID locale_ = GetUserDefaultLCID();
+  bool isLearnt_ = false;
+  /// The first object was a record of the component's own.
+  bool areOwn_ = false;
+  std::optional<DescribedIds> described_;
+};
+
+}  // namespace
+
+std::unique_ptr<MemberAccess> MakeDispatchAccess(const DispatchFamily& family,
+                                                 std::vector<Text> names) {
+  return std::make_unique<DispatchAccess>(family, std::move(names));
+}
+
+ComPtr<IDispatch> ObjectYieldedBy(IDispatch& object, BSTR name) {
+  return ObjectOf(Invoke(object, MemberId(object, name), kCallOrGet).Get());
+}
+
+}  // namespace brindlex
