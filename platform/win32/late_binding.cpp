@@ -18,11 +18,13 @@ HRESULT IdByDispatchEx(IDispatch& object, BSTR name, HRESULT refusal, DISPID& me
 }
 
 void InvokeRaw(IDispatch& object, DISPID member, WORD flags, DISPPARAMS& parameters,
-               VARIANT* result) {
+               VARIANT* result, DWORD* lastError) {
   EXCEPINFO exception{};
   UINT wrongArgument = 0;
   const HRESULT status = object.Invoke(member, IID_NULL, GetUserDefaultLCID(), flags, &parameters,
                                        result, &exception, &wrongArgument);
+  // At once: throwing an exception is enough to change it.
+  if (lastError != nullptr) *lastError = GetLastError();
   if (FAILED(status)) throw ErrorOf(status, exception);
 }
 
@@ -36,18 +38,19 @@ DISPID MemberId(IDispatch& object, BSTR name) {
   return member;
 }
 
-Variant Invoke(IDispatch& object, DISPID member, WORD flags, std::span<VARIANT> arguments) {
+Variant Invoke(IDispatch& object, DISPID member, WORD flags, std::span<VARIANT> arguments,
+               DWORD* lastError) {
   std::reverse(arguments.begin(), arguments.end());
   DISPPARAMS parameters{arguments.data(), nullptr, static_cast<UINT>(arguments.size()), 0};
   Variant result;
-  InvokeRaw(object, member, flags, parameters, result.Receive());
+  InvokeRaw(object, member, flags, parameters, result.Receive(), lastError);
   return result;
 }
 
-void Let(IDispatch& object, DISPID member, VARIANT& value) {
+void Let(IDispatch& object, DISPID member, VARIANT& value, DWORD* lastError) {
   DISPID valueName = DISPID_PROPERTYPUT;
   DISPPARAMS parameters{&value, &valueName, 1, 1};
-  InvokeRaw(object, member, DISPATCH_PROPERTYPUT, parameters, nullptr);
+  InvokeRaw(object, member, DISPATCH_PROPERTYPUT, parameters, nullptr, lastError);
 }
 
 Variant DefaultValueOf(const VARIANT& object) {
