@@ -18,6 +18,7 @@ namespace brindlex {
 /// ISupportErrorInfo and IProvideClassInfo. `Interface` is the default interface, `Class` the name
 /// that carries the class id. Objects are made with one reference, by `new`.
 template <class Self, class Interface, class Class>
+// NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor): Release alone ends an object.
 class Coclass : public Interface, public ISupportErrorInfo, public IProvideClassInfo {
  public:
   Coclass(const Coclass&) = delete;

@@ -11,7 +11,7 @@ template <class T>
 class ComPtr {
  public:
   ComPtr() noexcept = default;
-  ComPtr(std::nullptr_t) noexcept {}
+  ComPtr(std::nullptr_t) noexcept {}  // NOLINT: nullptr is the pointer to nothing
   /// Adds a reference of its own to `pointer`, which may be null.
   explicit ComPtr(T* pointer) noexcept : pointer_(pointer) {
     if (pointer_ != nullptr) pointer_->AddRef();
