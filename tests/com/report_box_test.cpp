@@ -150,7 +150,7 @@ TEST_F(LongReportTest, CanBeCopied) {
   Boxes().whileNextIsOpen = [&] {
     SendMessageW(Pane(), WM_COPY, 0, 0);
     ASSERT_TRUE(OpenClipboard(nullptr));
-    const HANDLE data = GetClipboardData(CF_UNICODETEXT);
+    auto* const data = GetClipboardData(CF_UNICODETEXT);
     copied = static_cast<const char16_t*>(GlobalLock(data));
     GlobalUnlock(data);
     CloseClipboard();
