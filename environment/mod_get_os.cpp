@@ -29,8 +29,8 @@ TextView NameInWindowsNtLine(std::uint32_t major, std::uint32_t minor) {
 
 }  // namespace
 
-Text GetOsName(Platform& platform) {
-  const VersionRecord version = platform.GetVersionRecord();
+Text GetOsName(SystemServices& system) {
+  const VersionRecord version = system.GetVersionRecord();
   switch (version.platformId) {
     case kWindows95Line:
       return Text(NameInWindows95Line(version.minorVersion));
@@ -41,8 +41,8 @@ Text GetOsName(Platform& platform) {
   }
 }
 
-bool IsWindowsVista(Platform& platform) {
-  return EqualIgnoringCase(GetOsName(platform), u"WINDOWS VISTA");
+bool IsWindowsVista(SystemServices& system) {
+  return EqualIgnoringCase(GetOsName(system), u"WINDOWS VISTA");
 }
 
 }  // namespace brindlex

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "automation/text.h"
-#include "platform/platform.h"
+#include "environment/system_services.h"
 
 namespace brindlex {
 
@@ -9,9 +9,9 @@ namespace brindlex {
 /// "Windows Millennium Edition (ME)", "Windows NT 3.51", "Windows NT 4.0", "Windows 2000",
 /// "Windows XP" (every 5.x but 5.0) or "Windows Vista" (6.0 and all later ones). Empty for a
 /// version that is none of these, "Failed" for an unknown platform. Traps nothing.
-Text GetOsName(Platform& platform);
+Text GetOsName(SystemServices& system);
 
 /// True for Windows Vista and every later release. Traps nothing.
-bool IsWindowsVista(Platform& platform);
+bool IsWindowsVista(SystemServices& system);
 
 }  // namespace brindlex

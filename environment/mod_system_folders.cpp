@@ -30,18 +30,18 @@ TextView PathIn(PathBuffer& buffer) {
 
 }  // namespace
 
-Text FindSystemFolder(Platform& platform, std::int32_t csidl) {
+Text FindSystemFolder(SystemServices& system, std::int32_t csidl) {
   Text result;
   Trap(
       [&](CurrentLine&) {
         ItemIdList list = nullptr;
-        if (platform.SpecialFolderLocation(csidl, list) != 0) return;
+        if (system.SpecialFolderLocation(csidl, list) != 0) return;
         PathBuffer buffer{};
-        if (platform.PathFromItemIdList(list, buffer) != 1) return;
+        if (system.PathFromItemIdList(list, buffer) != 1) return;
         result = PathIn(buffer);
       },
       [&](const PendingError& pending) {
-        platform.ShowReport(
+        system.ShowReport(
             LocatedReport(u"in Brindlex.modSystemFolders.FindSystemFolder ", pending));
       });
   return result;

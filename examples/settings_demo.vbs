@@ -1,7 +1,11 @@
-' Keeps a list in the settings folder that all users share: handed over, saved, read back, restored,
-' and one report of a file that is not there.
+' The typical road: hands itself over as the host, asks for the settings folder that all users
+' share, keeps a list there as a text file, reads it back, and has one failure reported. It changes
+' nothing but the folder Brindlex\Settings demo in that place.
 '
 '   cscript //nologo settings_demo.vbs
+'
+' One message box comes up and waits for its OK. `./dev demo` closes it by itself, and compares it to
+' the line "expects box".
 
 Option Explicit
 
@@ -30,7 +34,10 @@ Sub AddBlock(blocks, name, data)
   blocks.Add block, name
 End Sub
 
-Dim files, saveRestore, blocks, restored, block, folder, company, path, text
+' ---- The road -------------------------------------------------------------------------------------
+
+Dim files, saveRestore, blocks, restored, block, folder, company, path, text, readBack, line, fso
+Dim missing
 
 Set files = CreateObject("Brindlex.clsAppFiles")
 Set saveRestore = CreateObject("Brindlex.clsCollectionSaveRestore")
@@ -50,10 +57,18 @@ Require text <> "", "the list becomes a text"
 
 path = folder & "\settings.txt"
 Require files.SaveTextFile(path, text, False), "the text is saved"
-WScript.Echo "Saved     " & Len(text) & " characters to " & path & ":"
-WScript.Echo files.ReadTextFile(path, False)
+WScript.Echo "Saved     " & Len(text) & " characters to " & path
+Set fso = CreateObject("Scripting.FileSystemObject")
+Require fso.FileExists(path), "the file is there"
 
-Set restored = saveRestore.AsDelimitedToCollection(files.ReadTextFile(path, False), _
+readBack = files.ReadTextFile(path, False)
+Require readBack = text, "the file holds the text to the character"
+WScript.Echo "It holds:"
+For Each line In Split(readBack, vbCrLf)
+  If line <> "" Then WScript.Echo "          " & line
+Next
+
+Set restored = saveRestore.AsDelimitedToCollection(readBack, _
                    CreateObject("Brindlex.clsCreateTextData"), vbCrLf, "|", "Name")
 Require Not restored Is Nothing, "the file becomes a list again"
 Require restored.Count = blocks.Count, "as many entries as before"
@@ -62,8 +77,15 @@ For Each block In blocks
 Next
 WScript.Echo "Restored  " & restored.Count & " entries of " & files.FileNameFromPath(path) & ", all equal"
 
-WScript.Echo "A file that is not there, quietly: """ & files.ReadTextFile(folder & "\none.txt", True) & """"
-WScript.Echo "And with a report; close its box:"
-Require files.ReadTextFile(folder & "\none.txt", False) = "", "nothing is read"
+' ---- A failure, without and with its report -------------------------------------------------------
+
+missing = folder & "\none.txt"
+Require files.ReadTextFile(missing, True) = "", "nothing is read"
+WScript.Echo "Asked     quietly for " & missing & ": nothing there, nothing said"
+WScript.Echo "And again, with the report that a user sees:"
+WScript.Echo "expects box: KX Error|There was an error [FTS-FSO] opening a file: " & missing & _
+             "\r\nError: File not found Error Number: 53 Line: 1"
+Require files.ReadTextFile(missing, False) = "", "nothing is read"
+WScript.Echo "The box was closed, and the program goes on."
 
 WScript.Echo "demo: done"

@@ -71,7 +71,7 @@ constexpr Member kAppFilesMembers[] = {
 /// Puts `text` in the place of the text in the caller's variable, unless it holds that already.
 void Assign(TextView text, BSTR& variable) {
   if (ViewOf(variable) == text) return;
-  BSTR const made = NewBstr(text);
+  auto* const made = NewBstr(text);
   SysFreeString(variable);
   variable = made;
 }

@@ -57,6 +57,10 @@ class ApartmentWatch : public IInitializeSpy {
     Check(status);
   }
 
+  virtual ~ApartmentWatch() {
+    if (OfThisThread() == this) Slot().Set(nullptr);
+  }
+
   STDMETHODIMP QueryInterface(REFIID id, void** result) override {
     if (result == nullptr) return E_POINTER;
     const bool known = id == IID_IUnknown || id == __uuidof(IInitializeSpy);
@@ -81,10 +85,6 @@ class ApartmentWatch : public IInitializeSpy {
   STDMETHODIMP PostUninitialize(DWORD) override { return S_OK; }
 
  private:
-  virtual ~ApartmentWatch() {
-    if (OfThisThread() == this) Slot().Set(nullptr);
-  }
-
   void End() {
     const ComPtr<ApartmentWatch> alive(this);
     // First, so that a host that calls from inside its object's end finds nothing half gone.

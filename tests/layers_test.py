@@ -14,7 +14,8 @@ ALLOWED = {
     "platform": {"automation", "environment"},
     "persistence": {"automation", "environment", "platform"},
     "bases": {"automation", "environment"},
-    "server": {"automation", "environment", "platform", "persistence", "bases"},
+    "appfiles": {"automation", "environment", "platform"},
+    "server": {"automation", "environment", "platform", "persistence", "bases", "appfiles"},
 }
 # The only places that know Windows.
 WINDOWS_FOLDERS = ("platform/win32/", "server/")

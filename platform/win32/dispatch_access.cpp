@@ -74,14 +74,14 @@ class DispatchAccess : public MemberAccess {
   }
 
   void AppendText(const Object& object, std::size_t member, TextBuilder& text) override {
-    Way way = WayTo(object);
-    Append(way, member, text);
+    Append(WayTo(object), member, text);
   }
 
   void AppendTexts(const Object& object, TextView end, TextBuilder& text,
                    std::size_t& reading) override {
-    Way way = WayTo(object);
-    for (reading = 0; reading < names_.size(); ++reading) {
+    reading = 0;
+    const Way way = WayTo(object);
+    for (; reading < names_.size(); ++reading) {
       Append(way, reading, text);
       text.Append(end);
     }

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "automation/runtime_error.h"
+#include "environment/trap.h"
 #include "platform/win32/hresult.h"
 #include "platform/win32/late_binding.h"
 #include "platform/win32/variant.h"
@@ -16,6 +17,9 @@ namespace brindlex {
 namespace {
 
 // ---- Errors ------------------------------------------------------------------------------------
+
+constexpr std::int32_t kDeviceError = 57;
+constexpr std::int32_t kDiskNotReady = 71;
 
 struct SystemError {
   DWORD code;
@@ -27,21 +31,34 @@ constexpr SystemError kSystemErrors[] = {
     {ERROR_PATH_NOT_FOUND, 76},
     {ERROR_TOO_MANY_OPEN_FILES, 67},
     {ERROR_ACCESS_DENIED, 70},
+    {ERROR_INVALID_HANDLE, 52},
     {ERROR_NOT_ENOUGH_MEMORY, 7},
     {ERROR_INVALID_DRIVE, 68},
     {ERROR_WRITE_PROTECT, 70},
     {ERROR_NOT_READY, 71},
+    {ERROR_CRC, 57},
+    {ERROR_SEEK, 57},
+    {ERROR_SECTOR_NOT_FOUND, 57},
+    {ERROR_WRITE_FAULT, 57},
+    {ERROR_READ_FAULT, 57},
+    {ERROR_GEN_FAILURE, 57},
     {ERROR_SHARING_VIOLATION, 70},
     {ERROR_LOCK_VIOLATION, 70},
     {ERROR_HANDLE_DISK_FULL, 61},
     {ERROR_BAD_NETPATH, 76},
+    {ERROR_DEV_NOT_EXIST, 57},
+    {ERROR_UNEXP_NET_ERR, 57},
+    {ERROR_NETNAME_DELETED, 57},
+    {ERROR_BAD_DEV_TYPE, 68},
     {ERROR_FILE_EXISTS, 58},
+    {ERROR_INVALID_PARAMETER, 5},
     {ERROR_DISK_FULL, 61},
     {ERROR_INVALID_NAME, 52},
     {ERROR_ALREADY_EXISTS, 58},
     {ERROR_FILENAME_EXCED_RANGE, 52},
     {ERROR_DIRECTORY, 76},
     {ERROR_IO_DEVICE, 57},
+    {ERROR_DEVICE_NOT_CONNECTED, 57},
 };
 
 /// The number that hosts know for `code`, or 0.
@@ -62,16 +79,22 @@ RuntimeError Explained(RuntimeError error, DWORD lastError) {
   return number == 0 ? std::move(error) : RuntimeError(number);
 }
 
+/// Whether `lastError` is what a failed reading leaves behind, and nothing else would.
+bool IsReadFailure(DWORD lastError) {
+  const std::int32_t number = NumberOfSystemError(lastError);
+  return number == kDeviceError || number == kDiskNotReady || lastError == ERROR_LOCK_VIOLATION;
+}
+
 // ---- Late-bound calls --------------------------------------------------------------------------
 
-/// What `step()` yields; its error, explained.
+/// What `step()` yields, which leaves the thread's last error in `lastError`; its error, explained.
 template <class Step>
-auto Explaining(Step&& step) {
+auto Explaining(const DWORD& lastError, Step&& step) {
   SetLastError(ERROR_SUCCESS);
   try {
     return step();
   } catch (RuntimeError& error) {
-    throw Explained(std::move(error), GetLastError());
+    throw Explained(std::move(error), lastError);
   }
 }
 
@@ -82,13 +105,32 @@ class ScriptingObject {
 
   template <class... Arguments>
   Variant Call(TextView name, Arguments... arguments) const {
-    std::array<Variant, sizeof...(Arguments)> owned = {std::move(arguments)...};
-    std::array<VARIANT, sizeof...(Arguments)> borrowed;
-    std::transform(owned.begin(), owned.end(), borrowed.begin(),
-                   [](const Variant& argument) { return argument.Get(); });
-    return Explaining([&] {
-      return Invoke(*object_.Get(), IdOf(name), kCallOrGet, std::span<VARIANT>(borrowed));
-    });
+    DWORD lastError = ERROR_SUCCESS;
+    return CallFor(lastError, name, std::move(arguments)...);
+  }
+
+  /// A call that reads. On some systems a reading that fails passes for the end of the file: that
+  /// is an error here.
+  template <class... Arguments>
+  Variant CallToRead(TextView name, Arguments... arguments) const {
+    DWORD lastError = ERROR_SUCCESS;
+    Variant result = CallFor(lastError, name, std::move(arguments)...);
+    if (IsReadFailure(lastError)) throw RuntimeError(NumberOfSystemError(lastError));
+    return result;
+  }
+
+  /// A call that writes. On some systems one that has no room for the whole text only says that it
+  /// failed, and the system nothing at all.
+  void CallToWrite(TextView name, Variant text) const {
+    DWORD lastError = ERROR_SUCCESS;
+    try {
+      CallFor(lastError, name, std::move(text));
+    } catch (const RuntimeError& error) {
+      if (error.number == E_FAIL && lastError == ERROR_SUCCESS) {
+        throw RuntimeError(error_number::kDiskFull);
+      }
+      throw;
+    }
   }
 
   template <class... Arguments>
@@ -104,12 +146,28 @@ class ScriptingObject {
   }
 
   void Let(TextView name, Variant value) const {
-    Explaining([&] { brindlex::Let(*object_.Get(), IdOf(name), value.Get()); });
+    const DISPID member = IdOf(name);
+    DWORD lastError = ERROR_SUCCESS;
+    Explaining(lastError, [&] {
+      brindlex::Let(*object_.Get(), member, value.Get(), GetUserDefaultLCID(), &lastError);
+    });
   }
 
   IDispatch* Get() const { return object_.Get(); }
 
  private:
+  template <class... Arguments>
+  Variant CallFor(DWORD& lastError, TextView name, Arguments... arguments) const {
+    std::array<Variant, sizeof...(Arguments)> owned = {std::move(arguments)...};
+    std::array<VARIANT, sizeof...(Arguments)> borrowed;
+    std::transform(owned.begin(), owned.end(), borrowed.begin(),
+                   [](const Variant& argument) { return argument.Get(); });
+    const DISPID member = IdOf(name);
+    return Explaining(lastError, [&] {
+      return Invoke(*object_.Get(), member, kCallOrGet, std::span<VARIANT>(borrowed), &lastError);
+    });
+  }
+
   DISPID IdOf(TextView name) const { return MemberId(*object_.Get(), Bstr(name).Get()); }
 
   ComPtr<IDispatch> object_;
@@ -173,9 +231,9 @@ class ScriptingWriter : public TextWriter {
 
   void Write(TextView text) override {
     if (IsAscii(text)) {
-      stream_.Call(u"Write", TextArgument(text));
+      stream_.CallToWrite(u"Write", TextArgument(text));
     } else {
-      stream_.Call(u"Write", TextArgument(ThroughCodePage(text)));
+      stream_.CallToWrite(u"Write", TextArgument(ThroughCodePage(text)));
     }
   }
   void Close() override { stream_.Call(u"Close"); }
@@ -184,21 +242,40 @@ class ScriptingWriter : public TextWriter {
   ScriptingObject stream_;
 };
 
+/// How many characters a file of `bytes` bytes has at least.
+std::size_t FewestCharacters(std::int32_t bytes) {
+  CPINFO codePage;
+  if (GetCPInfo(CP_ACP, &codePage) == FALSE) return 0;
+  return static_cast<std::size_t>(std::max(bytes, 0)) / codePage.MaxCharSize;
+}
+
 class ScriptingReader : public TextReader {
  public:
-  explicit ScriptingReader(ScriptingObject stream) : stream_(std::move(stream)) {}
+  /// A file with less than `expected` characters ends too early.
+  ScriptingReader(ScriptingObject stream, std::size_t expected)
+      : stream_(std::move(stream)), expected_(expected) {}
 
   void AppendBlock(Text& text) override {
     // Not ReadAll, nor larger blocks: on some systems either takes time quadratic in what it reads.
     constexpr std::int32_t kCharacters = 16384;
+    const std::size_t before = text.size();
     Variant storage;
-    text.append(ViewAsText(stream_.Call(u"Read", NumberArgument(kCharacters)).Get(), storage));
+    text.append(
+        ViewAsText(stream_.CallToRead(u"Read", NumberArgument(kCharacters)).Get(), storage));
+    count_ += text.size() - before;
   }
-  bool AtEnd() override { return stream_.CallForFlag(u"AtEndOfStream"); }
+  bool AtEnd() override {
+    const bool isAtEnd = FlagOf(stream_.CallToRead(u"AtEndOfStream").Get());
+    // A disk that fails half-way may yield a part first, which then looks like the last one.
+    if (isAtEnd && count_ < expected_) throw RuntimeError(kDeviceError);
+    return isAtEnd;
+  }
   void Close() override { stream_.Call(u"Close"); }
 
  private:
   ScriptingObject stream_;
+  std::size_t expected_;
+  std::size_t count_ = 0;
 };
 
 class ScriptingFileSystem : public FileSystem {
@@ -224,9 +301,16 @@ class ScriptingFileSystem : public FileSystem {
   std::unique_ptr<TextReader> OpenTextFile(TextView path) override {
     constexpr std::int32_t kForReading = 1;
     constexpr std::int32_t kAsAscii = 0;
-    return std::make_unique<ScriptingReader>(
+    auto stream =
         files_.CallForObject(u"OpenTextFile", TextArgument(path), NumberArgument(kForReading),
-                             FlagArgument(false), NumberArgument(kAsAscii)));
+                             FlagArgument(false), NumberArgument(kAsAscii));
+    // A device has no size, and may not be known as a file at all.
+    std::int32_t size = 0;
+    TrapSilently([&] {
+      size =
+          WholeNumberOf(files_.CallForObject(u"GetFile", TextArgument(path)).Call(u"Size").Get());
+    });
+    return std::make_unique<ScriptingReader>(std::move(stream), FewestCharacters(size));
   }
 
   void Copy(TextView source, TextView destination) override {

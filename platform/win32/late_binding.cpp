@@ -18,11 +18,13 @@ HRESULT IdByDispatchEx(IDispatch& object, BSTR name, HRESULT refusal, DISPID& me
 }
 
 void InvokeRaw(IDispatch& object, DISPID member, WORD flags, DISPPARAMS& parameters,
-               VARIANT* result, LCID locale) {
+               VARIANT* result, LCID locale, DWORD* lastError = nullptr) {
   EXCEPINFO exception{};
   UINT wrongArgument = 0;
   const HRESULT status = object.Invoke(member, IID_NULL, locale, flags, &parameters, result,
                                        &exception, &wrongArgument);
+  // At once: throwing an exception is enough to change it.
+  if (lastError != nullptr) *lastError = GetLastError();
   if (FAILED(status)) throw ErrorOf(status, exception);
 }
 
@@ -36,11 +38,12 @@ DISPID MemberId(IDispatch& object, BSTR name, LCID locale) {
   return member;
 }
 
-Variant Invoke(IDispatch& object, DISPID member, WORD flags, std::span<VARIANT> arguments) {
+Variant Invoke(IDispatch& object, DISPID member, WORD flags, std::span<VARIANT> arguments,
+               DWORD* lastError) {
   std::reverse(arguments.begin(), arguments.end());
   DISPPARAMS parameters{arguments.data(), nullptr, static_cast<UINT>(arguments.size()), 0};
   Variant result;
-  InvokeRaw(object, member, flags, parameters, result.Receive(), GetUserDefaultLCID());
+  InvokeRaw(object, member, flags, parameters, result.Receive(), GetUserDefaultLCID(), lastError);
   return result;
 }
 
@@ -49,10 +52,10 @@ void GetInto(Variant& result, IDispatch& object, DISPID member, LCID locale) {
   InvokeRaw(object, member, kGet, none, result.Receive(), locale);
 }
 
-void Let(IDispatch& object, DISPID member, VARIANT& value, LCID locale) {
+void Let(IDispatch& object, DISPID member, VARIANT& value, LCID locale, DWORD* lastError) {
   DISPID valueName = DISPID_PROPERTYPUT;
   DISPPARAMS parameters{&value, &valueName, 1, 1};
-  InvokeRaw(object, member, DISPATCH_PROPERTYPUT, parameters, nullptr, locale);
+  InvokeRaw(object, member, DISPATCH_PROPERTYPUT, parameters, nullptr, locale, lastError);
 }
 
 Variant DefaultValueOf(const VARIANT& object) {

@@ -21,15 +21,18 @@ inline constexpr WORD kCallOrGet = DISPATCH_METHOD | DISPATCH_PROPERTYGET;
 DISPID MemberId(IDispatch& object, BSTR name, LCID locale = GetUserDefaultLCID());
 
 /// What the member yields for `arguments` (in their written order, which this function reverses in
-/// place for the call). Throws the member's own error as ErrorOf has it.
-Variant Invoke(IDispatch& object, DISPID member, WORD flags, std::span<VARIANT> arguments = {});
+/// place for the call). Throws the member's own error as ErrorOf has it. `lastError` receives what
+/// the call has left as the thread's last error, whether it failed or not.
+Variant Invoke(IDispatch& object, DISPID member, WORD flags, std::span<VARIANT> arguments = {},
+               DWORD* lastError = nullptr);
 
 /// As above, without arguments, for a caller that asks many objects: the locale is the caller's to
 /// find, and what the member yields replaces the content of `result`.
 void GetInto(Variant& result, IDispatch& object, DISPID member, LCID locale);
 
-/// Sets a property. Throws the property's own error.
-void Let(IDispatch& object, DISPID member, VARIANT& value, LCID locale = GetUserDefaultLCID());
+/// Sets a property. Throws the property's own error, with `lastError` as above.
+void Let(IDispatch& object, DISPID member, VARIANT& value, LCID locale = GetUserDefaultLCID(),
+         DWORD* lastError = nullptr);
 
 /// What the object's default property yields, followed until it is no object. Error 91 for Nothing,
 /// 438 without a default property, 13 when the objects lead nowhere.

@@ -4,17 +4,26 @@
 
 #include <shlobj.h>
 
+// The shell's own entry point for ANSI text, which its header hides behind a macro.
+#undef SHGetPathFromIDList
+extern "C" __declspec(dllimport) BOOL WINAPI
+    SHGetPathFromIDList(PCIDLIST_ABSOLUTE list, LPSTR path);
+
 #include <algorithm>
 #include <iterator>
 
+#include "platform/text_rows.h"
 #include "platform/win32/file_system.h"
+#include "platform/win32/report_window.h"
 
 namespace brindlex {
 
 void Win32Platform::ShowReport(const Report& report) {
   static_assert(Report::kStyle == (MB_OK | MB_ICONEXCLAMATION));
   // The owner is the host's window, so that the box is modal to it; without one, to nothing.
-  MessageBoxW(GetActiveWindow(), reinterpret_cast<const wchar_t*>(report.text.c_str()),
+  auto* const owner = GetActiveWindow();
+  if (!FitsMessageBox(report.text) && ShowInWindow(owner, report)) return;
+  MessageBoxW(owner, reinterpret_cast<const wchar_t*>(report.text.c_str()),
               reinterpret_cast<const wchar_t*>(report.caption.c_str()), Report::kStyle);
 }
 
@@ -41,7 +50,7 @@ std::int32_t Win32Platform::PathFromItemIdList(ItemIdList list, PathBuffer& buff
   // Twice the room, since a character may take two bytes; the shell knows of the first half.
   char bytes[2 * kSize] = {};
   WideCharToMultiByte(CP_ACP, 0, wide, kSize, bytes, 2 * kSize, nullptr, nullptr);
-  const BOOL status = SHGetPathFromIDListA(static_cast<PCIDLIST_ABSOLUTE>(list), bytes);
+  const BOOL status = SHGetPathFromIDList(static_cast<PCIDLIST_ABSOLUTE>(list), bytes);
   const int count = MultiByteToWideChar(CP_ACP, 0, bytes, kSize, wide, kSize);
   std::fill(buffer.begin() + count, buffer.end(), u' ');
   return status;

@@ -3,6 +3,7 @@
 #include <shlobj.h>
 
 #include "tests/com/fixture.h"
+#include "tests/com/patched_import.h"
 
 namespace brindlex::testing {
 namespace {
@@ -46,6 +47,72 @@ TEST_F(EnvironmentTest, AFolderIsThatOfTheShell) {
 TEST_F(EnvironmentTest, AFolderThatTheShellRejectsIsEmptyWithoutABox) {
   for (const long csidl : {9999L, -1L, 0x7FFFFFFFL}) EXPECT_EQ(u"", Find(csidl));
   EXPECT_EQ(0U, Boxes().Boxes().size());
+}
+
+// ---- Other systems -----------------------------------------------------------------------------
+
+OSVERSIONINFOA claimed;
+OSVERSIONINFOA asked;
+
+BOOL WINAPI ClaimVersion(OSVERSIONINFOA* record) {
+  asked = *record;
+  *record = claimed;
+  return FALSE;
+}
+
+TEST_F(EnvironmentTest, TheReleaseGoesByWhatTheSystemSaysAndNotByWhetherItSaysSo) {
+  const PatchedImport version(Dll().Module(), "GetVersionExA",
+                              reinterpret_cast<void*>(ClaimVersion));
+  struct Row {
+    DWORD platform, major, minor;
+    std::u16string_view name;
+    bool isVista;
+  };
+  for (const Row& row : {Row{2, 5, 2, u"Windows XP", false}, Row{2, 6, 1, u"Windows Vista", true},
+                         Row{2, 10, 0, u"Windows Vista", true}, Row{1, 4, 5, u"", false},
+                         Row{1, 4, 10, u"Windows 98", false}, Row{0, 3, 1, u"Failed", false}}) {
+    claimed = {148, row.major, row.minor, 0, row.platform, {}};
+    BSTR name = nullptr;
+    EXPECT_EQ(S_OK, New()->GetOsName(&name));
+    EXPECT_EQ(row.name, Taken(name));
+    VARIANT_BOOL flag = 1;
+    EXPECT_EQ(S_OK, New()->IsWindowsVista(&flag));
+    EXPECT_EQ(row.isVista ? VARIANT_TRUE : VARIANT_FALSE, flag);
+  }
+  EXPECT_EQ(148U, asked.dwOSVersionInfoSize);
+  EXPECT_EQ(std::string(128, ' '), std::string(asked.szCSDVersion, 128));
+}
+
+BOOL WINAPI FillWholeBuffer(PCIDLIST_ABSOLUTE, LPSTR buffer) {
+  EXPECT_EQ(std::string(260, '\0'), std::string(buffer, 260));
+  std::fill_n(buffer, 260, 'x');
+  return TRUE;
+}
+
+BOOL WINAPI AnswerTwo(PCIDLIST_ABSOLUTE, LPSTR buffer) {
+  std::fill_n(buffer, 4, 'x');
+  return 2;
+}
+
+TEST_F(EnvironmentTest, APathThatNoNulEndsIsReported) {
+  const PatchedImport path(Dll().Module(), "SHGetPathFromIDList",
+                           reinterpret_cast<void*>(FillWholeBuffer));
+  EXPECT_EQ(u"", Find(CSIDL_COMMON_APPDATA));
+  ASSERT_EQ(1U, Boxes().Boxes().size());
+  EXPECT_EQ(u"Application Error", Boxes().Boxes()[0].caption);
+  EXPECT_EQ(
+      u"Invalid procedure call or argument No. 5\r\nin"
+      u" Brindlex.modSystemFolders.FindSystemFolder at line 0",
+      Boxes().Boxes()[0].text);
+  ExpectBlocksLeft(1);
+}
+
+TEST_F(EnvironmentTest, OnlyTheAnswerOneIsAPath) {
+  const PatchedImport path(Dll().Module(), "SHGetPathFromIDList",
+                           reinterpret_cast<void*>(AnswerTwo));
+  EXPECT_EQ(u"", Find(CSIDL_COMMON_APPDATA));
+  EXPECT_EQ(0U, Boxes().Boxes().size());
+  ExpectBlocksLeft(1);
 }
 
 TEST_F(EnvironmentTest, NeedsAPlaceForTheResult) {

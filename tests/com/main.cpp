@@ -2,6 +2,7 @@
 #include <windows.h>
 
 #include <objbase.h>
+#include <shlobj.h>
 
 #include "platform/win32/file_system.h"
 #include "platform/win32/win32_platform.h"
@@ -33,11 +34,23 @@ void UseScriptingRunTimeOnce() {
   CoUninitialize();
 }
 
+/// The shell makes its desktop folder at its first search, two blocks, and keeps it for good.
+void UseShellOnce() {
+  PIDLIST_ABSOLUTE list = nullptr;
+  wchar_t path[MAX_PATH];
+  CoInitialize(nullptr);
+  SHGetSpecialFolderLocation(nullptr, CSIDL_COMMON_APPDATA, &list);
+  SHGetPathFromIDListW(list, path);
+  CoTaskMemFree(list);
+  CoUninitialize();
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
   ::testing::InitGoogleTest(&argc, argv);
   brindlex::testing::MallocSpy::Instance().Install();
   UseScriptingRunTimeOnce();
+  UseShellOnce();
   return RUN_ALL_TESTS();
 }

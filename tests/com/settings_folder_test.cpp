@@ -2,10 +2,12 @@
 
 #include <atomic>
 #include <filesystem>
+#include <fstream>
 
 #include "tests/com/apartment.h"
 #include "tests/com/fixture.h"
 #include "tests/com/late_call.h"
+#include "tests/com/patched_import.h"
 #include "tests/com/scripted_object.h"
 
 namespace brindlex::testing {
@@ -237,6 +239,73 @@ TEST_F(SettingsFolderTest, ProgDirIsUsedWhereTheTreeCannotBe) {
   EXPECT_EQ(u"12|before", find(Number(12)));
   EXPECT_EQ(u"|before", find(Variant()));
   EXPECT_EQ(u"|before", find(Of(VT_NULL, 0)));
+}
+
+TEST_F(SettingsFolderTest, TheCompanysFolderStaysWhenOnlyTheApplicationsFails) {
+  std::filesystem::create_directory(CompanyPath());
+  std::ofstream(std::filesystem::path(CompanyPath() + u"\\Product")) << "a file in its place";
+  InApartment([&] {
+    StartUp(NewHost().Get());
+    for (int time = 0; time < 2; ++time) {
+      EXPECT_EQ(std::u16string(kProgDir) + u"|" + CompanyPath(), Find());
+    }
+  });
+  ExpectSearches(1);
+}
+
+TEST_F(SettingsFolderTest, TheFlagIsIgnoredOnVistaAndLater) {
+  InApartment([&] {
+    const auto host = NewHost();
+    host->Property(u"UsingFarOrFarBar", Of(VT_BOOL, VARIANT_BOOL{VARIANT_TRUE}));
+    StartUp(host.Get());
+    EXPECT_EQ(Found(u"Product"), Find());
+  });
+  ExpectSearches(1);
+}
+
+BOOL WINAPI ClaimXp(OSVERSIONINFOA* record) {
+  *record = {sizeof(*record), 5, 1, 2600, VER_PLATFORM_WIN32_NT, {}};
+  return TRUE;
+}
+
+TEST_F(SettingsFolderTest, AnOlderSystemsHostChooses) {
+  const PatchedImport version(Dll().Module(), "GetVersionExA", reinterpret_cast<void*>(ClaimXp));
+  const auto find = [&](VARIANT_BOOL flag) {
+    std::u16string found;
+    InApartment([&] {
+      const auto host = ScriptedObject::New();
+      host->Property(u"UsingFarOrFarBar", Of(VT_BOOL, flag));
+      host->Property(u"ProgDir", kProgDir);
+      StartUp(host.Get());
+      found = Find();
+    });
+    return found;
+  };
+  EXPECT_EQ(std::u16string(kProgDir) + u"|before", find(VARIANT_TRUE));
+  EXPECT_FALSE(std::filesystem::exists(CompanyPath()));
+  EXPECT_EQ(Found(u"Product"), find(VARIANT_FALSE));
+  ExpectSearches(1);
+}
+
+TEST_F(SettingsFolderTest, AFallbackWithoutProgDirIsNotKept) {
+  InApartment([&] {
+    const auto host = ScriptedObject::New();
+    host->Property(u"UsingFarOrFarBar", Variant());
+    EXPECT_EQ(S_OK, New()->StartUp(host.Get(), Bstr(u"a").Get(), Bstr(u"no\\such").Get()));
+    EXPECT_EQ(u"|before", Find());
+    host->Property(u"ProgDir", kProgDir);
+    EXPECT_EQ(std::u16string(kProgDir) + u"|before", Find());
+  });
+  ExpectSearches(2);
+}
+
+TEST_F(SettingsFolderTest, NamesAreJoinedAsGiven) {
+  InApartment([&] {
+    EXPECT_EQ(S_OK, New()->StartUp(NewHost().Get(), Bstr(Company()).Get(), Bstr(u"").Get()));
+    EXPECT_EQ(u"C:\\ProgramData\\\\" + Company() + u"|C:\\ProgramData\\", Find());
+    EXPECT_TRUE(std::filesystem::is_directory(CompanyPath()));
+  });
+  ExpectSearches(1);
 }
 
 TEST_F(SettingsFolderTest, TheCompanysFolderIsWrittenBackToAnyVariable) {

@@ -173,7 +173,7 @@ const Contract kContracts[] = {
      IID__clsAppFiles,
      {
          L"1 call StartUp([in] IDispatch* HostObject, [in] BSTR AppFolderName,"
-         L" [in] BSTR CompanyFolderName) void",
+         L" [in] BSTR CompanyFolderName)",
          L"2 call GetWinSysDirFolder() IDispatch*",
          L"3 call EnsureFolder([in] BSTR path) VARIANT_BOOL",
          L"4 call SettingsFolderAllUsers([in, out] BSTR* companyFolder) BSTR",
@@ -181,7 +181,7 @@ const Contract kContracts[] = {
          L" VARIANT_BOOL",
          L"6 call ReadTextFile([in] BSTR path, [in] VARIANT_BOOL quietIfMissing) BSTR",
          L"7 call FileNameFromPath([in] BSTR path) BSTR",
-         L"8 call CopyFileKeepAttributes([in] BSTR source, [in] BSTR destination) void",
+         L"8 call CopyFileKeepAttributes([in] BSTR source, [in] BSTR destination)",
      }},
 };
 

@@ -58,12 +58,12 @@ std::optional<Text> NaivePath(Text text) {
   };
   trim(text);
   Text path;
-  for (std::size_t at = 0; at < text.size(); ++at) {
-    if (text[at] == u'\0') {
+  for (const char16_t unit : text) {
+    if (unit == u'\0') {
       trim(path);
       return path;
     }
-    path.push_back(text[at]);
+    path.push_back(unit);
   }
   return std::nullopt;
 }

@@ -214,6 +214,15 @@ TEST_F(TextFilesTest, WithoutASystemFolderTheReaderRaisesWhatItsReportLacks) {
   EXPECT_EQ(u"Error", platform_.reports[0].caption);
 }
 
+TEST_F(TextFilesTest, AReportThatCannotBeShownTravelsToTheCaller) {
+  // The file-system object and the steps up to the failing one, then the box.
+  platform_.fault = Fault(4, RuntimeError(51));
+  EXPECT_EQ(51, ErrorOf([&] { Save(u"C:\\No\\f", u"x"); }));
+  platform_.fault = Fault(5, RuntimeError(51));
+  EXPECT_EQ(51, ErrorOf([&] { Read(u"C:\\No\\f"); }));
+  ExpectReports({});
+}
+
 // ---- Names -------------------------------------------------------------------------------------
 
 TEST_F(TextFilesTest, TheNameIsWhatFollowsTheLastBackslash) {

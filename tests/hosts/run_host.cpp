@@ -1,11 +1,11 @@
 // Runs a script in the Windows Script Host as a user would, and closes the message boxes that it
 // shows, as a user would.
 //
-//   run_host SCRIPT
+//   run_host SCRIPT [LAST_LINE]
 //
 // The script says what it expects: a line "expects box: CAPTION|TEXT" for each box, in their order,
-// with line breaks in TEXT written as \r\n, and "all passed" as its last line, since failures in a
-// script can be silent. Exit status 0 when all of that came true.
+// with line breaks in TEXT written as \r\n, and LAST_LINE ("all passed" when none is given) as its
+// last line, since failures in a script can be silent. Exit status 0 when all of that came true.
 
 #include <windows.h>
 
@@ -178,16 +178,27 @@ bool Matches(const std::vector<std::string>& expected, const std::vector<std::st
   return true;
 }
 
-int Judge(DWORD code, const std::vector<std::string>& lines, const Boxes& boxes) {
+/// Prints what the script wrote, and behind each box that it expects the one that was closed.
+std::vector<std::string> Expected(const std::vector<std::string>& lines, const Boxes& boxes) {
   const std::string prefix = "expects box: ";
   std::vector<std::string> expected;
   for (const std::string& line : lines) {
     std::printf("%s\n", line.c_str());
-    if (line.rfind(prefix, 0) == 0) expected.push_back(line.substr(prefix.size()));
+    if (line.rfind(prefix, 0) != 0) continue;
+    if (expected.size() < boxes.closed.size()) {
+      std::printf("closed box:  %s\n", boxes.closed[expected.size()].c_str());
+    }
+    expected.push_back(line.substr(prefix.size()));
   }
+  return expected;
+}
+
+int Judge(DWORD code, const std::vector<std::string>& lines, const Boxes& boxes,
+          const std::string& lastLine) {
+  const std::vector<std::string> expected = Expected(lines, boxes);
   if (!Matches(expected, boxes.closed)) return 1;
   if (code != 0) std::printf("the script ended with code %lu\n", code);
-  const bool passed = code == 0 && !lines.empty() && lines.back() == "all passed";
+  const bool passed = code == 0 && !lines.empty() && lines.back() == lastLine;
   if (!passed) std::printf("the script did not come to its last line\n");
   return passed ? 0 : 1;
 }
@@ -195,8 +206,8 @@ int Judge(DWORD code, const std::vector<std::string>& lines, const Boxes& boxes)
 }  // namespace
 
 int wmain(int argc, wchar_t** argv) {
-  if (argc != 2) {
-    std::fprintf(stderr, "usage: run_host SCRIPT\n");
+  if (argc != 2 && argc != 3) {
+    std::fprintf(stderr, "usage: run_host SCRIPT [LAST_LINE]\n");
     return 2;
   }
   Script script(FullPath(argv[1]));
@@ -213,5 +224,6 @@ int wmain(int argc, wchar_t** argv) {
     std::printf("the script did not end\n");
     script.Kill();
   }
-  return Judge(script.ExitCode(), script.Output(), boxes);
+  return Judge(script.ExitCode(), script.Output(), boxes,
+               argc == 3 ? Narrow(argv[2]) : "all passed");
 }
