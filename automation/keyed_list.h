@@ -97,9 +97,9 @@ class KeyedList {
     CheckPosition(position);
     const auto at = std::next(entries_.begin(), static_cast<std::ptrdiff_t>(position - 1));
     Entry* const removed = *at;
+    T value = std::move(removed->value);
     entries_.erase(at);
     if (removed->hasKey) keys_.Erase(*removed);
-    T value = std::move(removed->value);
     pool_.Destroy(removed);
     return value;
   }

@@ -368,7 +368,7 @@ TEST(KeyedListTest, AFailedAllocationLeavesTheListAsItWas) {
           for (int n = 0; n < count; ++n) EXPECT_EQ(n, list.At(DecimalText(n)));
         });
   }
-  EXPECT_GT(failures, 100U);
+  EXPECT_GT(failures, 80U);
 }
 
 TEST(KeyedListTest, RemovingNeedsNoMemory) {
