@@ -140,6 +140,7 @@ STDMETHODIMP ScriptedObject::GetTypeInfo(UINT, LCID, ITypeInfo** info) {
 }
 
 STDMETHODIMP ScriptedObject::GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID, DISPID* ids) {
+  ++namesAsked;
   if (FAILED(namesStatus)) return namesStatus;
   std::fill_n(ids, count, DISPID_UNKNOWN);
   const ScriptedMember* const member = Find(View(names[0]), false);

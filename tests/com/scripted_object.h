@@ -77,6 +77,8 @@ class ScriptedObject : public IDispatchEx {
   /// What GetIDsOfNames and IDispatchEx::GetDispID return instead of looking.
   HRESULT namesStatus = S_OK;
   HRESULT extendedNamesStatus = S_OK;
+  /// How often GetIDsOfNames was called.
+  std::size_t namesAsked = 0;
   /// Whether the object has IDispatchEx at all.
   bool isExtended = false;
   /// What GetTypeInfo hands out.
