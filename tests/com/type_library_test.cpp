@@ -173,7 +173,7 @@ const Contract kContracts[] = {
      IID__clsAppFiles,
      {
          L"1 call StartUp([in] IDispatch* HostObject, [in] BSTR AppFolderName,"
-         L" [in] BSTR CompanyFolderName) void",
+         L" [in] BSTR CompanyFolderName)",
          L"2 call GetWinSysDirFolder() IDispatch*",
          L"3 call EnsureFolder([in] BSTR path) VARIANT_BOOL",
          L"4 call SettingsFolderAllUsers([in, out] BSTR* companyFolder) BSTR",
@@ -181,7 +181,23 @@ const Contract kContracts[] = {
          L" VARIANT_BOOL",
          L"6 call ReadTextFile([in] BSTR path, [in] VARIANT_BOOL quietIfMissing) BSTR",
          L"7 call FileNameFromPath([in] BSTR path) BSTR",
-         L"8 call CopyFileKeepAttributes([in] BSTR source, [in] BSTR destination) void",
+         L"8 call CopyFileKeepAttributes([in] BSTR source, [in] BSTR destination)",
+     }},
+    {"clsBases",
+     IID__clsBases,
+     {
+         L"1 call ConvertBase([in] VARIANT Number, [in] long FromBase, [in] long ToBase,"
+         L" [in, out, optional] long* MaxFractionDigits = long -1,"
+         L" [in, out, optional] double* Tolerance = double 1e-27,"
+         L" [in, out, optional] long* GroupSize = long 0) VARIANT",
+         L"2 call ConvertDec2Base([in] VARIANT Number, [in] long Base,"
+         L" [in, out, optional] long* MaxFractionDigits = long -1,"
+         L" [in, out, optional] double* Tolerance = double 1e-27,"
+         L" [in, out, optional] long* GroupSize = long 0) BSTR",
+         // A type library has each name in one letter case only, here that of an earlier class.
+         L"3 call ConvertBase2Dec([in] BSTR text, [in] long Base) double",
+         L"4 call ConvertDigit([in] long Digit, [in] long Base) BSTR",
+         L"5 call DeconvertDigit([in] BSTR DigitText, [in] long Base) long",
      }},
 };
 

@@ -1,4 +1,4 @@
-#include "bases/portable_number_text.h"
+#include "automation/portable_number_text.h"
 
 #include <algorithm>
 #include <charconv>
@@ -8,6 +8,8 @@
 #include <limits>
 #include <string>
 #include <string_view>
+
+#include "automation/runtime_error.h"
 
 namespace brindlex {
 namespace {
