@@ -12,6 +12,7 @@ readonly packages=(
   clang-format clang-tidy               # ./dev format, ./dev lint
   cmake ninja-build python3
   googletest libbenchmark-dev
+  libgmp-dev                            # stands beside the number bases in their benchmark
   g++-mingw-w64-i686-posix              # the compiler of the component
   mingw-w64-tools                       # widl, the compiler of its type library
   wine wine32:i386                      # runs the component and its tests
