@@ -22,28 +22,34 @@ namespace {
 constexpr double kExactWholes = 0x1p53;
 constexpr std::int32_t kMostWholeDigits = 53;
 
-/// Writes behind a text, into room that it makes in larger pieces and gives back at its end.
+/// Collects what is appended to a text. It is there only after Flush.
 class Sink {
  public:
-  explicit Sink(Text& text) : text_(text), used_(text.size()) { text_.resize(used_ + kPiece); }
+  explicit Sink(Text& text) : text_(text) {}
   Sink(const Sink&) = delete;
   Sink& operator=(const Sink&) = delete;
-  ~Sink() { text_.resize(used_); }
+  ~Sink() = default;
 
   void Put(char16_t unit) { *Room(1) = unit; }
 
-  /// The next `count` units, which the caller fills.
+  /// The next `count` units, kRoom at most, which the caller fills.
   char16_t* Room(std::size_t count) {
-    if (text_.size() - used_ < count) text_.resize(2 * text_.size() + count);
+    if (kRoom - used_ < count) Flush();
     used_ += count;
-    return text_.data() + (used_ - count);
+    return room_ + (used_ - count);
   }
 
- private:
-  static constexpr std::size_t kPiece = 64;
+  void Flush() {
+    text_.append(room_, used_);
+    used_ = 0;
+  }
 
+  static constexpr std::size_t kRoom = 256;
+
+ private:
   Text& text_;
-  std::size_t used_;
+  std::size_t used_ = 0;
+  char16_t room_[kRoom];
 };
 
 /// The digits of one base, which is a constant so that divisions by it become multiplications.
@@ -69,8 +75,9 @@ class Digits {
     Write(static_cast<std::uint32_t>(digit), sink.Room(kWidth) + kWidth);
   }
 
-  /// Writes `count` digits of `whole`, whose higher digits are all 0. `count` is at most 64.
+  /// Writes `count` digits of `whole`, kMostWholeDigits at most; its higher digits are all 0.
   static void PutWhole(std::uint64_t whole, std::int32_t count, Sink& sink) {
+    static_assert(kMostWholeDigits * kWidth <= Sink::kRoom);
     const std::size_t width = static_cast<std::size_t>(count) * kWidth;
     char16_t* const begin = sink.Room(width);
     char16_t* end = begin + width;
@@ -120,13 +127,15 @@ class NumberWriter {
     } else {
       rest = PutInteger(x, count);
     }
-    if (!HasFraction(rest, limits_)) return;
-    sink_.Put(u'.');
-    if constexpr (kTable.digitBits != 0) {
-      PutExactFraction(rest);
-    } else {
-      PutFraction(rest);
+    if (HasFraction(rest, limits_)) {
+      sink_.Put(u'.');
+      if constexpr (kTable.digitBits != 0) {
+        PutExactFraction(rest);
+      } else {
+        PutFraction(rest);
+      }
     }
+    sink_.Flush();
   }
 
   /// Follows the digits of an `x` below 1 / base to the error that ends them.
