@@ -4,6 +4,7 @@
 #include <array>
 #include <cmath>
 #include <cstddef>
+#include <cstring>
 #include <iterator>
 #include <limits>
 
@@ -86,13 +87,27 @@ class Digits {
       whole /= kChunk;
       for (int i = 0; i < kChunkDigits; ++i, part /= kBase) end = Write(part % kBase, end);
     }
-    for (auto rest = static_cast<std::uint32_t>(whole); end != begin; rest /= kBase) {
-      end = Write(rest % kBase, end);
+    auto rest = static_cast<std::uint32_t>(whole);
+    if constexpr (kWidth == 1 && kBase <= 16) {
+      for (; end - begin > 1; rest /= kBase * kBase) {
+        end -= 2;
+        std::memcpy(end, kPairs[rest % (kBase * kBase)].data(), sizeof kPairs[0]);
+      }
     }
+    for (; end != begin; rest /= kBase) end = Write(rest % kBase, end);
   }
 
  private:
   static constexpr TextView kAlphabet = AlphabetOf(kBase).empty() ? kAlphabet16 : AlphabetOf(kBase);
+
+  /// Two digits at a time, where that takes little room.
+  static constexpr auto kPairs = [] {
+    constexpr std::uint32_t kCount = kBase <= 16 ? kBase * kBase : 0;
+    std::array<std::array<char16_t, 2>, kCount> pairs{};
+    for (std::uint32_t i = 0; i < kCount; ++i)
+      pairs[i] = {kAlphabet[i / kBase], kAlphabet[i % kBase]};
+    return pairs;
+  }();
 
   // As many digits as fit 32 bits, for a machine that divides no more bits at once.
   static constexpr int kChunkDigits = [] {
