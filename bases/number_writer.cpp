@@ -169,12 +169,12 @@ class NumberWriter {
 
   /// The digit at `position`, when the number is small enough to come that low.
   static Taken TakeAt(double rest, std::int32_t position) {
-    const std::uint64_t place = PowerBits(kTable, position);
+    const double place = Power(kTable, position);
     // Subtracting nothing never ends.
     if (place == 0) throw RuntimeError(error_number::kOverflow);
-    if constexpr (kBase > 32) return TakeAtOnce<6>(rest, FromBits(place));
-    if constexpr (kBase > 16) return TakeAtOnce<5>(rest, FromBits(place));
-    return TakeStepwise(rest, FromBits(place));
+    if constexpr (kBase > 32) return TakeAtOnce<6>(rest, place);
+    if constexpr (kBase > 16) return TakeAtOnce<5>(rest, place);
+    return TakeStepwise(rest, place);
   }
 
   /// Writes `count` integer digits and returns what they leave.

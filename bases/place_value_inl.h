@@ -8,14 +8,14 @@
 
 #include <array>
 #include <cstddef>
+#include <limits>
 
-#include "bases/double_bits.h"
 #include "bases/place_value.h"
 
 namespace brindlex {
 namespace place_value {
 
-inline constexpr unsigned kLowPatterns = 128;
+inline constexpr int kLowPatterns = 128;
 inline constexpr std::size_t kLanes = 8;
 
 /// By how much a step that ends in range s takes away more than the place value, in units, when the
@@ -32,7 +32,7 @@ constexpr int Excess(unsigned low, unsigned s) {
 /// adds to what the ranges below it have.
 inline constexpr auto kExcesses = [] {
   std::array<std::array<double, kLanes>, kLowPatterns> excesses{};
-  for (unsigned low = 0; low < kLowPatterns; ++low) {
+  for (unsigned low = 0; low < unsigned{kLowPatterns}; ++low) {
     excesses[low][0] = low;
     for (unsigned s = 1; s <= 6; ++s) excesses[low][s] = Excess(low, s) - Excess(low, s - 1);
   }
@@ -57,9 +57,14 @@ inline Taken TakeAtOnce(double rest, double place) {
   if (rest < place) return {rest, 0};
   rest -= place;
   if (rest < place) return {rest, 1};
-  const std::uint64_t bits = BitsOf(place);
-  const auto low = static_cast<std::uint32_t>(bits % place_value::kLowPatterns);
-  const double lead = FromBits(bits & kInfinityBits);
+  // The parts of the place value: never by way of its pattern, since a 32-bit machine is slow to
+  // make a double of its halves.
+  const __m128d places = _mm_set_sd(place);
+  const __m128d lowMask = _mm_castsi128_pd(_mm_cvtsi32_si128(place_value::kLowPatterns - 1));
+  const int low = _mm_cvtsi128_si32(_mm_castpd_si128(_mm_and_pd(places, lowMask)));
+  const double high = _mm_cvtsd_f64(_mm_andnot_pd(lowMask, places));
+  const __m128d exponentMask = _mm_set_sd(std::numeric_limits<double>::infinity());
+  const double lead = _mm_cvtsd_f64(_mm_and_pd(places, exponentMask));
   const double inverse = 1 / place;
   const double quotient = rest * inverse;
   constexpr double kMostSteps = (1 << kDigitBits) - 1;
@@ -80,7 +85,8 @@ inline Taken TakeAtOnce(double rest, double place) {
     const __m128d steps = _mm_sub_pd(_mm_add_pd(above, cutter), cutter);
     const __m128d over = _mm_sub_pd(above, steps);
     distance = _mm_max_pd(distance, _mm_max_pd(over, _mm_sub_pd(steps, above)));
-    const __m128d excess = _mm_loadu_pd(place_value::kExcesses[low].data() + i);
+    const __m128d excess =
+        _mm_loadu_pd(place_value::kExcesses[static_cast<std::size_t>(low)].data() + i);
     units = _mm_add_pd(units, _mm_mul_pd(steps, excess));
     if (i == 0) digits = steps;
   }
@@ -92,7 +98,6 @@ inline Taken TakeAtOnce(double rest, double place) {
   units = _mm_add_sd(units, _mm_unpackhi_pd(units, units));
   // Both products and both differences are exact.
   const double digit = _mm_cvtsd_f64(digits);
-  const double high = FromBits(bits - low);
   const double unit = lead * 0x1p-52;
   return {(rest - digit * high) - _mm_cvtsd_f64(units) * unit,
           static_cast<std::int32_t>(digit) + 1};
