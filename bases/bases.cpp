@@ -127,16 +127,22 @@ class NumberReader {
   std::int32_t sign_ = 1;
 };
 
+/// What ConvertDec2Base does with a number that is numeric; `read` yields its value.
+template <class Read>
+Text Written(std::int32_t base, ConversionLimits& limits, const Read& read) {
+  if (base < 2) Raise(u"ConvertDec2Base", u"Invalid base");
+  limits.tolerance = std::abs(limits.tolerance);
+  Text text;
+  AppendNumber(read(), base, limits, text);
+  return text;
+}
+
 }  // namespace
 
 Text ConvertDec2Base(const Number& number, std::int32_t base, ConversionLimits& limits,
                      const NumberText& reading) {
   if (!IsNumeric(number, reading)) Raise(u"ConvertDec2Base", u"Number must be decimal");
-  if (base < 2) Raise(u"ConvertDec2Base", u"Invalid base");
-  limits.tolerance = std::abs(limits.tolerance);
-  Text text;
-  AppendNumber(ToDouble(number, reading), base, limits, text);
-  return text;
+  return Written(base, limits, [&] { return ToDouble(number, reading); });
 }
 
 double ConvertBase2Dec(TextView text, std::int32_t base, const NumberText& reading) {
@@ -152,7 +158,7 @@ TextOrDouble ConvertBase(const Number& number, std::int32_t fromBase, std::int32
   const double value = decimal ? ToDouble(number, reading)
                                : ConvertBase2Dec(ToText(number, reading), fromBase, reading);
   if (toBase == 10) return value;
-  return ConvertDec2Base(value, toBase, limits, reading);
+  return Written(toBase, limits, [value] { return value; });
 }
 
 }  // namespace brindlex

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <iterator>
 #include <limits>
+#include <utility>
 
 #include "automation/runtime_error.h"
 #include "bases/digit_count.h"
@@ -129,6 +130,17 @@ bool HasFraction(double rest, const ConversionLimits& limits) {
 }
 
 /// Writes one positive number.
+/// The first fractional places of a base, which are as many as the usual tolerance asks for.
+inline constexpr std::int32_t kNearPlaces = 20;
+
+template <std::uint32_t kBase>
+constexpr auto kNearPlaceValues = []<std::size_t... kIndex>(std::index_sequence<kIndex...>) {
+  constexpr BaseTable kTable = *FindBaseTable(kBase);
+  return std::array{
+      PlaceValue(kTable.powers[static_cast<std::size_t>(-1 - kTable.lowestPower) - kIndex])...};
+}
+(std::make_index_sequence<kNearPlaces>());
+
 template <std::uint32_t kBase>
 class NumberWriter {
  public:
@@ -169,12 +181,22 @@ class NumberWriter {
 
   /// The digit at `position`, when the number is small enough to come that low.
   static Taken TakeAt(double rest, std::int32_t position) {
+    if constexpr (kBase > 16 && kTable.digitBits == 0) {
+      constexpr int kDigitBits = kBase > 32 ? 6 : 5;
+      if (position >= -kNearPlaces) {
+        return TakeAtOnce<kDigitBits>(
+            rest, kNearPlaceValues<kBase>[static_cast<std::size_t>(-1 - position)]);
+      }
+      return TakeAtOnce<kDigitBits>(rest, PlaceValue(CheckedPower(position)));
+    }
+    return TakeStepwise(rest, CheckedPower(position));
+  }
+
+  static double CheckedPower(std::int32_t position) {
     const double place = Power(kTable, position);
     // Subtracting nothing never ends.
     if (place == 0) throw RuntimeError(error_number::kOverflow);
-    if constexpr (kBase > 32) return TakeAtOnce<6>(rest, place);
-    if constexpr (kBase > 16) return TakeAtOnce<5>(rest, place);
-    return TakeStepwise(rest, place);
+    return place;
   }
 
   /// Writes `count` integer digits and returns what they leave.
