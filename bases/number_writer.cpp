@@ -24,36 +24,6 @@ namespace {
 constexpr double kExactWholes = 0x1p53;
 constexpr std::int32_t kMostWholeDigits = 53;
 
-/// Collects what is appended to a text. It is there only after Flush.
-class Sink {
- public:
-  explicit Sink(Text& text) : text_(text) {}
-  Sink(const Sink&) = delete;
-  Sink& operator=(const Sink&) = delete;
-  ~Sink() = default;
-
-  void Put(char16_t unit) { *Room(1) = unit; }
-
-  /// The next `count` units, kRoom at most, which the caller fills.
-  char16_t* Room(std::size_t count) {
-    if (kRoom - used_ < count) Flush();
-    used_ += count;
-    return room_ + (used_ - count);
-  }
-
-  void Flush() {
-    text_.append(room_, used_);
-    used_ = 0;
-  }
-
-  static constexpr std::size_t kRoom = 256;
-
- private:
-  Text& text_;
-  std::size_t used_ = 0;
-  char16_t room_[kRoom];
-};
-
 /// The digits of one base, which is a constant so that divisions by it become multiplications.
 template <std::uint32_t kBase>
 class Digits {
@@ -72,16 +42,16 @@ class Digits {
     return end;
   }
 
-  static void Put(std::int32_t digit, Sink& sink) {
+  static void Put(std::int32_t digit, DigitBuffer& buffer) {
     if (digit >= static_cast<std::int32_t>(kBase)) RaiseInvalidDigit();
-    Write(static_cast<std::uint32_t>(digit), sink.Room(kWidth) + kWidth);
+    Write(static_cast<std::uint32_t>(digit), buffer.Room(kWidth) + kWidth);
   }
 
   /// Writes `count` digits of `whole`, kMostWholeDigits at most; its higher digits are all 0.
-  static void PutWhole(std::uint64_t whole, std::int32_t count, Sink& sink) {
-    static_assert(kMostWholeDigits * kWidth <= Sink::kRoom);
+  static void PutWhole(std::uint64_t whole, std::int32_t count, DigitBuffer& buffer) {
+    static_assert(kMostWholeDigits * kWidth <= DigitBuffer::kRoom);
     const std::size_t width = static_cast<std::size_t>(count) * kWidth;
-    char16_t* const begin = sink.Room(width);
+    char16_t* const begin = buffer.Room(width);
     char16_t* end = begin + width;
     while (whole > std::numeric_limits<std::uint32_t>::max()) {
       auto part = static_cast<std::uint32_t>(whole % kChunk);
@@ -144,25 +114,25 @@ constexpr auto kNearPlaceValues = []<std::size_t... kIndex>(std::index_sequence<
 template <std::uint32_t kBase>
 class NumberWriter {
  public:
-  NumberWriter(const ConversionLimits& limits, Text& text) : limits_(limits), sink_(text) {}
+  NumberWriter(const ConversionLimits& limits, DigitBuffer& buffer)
+      : limits_(limits), buffer_(buffer) {}
 
   void Write(double x, bool negative, std::int32_t count) {
-    if (negative) sink_.Put(u'-');
+    if (negative) buffer_.Put(u'-');
     double rest = x;
     if (count == 0) {
-      sink_.Put(u'0');
+      buffer_.Put(u'0');
     } else {
       rest = PutInteger(x, count);
     }
     if (HasFraction(rest, limits_)) {
-      sink_.Put(u'.');
+      buffer_.Put(u'.');
       if constexpr (kTable.digitBits != 0) {
         PutExactFraction(rest);
       } else {
         PutFraction(rest);
       }
     }
-    sink_.Flush();
   }
 
   /// Follows the digits of an `x` below 1 / base to the error that ends them.
@@ -204,7 +174,7 @@ class NumberWriter {
     if (PowerBits(kTable, count - 1) >= kInfinityBits) throw RuntimeError(error_number::kOverflow);
     while (count > 0 && !(rest < kExactWholes)) {
       const Taken taken = TakeStepwise(rest, Power(kTable, --count));
-      Digits<kBase>::Put(taken.digit, sink_);
+      Digits<kBase>::Put(taken.digit, buffer_);
       rest = taken.rest;
     }
     return count > 0 ? PutExactInteger(rest, count) : rest;
@@ -214,15 +184,15 @@ class NumberWriter {
   double PutExactInteger(double rest, std::int32_t count) {
     if (rest >= Power(kTable, count)) RaiseInvalidDigit();
     const auto whole = static_cast<std::int64_t>(rest);
-    for (; count > kMostWholeDigits; --count) Digits<kBase>::Put(0, sink_);
-    Digits<kBase>::PutWhole(static_cast<std::uint64_t>(whole), count, sink_);
+    for (; count > kMostWholeDigits; --count) Digits<kBase>::Put(0, buffer_);
+    Digits<kBase>::PutWhole(static_cast<std::uint64_t>(whole), count, buffer_);
     return rest - static_cast<double>(whole);
   }
 
   void PutFraction(double rest) {
     for (std::int32_t position = 0; !FractionEnds(rest, limits_.tolerance, position);) {
       const Taken taken = TakeAt(rest, --position);
-      Digits<kBase>::Put(taken.digit, sink_);
+      Digits<kBase>::Put(taken.digit, buffer_);
       rest = taken.rest;
     }
   }
@@ -236,7 +206,7 @@ class NumberWriter {
       rest *= kBase;
       tolerance *= kBase;
       const auto digit = static_cast<std::int32_t>(rest);
-      Digits<kBase>::Put(digit, sink_);
+      Digits<kBase>::Put(digit, buffer_);
       rest -= digit;
     }
   }
@@ -247,25 +217,27 @@ class NumberWriter {
   }
 
   const ConversionLimits& limits_;
-  Sink sink_;
+  DigitBuffer& buffer_;
 };
 
 template <std::uint32_t kBase>
-void Append(double x, const ConversionLimits& limits, Text& text) {
+void Write(double x, const ConversionLimits& limits, DigitBuffer& buffer) {
   const double magnitude = std::abs(x);
   CheckLogarithm(magnitude);
   const std::int32_t count =
       PaddedToGroup(FloorOfQuotient(magnitude, *FindBaseTable(kBase)) + 1, limits.groupSize);
   if (count < 0) NumberWriter<kBase>::RaiseEndless(magnitude, count);
-  NumberWriter<kBase>(limits, text).Write(magnitude, x < 0, count);
+  NumberWriter<kBase>(limits, buffer).Write(magnitude, x < 0, count);
 }
 
 /// A base that has no digits: at its first digit at the latest it fails.
-void AppendWithoutDigits(double x, std::int32_t base, const ConversionLimits& limits, Text& text) {
+void WriteWithoutDigits(double x, std::int32_t base, const ConversionLimits& limits,
+                        DigitBuffer& buffer) {
   const double magnitude = std::abs(x);
   const std::int32_t count = DigitCount(magnitude, limits.groupSize, base);
   if (count == 0 && !HasFraction(magnitude, limits)) {
-    text += x < 0 ? u"-0" : u"0";
+    if (x < 0) buffer.Put(u'-');
+    buffer.Put(u'0');
     return;
   }
   const double place = RoundedPower(base, count - 1);
@@ -278,29 +250,35 @@ void AppendWithoutDigits(double x, std::int32_t base, const ConversionLimits& li
 
 }  // namespace
 
-void AppendNumber(double x, std::int32_t base, const ConversionLimits& limits, Text& text) {
+void WriteNumber(double x, std::int32_t base, const ConversionLimits& limits, DigitBuffer& buffer) {
   switch (base) {
     case 2:
-      return Append<2>(x, limits, text);
+      return Write<2>(x, limits, buffer);
     case 8:
-      return Append<8>(x, limits, text);
+      return Write<8>(x, limits, buffer);
     case 10:
-      return Append<10>(x, limits, text);
+      return Write<10>(x, limits, buffer);
     case 16:
-      return Append<16>(x, limits, text);
+      return Write<16>(x, limits, buffer);
     case 26:
-      return Append<26>(x, limits, text);
+      return Write<26>(x, limits, buffer);
     case 30:
-      return Append<30>(x, limits, text);
+      return Write<30>(x, limits, buffer);
     case 31:
-      return Append<31>(x, limits, text);
+      return Write<31>(x, limits, buffer);
     case 32:
-      return Append<32>(x, limits, text);
+      return Write<32>(x, limits, buffer);
     case 60:
-      return Append<60>(x, limits, text);
+      return Write<60>(x, limits, buffer);
     default:
-      return AppendWithoutDigits(x, base, limits, text);
+      return WriteWithoutDigits(x, base, limits, buffer);
   }
+}
+
+void AppendNumber(double x, std::int32_t base, const ConversionLimits& limits, Text& text) {
+  DigitBuffer buffer;
+  WriteNumber(x, base, limits, buffer);
+  text.append(buffer.View());
 }
 
 }  // namespace brindlex

@@ -92,16 +92,6 @@ class GivenLimits {
   double before_ = 0;
 };
 
-void Store(const Text& text, VARIANT& result) {
-  result.bstrVal = NewBstr(text);
-  result.vt = VT_BSTR;
-}
-
-void Store(double value, VARIANT& result) {
-  result.dblVal = value;
-  result.vt = VT_R8;
-}
-
 }  // namespace
 
 const std::span<const Member> CoBases::kMembers = kBasesMembers;
@@ -112,9 +102,16 @@ STDMETHODIMP CoBases::ConvertBase(VARIANT number, long fromBase, long toBase,
   return RunFor(result, [&] {
     const GivenNumber given(number);
     GivenLimits limits(maxFractionDigits, tolerance, groupSize);
-    const TextOrDouble converted =
-        brindlex::ConvertBase(given, fromBase, toBase, limits.Get(), Reading());
-    std::visit([result](const auto& value) { Store(value, *result); }, converted);
+    DigitBuffer text;
+    const auto value =
+        brindlex::ConvertBase(given, fromBase, toBase, limits.Get(), Reading(), text);
+    if (value) {
+      result->dblVal = *value;
+      result->vt = VT_R8;
+    } else {
+      result->bstrVal = NewBstr(text.View());
+      result->vt = VT_BSTR;
+    }
   });
 }
 
@@ -123,7 +120,9 @@ STDMETHODIMP CoBases::ConvertDec2Base(VARIANT number, long base, long* maxFracti
   return RunFor(result, [&] {
     const GivenNumber given(number);
     GivenLimits limits(maxFractionDigits, tolerance, groupSize);
-    *result = NewBstr(brindlex::ConvertDec2Base(given, base, limits.Get(), Reading()));
+    DigitBuffer text;
+    brindlex::ConvertDec2Base(given, base, limits.Get(), Reading(), text);
+    *result = NewBstr(text.View());
   });
 }
 
