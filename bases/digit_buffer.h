@@ -35,10 +35,7 @@ class DigitBuffer {
   }
 
  private:
-  void Flush() {
-    long_.append(room_, used_);
-    used_ = 0;
-  }
+  void Flush();
 
   std::size_t used_ = 0;
   Text long_;

@@ -59,11 +59,13 @@ class Digits {
       for (int i = 0; i < kChunkDigits; ++i, part /= kBase) end = Write(part % kBase, end);
     }
     auto rest = static_cast<std::uint32_t>(whole);
-    if constexpr (kWidth == 1 && kBase <= 16) {
+    if constexpr (kHasPairs) {
       for (; end - begin > 1; rest /= kBase * kBase) {
         end -= 2;
         std::memcpy(end, kPairs[rest % (kBase * kBase)].data(), sizeof kPairs[0]);
       }
+      if (end != begin) Write(rest % kBase, end);
+      return;
     }
     for (; end != begin; rest /= kBase) end = Write(rest % kBase, end);
   }
@@ -71,9 +73,10 @@ class Digits {
  private:
   static constexpr TextView kAlphabet = AlphabetOf(kBase).empty() ? kAlphabet16 : AlphabetOf(kBase);
 
-  /// Two digits at a time, where that takes little room.
+  /// Two digits at a time, where their table is small.
+  static constexpr bool kHasPairs = kBase <= 16;
   static constexpr auto kPairs = [] {
-    constexpr std::uint32_t kCount = kBase <= 16 ? kBase * kBase : 0;
+    constexpr std::uint32_t kCount = kHasPairs ? kBase * kBase : 0;
     std::array<std::array<char16_t, 2>, kCount> pairs{};
     for (std::uint32_t i = 0; i < kCount; ++i)
       pairs[i] = {kAlphabet[i / kBase], kAlphabet[i % kBase]};

@@ -1,6 +1,6 @@
 #pragma once
 
-// The body of TakeAtOnce, which is worth its speed only where it is expanded in place.
+// What is worth its speed only where it is expanded in place.
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
@@ -43,6 +43,15 @@ inline constexpr auto kExcesses = [] {
 inline constexpr std::array<double, kLanes> kLowerEnds = {0, 2, 4, 8, 16, 32, 64, 128};
 
 }  // namespace place_value
+
+inline Taken TakeStepwise(double rest, double place) {
+  Taken taken{rest, 0};
+  while (taken.rest >= place) {
+    taken.rest -= place;
+    ++taken.digit;
+  }
+  return taken;
+}
 
 constexpr PlaceValue::PlaceValue(double value) : place(value), inverse(1 / value) {
   const auto bits = std::bit_cast<std::uint64_t>(value);
