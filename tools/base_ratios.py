@@ -27,14 +27,16 @@ def medians(path: str) -> dict[str, dict[int, float]]:
     return times
 
 
-def compare(times: dict[str, dict[int, float]], kind: str, others: list[str]) -> None:
+def print_table(times: dict[str, dict[int, float]], kind: str, others: list[str]) -> None:
+    """A line for each base: our time, and for each of the others its time as a multiple of ours."""
+    print(f"{kind + ', base':16}{'ours, ns':>10}" + "".join(f"{other:>20}" for other in others))
     for base, ours in sorted(times[f"{kind}/component"].items()):
-        columns = [f"{kind:8} base {base:2}: component {ours:7.1f} ns"]
+        columns = [f"{base:16}{ours:10.1f}"]
         for other in others:
             theirs = times[f"{kind}/{other}"].get(base)
-            if theirs is not None:
-                columns.append(f"{other} {theirs:7.1f} ns ({theirs / ours:5.2f} times ours)")
-        print(", ".join(columns))
+            columns.append(f"{'' if theirs is None else f'{theirs / ours:.2f} times':>20}")
+        print("".join(columns))
+    print()
 
 
 def failures(times: dict[str, dict[int, float]]) -> list[str]:
@@ -54,9 +56,9 @@ def main(path: str) -> int:
     if not times:
         print(f"{path} holds no benchmark", file=sys.stderr)
         return 1
-    compare(times, "whole", ["textbook", "component_new_text", "to_chars", "gmp"])
-    compare(times, "fraction", ["textbook", "component_new_text"])
-    compare(times, "read", ["textbook", "from_chars"])
+    print_table(times, "whole", ["textbook", "component_new_text", "to_chars", "gmp"])
+    print_table(times, "fraction", ["textbook", "component_new_text"])
+    print_table(times, "read", ["textbook", "from_chars"])
     found = failures(times)
     for failure in found:
         print(failure, file=sys.stderr)

@@ -37,8 +37,13 @@ host() {
 
 # A script that fails can do so in silence and with status 0: only its last line tells.
 demo() {
-  local output=$root/build/demo.output
-  host "$root/examples/collection_demo.vbs" | tee "$output"
-  [[ $(tail -n 1 "$output" | tr -d '\r') == "demo: done" ]] ||
-    fail "the demo did not come to its last line, 'demo: done'"
+  local output=$root/build/demo.output script
+  build_component
+  register_component
+  for script in collection_demo.vbs bases_demo.vbs; do
+    say "examples/$script"
+    run_script "$root/examples/$script" | tee "$output"
+    [[ $(tail -n 1 "$output" | tr -d '\r') == "demo: done" ]] ||
+      fail "examples/$script did not come to its last line, 'demo: done'"
+  done
 }
