@@ -7,7 +7,7 @@ Option Explicit
 Dim bases, base, number, text, back
 
 Set bases = CreateObject("Brindlex.clsBases")
-number = 86399.75
+number = 3725.5
 
 WScript.Echo "Base      " & number & " is written"
 For Each base In Array(2, 8, 10, 16, 26, 30, 31, 32, 60)
