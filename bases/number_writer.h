@@ -9,6 +9,7 @@ namespace brindlex {
 
 /// What a conversion to text leaves to its caller. A host hands these over by reference, so that
 /// changes come back to it.
+// NOLINTNEXTLINE(clang-analyzer-optin.performance.Padding): in the order of the arguments.
 struct ConversionLimits {
   /// The most fractional digits to write; -1 for as many as the tolerance asks for, none when that
   /// is 0. Any other value below 1 means none.

@@ -57,7 +57,7 @@ constexpr PlaceValue::PlaceValue(double value) : place(value), inverse(1 / value
   const auto bits = std::bit_cast<std::uint64_t>(value);
   const std::size_t low = bits % place_value::kLowPatterns;
   high = std::bit_cast<double>(bits - low);
-  const double lead = std::bit_cast<double>(bits & kInfinityBits);
+  const auto lead = std::bit_cast<double>(bits & kInfinityBits);
   const double end = lead * inverse;
   const double unit = lead * 0x1p-52;
   for (std::size_t i = 0; i < place_value::kLanes; ++i) {

@@ -48,7 +48,7 @@ constexpr Member kMembers[] = {
 };
 
 /// An object that is carried by the same road and does nothing.
-class BareObject : public IDispatch {
+class BareObject final : public IDispatch {
  public:
   STDMETHODIMP QueryInterface(REFIID, void**) override { return E_NOINTERFACE; }
   STDMETHODIMP_(ULONG) AddRef() override { return 2; }

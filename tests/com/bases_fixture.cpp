@@ -27,7 +27,7 @@ Units ShownResult(const VARIANT& result) {
 
 Units ShownDouble(double number) {
   char digits[40];
-  const auto end = std::to_chars(std::begin(digits), std::end(digits), number).ptr;
+  const auto* const end = std::to_chars(std::begin(digits), std::end(digits), number).ptr;
   return {std::begin(digits), end};
 }
 
@@ -42,7 +42,7 @@ void BasesTest::TearDown() {
   ComTest::TearDown();
 }
 
-Units BasesTest::Answer(HRESULT status, const VARIANT& result) const {
+Units BasesTest::Answer(HRESULT status, const VARIANT& result) {
   if (SUCCEEDED(status)) return ShownResult(result);
   EXPECT_EQ(VT_EMPTY, result.vt);
   ComPtr<IErrorInfo> info;

@@ -31,7 +31,7 @@ class BasesTest : public ComTest {
 
  private:
   /// `shown` for a success; otherwise the thread's error object.
-  Units Answer(HRESULT status, const VARIANT& result) const;
+  static Units Answer(HRESULT status, const VARIANT& result);
 
   ComPtr<_clsBases> bases_;
 };

@@ -58,7 +58,7 @@ class BasesFpuTest : public BasesTest {
     SetX87Precision(precision);
     const FpuMode before = CurrentFpuMode();
     ConversionLimits limits{20, 1e-27, 0};
-    const Units byVtable = ByVtable(number, from, to, limits);
+    Units byVtable = ByVtable(number, from, to, limits);
     const bool isKept = before == CurrentFpuMode();
     const Units byDispatch = ByDispatch(
         L"ConvertBase", {number, OfLong(from).Get(), OfLong(to).Get(), OfLong(20).Get()});

@@ -93,7 +93,7 @@ TEST_F(BasesVariableTest, AVariableOfAScriptReceivesANumber) {
 
 TEST_F(BasesVariableTest, AVariableThatWouldNotChangeIsNotTouched) {
   Variant text(u"0.5");
-  const BSTR before = text.Get().bstrVal;
+  const wchar_t* const before = text.Get().bstrVal;
   EXPECT_EQ(u"text 2.C", ConvertWith(OfDouble(2.75).Get(), 10, 16, VariableReference(text)));
   ASSERT_EQ(VT_BSTR, text.Get().vt);
   EXPECT_EQ(before, text.Get().bstrVal);

@@ -29,7 +29,7 @@ constexpr Member kMembers[] = {
 class CallTest : public ComTest {
  protected:
   /// Calls Next and returns its result, or the argument `whole` that it was given, when it fails.
-  long Next(const VARIANT& whole, const VARIANT& number, bool fails = false) {
+  static long Next(const VARIANT& whole, const VARIANT& number, bool fails = false) {
     VARIANT arguments[3] = {Of(VT_BOOL, fails ? VARIANT_TRUE : VARIANT_FALSE).Get(), number, whole};
     DISPPARAMS params{arguments, nullptr, 3, 0};
     const auto self = ScriptedObject::New();

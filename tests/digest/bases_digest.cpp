@@ -104,7 +104,7 @@ class Numbers {
  private:
   /// Up to 8 doubles away, upwards where there is none below.
   static double Near(double x, int step) {
-    const std::uint64_t bits = std::bit_cast<std::uint64_t>(x);
+    const auto bits = std::bit_cast<std::uint64_t>(x);
     return std::bit_cast<double>(bits + static_cast<std::uint64_t>(step) - 8);
   }
 
@@ -184,7 +184,7 @@ bool CheckTextbook() {
 /// What the machine must have for this build to run.
 bool CanRun() {
 #if defined(__FMA__)
-  return __builtin_cpu_supports("fma") != 0;
+  return static_cast<bool>(__builtin_cpu_supports("fma"));
 #else
   return true;
 #endif
