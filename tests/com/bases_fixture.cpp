@@ -27,7 +27,7 @@ Units ShownResult(const VARIANT& result) {
 
 Units ShownDouble(double number) {
   char digits[40];
-  const auto* const end = std::to_chars(std::begin(digits), std::end(digits), number).ptr;
+  auto* const end = std::to_chars(std::begin(digits), std::end(digits), number).ptr;
   return {std::begin(digits), end};
 }
 
