@@ -127,16 +127,27 @@ class NumberReader {
   std::int32_t sign_ = 1;
 };
 
+/// What ConvertDec2Base does with a number that is numeric; `read` yields its value.
+template <class Read>
+void Write(std::int32_t base, ConversionLimits& limits, DigitBuffer& text, const Read& read) {
+  if (base < 2) Raise(u"ConvertDec2Base", u"Invalid base");
+  limits.tolerance = std::abs(limits.tolerance);
+  WriteNumber(read(), base, limits, text);
+}
+
 }  // namespace
+
+void ConvertDec2Base(const Number& number, std::int32_t base, ConversionLimits& limits,
+                     const NumberText& reading, DigitBuffer& text) {
+  if (!IsNumeric(number, reading)) Raise(u"ConvertDec2Base", u"Number must be decimal");
+  Write(base, limits, text, [&] { return ToDouble(number, reading); });
+}
 
 Text ConvertDec2Base(const Number& number, std::int32_t base, ConversionLimits& limits,
                      const NumberText& reading) {
-  if (!IsNumeric(number, reading)) Raise(u"ConvertDec2Base", u"Number must be decimal");
-  if (base < 2) Raise(u"ConvertDec2Base", u"Invalid base");
-  limits.tolerance = std::abs(limits.tolerance);
-  Text text;
-  AppendNumber(ToDouble(number, reading), base, limits, text);
-  return text;
+  DigitBuffer text;
+  ConvertDec2Base(number, base, limits, reading, text);
+  return Text(text.View());
 }
 
 double ConvertBase2Dec(TextView text, std::int32_t base, const NumberText& reading) {
@@ -144,15 +155,28 @@ double ConvertBase2Dec(TextView text, std::int32_t base, const NumberText& readi
   return NumberReader(base, reading).Read(text);
 }
 
-TextOrDouble ConvertBase(const Number& number, std::int32_t fromBase, std::int32_t toBase,
-                         ConversionLimits& limits, const NumberText& reading) {
+std::optional<double> ConvertBase(const Number& number, std::int32_t fromBase, std::int32_t toBase,
+                                  ConversionLimits& limits, const NumberText& reading,
+                                  DigitBuffer& text) {
   const bool decimal = fromBase == 10;
-  if (decimal && BeginsWithZero(number, reading)) return ConvertDigit(0, toBase);
+  if (decimal && BeginsWithZero(number, reading)) {
+    for (const char16_t unit : ConvertDigit(0, toBase)) text.Put(unit);
+    return std::nullopt;
+  }
   if (decimal && !IsNumeric(number, reading)) Raise(u"ConvertBase", u"Not a decimal number");
   const double value = decimal ? ToDouble(number, reading)
                                : ConvertBase2Dec(ToText(number, reading), fromBase, reading);
   if (toBase == 10) return value;
-  return ConvertDec2Base(value, toBase, limits, reading);
+  Write(toBase, limits, text, [value] { return value; });
+  return std::nullopt;
+}
+
+TextOrDouble ConvertBase(const Number& number, std::int32_t fromBase, std::int32_t toBase,
+                         ConversionLimits& limits, const NumberText& reading) {
+  DigitBuffer text;
+  const auto value = ConvertBase(number, fromBase, toBase, limits, reading, text);
+  if (value) return *value;
+  return Text(text.View());
 }
 
 }  // namespace brindlex

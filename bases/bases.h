@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <variant>
 
 #include "automation/text.h"
@@ -23,10 +24,14 @@ using TextOrDouble = std::variant<Text, double>;
 /// `number` as text in `base`.
 ///
 /// Error 13 "Number must be decimal" when it is not numeric, then error 13 "Invalid base" when
-/// `base` is less than 2, then the errors of `number`'s own reading and of AppendNumber. Behind the
+/// `base` is less than 2, then the errors of `number`'s own reading and of WriteNumber. Behind the
 /// first two tests, and only there, limits.tolerance becomes its absolute value.
 Text ConvertDec2Base(const Number& number, std::int32_t base, ConversionLimits& limits,
                      const NumberText& reading);
+
+/// The same into an empty `text`, which is of no use after an error.
+void ConvertDec2Base(const Number& number, std::int32_t base, ConversionLimits& limits,
+                     const NumberText& reading, DigitBuffer& text);
 
 /// The number that `text` stands for in `base`; 0 for the empty text.
 ///
@@ -51,5 +56,11 @@ double ConvertBase2Dec(TextView text, std::int32_t base, const NumberText& readi
 /// ConvertDec2Base only.
 TextOrDouble ConvertBase(const Number& number, std::int32_t fromBase, std::int32_t toBase,
                          ConversionLimits& limits, const NumberText& reading);
+
+/// The same into an empty `text`, which is of no use after an error, unless the result is the
+/// double that is returned.
+std::optional<double> ConvertBase(const Number& number, std::int32_t fromBase, std::int32_t toBase,
+                                  ConversionLimits& limits, const NumberText& reading,
+                                  DigitBuffer& text);
 
 }  // namespace brindlex

@@ -12,8 +12,6 @@ Overloaded(Functions...) -> Overloaded<Functions...>;
 
 }  // namespace
 
-bool NumberText::BeginsWithZero(double value) const { return LeadingNumber(ToText(value)) == 0; }
-
 bool IsNumeric(const Number& number, const NumberText& reading) {
   return std::visit(Overloaded{[](const Unreadable&) { return false; },
                                [](const WrittenNumber& written) { return written.numeric; },

@@ -4,8 +4,10 @@
 #include <array>
 #include <cmath>
 #include <cstddef>
+#include <cstring>
 #include <iterator>
 #include <limits>
+#include <utility>
 
 #include "automation/runtime_error.h"
 #include "bases/digit_count.h"
@@ -21,30 +23,6 @@ namespace {
 /// Below this all whole numbers are doubles and all their differences exact.
 constexpr double kExactWholes = 0x1p53;
 constexpr std::int32_t kMostWholeDigits = 53;
-
-/// Writes behind a text, into room that it makes in larger pieces and gives back at its end.
-class Sink {
- public:
-  explicit Sink(Text& text) : text_(text), used_(text.size()) { text_.resize(used_ + kPiece); }
-  Sink(const Sink&) = delete;
-  Sink& operator=(const Sink&) = delete;
-  ~Sink() { text_.resize(used_); }
-
-  void Put(char16_t unit) { *Room(1) = unit; }
-
-  /// The next `count` units, which the caller fills.
-  char16_t* Room(std::size_t count) {
-    if (text_.size() - used_ < count) text_.resize(2 * text_.size() + count);
-    used_ += count;
-    return text_.data() + (used_ - count);
-  }
-
- private:
-  static constexpr std::size_t kPiece = 64;
-
-  Text& text_;
-  std::size_t used_;
-};
 
 /// The digits of one base, which is a constant so that divisions by it become multiplications.
 template <std::uint32_t kBase>
@@ -64,28 +42,46 @@ class Digits {
     return end;
   }
 
-  static void Put(std::int32_t digit, Sink& sink) {
+  static void Put(std::int32_t digit, DigitBuffer& buffer) {
     if (digit >= static_cast<std::int32_t>(kBase)) RaiseInvalidDigit();
-    Write(static_cast<std::uint32_t>(digit), sink.Room(kWidth) + kWidth);
+    Write(static_cast<std::uint32_t>(digit), buffer.Room(kWidth) + kWidth);
   }
 
-  /// Writes `count` digits of `whole`, whose higher digits are all 0. `count` is at most 64.
-  static void PutWhole(std::uint64_t whole, std::int32_t count, Sink& sink) {
+  /// Writes `count` digits of `whole`, kMostWholeDigits at most; its higher digits are all 0.
+  static void PutWhole(std::uint64_t whole, std::int32_t count, DigitBuffer& buffer) {
+    static_assert(kMostWholeDigits * kWidth <= DigitBuffer::kRoom);
     const std::size_t width = static_cast<std::size_t>(count) * kWidth;
-    char16_t* const begin = sink.Room(width);
+    char16_t* const begin = buffer.Room(width);
     char16_t* end = begin + width;
     while (whole > std::numeric_limits<std::uint32_t>::max()) {
       auto part = static_cast<std::uint32_t>(whole % kChunk);
       whole /= kChunk;
       for (int i = 0; i < kChunkDigits; ++i, part /= kBase) end = Write(part % kBase, end);
     }
-    for (auto rest = static_cast<std::uint32_t>(whole); end != begin; rest /= kBase) {
-      end = Write(rest % kBase, end);
+    auto rest = static_cast<std::uint32_t>(whole);
+    if constexpr (kHasPairs) {
+      for (; end - begin > 1; rest /= kBase * kBase) {
+        end -= 2;
+        std::memcpy(end, kPairs[rest % (kBase * kBase)].data(), sizeof kPairs[0]);
+      }
+      if (end != begin) Write(rest % kBase, end);
+      return;
     }
+    for (; end != begin; rest /= kBase) end = Write(rest % kBase, end);
   }
 
  private:
   static constexpr TextView kAlphabet = AlphabetOf(kBase).empty() ? kAlphabet16 : AlphabetOf(kBase);
+
+  /// Two digits at a time, where their table is small.
+  static constexpr bool kHasPairs = kBase <= 16;
+  static constexpr auto kPairs = [] {
+    constexpr std::uint32_t kCount = kHasPairs ? kBase * kBase : 0;
+    std::array<std::array<char16_t, 2>, kCount> pairs{};
+    for (std::uint32_t i = 0; i < kCount; ++i)
+      pairs[i] = {kAlphabet[i / kBase], kAlphabet[i % kBase]};
+    return pairs;
+  }();
 
   // As many digits as fit 32 bits, for a machine that divides no more bits at once.
   static constexpr int kChunkDigits = [] {
@@ -107,25 +103,38 @@ bool HasFraction(double rest, const ConversionLimits& limits) {
 }
 
 /// Writes one positive number.
+/// The first fractional places of a base, which are as many as the usual tolerance asks for.
+inline constexpr std::int32_t kNearPlaces = 20;
+
+template <std::uint32_t kBase>
+constexpr auto kNearPlaceValues = []<std::size_t... kIndex>(std::index_sequence<kIndex...>) {
+  constexpr BaseTable kTable = *FindBaseTable(kBase);
+  return std::array{
+      PlaceValue(kTable.powers[static_cast<std::size_t>(-1 - kTable.lowestPower) - kIndex])...};
+}
+(std::make_index_sequence<kNearPlaces>());
+
 template <std::uint32_t kBase>
 class NumberWriter {
  public:
-  NumberWriter(const ConversionLimits& limits, Text& text) : limits_(limits), sink_(text) {}
+  NumberWriter(const ConversionLimits& limits, DigitBuffer& buffer)
+      : limits_(limits), buffer_(buffer) {}
 
   void Write(double x, bool negative, std::int32_t count) {
-    if (negative) sink_.Put(u'-');
+    if (negative) buffer_.Put(u'-');
     double rest = x;
     if (count == 0) {
-      sink_.Put(u'0');
+      buffer_.Put(u'0');
     } else {
       rest = PutInteger(x, count);
     }
-    if (!HasFraction(rest, limits_)) return;
-    sink_.Put(u'.');
-    if constexpr (kTable.digitBits != 0) {
-      PutExactFraction(rest);
-    } else {
-      PutFraction(rest);
+    if (HasFraction(rest, limits_)) {
+      buffer_.Put(u'.');
+      if constexpr (kTable.digitBits != 0) {
+        PutExactFraction(rest);
+      } else {
+        PutFraction(rest);
+      }
     }
   }
 
@@ -145,12 +154,22 @@ class NumberWriter {
 
   /// The digit at `position`, when the number is small enough to come that low.
   static Taken TakeAt(double rest, std::int32_t position) {
-    const std::uint64_t place = PowerBits(kTable, position);
+    if constexpr (kBase > 16 && kTable.digitBits == 0) {
+      constexpr int kDigitBits = kBase > 32 ? 6 : 5;
+      if (position >= -kNearPlaces) {
+        return TakeAtOnce<kDigitBits>(
+            rest, kNearPlaceValues<kBase>[static_cast<std::size_t>(-1 - position)]);
+      }
+      return TakeAtOnce<kDigitBits>(rest, PlaceValue(CheckedPower(position)));
+    }
+    return TakeStepwise(rest, CheckedPower(position));
+  }
+
+  static double CheckedPower(std::int32_t position) {
+    const double place = Power(kTable, position);
     // Subtracting nothing never ends.
     if (place == 0) throw RuntimeError(error_number::kOverflow);
-    if constexpr (kBase > 32) return TakeAtOnce<6>(rest, FromBits(place));
-    if constexpr (kBase > 16) return TakeAtOnce<5>(rest, FromBits(place));
-    return TakeStepwise(rest, FromBits(place));
+    return place;
   }
 
   /// Writes `count` integer digits and returns what they leave.
@@ -158,7 +177,7 @@ class NumberWriter {
     if (PowerBits(kTable, count - 1) >= kInfinityBits) throw RuntimeError(error_number::kOverflow);
     while (count > 0 && !(rest < kExactWholes)) {
       const Taken taken = TakeStepwise(rest, Power(kTable, --count));
-      Digits<kBase>::Put(taken.digit, sink_);
+      Digits<kBase>::Put(taken.digit, buffer_);
       rest = taken.rest;
     }
     return count > 0 ? PutExactInteger(rest, count) : rest;
@@ -168,15 +187,15 @@ class NumberWriter {
   double PutExactInteger(double rest, std::int32_t count) {
     if (rest >= Power(kTable, count)) RaiseInvalidDigit();
     const auto whole = static_cast<std::int64_t>(rest);
-    for (; count > kMostWholeDigits; --count) Digits<kBase>::Put(0, sink_);
-    Digits<kBase>::PutWhole(static_cast<std::uint64_t>(whole), count, sink_);
+    for (; count > kMostWholeDigits; --count) Digits<kBase>::Put(0, buffer_);
+    Digits<kBase>::PutWhole(static_cast<std::uint64_t>(whole), count, buffer_);
     return rest - static_cast<double>(whole);
   }
 
   void PutFraction(double rest) {
     for (std::int32_t position = 0; !FractionEnds(rest, limits_.tolerance, position);) {
       const Taken taken = TakeAt(rest, --position);
-      Digits<kBase>::Put(taken.digit, sink_);
+      Digits<kBase>::Put(taken.digit, buffer_);
       rest = taken.rest;
     }
   }
@@ -190,7 +209,7 @@ class NumberWriter {
       rest *= kBase;
       tolerance *= kBase;
       const auto digit = static_cast<std::int32_t>(rest);
-      Digits<kBase>::Put(digit, sink_);
+      Digits<kBase>::Put(digit, buffer_);
       rest -= digit;
     }
   }
@@ -201,25 +220,27 @@ class NumberWriter {
   }
 
   const ConversionLimits& limits_;
-  Sink sink_;
+  DigitBuffer& buffer_;
 };
 
 template <std::uint32_t kBase>
-void Append(double x, const ConversionLimits& limits, Text& text) {
+void Write(double x, const ConversionLimits& limits, DigitBuffer& buffer) {
   const double magnitude = std::abs(x);
   CheckLogarithm(magnitude);
   const std::int32_t count =
       PaddedToGroup(FloorOfQuotient(magnitude, *FindBaseTable(kBase)) + 1, limits.groupSize);
   if (count < 0) NumberWriter<kBase>::RaiseEndless(magnitude, count);
-  NumberWriter<kBase>(limits, text).Write(magnitude, x < 0, count);
+  NumberWriter<kBase>(limits, buffer).Write(magnitude, x < 0, count);
 }
 
 /// A base that has no digits: at its first digit at the latest it fails.
-void AppendWithoutDigits(double x, std::int32_t base, const ConversionLimits& limits, Text& text) {
+void WriteWithoutDigits(double x, std::int32_t base, const ConversionLimits& limits,
+                        DigitBuffer& buffer) {
   const double magnitude = std::abs(x);
   const std::int32_t count = DigitCount(magnitude, limits.groupSize, base);
   if (count == 0 && !HasFraction(magnitude, limits)) {
-    text += x < 0 ? u"-0" : u"0";
+    if (x < 0) buffer.Put(u'-');
+    buffer.Put(u'0');
     return;
   }
   const double place = RoundedPower(base, count - 1);
@@ -232,29 +253,35 @@ void AppendWithoutDigits(double x, std::int32_t base, const ConversionLimits& li
 
 }  // namespace
 
-void AppendNumber(double x, std::int32_t base, const ConversionLimits& limits, Text& text) {
+void WriteNumber(double x, std::int32_t base, const ConversionLimits& limits, DigitBuffer& buffer) {
   switch (base) {
     case 2:
-      return Append<2>(x, limits, text);
+      return Write<2>(x, limits, buffer);
     case 8:
-      return Append<8>(x, limits, text);
+      return Write<8>(x, limits, buffer);
     case 10:
-      return Append<10>(x, limits, text);
+      return Write<10>(x, limits, buffer);
     case 16:
-      return Append<16>(x, limits, text);
+      return Write<16>(x, limits, buffer);
     case 26:
-      return Append<26>(x, limits, text);
+      return Write<26>(x, limits, buffer);
     case 30:
-      return Append<30>(x, limits, text);
+      return Write<30>(x, limits, buffer);
     case 31:
-      return Append<31>(x, limits, text);
+      return Write<31>(x, limits, buffer);
     case 32:
-      return Append<32>(x, limits, text);
+      return Write<32>(x, limits, buffer);
     case 60:
-      return Append<60>(x, limits, text);
+      return Write<60>(x, limits, buffer);
     default:
-      return AppendWithoutDigits(x, base, limits, text);
+      return WriteWithoutDigits(x, base, limits, buffer);
   }
+}
+
+void AppendNumber(double x, std::int32_t base, const ConversionLimits& limits, Text& text) {
+  DigitBuffer buffer;
+  WriteNumber(x, base, limits, buffer);
+  text.append(buffer.View());
 }
 
 }  // namespace brindlex

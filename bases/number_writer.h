@@ -3,11 +3,13 @@
 #include <cstdint>
 
 #include "automation/text.h"
+#include "bases/digit_buffer.h"
 
 namespace brindlex {
 
 /// What a conversion to text leaves to its caller. A host hands these over by reference, so that
 /// changes come back to it.
+// NOLINTNEXTLINE(clang-analyzer-optin.performance.Padding): in the order of the arguments.
 struct ConversionLimits {
   /// The most fractional digits to write; -1 for as many as the tolerance asks for, none when that
   /// is 0. Any other value below 1 means none.
@@ -19,8 +21,8 @@ struct ConversionLimits {
   std::int32_t groupSize = 0;
 };
 
-/// Appends `x` in `base` (2 or more) to `text`: a "-" when it is negative, the integer digits, and,
-/// as `limits` allows, "." and fractional digits, cut and not rounded.
+/// Writes `x` in `base` (2 or more) into `buffer`: a "-" when it is negative, the integer digits,
+/// and, as `limits` allows, "." and fractional digits, cut and not rounded.
 ///
 /// The digits are those of the plain method: DigitCount says with which power of the base to begin,
 /// and each digit is the number of times that the power, rounded to double, can be subtracted from
@@ -33,8 +35,11 @@ struct ConversionLimits {
 /// no end: its powers sink to 0, which can be subtracted for ever, until a counter overflows; such
 /// an `x` gets error 6, or the error of the first digit that has one, at once.
 ///
-/// `limits.tolerance` is not negative. After an error `text` may have grown by what stands before
-/// the error, but not for a magnitude below 1 / base. Any thread.
+/// `limits.tolerance` is not negative. After an error `buffer` may have grown by what stands before
+/// the error. Any thread.
+void WriteNumber(double x, std::int32_t base, const ConversionLimits& limits, DigitBuffer& buffer);
+
+/// As WriteNumber, behind what stands in `text`, which after an error is as it was.
 void AppendNumber(double x, std::int32_t base, const ConversionLimits& limits, Text& text);
 
 }  // namespace brindlex

@@ -7,15 +7,6 @@
 
 namespace brindlex {
 
-Taken TakeStepwise(double rest, double place) {
-  Taken taken{rest, 0};
-  while (taken.rest >= place) {
-    taken.rest -= place;
-    ++taken.digit;
-  }
-  return taken;
-}
-
 std::int32_t CountSteps(double rest, double place) {
   constexpr double kMostSteps = std::numeric_limits<std::int32_t>::max();
   double steps = 0;

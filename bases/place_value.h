@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 
 namespace brindlex {
@@ -23,6 +24,21 @@ Taken TakeStepwise(double rest, double place);
 /// not end within the range of a 32-bit counter. Jumps over the steps that all take away the same.
 std::int32_t CountSteps(double rest, double place);
 
+/// A place value with what TakeAtOnce needs of it, which takes longer to find out than a digit.
+struct PlaceValue {
+  explicit constexpr PlaceValue(double value);
+
+  double place;
+  double inverse;
+  /// The place value without its last seven bits.
+  double high = 0;
+  /// Where each range begins, in place values; 1 more for the first step and 0.5 more so that
+  /// rounding what lies above it cuts.
+  std::array<double, 8> lower{};
+  /// By how much a step that ends in each range takes away more than in the range below.
+  std::array<double, 8> excess{};
+};
+
 /// As TakeStepwise, without the loop where the machine has SSE2; for bases with large digits.
 /// `kDigitBits`, 5 or 6, is a hint: `place` goes into `rest` less than 2^kDigitBits times.
 ///
@@ -34,7 +50,7 @@ std::int32_t CountSteps(double rest, double place);
 /// roundings together stay below 2^-41 P, so that the true number can differ only when that
 /// quotient is next to a whole number; then the loop decides.
 template <int kDigitBits>
-Taken TakeAtOnce(double rest, double place);
+Taken TakeAtOnce(double rest, const PlaceValue& value);
 
 }  // namespace brindlex
 

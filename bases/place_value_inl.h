@@ -1,12 +1,12 @@
 #pragma once
 
-// The body of TakeAtOnce, which is worth its speed only where it is expanded in place.
+// What is worth its speed only where it is expanded in place.
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
 #endif
 
-#include <array>
+#include <bit>
 #include <cstddef>
 
 #include "bases/double_bits.h"
@@ -15,7 +15,7 @@
 namespace brindlex {
 namespace place_value {
 
-inline constexpr unsigned kLowPatterns = 128;
+inline constexpr int kLowPatterns = 128;
 inline constexpr std::size_t kLanes = 8;
 
 /// By how much a step that ends in range s takes away more than the place value, in units, when the
@@ -32,7 +32,7 @@ constexpr int Excess(unsigned low, unsigned s) {
 /// adds to what the ranges below it have.
 inline constexpr auto kExcesses = [] {
   std::array<std::array<double, kLanes>, kLowPatterns> excesses{};
-  for (unsigned low = 0; low < kLowPatterns; ++low) {
+  for (unsigned low = 0; low < unsigned{kLowPatterns}; ++low) {
     excesses[low][0] = low;
     for (unsigned s = 1; s <= 6; ++s) excesses[low][s] = Excess(low, s) - Excess(low, s - 1);
   }
@@ -44,65 +44,82 @@ inline constexpr std::array<double, kLanes> kLowerEnds = {0, 2, 4, 8, 16, 32, 64
 
 }  // namespace place_value
 
+inline Taken TakeStepwise(double rest, double place) {
+  Taken taken{rest, 0};
+  while (taken.rest >= place) {
+    taken.rest -= place;
+    ++taken.digit;
+  }
+  return taken;
+}
+
+constexpr PlaceValue::PlaceValue(double value) : place(value), inverse(1 / value) {
+  const auto bits = std::bit_cast<std::uint64_t>(value);
+  const std::size_t low = bits % place_value::kLowPatterns;
+  high = std::bit_cast<double>(bits - low);
+  const auto lead = std::bit_cast<double>(bits & kInfinityBits);
+  const double end = lead * inverse;
+  const double unit = lead * 0x1p-52;
+  for (std::size_t i = 0; i < place_value::kLanes; ++i) {
+    lower[i] = end * place_value::kLowerEnds[i] + 1.5;
+    excess[i] = place_value::kExcesses[low][i] * unit;
+  }
+}
+
 #if defined(__SSE2__)
 
 template <int kDigitBits>
-inline Taken TakeAtOnce(double rest, double place) {
+inline Taken TakeAtOnce(double rest, const PlaceValue& value) {
   constexpr std::size_t kUsedLanes = kDigitBits < 6 ? 6 : 8;
   // Cuts a number below 2^51 when it is added and subtracted after 0.5 has been taken off.
   const __m128d cutter = _mm_set1_pd(0x1.8p52);
   constexpr double kSureDistance = 0.5 - 0x1p-38;
   constexpr double kLeastPlace = 0x1p-960;
 
+  const double place = value.place;
   if (rest < place) return {rest, 0};
-  rest -= place;
-  if (rest < place) return {rest, 1};
-  const std::uint64_t bits = BitsOf(place);
-  const auto low = static_cast<std::uint32_t>(bits % place_value::kLowPatterns);
-  const double lead = FromBits(bits & kInfinityBits);
-  const double inverse = 1 / place;
-  const double quotient = rest * inverse;
-  constexpr double kMostSteps = (1 << kDigitBits) - 1;
+  const double less = rest - place;
+  if (less < place) return {less, 1};
+  const double quotient = rest * value.inverse;
+  constexpr double kMostSteps = 1 << kDigitBits;
   if (!(quotient < kMostSteps) || place < kLeastPlace) {
-    const Taken more = TakeStepwise(rest, place);
+    const Taken more = TakeStepwise(less, place);
     return {more.rest, more.digit + 1};
   }
 
   const __m128d quotients = _mm_set1_pd(quotient);
-  const __m128d end = _mm_set1_pd(lead * inverse);
-  __m128d digits = _mm_setzero_pd();
-  __m128d distance = _mm_setzero_pd();
-  __m128d units = _mm_setzero_pd();
-  for (std::size_t i = 0; i < kUsedLanes; i += 2) {
-    const __m128d multiple = _mm_loadu_pd(place_value::kLowerEnds.data() + i);
-    const __m128d lower = _mm_add_pd(_mm_mul_pd(end, multiple), _mm_set1_pd(0.5));
+  const auto stepsFrom = [&](std::size_t i, __m128d& distance) {
+    const __m128d lower = _mm_loadu_pd(value.lower.data() + i);
     const __m128d above = _mm_max_pd(_mm_sub_pd(quotients, lower), _mm_setzero_pd());
     const __m128d steps = _mm_sub_pd(_mm_add_pd(above, cutter), cutter);
-    const __m128d over = _mm_sub_pd(above, steps);
-    distance = _mm_max_pd(distance, _mm_max_pd(over, _mm_sub_pd(steps, above)));
-    const __m128d excess = _mm_loadu_pd(place_value::kExcesses[low].data() + i);
-    units = _mm_add_pd(units, _mm_mul_pd(steps, excess));
-    if (i == 0) digits = steps;
+    const __m128d over = _mm_andnot_pd(_mm_set1_pd(-0.0), _mm_sub_pd(above, steps));
+    distance = _mm_max_pd(distance, over);
+    return steps;
+  };
+  __m128d distance = _mm_setzero_pd();
+  const __m128d digits = stepsFrom(0, distance);
+  __m128d excess = _mm_mul_pd(digits, _mm_loadu_pd(value.excess.data()));
+  for (std::size_t i = 2; i < kUsedLanes; i += 2) {
+    const __m128d steps = stepsFrom(i, distance);
+    excess = _mm_add_pd(excess, _mm_mul_pd(steps, _mm_loadu_pd(value.excess.data() + i)));
   }
   distance = _mm_max_sd(distance, _mm_unpackhi_pd(distance, distance));
   if (_mm_cvtsd_f64(distance) > kSureDistance) {
-    const Taken more = TakeStepwise(rest, place);
+    const Taken more = TakeStepwise(less, place);
     return {more.rest, more.digit + 1};
   }
-  units = _mm_add_sd(units, _mm_unpackhi_pd(units, units));
-  // Both products and both differences are exact.
+  excess = _mm_add_sd(excess, _mm_unpackhi_pd(excess, excess));
+  // The product and both differences are exact.
   const double digit = _mm_cvtsd_f64(digits);
-  const double high = FromBits(bits - low);
-  const double unit = lead * 0x1p-52;
-  return {(rest - digit * high) - _mm_cvtsd_f64(units) * unit,
+  return {(less - digit * value.high) - _mm_cvtsd_f64(excess),
           static_cast<std::int32_t>(digit) + 1};
 }
 
 #else
 
 template <int kDigitBits>
-inline Taken TakeAtOnce(double rest, double place) {
-  return TakeStepwise(rest, place);
+inline Taken TakeAtOnce(double rest, const PlaceValue& value) {
+  return TakeStepwise(rest, value.place);
 }
 
 #endif

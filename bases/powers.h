@@ -29,7 +29,12 @@ inline std::uint64_t PowerBits(const BaseTable& table, std::int32_t exponent) {
 
 /// As PowerBits, as the double itself.
 inline double Power(const BaseTable& table, std::int32_t exponent) {
-  return FromBits(PowerBits(table, exponent));
+  if (table.digitBits != 0 || exponent > kExponentBias) return FromBits(PowerBits(table, exponent));
+  // Not by the pattern: on 32-bit machines a double is slow to make of its halves.
+  const std::int32_t index = exponent - table.lowestPower;
+  if (index < 0) return 0;
+  const auto at = static_cast<std::size_t>(index);
+  return at < table.powers.size() ? table.powers[at] : FromBits(kInfinityBits);
 }
 
 }  // namespace brindlex

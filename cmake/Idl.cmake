@@ -22,7 +22,10 @@ function(brindlex_compile_idl idl folder header)
     COMMAND ${widl} -t -o ${folder}/${name}.tlb ${idl}
     COMMAND Python3::Interpreter ${CMAKE_SOURCE_DIR}/tools/strip_typelib_time.py
       ${folder}/${name}.tlb
+    COMMAND Python3::Interpreter ${CMAKE_SOURCE_DIR}/tools/typelib_tolerance.py
+      ${idl} ${folder}/${name}.tlb
     DEPENDS ${idl} ${CMAKE_SOURCE_DIR}/tools/strip_typelib_time.py
+      ${CMAKE_SOURCE_DIR}/tools/typelib_tolerance.py
     COMMENT "Compiling ${name}.idl"
     VERBATIM)
 endfunction()

@@ -1,7 +1,9 @@
-# What every target of ours is compiled with.
+# What every target of ours is compiled with; brindlex_plain_options is all of it but sanitizers.
+add_library(brindlex_plain_options INTERFACE)
 add_library(brindlex_options INTERFACE)
+target_link_libraries(brindlex_options INTERFACE brindlex_plain_options)
 
-target_compile_options(brindlex_options INTERFACE
+target_compile_options(brindlex_plain_options INTERFACE
   -Wall -Wextra -Wpedantic -Wconversion -Werror -ffp-contract=off)
 
 if(BRINDLEX_SANITIZE)
@@ -11,11 +13,15 @@ if(BRINDLEX_SANITIZE)
 endif()
 
 if(WIN32)
-  target_compile_definitions(brindlex_options INTERFACE
+  target_compile_definitions(brindlex_plain_options INTERFACE
     UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN _WIN32_WINNT=0x0501)
-  target_link_options(brindlex_options INTERFACE -static -Wl,--no-insert-timestamp)
+  target_link_options(brindlex_plain_options INTERFACE -static -Wl,--no-insert-timestamp)
   if(CMAKE_SIZEOF_VOID_P EQUAL 4)
-    # A 32-bit host may call in with the stack aligned to 4 bytes only; SSE needs 16.
-    target_compile_options(brindlex_options INTERFACE -msse2 -mfpmath=sse -mstackrealign)
+    # A 32-bit host may call in with the stack aligned to 4 bytes only; SSE needs 16. The unwinding
+    # tables for the cold part of a function that is split in two are wrong when it realigns its
+    # stack (seen in g++ 12: an exception on its way through a constructor ended the process), so
+    # no function is split.
+    target_compile_options(brindlex_plain_options INTERFACE
+      -msse2 -mfpmath=sse -mstackrealign -fno-reorder-blocks-and-partition)
   endif()
 endif()

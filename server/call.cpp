@@ -34,6 +34,33 @@ std::size_t RequiredCount(const Member& member) {
       [](const Parameter& parameter) { return parameter.name != nullptr && !parameter.optional; }));
 }
 
+/// Whether two texts, or two numbers of one type, are the same to the bit.
+bool IsSame(const VARIANT& left, const VARIANT& right) {
+  switch (left.vt) {
+    case VT_BSTR:
+      return ViewOf(left.bstrVal) == ViewOf(right.bstrVal);
+    case VT_I4:
+      return left.lVal == right.lVal;
+    default:
+      return left.llVal == right.llVal;
+  }
+}
+
+/// Puts `value` into the variable of its type that `reference` refers to; a text changes places
+/// with the one there.
+void Assign(const VARIANT& reference, VARIANT& value) {
+  switch (value.vt) {
+    case VT_BSTR:
+      std::swap(*reference.pbstrVal, value.bstrVal);
+      break;
+    case VT_I4:
+      *reference.plVal = value.lVal;
+      break;
+    default:
+      *reference.pdblVal = value.dblVal;
+  }
+}
+
 }  // namespace
 
 // ---- Arguments ---------------------------------------------------------------------------------
@@ -109,21 +136,43 @@ BSTR Call::TextAt(std::size_t index) { return ConvertedAt(index, VT_BSTR).bstrVa
 
 IDispatch* Call::ObjectAt(std::size_t index) { return ConvertedAt(index, VT_DISPATCH).pdispVal; }
 
-BSTR* Call::TextVariableAt(std::size_t index) {
-  const TextView text = ViewOf(ConvertedAt(index, VT_BSTR).bstrVal);
-  return &variables_.emplace_back(TextVariable{given_.at(index), text, Variant(text)})
-              .now.Get()
-              .bstrVal;
+bool Call::IsLeftOut(std::size_t index) const {
+  const VARIANT* const given = given_.at(index);
+  return given == nullptr || IsMissing(*given) || Dereferenced(*given).vt == VT_EMPTY;
+}
+
+VARIANT& Call::VariableAt(std::size_t index, VARTYPE type) {
+  Variant before(ConvertedAt(index, type));
+  Variant now(before.Get());
+  return variables_.emplace_back(Variable{given_.at(index), std::move(before), std::move(now)})
+      .now.Get();
+}
+
+long* Call::LongVariableAt(std::size_t index, long byDefault) {
+  if (!IsLeftOut(index)) return &VariableAt(index, VT_I4).lVal;
+  VARIANT& number = owned_.emplace_back().Get();
+  number.vt = VT_I4;
+  number.lVal = byDefault;
+  return &number.lVal;
+}
+
+double* Call::DoubleVariableAt(std::size_t index, double byDefault) {
+  if (!IsLeftOut(index)) return &VariableAt(index, VT_R8).dblVal;
+  VARIANT& number = owned_.emplace_back().Get();
+  number.vt = VT_R8;
+  number.dblVal = byDefault;
+  return &number.dblVal;
 }
 
 void Call::WriteBack() {
-  for (TextVariable& variable : variables_) {
-    if (ViewOf(variable.now.Get().bstrVal) == variable.before) continue;
+  for (Variable& variable : variables_) {
+    VARIANT& now = variable.now.Get();
+    if (IsSame(variable.before.Get(), now)) continue;
     const VARIANT& target = Dereferenced(*variable.given);
-    if (target.vt == (VT_BYREF | VT_BSTR)) {
-      std::swap(*target.pbstrVal, variable.now.Get().bstrVal);
+    if (target.vt == (VT_BYREF | now.vt)) {
+      Assign(target, now);
     } else if (variable.given->vt == (VT_BYREF | VT_VARIANT)) {
-      std::swap(*variable.given->pvarVal, variable.now.Get());
+      std::swap(*variable.given->pvarVal, now);
     }
   }
 }
@@ -171,8 +220,9 @@ HRESULT Perform(const Member& member, IDispatch& self, const DISPPARAMS& params,
                 EXCEPINFO* exception) {
   Call call(member, params);
   const HRESULT status = member.invoke(self, call);
-  if (FAILED(status)) return MoveErrorInfo(status, exception);
+  // What a member has replaced stays replaced when it fails.
   call.WriteBack();
+  if (FAILED(status)) return MoveErrorInfo(status, exception);
   call.HandOver(result);
   return status;
 }

@@ -64,11 +64,14 @@ class Call {
   VARIANT_BOOL FlagAt(std::size_t index) { return ConvertedAt(index, VT_BOOL).boolVal; }
   long LongAt(std::size_t index) { return ConvertedAt(index, VT_I4).lVal; }
 
-  /// A text of the call's own that the member may replace, for WriteBack to hand on.
-  BSTR* TextVariableAt(std::size_t index);
+  /// A value of the call's own that the member may replace, for WriteBack to hand on. A number that
+  /// is omitted, or Empty, which is what script hosts pass for an undefined value, is `byDefault`.
+  BSTR* TextVariableAt(std::size_t index) { return &VariableAt(index, VT_BSTR).bstrVal; }
+  long* LongVariableAt(std::size_t index, long byDefault);
+  double* DoubleVariableAt(std::size_t index, double byDefault);
 
-  /// Writes every text of TextVariableAt that was replaced into the caller's variable: one of type
-  /// text, or a variant of any content. A plain value, or a variable of another type, stays as it
+  /// Writes every value of the above that was replaced into the caller's variable: one of the same
+  /// type, or a variant of any content. A plain value, or a variable of another type, stays as it
   /// is.
   void WriteBack();
 
@@ -76,6 +79,7 @@ class Call {
   VARIANT* ResultValue() { return &result_.Get(); }
   BSTR* ResultText() { return &Result(VT_BSTR).bstrVal; }
   long* ResultLong() { return &Result(VT_I4).lVal; }
+  double* ResultDouble() { return &Result(VT_R8).dblVal; }
   VARIANT_BOOL* ResultFlag() { return &Result(VT_BOOL).boolVal; }
   IUnknown** ResultUnknown() { return &Result(VT_UNKNOWN).punkVal; }
   template <class Interface>
@@ -90,6 +94,8 @@ class Call {
   void Sort(const Member& member, std::size_t count);
   void RequireAll(const Member& member, std::size_t count) const;
   const VARIANT& ConvertedAt(std::size_t index, VARTYPE type);
+  VARIANT& VariableAt(std::size_t index, VARTYPE type);
+  bool IsLeftOut(std::size_t index) const;
   std::optional<UINT> PlaceOf(std::size_t index) const;
   VARIANT& Result(VARTYPE type);
 
@@ -99,12 +105,12 @@ class Call {
   /// What the call had to copy or convert.
   std::vector<Variant> owned_;
   /// An argument that is written back, as it came and as the member left it.
-  struct TextVariable {
+  struct Variable {
     const VARIANT* given;
-    TextView before;
+    Variant before;
     Variant now;
   };
-  std::vector<TextVariable> variables_;
+  std::vector<Variable> variables_;
   Variant result_;
 };
 

@@ -6,6 +6,7 @@
 #include "platform/win32/com_ptr.h"
 #include "server/Brindlex.h"
 #include "server/co_app_files.h"
+#include "server/co_bases.h"
 #include "server/co_collection.h"
 #include "server/co_collection_save_restore.h"
 #include "server/co_environment.h"
@@ -31,6 +32,7 @@ const ClassDescription kClasses[] = {
      Create<CoCollectionSaveRestore>},
     {CLSID_clsEnvironment, IID__clsEnvironment, L"clsEnvironment", Create<CoEnvironment>},
     {CLSID_clsAppFiles, IID__clsAppFiles, L"clsAppFiles", Create<CoAppFiles>},
+    {CLSID_clsBases, IID__clsBases, L"clsBases", Create<CoBases>},
 };
 
 class ClassFactory final : public CountedObject<ClassFactory, IClassFactory> {

@@ -42,7 +42,7 @@ demo() {
   local script
   build_component
   register_component
-  for script in collection_demo.vbs settings_demo.vbs; do
+  for script in collection_demo.vbs settings_demo.vbs bases_demo.vbs; do
     say "examples/$script"
     "$root/tools/wine" "$root/build/win32/tests/run_host.exe" \
       "$(windows_path "$root/examples/$script")" "demo: done" || fail "examples/$script failed"

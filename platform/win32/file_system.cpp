@@ -98,6 +98,23 @@ auto Explaining(const DWORD& lastError, Step&& step) {
   }
 }
 
+/// Keeps the caller's reference to a stream good through a call that reads. Some releases of the
+/// run time let a reference go that is not theirs when reading fails, which shows in the count.
+class KeptReference {
+ public:
+  explicit KeptReference(IUnknown& object) : object_(object), count_(object.AddRef()) {}
+  KeptReference(const KeptReference&) = delete;
+  KeptReference& operator=(const KeptReference&) = delete;
+  ~KeptReference() {
+    if (object_.AddRef() > count_) object_.Release();
+    object_.Release();
+  }
+
+ private:
+  IUnknown& object_;
+  ULONG count_;
+};
+
 /// One object of the scripting run time.
 class ScriptingObject {
  public:
@@ -113,6 +130,7 @@ class ScriptingObject {
   /// is an error here.
   template <class... Arguments>
   Variant CallToRead(TextView name, Arguments... arguments) const {
+    const KeptReference kept(*object_.Get());
     DWORD lastError = ERROR_SUCCESS;
     Variant result = CallFor(lastError, name, std::move(arguments)...);
     if (IsReadFailure(lastError)) throw RuntimeError(NumberOfSystemError(lastError));

@@ -27,7 +27,8 @@ struct World {
         creator(component.New<_clsCreateTextData, ::clsCreateTextData>()),
         saveRestore(component.New<_clsCollectionSaveRestore, ::clsCollectionSaveRestore>()),
         environment(component.New<_clsEnvironment, ::clsEnvironment>()),
-        appFiles(component.New<_clsAppFiles, ::clsAppFiles>()) {
+        appFiles(component.New<_clsAppFiles, ::clsAppFiles>()),
+        bases(component.New<_clsBases, ::clsBases>()) {
     EXPECT_EQ(S_OK, record->put_Name(Bstr(u"n").Get()));
     EXPECT_EQ(S_OK, record->put_DataString(Bstr(u"d").Get()));
     EXPECT_EQ(S_OK, collection->Add(Variant::OfObject(record.Get()).Get(), Variant(u"k").Get(),
@@ -44,6 +45,7 @@ struct World {
   ComPtr<_clsCollectionSaveRestore> saveRestore;
   ComPtr<_clsEnvironment> environment;
   ComPtr<_clsAppFiles> appFiles;
+  ComPtr<_clsBases> bases;
 };
 
 template <class... Values>
@@ -84,6 +86,7 @@ IDispatch* CreatorOf(World& world) { return world.creator.Get(); }
 IDispatch* SaveRestoreOf(World& world) { return world.saveRestore.Get(); }
 IDispatch* EnvironmentOf(World& world) { return world.environment.Get(); }
 IDispatch* AppFilesOf(World& world) { return world.appFiles.Get(); }
+IDispatch* BasesOf(World& world) { return world.bases.Get(); }
 IDispatch* SaveRestoreWithSeveral(World& world) {
   world.KeepSeveral();
   return world.saveRestore.Get();
@@ -96,6 +99,11 @@ const std::vector<std::wstring> kToCollectionParameters = {
     L"SavedInfo", L"CreateObject", L"RecordEndMarker", L"FieldEndMarker", L"KeyProperty"};
 const std::vector<std::wstring> kFromCollectionParameters = {L"MyObjects", L"RecordEndMarker",
                                                              L"FieldEndMarker", L"CollectionName"};
+
+const std::vector<std::wstring> kConvertBaseParameters = {
+    L"Number", L"FromBase", L"ToBase", L"MaxFractionDigits", L"Tolerance", L"GroupSize"};
+const std::vector<std::wstring> kConvertDec2BaseParameters = {
+    L"Number", L"Base", L"MaxFractionDigits", L"Tolerance", L"GroupSize"};
 
 const Row kRows[] = {
     {"ItemByKey",
@@ -270,6 +278,39 @@ const Row kRows[] = {
      {L"path"},
      [](World&) { return Arguments(Variant(u"C:\\Data\\notes.txt")); },
      u"text notes.txt"},
+    {"ConvertBase", BasesOf, L"ConvertBase", kConvertBaseParameters,
+     [](World&) { return Arguments(OfLong(255), OfLong(10), OfLong(16)); }, u"text FF"},
+    {"ConvertBaseToDecimal", BasesOf, L"ConvertBase", kConvertBaseParameters,
+     [](World&) { return Arguments(Variant(u"-1A.8"), OfLong(16), OfLong(10)); }, u"double -26.5"},
+    {"ConvertBaseWithAllArguments", BasesOf, L"ConvertBase", kConvertBaseParameters,
+     [](World&) {
+       return Arguments(OfDouble(10.1), OfLong(10), OfLong(16), OfLong(3), OfDouble(0.001),
+                        OfLong(4));
+     },
+     u"text 000A.199"},
+    {"ConvertDec2Base", BasesOf, L"ConvertDec2Base", kConvertDec2BaseParameters,
+     [](World&) { return Arguments(OfDouble(2.75), OfLong(2)); }, u"text 10.11"},
+    {"ConvertDec2BaseWithAllArguments", BasesOf, L"ConvertDec2Base", kConvertDec2BaseParameters,
+     [](World&) { return Arguments(Variant(u"5"), OfLong(2), OfLong(0), OfDouble(0), OfLong(4)); },
+     u"text 0101"},
+    {"ConvertBase2Dec",
+     BasesOf,
+     L"ConvertBase2Dec",
+     {L"Text", L"Base"},
+     [](World&) { return Arguments(Variant(u"ZZ"), OfLong(32)); },
+     u"double 1023"},
+    {"ConvertDigit",
+     BasesOf,
+     L"ConvertDigit",
+     {L"Digit", L"Base"},
+     [](World&) { return Arguments(OfLong(5), OfLong(60)); },
+     u"text 05:"},
+    {"DeconvertDigit",
+     BasesOf,
+     L"DeconvertDigit",
+     {L"DigitText", L"Base"},
+     [](World&) { return Arguments(Variant(u"B"), OfLong(30)); },
+     u"long 9"},
 };
 
 class MemberTest : public ComTest, public ::testing::WithParamInterface<Row> {

@@ -72,6 +72,13 @@ Variant OfLong(long number) {
   return value;
 }
 
+Variant OfDouble(double number) {
+  Variant value;
+  value.Get().vt = VT_R8;
+  value.Get().dblVal = number;
+  return value;
+}
+
 VARIANT TypedReference(const Variant& value) {
   VARIANT reference;
   reference.vt = static_cast<VARTYPE>(VT_BYREF | value.Get().vt);
@@ -138,6 +145,8 @@ std::u16string Shown(const VARIANT& value) {
       return u"Null";
     case VT_I4:
       return std::u16string(u"long ").append(DecimalText(value.lVal));
+    case VT_R8:
+      return std::u16string(u"double ").append(TextOf(value));
     case VT_BSTR:
       return std::u16string(u"text ").append(ViewOf(value.bstrVal));
     case VT_BOOL:

@@ -57,6 +57,7 @@ class LateCall {
 std::vector<DISPID> IdsOf(IDispatch& object, std::vector<std::wstring> names);
 
 Variant OfLong(long number);
+Variant OfDouble(double number);
 
 /// `value` passed by reference: as a typed variable, as a script's variable, and as a script's
 /// variable that refers to a typed one. `holder` must live as long as the result.

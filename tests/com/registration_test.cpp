@@ -32,6 +32,8 @@ const RegisteredClass kRegistered[] = {
      L"{DE5A481A-2A78-4C85-8349-B8BFD7044332}"},
     {L"clsAppFiles", L"{03068CE9-1E2B-4905-831C-745F9AC7CA1E}",
      L"{13BC7B31-B39D-4573-A2C0-506F64504D43}"},
+    {L"clsBases", L"{7600A8BF-8481-42FF-A446-07A7435BBAD9}",
+     L"{C81AACF2-555D-4E7D-A5EB-51D0818D32C3}"},
 };
 
 void AddLibraryLines(const std::filesystem::path& file, RegistryLines& lines) {

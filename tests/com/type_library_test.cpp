@@ -183,6 +183,22 @@ const Contract kContracts[] = {
          L"7 call FileNameFromPath([in] BSTR path) BSTR",
          L"8 call CopyFileKeepAttributes([in] BSTR source, [in] BSTR destination)",
      }},
+    {"clsBases",
+     IID__clsBases,
+     {
+         L"1 call ConvertBase([in] VARIANT Number, [in] long FromBase, [in] long ToBase,"
+         L" [in, out, optional] long* MaxFractionDigits = long -1,"
+         L" [in, out, optional] double* Tolerance = double 1e-27,"
+         L" [in, out, optional] long* GroupSize = long 0) VARIANT",
+         L"2 call ConvertDec2Base([in] VARIANT Number, [in] long Base,"
+         L" [in, out, optional] long* MaxFractionDigits = long -1,"
+         L" [in, out, optional] double* Tolerance = double 1e-27,"
+         L" [in, out, optional] long* GroupSize = long 0) BSTR",
+         // A type library has each name in one letter case only, here that of an earlier class.
+         L"3 call ConvertBase2Dec([in] BSTR text, [in] long Base) double",
+         L"4 call ConvertDigit([in] long Digit, [in] long Base) BSTR",
+         L"5 call DeconvertDigit([in] BSTR DigitText, [in] long Base) long",
+     }},
 };
 
 class ContractTest : public ComTest, public ::testing::WithParamInterface<Contract> {};

@@ -42,6 +42,8 @@ std::wstring TextOfType(ITypeInfo& type, const TYPEDESC& description) {
       return L"BSTR";
     case VT_I4:
       return L"long";
+    case VT_R8:
+      return L"double";
     case VT_BOOL:
       return L"VARIANT_BOOL";
     case VT_VARIANT:
@@ -62,9 +64,18 @@ std::wstring FlagsOf(USHORT flags) {
   if ((flags & PARAMFLAG_FIN) != 0) text += L"in, ";
   if ((flags & PARAMFLAG_FOUT) != 0) text += L"out, ";
   if ((flags & PARAMFLAG_FOPT) != 0) text += L"optional, ";
-  if ((flags & PARAMFLAG_FHASDEFAULT) != 0) text += L"default, ";
   if ((flags & PARAMFLAG_FLCID) != 0) text += L"lcid, ";
   return text.empty() ? L"[] " : L"[" + text.substr(0, text.size() - 2) + L"] ";
+}
+
+/// The default as a number in the form "%g", behind the name of its type.
+std::wstring DefaultOf(const ELEMDESC& parameter) {
+  if ((parameter.paramdesc.wParamFlags & PARAMFLAG_FHASDEFAULT) == 0) return {};
+  const VARIANT& value = parameter.paramdesc.pparamdescex->varDefaultValue;
+  wchar_t text[40] = {};
+  if (value.vt == VT_I4) swprintf(text, std::size(text), L" = long %ld", value.lVal);
+  if (value.vt == VT_R8) swprintf(text, std::size(text), L" = double %.17g", value.dblVal);
+  return text[0] != 0 ? text : L" = type " + std::to_wstring(value.vt);
 }
 
 std::wstring Declaration(ITypeInfo& type, const FunctionDescription& function) {
@@ -81,7 +92,8 @@ std::wstring Declaration(ITypeInfo& type, const FunctionDescription& function) {
     }
     const auto place = static_cast<std::size_t>(index) + 1;
     const std::wstring name = place < names.size() ? L" " + names[place] : L"";
-    parameters += (parameters.empty() ? L"" : L", ") + FlagsOf(flags) + text + name;
+    parameters +=
+        (parameters.empty() ? L"" : L", ") + FlagsOf(flags) + text + name + DefaultOf(parameter);
   }
   const std::wstring restricted =
       (function->wFuncFlags & FUNCFLAG_FRESTRICTED) != 0 ? L" restricted" : L"";

@@ -6,8 +6,8 @@
 #include <limits>
 #include <utility>
 
+#include "automation/portable_number_text.h"
 #include "bases/bases.h"
-#include "bases/portable_number_text.h"
 #include "tests/core/naive_bases.h"
 
 namespace brindlex {

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <limits>
 
-#include "bases/portable_number_text.h"
+#include "automation/portable_number_text.h"
 #include "tests/core/naive_bases.h"
 
 namespace brindlex {

@@ -6,8 +6,8 @@
 #include <cstdlib>
 #include <limits>
 
+#include "automation/portable_number_text.h"
 #include "bases/bases.h"
-#include "bases/portable_number_text.h"
 #include "tests/core/naive_bases.h"
 #include "tests/core/number_source.h"
 

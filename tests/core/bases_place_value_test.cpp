@@ -13,10 +13,10 @@ namespace {
 
 void ExpectSame(double rest, double place) {
   const Taken expected = TakeStepwise(rest, place);
-  const Taken six = TakeAtOnce<6>(rest, place);
+  const Taken six = TakeAtOnce<6>(rest, PlaceValue(place));
   ASSERT_EQ(six.digit, expected.digit) << std::hexfloat << rest << " by " << place;
   ASSERT_EQ(six.rest, expected.rest) << std::hexfloat << rest << " by " << place;
-  const Taken five = TakeAtOnce<5>(rest, place);
+  const Taken five = TakeAtOnce<5>(rest, PlaceValue(place));
   ASSERT_EQ(five.digit, expected.digit) << std::hexfloat << rest << " by " << place;
   ASSERT_EQ(five.rest, expected.rest) << std::hexfloat << rest << " by " << place;
   ASSERT_EQ(CountSteps(rest, place), expected.digit) << std::hexfloat << rest << " by " << place;

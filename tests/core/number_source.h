@@ -44,7 +44,7 @@ class NumberSource {
   double NearPower(std::int32_t base) {
     for (;;) {
       const auto exponent = static_cast<std::int32_t>(Below(600)) - 300;
-      const std::uint64_t power = std::bit_cast<std::uint64_t>(RoundedPower(base, exponent));
+      const auto power = std::bit_cast<std::uint64_t>(RoundedPower(base, exponent));
       const std::uint64_t bits = power + Below(17) - 8;
       if (power != 0 && bits - 1 < kInfinity - 1) return std::bit_cast<double>(bits);
     }

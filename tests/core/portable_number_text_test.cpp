@@ -1,4 +1,4 @@
-#include "bases/portable_number_text.h"
+#include "automation/portable_number_text.h"
 
 #include <gtest/gtest.h>
 

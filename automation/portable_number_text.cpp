@@ -1,4 +1,4 @@
-#include "bases/portable_number_text.h"
+#include "automation/portable_number_text.h"
 
 #include <algorithm>
 #include <charconv>
@@ -8,6 +8,8 @@
 #include <limits>
 #include <string>
 #include <string_view>
+
+#include "automation/runtime_error.h"
 
 namespace brindlex {
 namespace {
@@ -68,7 +70,8 @@ bool IsLarge(std::string_view number) {
   for (std::size_t i = mantissaEnd; i < number.size(); ++i) {
     if (IsDigit(number[i])) exponent = 10 * exponent + (number[i] - '0');
   }
-  return places + (number.find('-', mantissaEnd) == number.npos ? exponent : -exponent) > 0;
+  return places + (number.find('-', mantissaEnd) == std::string_view::npos ? exponent : -exponent) >
+         0;
 }
 
 double Value(std::string_view number) {
@@ -83,7 +86,7 @@ double Value(std::string_view number) {
 /// The number that is the whole of `text` but for blanks around it; empty when it is none.
 std::string WholeNumber(TextView text) {
   const auto isNoBlank = [](char16_t unit) { return !IsBlank(unit); };
-  const auto first = std::find_if(text.begin(), text.end(), isNoBlank);
+  const auto* const first = std::find_if(text.begin(), text.end(), isNoBlank);
   const auto last = std::find_if(text.rbegin(), std::make_reverse_iterator(first), isNoBlank);
   std::string number = Narrowed(TextView(first, last.base()));
   if (NumberLength(number) != number.size()) number.clear();

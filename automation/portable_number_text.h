@@ -1,6 +1,6 @@
 #pragma once
 
-#include "bases/number.h"
+#include "automation/number_text.h"
 
 namespace brindlex {
 

@@ -1,0 +1,110 @@
+#include "platform/win32/number_text.h"
+
+#include <oaidl.h>
+#include <oleauto.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <iterator>
+#include <limits>
+
+#include "automation/portable_number_text.h"
+#include "automation/runtime_error.h"
+#include "platform/win32/fpu_precision.h"
+#include "platform/win32/hresult.h"
+#include "platform/win32/variant.h"
+
+namespace brindlex {
+namespace {
+
+HRESULT Read(TextView text, double& value) {
+  Text terminated(text);
+  const DoublePrecision precision;
+  return VarR8FromStr(reinterpret_cast<wchar_t*>(terminated.data()), GetUserDefaultLCID(), 0,
+                      &value);
+}
+
+/// `text` without blanks, and with "E" for each "D".
+Text Dense(TextView text) {
+  Text dense;
+  dense.reserve(text.size());
+  for (const char16_t unit : text) {
+    if (unit == u' ' || unit == u'\t' || unit == u'\n') continue;
+    dense.push_back(unit == u'D' || unit == u'd' ? u'E' : unit);
+  }
+  return dense;
+}
+
+/// The value of a hexadecimal digit; 16 when it is none. `unit` comes from Dense.
+unsigned DigitValue(char16_t unit) {
+  if (unit >= u'0' && unit <= u'9') return unit - unsigned{u'0'};
+  if (unit >= u'A' && unit <= u'F') return unit - unsigned{u'A'} + 10;
+  if (unit >= u'a' && unit <= u'f') return unit - unsigned{u'a'} + 10;
+  return 16;
+}
+
+/// The number that `digits` begins with, in base 2^`bits`, as the whole number that it is the
+/// pattern of.
+double LeadingPattern(TextView digits, unsigned bits) {
+  std::uint64_t pattern = 0;
+  std::size_t at = 0;
+  for (; at < digits.size() && DigitValue(digits[at]) >> bits == 0; ++at) {
+    pattern = (pattern << bits) | DigitValue(digits[at]);
+    if (pattern > std::numeric_limits<std::uint32_t>::max()) {
+      throw RuntimeError(error_number::kOverflow);
+    }
+  }
+  const bool isLong = at < digits.size() && digits[at] == u'&';
+  if (!isLong && pattern <= std::numeric_limits<std::uint16_t>::max()) {
+    return static_cast<std::int16_t>(pattern);
+  }
+  return static_cast<std::int32_t>(pattern);
+}
+
+}  // namespace
+
+bool Win32NumberText::IsNumeric(TextView text) const {
+  double value = 0;
+  const HRESULT status = Read(text, value);
+  return SUCCEEDED(status) || status == DISP_E_OVERFLOW;
+}
+
+double Win32NumberText::ToDouble(TextView text) const {
+  double value = 0;
+  Check(Read(text, value));
+  return value;
+}
+
+std::int32_t Win32NumberText::ToWhole(TextView text) const {
+  Text terminated(text);
+  LONG value = 0;
+  const DoublePrecision precision;
+  Check(
+      VarI4FromStr(reinterpret_cast<wchar_t*>(terminated.data()), GetUserDefaultLCID(), 0, &value));
+  return value;
+}
+
+double Win32NumberText::LeadingNumber(TextView text) const {
+  const Text dense = Dense(text);
+  if (!dense.starts_with(u'&')) return PortableNumberText().LeadingNumber(dense);
+  const TextView rest = TextView(dense).substr(1);
+  if (rest.starts_with(u'H') || rest.starts_with(u'h')) return LeadingPattern(rest.substr(1), 4);
+  const bool named = rest.starts_with(u'O') || rest.starts_with(u'o');
+  return LeadingPattern(rest.substr(named ? 1 : 0), 3);
+}
+
+Text Win32NumberText::ToText(double value) const {
+  Bstr text;
+  const DoublePrecision precision;
+  Check(VarBstrFromR8(value, GetUserDefaultLCID(), 0, text.Receive()));
+  return Text(text.View());
+}
+
+bool Win32NumberText::BeginsWithZero(double value) const {
+  if (value == 0) return true;
+  // From 1 on the first digit is another one; below 1 that depends on the decimal separator.
+  return std::abs(value) < 1 && NumberText::BeginsWithZero(value);
+}
+
+}  // namespace brindlex
