@@ -1,5 +1,6 @@
 ' The component against the best that VBScript does by itself: 100,000 records of its own class saved
-' as text and restored. Prints the seconds of each way.
+' as text. Prints the seconds of each way. Restoring is left out: the VBScript that this runs in ends
+' without a word when a function makes some hundreds of objects.
 Option Explicit
 
 Class Record
@@ -13,14 +14,8 @@ Class Record
   End Function
 End Class
 
-Class Creator
-  Public Function GetNewObject()
-    Set GetNewObject = New Record
-  End Function
-End Class
-
 Const RecordCount = 100000
-Dim names, records, items, i, record, fieldEnd, recordEnd
+Dim names, records, i, record, fieldEnd, recordEnd
 
 fieldEnd = Chr(165)
 recordEnd = Chr(140)
@@ -59,54 +54,24 @@ Function SaveByScript()
     fieldEnd & "Remarks" & fieldEnd & recordEnd & whole & piece & part
 End Function
 
-Function RestoreByScript(text)
-  Dim lines, fields, line, restored()
-  lines = Split(text, recordEnd)
-  ReDim restored(UBound(lines))
-  For line = 1 To UBound(lines) - 1
-    fields = Split(lines(line), fieldEnd)
-    Set restored(line) = New Record
-    restored(line).Title = fields(0)
-    restored(line).Author = fields(1)
-    restored(line).Year = fields(2)
-    restored(line).Price = fields(3)
-    restored(line).Remarks = fields(4)
-  Next
-  RestoreByScript = UBound(lines) - 1
-End Function
-
-Dim store, start, text, own, restored, count, seconds(3), run
+Dim store, start, text, own, took, scriptSeconds, componentSeconds, run
 Set store = CreateObject("Brindlex.clsCollectionSaveRestore")
+scriptSeconds = 1000
+componentSeconds = 1000
+' The quickest of the runs, which other programs on the machine have disturbed least.
 For run = 1 To 3
   start = Timer
   own = SaveByScript()
-  Keep 0
+  took = Timer - start
+  If took < scriptSeconds Then scriptSeconds = took
   start = Timer
   text = store.AsDelimitedFromCollection(records)
-  Keep 1
+  took = Timer - start
+  If took < componentSeconds Then componentSeconds = took
   If own <> text Then
     WScript.Echo "the two texts differ"
     WScript.Quit 1
   End If
-  start = Timer
-  count = RestoreByScript(text)
-  Keep 2
-  start = Timer
-  Set restored = store.AsDelimitedToCollection(text, New Creator)
-  Keep 3
-  If restored.Count <> count Or count <> RecordCount Then
-    WScript.Echo "the restored counts differ"
-    WScript.Quit 1
-  End If
-  Set restored = Nothing
 Next
 
-' The quickest of the runs, which other programs on the machine have disturbed least.
-Sub Keep(way)
-  Dim took
-  took = Timer - start
-  If run = 1 Or took < seconds(way) Then seconds(way) = took
-End Sub
-
-WScript.Echo "vbscript save " & seconds(0) & " " & seconds(1)
-WScript.Echo "vbscript restore " & seconds(2) & " " & seconds(3)
+WScript.Echo "vbscript save " & scriptSeconds & " " & componentSeconds
