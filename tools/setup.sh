@@ -15,6 +15,7 @@ readonly packages=(
   g++-mingw-w64-i686-posix              # the compilers of the component
   g++-mingw-w64-x86-64-posix
   mingw-w64-tools                       # widl, the compiler of its type library
+  fp-compiler fpc-source                # compiles the examples in Pascal
   wine wine32:i386 wine64               # runs the component and its tests
   xvfb xauth                            # a display for Wine
 )
