@@ -17,6 +17,7 @@ readonly packages=(
   mingw-w64-tools                       # widl, the compiler of its type library
   fp-compiler fpc-source                # compiles the examples in Pascal
   wine wine32:i386 wine64               # runs the component and its tests
+  wixl msitools                         # the installation packages
   xvfb xauth                            # a display for Wine
 )
 
