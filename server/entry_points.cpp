@@ -9,21 +9,39 @@
 namespace brindlex {
 namespace {
 
-/// The classes of all users.
+/// The classes, below the keys of the machine (for all users) or of the user who runs the program.
 constexpr wchar_t kClassesRoot[] = L"Software\\Classes";
 
-using KeyOperation = HRESULT (*)(HKEY classesRoot, std::span<const RegistryKey> keys);
+using KeyOperation = HRESULT (*)(const ClassesRoot& root, std::span<const RegistryKey> keys);
 
-HRESULT OnMachineKeys(KeyOperation operation) noexcept {
+/// An opened classes root; the status says whether it could be opened.
+class OpenRoot {
+ public:
+  OpenRoot(HKEY owner, REGSAM view)
+      : status_(RegCreateKeyExW(owner, kClassesRoot, 0, nullptr, 0, KEY_CREATE_SUB_KEY | view,
+                                nullptr, &key_, nullptr)) {}
+  OpenRoot(const OpenRoot&) = delete;
+  OpenRoot& operator=(const OpenRoot&) = delete;
+  ~OpenRoot() {
+    if (key_ != nullptr) RegCloseKey(key_);
+  }
+
+  HRESULT Status() const { return HRESULT_FROM_WIN32(status_); }
+  HKEY Get() const { return key_; }
+
+ private:
+  HKEY key_ = nullptr;
+  LSTATUS status_;
+};
+
+HRESULT OnKeys(HKEY owner, KeyOperation operation) noexcept {
   try {
     const std::vector<RegistryKey> keys = KeysOf(module::Path());
-    HKEY root = nullptr;
-    const LSTATUS status = RegCreateKeyExW(HKEY_LOCAL_MACHINE, kClassesRoot, 0, nullptr, 0,
-                                           KEY_CREATE_SUB_KEY, nullptr, &root, nullptr);
-    if (status != ERROR_SUCCESS) return HRESULT_FROM_WIN32(status);
-    const HRESULT result = operation(root, keys);
-    RegCloseKey(root);
-    return result;
+    const OpenRoot own(owner, 0);
+    const OpenRoot other(owner, kOtherView);
+    if (FAILED(own.Status())) return own.Status();
+    if (FAILED(other.Status())) return other.Status();
+    return operation({own.Get(), other.Get()}, keys);
   } catch (...) {
     return E_OUTOFMEMORY;
   }
@@ -46,6 +64,15 @@ STDAPI DllGetClassObject(REFCLSID classId, REFIID interfaceId, void** result) {
 
 STDAPI DllCanUnloadNow() { return brindlex::module::IsUnused() ? S_OK : S_FALSE; }
 
-STDAPI DllRegisterServer() { return brindlex::OnMachineKeys(brindlex::WriteKeys); }
+STDAPI DllRegisterServer() { return brindlex::OnKeys(HKEY_LOCAL_MACHINE, brindlex::WriteKeys); }
 
-STDAPI DllUnregisterServer() { return brindlex::OnMachineKeys(brindlex::RemoveKeys); }
+STDAPI DllUnregisterServer() { return brindlex::OnKeys(HKEY_LOCAL_MACHINE, brindlex::RemoveKeys); }
+
+/// As regsvr32 /i calls it: with "user" for the user who runs it, which takes no administrator
+/// rights, with nothing for the machine. E_INVALIDARG for any other word.
+STDAPI DllInstall(BOOL install, PCWSTR forWhom) {
+  const bool isForUser = forWhom != nullptr && lstrcmpiW(forWhom, L"user") == 0;
+  if (!isForUser && forWhom != nullptr && *forWhom != L'\0') return E_INVALIDARG;
+  return brindlex::OnKeys(isForUser ? HKEY_CURRENT_USER : HKEY_LOCAL_MACHINE,
+                          install != FALSE ? brindlex::WriteKeys : brindlex::RemoveKeys);
+}

@@ -11,6 +11,7 @@
 namespace brindlex {
 namespace {
 
+constexpr bool kIs64Bit = sizeof(void*) == 8;
 constexpr wchar_t kLibraryName[] = L"Brindlex 1.0 Type Library";
 constexpr wchar_t kLibraryVersion[] = L"1.0";
 /// The system's marshaler for interfaces that a type library describes.
@@ -24,6 +25,10 @@ std::wstring TextOf(REFGUID id) {
 
 std::wstring FolderOf(const std::wstring& path) { return path.substr(0, path.find_last_of(L'\\')); }
 
+std::wstring ClassKey(const ClassDescription& description) {
+  return L"CLSID\\" + TextOf(description.classId);
+}
+
 void AddClass(const ClassDescription& description, const std::wstring& modulePath,
               std::vector<RegistryKey>& keys) {
   const std::wstring id = TextOf(description.classId);
@@ -31,12 +36,12 @@ void AddClass(const ClassDescription& description, const std::wstring& modulePat
   const std::wstring title = std::wstring(L"Brindlex.") + description.name;
   const std::wstring& general = title;
   const std::wstring versioned = title + L".1";
-  const std::wstring root = L"CLSID\\" + id;
-  keys.push_back({general, {{L"", title}}});
-  keys.push_back({general + L"\\CLSID", {{L"", id}}});
-  keys.push_back({general + L"\\CurVer", {{L"", versioned}}});
-  keys.push_back({versioned, {{L"", title}}});
-  keys.push_back({versioned + L"\\CLSID", {{L"", id}}});
+  const std::wstring root = ClassKey(description);
+  keys.push_back({general, {{L"", title}}, true});
+  keys.push_back({general + L"\\CLSID", {{L"", id}}, true});
+  keys.push_back({general + L"\\CurVer", {{L"", versioned}}, true});
+  keys.push_back({versioned, {{L"", title}}, true});
+  keys.push_back({versioned + L"\\CLSID", {{L"", id}}, true});
   keys.push_back({root, {{L"", title}}});
   keys.push_back(
       {root + L"\\InprocServer32", {{L"", modulePath}, {L"ThreadingModel", L"Apartment"}}});
@@ -57,13 +62,12 @@ void AddInterface(const ClassDescription& description, std::vector<RegistryKey>&
 void AddLibrary(const std::wstring& modulePath, std::vector<RegistryKey>& keys) {
   const std::wstring root = L"TypeLib\\" + TextOf(LIBID_Brindlex);
   const std::wstring version = root + L"\\" + kLibraryVersion;
-  keys.push_back({root, {}});
-  keys.push_back({version, {{L"", kLibraryName}}});
-  keys.push_back({version + L"\\0", {}});
-  keys.push_back(
-      {version + L"\\0\\" + (sizeof(void*) == 8 ? L"win64" : L"win32"), {{L"", modulePath}}});
-  keys.push_back({version + L"\\FLAGS", {{L"", L"0"}}});
-  keys.push_back({version + L"\\HELPDIR", {{L"", FolderOf(modulePath)}}});
+  keys.push_back({root, {}, true});
+  keys.push_back({version, {{L"", kLibraryName}}, true});
+  keys.push_back({version + L"\\0", {}, true});
+  keys.push_back({version + L"\\0\\" + (kIs64Bit ? L"win64" : L"win32"), {{L"", modulePath}}});
+  keys.push_back({version + L"\\FLAGS", {{L"", L"0"}}, true});
+  keys.push_back({version + L"\\HELPDIR", {{L"", FolderOf(modulePath)}}, true});
 }
 
 LSTATUS WriteKey(HKEY classesRoot, const RegistryKey& key) {
@@ -107,10 +111,30 @@ LSTATUS RemoveKey(HKEY classesRoot, const RegistryKey& key) {
   return status;
 }
 
+bool IsRegisteredForOtherWidth(HKEY otherRoot, const ClassDescription& description) {
+  HKEY server = nullptr;
+  const std::wstring path = ClassKey(description) + L"\\InprocServer32";
+  const LSTATUS opened =
+      RegOpenKeyExW(otherRoot, path.c_str(), 0, KEY_QUERY_VALUE | kOtherView, &server);
+  if (opened != ERROR_SUCCESS) return false;
+  const LSTATUS status = RegQueryValueExW(server, nullptr, nullptr, nullptr, nullptr, nullptr);
+  RegCloseKey(server);
+  return status == ERROR_SUCCESS;
+}
+
+bool IsOtherWidthRegistered(HKEY otherRoot) {
+  const auto classes = Classes();
+  return std::any_of(classes.begin(), classes.end(), [&](const ClassDescription& description) {
+    return IsRegisteredForOtherWidth(otherRoot, description);
+  });
+}
+
 }  // namespace
 
 std::vector<RegistryKey> KeysOf(const std::wstring& modulePath) {
-  std::vector<RegistryKey> keys;
+  // A user's own classes may be the first there, and no empty key is to be left behind.
+  std::vector<RegistryKey> keys{
+      {L"CLSID", {}, true}, {L"Interface", {}, true}, {L"TypeLib", {}, true}};
   AddLibrary(modulePath, keys);
   for (const ClassDescription& description : Classes()) {
     AddClass(description, modulePath, keys);
@@ -119,23 +143,29 @@ std::vector<RegistryKey> KeysOf(const std::wstring& modulePath) {
   return keys;
 }
 
-HRESULT WriteKeys(HKEY classesRoot, std::span<const RegistryKey> keys) {
+HRESULT WriteKeys(const ClassesRoot& root, std::span<const RegistryKey> keys) {
   for (std::size_t index = 0; index < keys.size(); ++index) {
-    const LSTATUS status = WriteKey(classesRoot, keys[index]);
+    const LSTATUS status = WriteKey(root.own, keys[index]);
     if (status == ERROR_SUCCESS) continue;
     // The key that failed may have been made, or got a part of its values.
-    RemoveKeys(classesRoot, keys.first(index + 1));
+    RemoveKeys(root, keys.first(index + 1));
     return HRESULT_FROM_WIN32(status);
   }
   return S_OK;
 }
 
-HRESULT RemoveKeys(HKEY classesRoot, std::span<const RegistryKey> keys) {
+HRESULT RemoveKeys(const ClassesRoot& root, std::span<const RegistryKey> keys) {
   LSTATUS first = ERROR_SUCCESS;
-  std::for_each(keys.rbegin(), keys.rend(), [&](const RegistryKey& key) {
-    const LSTATUS status = RemoveKey(classesRoot, key);
-    if (first == ERROR_SUCCESS) first = status;
-  });
+  const auto remove = [&](bool shared) {
+    std::for_each(keys.rbegin(), keys.rend(), [&](const RegistryKey& key) {
+      if (key.isShared != shared) return;
+      const LSTATUS status = RemoveKey(root.own, key);
+      if (first == ERROR_SUCCESS) first = status;
+    });
+  };
+  remove(false);
+  // Asked now, since on 32-bit Windows the other width's classes would be our own.
+  if (!IsOtherWidthRegistered(root.other)) remove(true);
   return HRESULT_FROM_WIN32(first);
 }
 

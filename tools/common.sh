@@ -18,8 +18,9 @@ configure() {
   (cd "$root" && cmake --preset "$1" >&2)
 }
 
+# build PRESET [ARGUMENT...]
 build() {
   say "building $1"
   configure "$1"
-  (cd "$root" && cmake --build --preset "$1" >&2)
+  (cd "$root" && cmake --build --preset "$@" >&2)
 }

@@ -14,6 +14,11 @@ build_component() {
   [[ -f $component ]] || fail "the build left no ${component#"$root"/}"
 }
 
+build_both_widths() {
+  build_component
+  build win64 --target Brindlex
+}
+
 register_component() {
   local path
   path=$(windows_path "$component")

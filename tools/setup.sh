@@ -12,9 +12,12 @@ readonly packages=(
   clang-format clang-tidy               # ./dev format, ./dev lint
   cmake ninja-build python3
   googletest libbenchmark-dev
-  g++-mingw-w64-i686-posix              # the compiler of the component
+  g++-mingw-w64-i686-posix              # the compilers of the component
+  g++-mingw-w64-x86-64-posix
   mingw-w64-tools                       # widl, the compiler of its type library
-  wine wine32:i386                      # runs the component and its tests
+  fp-compiler fpc-source                # compiles the examples in Pascal
+  wine wine32:i386 wine64               # runs the component and its tests
+  wixl msitools                         # the installation packages
   xvfb xauth                            # a display for Wine
 )
 

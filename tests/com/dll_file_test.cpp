@@ -18,10 +18,10 @@ std::string InCapitals(std::string text) {
   return text;
 }
 
-TEST(DllFileTest, ExportsTheFourEntryPointsOfAServerAndNothingElse) {
+TEST(DllFileTest, ExportsTheEntryPointsOfAServerAndNothingElse) {
   const PeFile file(Component::Path());
   EXPECT_TRUE(file.IsDll());
-  EXPECT_THAT(file.Exports(), ElementsAre("DllCanUnloadNow", "DllGetClassObject",
+  EXPECT_THAT(file.Exports(), ElementsAre("DllCanUnloadNow", "DllGetClassObject", "DllInstall",
                                           "DllRegisterServer", "DllUnregisterServer"));
   EXPECT_FALSE(file.HasNamelessExports());
 }

@@ -109,6 +109,10 @@ HRESULT Component::Unregister() const {
   return EntryPoint<HRESULT STDAPICALLTYPE()>(module_, "DllUnregisterServer")();
 }
 
+HRESULT Component::Install(BOOL install, const wchar_t* forWhom) const {
+  return EntryPoint<HRESULT STDAPICALLTYPE(BOOL, PCWSTR)>(module_, "DllInstall")(install, forWhom);
+}
+
 void ComTest::SetUp() {
   ASSERT_EQ(S_OK, CoInitialize(nullptr));
   component_ = std::make_unique<Component>();

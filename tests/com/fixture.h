@@ -61,6 +61,7 @@ class Component {
   HRESULT CanUnloadNow() const;
   HRESULT Register() const;
   HRESULT Unregister() const;
+  HRESULT Install(BOOL install, const wchar_t* forWhom) const;
 
   /// A new object by its class factory.
   template <class Interface, class Class>

@@ -8,13 +8,13 @@ namespace brindlex::testing {
 namespace {
 
 template <class T>
-T* At(HMODULE module, DWORD offset) {
+T* At(HMODULE module, ULONG_PTR offset) {
   return reinterpret_cast<T*>(reinterpret_cast<char*>(module) + offset);
 }
 
 const IMAGE_IMPORT_DESCRIPTOR* ImportsOf(HMODULE module) {
   const auto* const dos = At<IMAGE_DOS_HEADER>(module, 0);
-  const auto* const headers = At<IMAGE_NT_HEADERS>(module, static_cast<DWORD>(dos->e_lfanew));
+  const auto* const headers = At<IMAGE_NT_HEADERS>(module, static_cast<ULONG_PTR>(dos->e_lfanew));
   const auto& imports = headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT];
   return At<IMAGE_IMPORT_DESCRIPTOR>(module, imports.VirtualAddress);
 }

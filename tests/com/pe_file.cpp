@@ -25,29 +25,29 @@ PeFile::PeFile(const std::wstring& path) {
   bytes_.assign(std::istreambuf_iterator<char>(file), {});
   const auto start = Read<IMAGE_DOS_HEADER>(0);
   header_ = static_cast<std::size_t>(start.e_lfanew);
-  const auto header = Read<IMAGE_NT_HEADERS32>(header_);
+  const auto header = Read<IMAGE_NT_HEADERS>(header_);
   if (start.e_magic != IMAGE_DOS_SIGNATURE || header.Signature != IMAGE_NT_SIGNATURE ||
-      header.OptionalHeader.Magic != IMAGE_NT_OPTIONAL_HDR32_MAGIC) {
-    throw std::runtime_error("not a 32-bit program file");
+      header.OptionalHeader.Magic != IMAGE_NT_OPTIONAL_HDR_MAGIC) {
+    throw std::runtime_error("not a program file of this test's width");
   }
 }
 
 bool PeFile::IsDll() const {
-  return (Read<IMAGE_NT_HEADERS32>(header_).FileHeader.Characteristics & IMAGE_FILE_DLL) != 0;
+  return (Read<IMAGE_NT_HEADERS>(header_).FileHeader.Characteristics & IMAGE_FILE_DLL) != 0;
 }
 
 std::uint16_t PeFile::DllFlags() const {
-  return Read<IMAGE_NT_HEADERS32>(header_).OptionalHeader.DllCharacteristics;
+  return Read<IMAGE_NT_HEADERS>(header_).OptionalHeader.DllCharacteristics;
 }
 
 bool PeFile::IsRelocatable() const {
-  const WORD flags = Read<IMAGE_NT_HEADERS32>(header_).FileHeader.Characteristics;
+  const WORD flags = Read<IMAGE_NT_HEADERS>(header_).FileHeader.Characteristics;
   return (flags & IMAGE_FILE_RELOCS_STRIPPED) == 0 &&
          DirectoryOf(IMAGE_DIRECTORY_ENTRY_BASERELOC).size > 0;
 }
 
 std::uint32_t PeFile::TimeStamp() const {
-  return Read<IMAGE_NT_HEADERS32>(header_).FileHeader.TimeDateStamp;
+  return Read<IMAGE_NT_HEADERS>(header_).FileHeader.TimeDateStamp;
 }
 
 std::vector<std::string> PeFile::Exports() const {
@@ -87,9 +87,9 @@ std::string PeFile::NameAt(std::uint32_t address) const {
 }
 
 std::size_t PeFile::OffsetOf(std::uint32_t address) const {
-  const auto header = Read<IMAGE_NT_HEADERS32>(header_);
-  const std::size_t sections = header_ + offsetof(IMAGE_NT_HEADERS32, OptionalHeader) +
-                               header.FileHeader.SizeOfOptionalHeader;
+  const auto header = Read<IMAGE_NT_HEADERS>(header_);
+  const std::size_t sections =
+      header_ + offsetof(IMAGE_NT_HEADERS, OptionalHeader) + header.FileHeader.SizeOfOptionalHeader;
   for (WORD index = 0; index < header.FileHeader.NumberOfSections; ++index) {
     const auto section =
         Read<IMAGE_SECTION_HEADER>(sections + index * sizeof(IMAGE_SECTION_HEADER));
@@ -102,7 +102,7 @@ std::size_t PeFile::OffsetOf(std::uint32_t address) const {
 }
 
 PeFile::Directory PeFile::DirectoryOf(std::size_t index) const {
-  const auto entry = Read<IMAGE_NT_HEADERS32>(header_).OptionalHeader.DataDirectory[index];
+  const auto entry = Read<IMAGE_NT_HEADERS>(header_).OptionalHeader.DataDirectory[index];
   return {entry.VirtualAddress, entry.Size};
 }
 

@@ -7,10 +7,10 @@
 
 namespace brindlex::testing {
 
-/// A 32-bit program file as it lies on the disk, read without the loader.
+/// A program file of the width of this test as it lies on the disk, read without the loader.
 class PeFile {
  public:
-  /// Throws std::runtime_error for what is not a 32-bit program file.
+  /// Throws std::runtime_error for any other file.
   explicit PeFile(const std::wstring& path);
 
   bool IsDll() const;

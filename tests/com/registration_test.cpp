@@ -11,6 +11,8 @@
 namespace brindlex::testing {
 namespace {
 
+/// The system that a type library is registered for.
+constexpr const wchar_t* kSystem = sizeof(void*) == 8 ? L"win64" : L"win32";
 constexpr wchar_t kLibrary[] = L"{90E89859-3FAC-4C4B-8115-E34F4C404E17}";
 
 struct RegisteredClass {
@@ -38,13 +40,14 @@ const RegisteredClass kRegistered[] = {
 
 void AddLibraryLines(const std::filesystem::path& file, RegistryLines& lines) {
   const std::wstring root = std::wstring(L"TypeLib\\") + kLibrary;
+  const std::wstring system = root + L"\\1.0\\0\\" + kSystem;
   lines.merge(RegistryLines{
       root,
       root + L"\\1.0",
       root + L"\\1.0 [] = Brindlex 1.0 Type Library",
       root + L"\\1.0\\0",
-      root + L"\\1.0\\0\\win32",
-      root + L"\\1.0\\0\\win32 [] = " + file.wstring(),
+      system,
+      system + L" [] = " + file.wstring(),
       root + L"\\1.0\\FLAGS",
       root + L"\\1.0\\FLAGS [] = 0",
       root + L"\\1.0\\HELPDIR",
@@ -99,7 +102,7 @@ void AddInterfaceLines(const RegisteredClass& row, RegistryLines& lines) {
 
 /// All that the DLL at `file` registers.
 RegistryLines LinesOfRegistered(const std::filesystem::path& file) {
-  RegistryLines lines;
+  RegistryLines lines{L"CLSID", L"Interface", L"TypeLib"};
   AddLibraryLines(file, lines);
   for (const RegisteredClass& row : kRegistered) {
     AddClassLines(row, file, lines);
@@ -225,6 +228,9 @@ TEST_F(RegistrationTest, AnotherApartmentUsesAnObjectThroughItsInterface) {
   ASSERT_NE(nullptr, thread);
   ServeUntilTheEndOf(thread);
   CloseHandle(thread);
+  // Wine's 64-bit marshaling keeps a block of its own for every VARIANT that comes by value: four
+  // of Add, one of Item.
+  if (sizeof(void*) == 8) ExpectBlocksLeft(5);
   EXPECT_EQ(S_OK, other.unmarshaled);
   EXPECT_EQ(S_OK, other.added);
   EXPECT_EQ(1, other.count);
@@ -251,7 +257,7 @@ class RedirectedRegistrationTest : public ComTest {
     classes_ = std::make_unique<OpenKey>(HKEY_LOCAL_MACHINE, L"Software\\Classes");
     // As on every machine.
     for (const wchar_t* const path : {L"CLSID", L"Interface", L"TypeLib"}) {
-      OpenKey(classes_->Get(), path);
+      OpenKey(classes_->Get(), path).SetText(L"Other", L"theirs");
     }
     before_ = Lines();
   }
@@ -314,6 +320,64 @@ TEST_F(RedirectedRegistrationTest, IsWholeOrNotAtAll) {
   const RegistryLines theirs = Lines();
   EXPECT_EQ(HRESULT_FROM_WIN32(ERROR_CHILD_MUST_BE_VOLATILE), Dll().Register());
   ExpectLines(theirs, Lines());
+}
+
+/// Registration for the user who runs the program, who needs no administrator rights for it.
+class UserRegistrationTest : public RegistrationTest {
+ protected:
+  void TearDown() override {
+    Dll().Install(FALSE, L"user");
+    RegistrationTest::TearDown();
+  }
+
+  RegistryLines MachineLines() const { return LinesBelow(machine_.Get()); }
+  RegistryLines UserLines() const { return LinesBelow(user_.Get()); }
+
+ private:
+  OpenKey machine_{HKEY_LOCAL_MACHINE, L"Software\\Classes", KEY_READ};
+  OpenKey user_{HKEY_CURRENT_USER, L"Software\\Classes"};
+};
+
+TEST_F(UserRegistrationTest, AddsExactlyOurKeysToTheUsersOwnAndTakesThemAllBack) {
+  const RegistryLines machineBefore = MachineLines();
+  const RegistryLines userBefore = UserLines();
+  ASSERT_EQ(S_OK, Dll().Install(TRUE, L"user"));
+  ExpectLines(With(userBefore, LinesOfRegistered(Component::Path())), UserLines());
+  ExpectLines(machineBefore, MachineLines());
+  ASSERT_EQ(S_OK, Dll().Install(FALSE, L"user"));
+  ExpectLines(userBefore, UserLines());
+  ExpectLines(machineBefore, MachineLines());
+}
+
+TEST_F(UserRegistrationTest, LeavesTheMachinesRegistrationAlone) {
+  ASSERT_EQ(S_OK, Dll().Register());
+  const RegistryLines machineBefore = MachineLines();
+  ASSERT_EQ(S_OK, Dll().Install(TRUE, L"USER"));
+  ASSERT_EQ(S_OK, Dll().Install(FALSE, L"User"));
+  ExpectLines(machineBefore, MachineLines());
+}
+
+TEST_F(UserRegistrationTest, WithoutAWordIsForTheMachine) {
+  for (const wchar_t* const nothing : {static_cast<const wchar_t*>(nullptr), L""}) {
+    const RegistryLines machineBefore = MachineLines();
+    const RegistryLines userBefore = UserLines();
+    ASSERT_EQ(S_OK, Dll().Install(TRUE, nothing));
+    ExpectLines(With(machineBefore, LinesOfRegistered(Component::Path())), MachineLines());
+    ExpectLines(userBefore, UserLines());
+    ASSERT_EQ(S_OK, Dll().Install(FALSE, nothing));
+    ExpectLines(machineBefore, MachineLines());
+  }
+}
+
+TEST_F(UserRegistrationTest, AnotherWordDoesNothing) {
+  const RegistryLines machineBefore = MachineLines();
+  const RegistryLines userBefore = UserLines();
+  for (const wchar_t* const word : {L"users", L"use", L"machine", L" user"}) {
+    EXPECT_EQ(E_INVALIDARG, Dll().Install(TRUE, word));
+    EXPECT_EQ(E_INVALIDARG, Dll().Install(FALSE, word));
+  }
+  ExpectLines(machineBefore, MachineLines());
+  ExpectLines(userBefore, UserLines());
 }
 
 /// Registration of a copy of the DLL in a folder whose name is no easy one.

@@ -56,6 +56,7 @@ void AddBelow(HKEY key, const std::wstring& path, RegistryLines& lines) {
         RegEnumKeyExW(key, index, name, &length, nullptr, nullptr, nullptr, nullptr);
     if (status == ERROR_NO_MORE_ITEMS) return;
     Require(status);
+    if (_wcsicmp(name, L"Wow6432Node") == 0) continue;
     const std::wstring below = path.empty() ? name : path + L"\\" + name;
     lines.insert(below);
     HKEY opened = nullptr;

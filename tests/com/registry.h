@@ -16,6 +16,7 @@ struct RegistryLineLess {
 };
 using RegistryLines = std::set<std::wstring, RegistryLineLess>;
 
+/// Without what programs of the other width see in the place of `root`.
 RegistryLines LinesBelow(HKEY root);
 
 /// The lines of `after` that `before` lacks.

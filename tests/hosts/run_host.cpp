@@ -1,7 +1,7 @@
-// Runs a script in the Windows Script Host as a user would, and closes the message boxes that it
-// shows, as a user would.
+// Runs a script in the Windows Script Host as a user would, or a program, and closes the message
+// boxes that it shows, as a user would.
 //
-//   run_host SCRIPT [LAST_LINE]
+//   run_host SCRIPT_OR_EXE [LAST_LINE]
 //
 // The script says what it expects: a line "expects box: CAPTION|TEXT" for each box, in their order,
 // with line breaks in TEXT written as \r\n, and LAST_LINE ("all passed" when none is given) as its
@@ -116,7 +116,8 @@ class Script {
     startup.dwFlags = STARTF_USESTDHANDLES;
     startup.hStdOutput = output_;
     startup.hStdError = output_;
-    std::wstring command = L"cscript.exe //nologo \"" + path + L"\"";
+    std::wstring command =
+        (path.ends_with(L".exe") ? L"\"" : L"cscript.exe //nologo \"") + path + L"\"";
     started_ = CreateProcessW(nullptr, command.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr,
                               &startup, &process_) != FALSE;
   }

@@ -1,0 +1,185 @@
+{ Keeps a list of books in a file, in Free Pascal: first early bound, through the interfaces of the
+  unit Brindlex_TLB, then late bound, by names alone. The record and its creator are classes of this
+  program. }
+program books;
+
+{$mode delphi}
+{$apptype console}
+
+uses
+  Windows, ActiveX, ComObj, Variants, SysUtils, Brindlex_TLB, LateBound;
+
+type
+  { The record: a book with a title and a price. }
+  TBook = class(TLateBound)
+  private
+    FTitle: WideString;
+    FPrice: Double;
+  protected
+    function ReadMember(const Name: string; out Value: OleVariant): Boolean; override;
+    function WriteMember(const Name: string; const Value: OleVariant): Boolean; override;
+  public
+    constructor Create(const Title: WideString; Price: Double);
+  end;
+
+  { The creator that the component asks for new books. }
+  TCreateBook = class(TLateBound)
+  protected
+    function ReadMember(const Name: string; out Value: OleVariant): Boolean; override;
+  end;
+
+constructor TBook.Create(const Title: WideString; Price: Double);
+begin
+  inherited Create(['Title', 'Price', 'GetMemberNames']);
+  FTitle := Title;
+  FPrice := Price;
+end;
+
+{ The fields in the order in which they are written, each under itself as key. }
+function MemberNames: _clsCollection;
+begin
+  Result := Create_clsCollection;
+  Result.Add('Title', 'Title', EmptyParam, EmptyParam);
+  Result.Add('Price', 'Price', EmptyParam, EmptyParam);
+end;
+
+function TBook.ReadMember(const Name: string; out Value: OleVariant): Boolean;
+begin
+  Result := True;
+  if Name = 'Title' then
+    Value := FTitle
+  else if Name = 'Price' then
+    Value := FPrice
+  else
+    Value := MemberNames as IDispatch;
+end;
+
+function TBook.WriteMember(const Name: string; const Value: OleVariant): Boolean;
+begin
+  Result := True;
+  if Name = 'Title' then
+    FTitle := Value
+  else if Name = 'Price' then
+    FPrice := VarAsType(Value, varDouble) { restoring brings every value as text }
+  else
+    Result := False;
+end;
+
+function TCreateBook.ReadMember(const Name: string; out Value: OleVariant): Boolean;
+begin
+  Result := True;
+  Value := TBook.Create('', 0) as IDispatch;
+end;
+
+procedure Require(Holds: Boolean; const What: string);
+begin
+  if Holds then Exit;
+  WriteLn('FAILED: ', What);
+  Halt(1);
+end;
+
+function NewPath: WideString;
+begin
+  Result := GetTempDir(False) + 'pascal books.txt';
+end;
+
+function Book(const Title: WideString; Price: Double): OleVariant;
+begin
+  Result := TBook.Create(Title, Price) as IDispatch;
+end;
+
+function Creator: IDispatch;
+begin
+  Result := TCreateBook.Create(['GetNewObject']);
+end;
+
+{ "Title costs Price" for every book, as For Each would go. }
+function Listed(const List: _clsCollection): string;
+var
+  Entries: IEnumVariant;
+  Entry: OleVariant;
+  Count: ULong;
+begin
+  Result := '';
+  Entries := List._NewEnum as IEnumVariant;
+  while Entries.Next(1, Entry, Count) = S_OK do
+  begin
+    Result := Result + string(Entry.Title) + ' costs ' + string(Entry.Price) + LineEnding;
+    Entry := Unassigned;
+  end;
+end;
+
+procedure EarlyBound;
+var
+  List, Restored: _clsCollection;
+  Saver: _clsCollectionSaveRestore;
+  Files: _clsAppFiles;
+  Text: WideString;
+begin
+  List := Create_clsCollection;
+  Saver := Create_clsCollectionSaveRestore;
+  Files := Create_clsAppFiles;
+  List.Add(Book('Moby Dick', 12.5), EmptyParam, EmptyParam, EmptyParam);
+  List.Add(Book('Emma', 9), EmptyParam, EmptyParam, EmptyParam);
+
+  Text := Saver.AsDelimitedFromCollection(List, EmptyParam, EmptyParam, EmptyParam);
+  Require(Files.SaveTextFile(NewPath, Text, False), 'the text is saved');
+  Text := Files.ReadTextFile(NewPath, False);
+  DeleteFile(NewPath);
+
+  Restored := Saver.AsDelimitedToCollection(Text, Creator, EmptyParam, EmptyParam, 'Title');
+  Require(Restored <> nil, 'the file becomes a list again');
+  Require(Restored.Count = 2, 'with as many books');
+  Write(Listed(Restored));
+  Require(Listed(Restored) = Listed(List), 'every book is as it was');
+  Require(Restored.Get_Item('EMMA').Title = 'Emma', 'Emma is found by her key');
+  try
+    Restored.Get_Item('no such book');
+    Require(False, 'an absent key is an error');
+  except
+    on E: EOleException do
+    begin
+      WriteLn('Error ', E.ErrorCode and $FFFF, ': ', E.Message);
+      Require(E.ErrorCode and $FFFF = 5, 'of number 5');
+    end;
+  end;
+end;
+
+procedure LateBound;
+var
+  List, Saver, Files, Restored: OleVariant;
+  Text: OleVariant;
+begin
+  List := CreateOleObject('Brindlex.clsCollection');
+  Saver := CreateOleObject('Brindlex.clsCollectionSaveRestore');
+  Files := CreateOleObject('Brindlex.clsAppFiles');
+  List.Add(Book('Moby Dick', 12.5));
+  List.Add(Book('Emma', 9));
+
+  Text := Saver.AsDelimitedFromCollection(List);
+  Require(Files.SaveTextFile(NewPath, Text, False), 'the text is saved');
+  Text := Files.ReadTextFile(NewPath, False);
+  DeleteFile(NewPath);
+
+  Restored := Saver.AsDelimitedToCollection(Text, Creator, EmptyParam, EmptyParam, 'Title');
+  Require(Restored.Count = 2, 'the file becomes a list again');
+  Require(Restored.Item('EMMA').Price = 9, 'Emma is found by her key');
+  Require(Restored.Item(1).Title = 'Moby Dick', 'and Moby Dick at his place');
+  try
+    Restored.Item(3);
+    Require(False, 'a position that is not there is an error');
+  except
+    on E: EOleException do
+    begin
+      WriteLn('Error ', E.ErrorCode and $FFFF, ': ', E.Message);
+      Require(E.ErrorCode and $FFFF = 9, 'of number 9');
+    end;
+  end;
+end;
+
+begin
+  CoInitialize(nil);
+  EarlyBound;
+  LateBound;
+  WriteLn('books: done');
+end.

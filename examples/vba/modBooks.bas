@@ -1,0 +1,36 @@
+Attribute VB_Name = "modBooks"
+' Keeps a list of books in a file, in VB or VBA. Import the three files of this folder, and set a
+' reference to "Brindlex 1.0 Type Library". Not run by the tests.
+Option Explicit
+
+Private Function NewBook(ByVal Title As String, ByVal Price As Currency) As clsBook
+    Set NewBook = New clsBook
+    NewBook.Title = Title
+    NewBook.Price = Price
+End Function
+
+Public Sub KeepBooks()
+    Dim books As New Brindlex.clsCollection
+    Dim saver As New Brindlex.clsCollectionSaveRestore
+    Dim files As New Brindlex.clsAppFiles
+    Dim path As String
+    path = Environ$("TEMP") & "\vba books.txt"
+
+    books.Add NewBook("Moby Dick", 12.5)
+    books.Add NewBook("Emma", 9)
+    If Not files.SaveTextFile(path, saver.AsDelimitedFromCollection(books), False) Then Exit Sub
+
+    Dim restored As Brindlex.clsCollection
+    Set restored = saver.AsDelimitedToCollection(files.ReadTextFile(path, False), _
+                                                 New clsCreateBook, KeyProperty:="Title")
+    If restored Is Nothing Then Exit Sub
+    Dim book As Variant
+    For Each book In restored
+        Debug.Print book.Title & " costs " & book.Price
+    Next
+    Debug.Print restored("EMMA").Price
+
+    On Error Resume Next
+    Debug.Print restored("no such book").Price
+    Debug.Print "Error " & Err.Number & ": " & Err.Description     ' Error 5
+End Sub

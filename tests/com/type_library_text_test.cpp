@@ -1,0 +1,114 @@
+// The whole type library as text, compared to tests/com/type_library.txt. Whoever changes what
+// hosts see has to change that file too; what hosts may already use is never to change.
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+
+#include "tests/com/fixture.h"
+#include "tests/com/type_text.h"
+
+namespace brindlex::testing {
+namespace {
+
+std::wstring TextOf(REFGUID id) {
+  wchar_t text[39];
+  StringFromGUID2(id, text, 39);
+  return text;
+}
+
+std::wstring HelpOf(ITypeInfo& type, MEMBERID member) {
+  Bstr help;
+  type.GetDocumentation(member, nullptr, help.Receive(), nullptr, nullptr);
+  return {help.Get(), SysStringLen(help.Get())};
+}
+
+std::wstring LibraryText(ITypeLib& library) {
+  Bstr name;
+  Bstr help;
+  TLIBATTR* attributes = nullptr;
+  library.GetDocumentation(-1, name.Receive(), help.Receive(), nullptr, nullptr);
+  if (FAILED(library.GetLibAttr(&attributes))) return L"no library";
+  const std::wstring text =
+      std::wstring(L"library ") + name.Get() + L" " + std::to_wstring(attributes->wMajorVerNum) +
+      L"." + std::to_wstring(attributes->wMinorVerNum) + L" " + TextOf(attributes->guid) +
+      L" locale " + std::to_wstring(attributes->lcid) + L"\n  \"" + help.Get() + L"\"\n";
+  library.ReleaseTLibAttr(attributes);
+  return text;
+}
+
+std::wstring HeadText(const wchar_t* kind, ITypeInfo& type) {
+  const TypeAttributes attributes(type);
+  wchar_t flags[16];
+  std::swprintf(flags, 16, L"%#x", attributes->wTypeFlags);
+  return std::wstring(L"\n") + kind + L" " + NameOf(type) + L" " + TextOf(attributes->guid) +
+         L" flags " + flags + L"\n  \"" + HelpOf(type, MEMBERID_NIL) + L"\"\n";
+}
+
+/// An interface by its vtable: the place of each function, its declaration and its help text.
+std::wstring InterfaceText(ITypeInfo& type) {
+  std::wstring text = HeadText(L"interface", type);
+  const std::vector<std::wstring> declarations = DeclarationsOf(type);
+  for (std::size_t index = 0; index < declarations.size(); ++index) {
+    const FunctionDescription function(type, static_cast<UINT>(index));
+    const auto place = static_cast<std::size_t>(function->oVft) / sizeof(void*);
+    text += L"  " + std::to_wstring(place) + L": " + declarations[index] + L"\n    \"" +
+            HelpOf(type, function->memid) + L"\"\n";
+  }
+  return text;
+}
+
+std::wstring ClassText(ITypeInfo& type) {
+  std::wstring text = HeadText(L"coclass", type);
+  const TypeAttributes attributes(type);
+  for (UINT index = 0; index < attributes->cImplTypes; ++index) {
+    int flags = 0;
+    HREFTYPE reference = 0;
+    ComPtr<ITypeInfo> implemented;
+    type.GetImplTypeFlags(index, &flags);
+    type.GetRefTypeOfImplType(index, &reference);
+    if (FAILED(type.GetRefTypeInfo(reference, implemented.Receive()))) return L"no interface";
+    text += L"  " + NameOf(*implemented.Get()) + L" flags " + std::to_wstring(flags) + L"\n";
+  }
+  return text;
+}
+
+std::wstring WholeText(ITypeLib& library) {
+  std::wstring text = LibraryText(library);
+  for (UINT index = 0; index < library.GetTypeInfoCount(); ++index) {
+    ComPtr<ITypeInfo> type;
+    if (FAILED(library.GetTypeInfo(index, type.Receive()))) return L"no type";
+    const TypeAttributes attributes(*type.Get());
+    text += attributes->typekind == TKIND_COCLASS
+                ? ClassText(*type.Get())
+                : InterfaceText(*VtableTypeOf(attributes->guid).Get());
+  }
+  return text;
+}
+
+std::string Narrow(const std::wstring& text) {
+  // Help texts and names are plain ASCII.
+  std::string narrow;
+  for (const wchar_t unit : text) narrow += unit < 0x80 ? static_cast<char>(unit) : '?';
+  return narrow;
+}
+
+/// tests/com/type_library.txt, as it was when this program was built.
+std::string ExpectedText() {
+  const HRSRC found = FindResourceW(nullptr, L"TYPE_LIBRARY", RT_RCDATA);
+  if (found == nullptr) return "no resource";
+  const auto* const text = static_cast<const char*>(LockResource(LoadResource(nullptr, found)));
+  return {text, SizeofResource(nullptr, found)};
+}
+
+class TypeLibraryTextTest : public ComTest {};
+
+TEST_F(TypeLibraryTextTest, IsTheOneThatWasAgreedUpon) {
+  const std::string actual = Narrow(WholeText(*OwnTypeLibrary().Get()));
+  EXPECT_EQ(ExpectedText(), actual)
+      << "If the change is meant, tests/com/type_library.txt is to hold:\n"
+      << actual << "(end)";
+}
+
+}  // namespace
+}  // namespace brindlex::testing
