@@ -86,6 +86,7 @@ Value Call(const Value& object, const wchar_t* member, std::vector<Value> argume
           "the member is known");
   // The last argument comes first.
   std::vector<VARIANT> raw;
+  raw.reserve(arguments.size());
   std::reverse(arguments.begin(), arguments.end());
   for (const Value& argument : arguments) raw.push_back(argument.Get());
   DISPPARAMS parameters{raw.data(), nullptr, static_cast<UINT>(raw.size()), 0};
