@@ -28,6 +28,15 @@ def copy(source: str, target: str) -> None:
     shutil.copyfile(source, target)
 
 
+def copy_generated(root: str, source: str, target: str) -> None:
+    """Without the place of the tree, which widl writes into what it makes."""
+    os.makedirs(os.path.dirname(target), exist_ok=True)
+    with open(source, "rb") as file:
+        content = file.read().replace(os.fsencode(root + os.sep), b"")
+    with open(target, "wb") as file:
+        file.write(content)
+
+
 def add_width(root: str, width: str, folder: str) -> None:
     build = os.path.join(root, "build", BUILDS[width])
     copy(os.path.join(build, "Brindlex.dll"), os.path.join(folder, "Brindlex.dll"))
@@ -39,8 +48,9 @@ def add_common(root: str, folder: str) -> None:
     """What is the same for both widths."""
     generated = os.path.join(root, "build/win32/server/generated")
     copy(os.path.join(generated, "Brindlex.tlb"), os.path.join(folder, "Brindlex.tlb"))
-    copy(os.path.join(generated, "server/Brindlex.h"), os.path.join(folder, "include/Brindlex.h"))
-    copy(os.path.join(generated, "Brindlex_i.c"), os.path.join(folder, "include/Brindlex_i.c"))
+    for made in ("server/Brindlex.h", "Brindlex_i.c"):
+        include = os.path.join(folder, "include", os.path.basename(made))
+        copy_generated(root, os.path.join(generated, made), include)
     copy(os.path.join(root, "README.md"), os.path.join(folder, "README.md"))
     for name in ("docs", "examples"):
         shutil.copytree(os.path.join(root, name), os.path.join(folder, name))

@@ -3,6 +3,7 @@
 
 #include "book.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -85,7 +86,9 @@ Value Call(const Value& object, const wchar_t* member, std::vector<Value> argume
           "the member is known");
   // The last argument comes first.
   std::vector<VARIANT> raw;
-  for (auto next = arguments.rbegin(); next != arguments.rend(); ++next) raw.push_back(next->Get());
+  raw.reserve(arguments.size());
+  std::reverse(arguments.begin(), arguments.end());
+  for (const Value& argument : arguments) raw.push_back(argument.Get());
   DISPPARAMS parameters{raw.data(), nullptr, static_cast<UINT>(raw.size()), 0};
   Value result;
   EXCEPINFO exception{};

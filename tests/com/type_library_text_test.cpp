@@ -29,7 +29,7 @@ std::wstring LibraryText(ITypeLib& library) {
   TLIBATTR* attributes = nullptr;
   library.GetDocumentation(-1, name.Receive(), help.Receive(), nullptr, nullptr);
   if (FAILED(library.GetLibAttr(&attributes))) return L"no library";
-  const std::wstring text =
+  std::wstring text =
       std::wstring(L"library ") + name.Get() + L" " + std::to_wstring(attributes->wMajorVerNum) +
       L"." + std::to_wstring(attributes->wMinorVerNum) + L" " + TextOf(attributes->guid) +
       L" locale " + std::to_wstring(attributes->lcid) + L"\n  \"" + help.Get() + L"\"\n";
@@ -95,7 +95,7 @@ std::string Narrow(const std::wstring& text) {
 
 /// tests/com/type_library.txt, as it was when this program was built.
 std::string ExpectedText() {
-  const HRSRC found = FindResourceW(nullptr, L"TYPE_LIBRARY", RT_RCDATA);
+  auto* const found = FindResourceW(nullptr, L"TYPE_LIBRARY", RT_RCDATA);
   if (found == nullptr) return "no resource";
   const auto* const text = static_cast<const char*>(LockResource(LoadResource(nullptr, found)));
   return {text, SizeofResource(nullptr, found)};

@@ -101,7 +101,8 @@ void UseFromAnotherApartment() {
          L"an object is handed to another apartment");
   HANDLE thread = CreateThread(nullptr, 0, CountFromAnotherApartment, marshaled, 0, nullptr);
   while (MsgWaitForMultipleObjects(1, &thread, FALSE, 10000, QS_ALLINPUT) == WAIT_OBJECT_0 + 1) {
-    for (MSG message; PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE);) DispatchMessageW(&message);
+    for (MSG message; PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE) != FALSE;)
+      DispatchMessageW(&message);
   }
   DWORD count = 1;
   GetExitCodeThread(thread, &count);
