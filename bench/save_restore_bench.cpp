@@ -120,9 +120,9 @@ void RestoreUnder(TextView key, benchmark::State& state) {
 void BM_Restore(benchmark::State& state) { RestoreUnder({}, state); }
 void BM_RestoreKeyed(benchmark::State& state) { RestoreUnder(u"Title", state); }
 
-BENCHMARK(BM_Save)->RangeMultiplier(10)->Range(1000, 100000);
-BENCHMARK(BM_Restore)->RangeMultiplier(10)->Range(1000, 100000);
-BENCHMARK(BM_RestoreKeyed)->RangeMultiplier(10)->Range(1000, 100000);
+BENCHMARK(BM_Save)->RangeMultiplier(10)->Range(1000, 1000000);
+BENCHMARK(BM_Restore)->RangeMultiplier(10)->Range(1000, 1000000);
+BENCHMARK(BM_RestoreKeyed)->RangeMultiplier(10)->Range(1000, 1000000);
 
 }  // namespace
 }  // namespace brindlex
