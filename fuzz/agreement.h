@@ -2,6 +2,10 @@
 
 #include <cstdlib>
 #include <iostream>
+#include <memory>
+#include <optional>
+#include <utility>
+#include <variant>
 #include <vector>
 
 #include "platform/memory/memory_collection.h"

@@ -1,6 +1,8 @@
 // Any sequence of storing, taking out and damaging collections in one text: the component agrees
 // with the naive model, and what holds no marker comes back as it was stored.
 
+#include <algorithm>
+
 #include "fuzz/agreement.h"
 #include "fuzz/input.h"
 #include "persistence/collection_save_restore.h"
@@ -26,11 +28,9 @@ bool IsOwn(const Text& before) {
 /// Whether `rows` under `name` come back from a text. A line break at a record's start does not.
 bool IsKept(const Text& name, const std::vector<naive::Texts>& rows) {
   if (name.empty() || rows.empty() || HoldsMarker(name)) return false;
-  for (const naive::Texts& row : rows) {
-    if (row[0].substr(0, 2) == u"\r\n") return false;
-    if (HoldsMarker(row[0]) || HoldsMarker(row[1])) return false;
-  }
-  return true;
+  return std::ranges::all_of(rows, [](const naive::Texts& row) {
+    return !row[0].starts_with(u"\r\n") && !HoldsMarker(row[0]) && !HoldsMarker(row[1]);
+  });
 }
 
 class Comparison {
@@ -54,6 +54,7 @@ class Comparison {
     store_.SetMultiDataString(stored);
     if (!wasOwn || !IsKept(name, rows)) return;
     std::vector<naive::Record> kept;
+    kept.reserve(rows.size());
     for (const naive::Texts& row : rows) kept.push_back({row, {}});
     RequireRecords(kept, store_.WorkingCol(name, creator_), Family());
     RequireReports({}, platform_);

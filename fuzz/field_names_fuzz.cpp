@@ -1,6 +1,8 @@
 // Any text, with any markers, empty ones included: the component finds the field names that the
 // naive model finds, and fails where it fails.
 
+#include <optional>
+
 #include "fuzz/agreement.h"
 #include "fuzz/input.h"
 #include "persistence/collection_save_restore.h"

@@ -36,6 +36,7 @@ void Compare(Input input) {
   if (restored == nullptr) return;
 
   std::vector<naive::Texts> rows;
+  rows.reserve(expected.records->size());
   for (const naive::Record& record : *expected.records) rows.push_back(record.values);
   Require(naive::Save(members, rows, markers) ==
               store.AsDelimitedFromCollection(restored, Given(recordEnd), Given(fieldEnd)),

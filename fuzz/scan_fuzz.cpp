@@ -1,6 +1,7 @@
 // Any units, scanned for any two from any start: the scan of several units at a time stops where
 // the scan of one after the other stops, and neither reads beyond the text.
 
+#include <algorithm>
 #include <memory>
 
 #include "fuzz/agreement.h"
