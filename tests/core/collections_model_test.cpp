@@ -25,6 +25,7 @@ class CollectionsModelTest : public PersistenceTest {
     ASSERT_EQ(expected.records.has_value(), working != nullptr);
     if (working != nullptr) {
       Rows rows;
+      rows.reserve(expected.records->size());
       for (const naive::Record& record : *expected.records) rows.push_back(record.values);
       ASSERT_EQ(rows, RowsOf(working));
       ++found_;

@@ -374,6 +374,7 @@ TEST_F(SaveTest, ManyRecordsOfAnyLengthMakeTheTextOfTheNaiveModel) {
   const auto recordClass = ListingClass(Family(), {{u"A"}, {u"B"}});
   for (const std::size_t count : {63U, 64U, 65U, 128U, 129U, 511U, 513U, 600U, 1200U}) {
     Rows rows;
+    rows.reserve(count + 1);
     for (std::size_t i = 0; i < count; ++i) rows.push_back({Text(i % 40, u'x'), Text(1, u'a')});
     // Longer than everything before it led to expect.
     rows.push_back({Text(5000, u'y'), u""});
