@@ -3,38 +3,15 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
-#include <cstring>
 #include <iostream>
 
 #include "automation/portable_number_text.h"
 #include "bases/bases.h"
+#include "fuzz/input.h"
 #include "tests/core/naive_bases.h"
 
 namespace brindlex {
 namespace {
-
-/// Takes values from the front of an input; zeros once it is used up.
-class Input {
- public:
-  Input(const std::uint8_t* data, std::size_t size) : data_(data), size_(size) {}
-
-  template <class T>
-  T Take() {
-    T value{};
-    const std::size_t length = size_ < sizeof(T) ? size_ : sizeof(T);
-    if (length != 0) std::memcpy(&value, data_, length);
-    data_ += length;
-    size_ -= length;
-    return value;
-  }
-
-  /// The rest, one character per byte.
-  Text Rest() const { return {data_, data_ + size_}; }
-
- private:
-  const std::uint8_t* data_;
-  std::size_t size_;
-};
 
 void Compare(const Outcome& outcome, const Outcome& expected) {
   if (outcome == expected) return;
@@ -67,7 +44,7 @@ void CompareTexts(Input& input, std::int32_t base) {
 
 void CompareValues(const Input& input, std::int32_t base) {
   const PortableNumberText reading;
-  const Text text = input.Rest();
+  const Text text = input.PlainRest();
   Compare(OutcomeOf([&] { return ConvertBase2Dec(text, base, reading); }),
           OutcomeOf([&] { return naive::ConvertBase2Dec(text, base, reading); }));
 }

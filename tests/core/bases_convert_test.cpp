@@ -205,6 +205,7 @@ TEST(ConvertBase, RowsWithErrors) {
       // The text of a flag in another base; its first letter is a digit of base 26, its second not.
       {true, 26, 10, 13, u"DeconvertDigit", u"Invalid Alpha Character"},
       {true, 16, 10, 13, u"DeconvertDigit", u"Invalid digit for base"},
+      {false, 16, 10, 13, u"DeconvertDigit", u"Invalid digit for base"},
       {null, 10, 16, 94, {}, {}},
       {null, 16, 10, 94, {}, {}},
       {WrittenNumber{36526, u"1/1/2000", false}, 10, 16, 13, u"ConvertBase",

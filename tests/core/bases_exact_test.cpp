@@ -133,6 +133,21 @@ TEST(Powers, TheTablesAreTheRoundedPowers) {
 /// The floor of the quotient as its definition has it.
 double FloorByLogarithms(double x, double lnOfBase) { return std::floor(RoundedLn(x) / lnOfBase); }
 
+TEST(Powers, BeyondTheTablesAreZeroAndInfinity) {
+  constexpr double kInfinity = std::numeric_limits<double>::infinity();
+  for (const std::int32_t base : {10, 26, 30, 31, 60}) {
+    const BaseTable& table = *FindBaseTable(base);
+    for (const std::int32_t exponent : {-100'000, table.lowestPower - 1}) {
+      EXPECT_EQ(PowerBits(table, exponent), 0U) << base << " to " << exponent;
+      EXPECT_EQ(Power(table, exponent), 0) << base << " to " << exponent;
+    }
+    for (const std::int32_t exponent : {400, 100'000, std::numeric_limits<std::int32_t>::max()}) {
+      EXPECT_EQ(PowerBits(table, exponent), kInfinityBits) << base << " to " << exponent;
+      EXPECT_EQ(Power(table, exponent), kInfinity) << base << " to " << exponent;
+    }
+  }
+}
+
 TEST(FloorOfQuotient, ChangesWhereTheLogarithmsSay) {
   for (const BaseTable& table : kBaseTables) {
     const double lnOfBase = RoundedLn(table.base);

@@ -6,6 +6,7 @@
 #include <random>
 #include <stdexcept>
 #include <string>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -429,6 +430,34 @@ TEST(KeyedListTest, AValueThatIsRefusedMayUseTheListToo) {
   EXPECT_TRUE(keyGone);
   ASSERT_EQ(1U, list.Count());
   EXPECT_EQ(nullptr, list.At(u"left behind"));
+}
+
+/// Two keys whose hashes agree in the 32 bits that an index looks at.
+std::pair<Text, Text> KeysOfOneHash() {
+  std::unordered_map<std::uint32_t, Text> seen;
+  std::mt19937 random(11);
+  for (int tries = 0; tries < 1'000'000; ++tries) {
+    Text key;
+    while (key.size() < 6) key += static_cast<char16_t>(u'a' + random() % 26);
+    const auto hash = static_cast<std::uint32_t>(HashIgnoringCase(key));
+    const auto found = seen.try_emplace(hash, key);
+    if (found.first->second != key) return {found.first->second, key};
+  }
+  return {};
+}
+
+TEST(KeyedListTest, KeysOfOneHashAreToldApart) {
+  const auto [one, other] = KeysOfOneHash();
+  ASSERT_NE(one, other);
+  KeyedList<int> list;
+  list.Add(1, one);
+  EXPECT_EQ(nullptr, list.Find(other));
+  list.Add(2, other);
+  EXPECT_EQ(1, list.At(one));
+  EXPECT_EQ(2, list.At(other));
+  list.Remove(1);
+  EXPECT_EQ(nullptr, list.Find(one));
+  EXPECT_EQ(2, list.At(other));
 }
 
 }  // namespace

@@ -178,6 +178,18 @@ TEST_F(MultiCollectionTest, ATextThatCannotBeRestoredGivesWayToTheNewBlock) {
             store_.MultiDataString());
 }
 
+TEST_F(MultiCollectionTest, ANameColumnInAnotherLetterCaseLeadsToTwoBlocksOfOneName) {
+  store_.SetMultiDataString(u"DataString\u00A5name\u00A5\u0152x\u00A5Items\u00A5\u0152");
+  Store(Titled(u"1"), u"Items");
+  EXPECT_EQ(
+      u"DataString\u00A5Name\u00A5\u0152x\u00A5Items\u00A5\u0152Title\u00BBCount\u00BB\u01601\u00BB"
+      u"1\u00BB\u0160\u00A5Items\u00A5\u0152",
+      store_.MultiDataString());
+  ExpectReports({});
+  EXPECT_EQ(nullptr, Working(u"Items"));
+  ExpectReports({RestoreReport(kKeyInUse, 457, 8)});
+}
+
 TEST_F(MultiCollectionTest, AHeaderAloneGivesWayWithoutAWord) {
   store_.SetMultiDataString(u"DataString\u00A5Name\u00A5\u0152");
   EXPECT_EQ(kOneBlock, store_.MultiDataColString(Items(), u"Items"));

@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include "tests/core/naive_format.h"
 #include "tests/core/persistence_test.h"
 
 namespace brindlex {
@@ -340,6 +341,19 @@ TEST_F(SaveTest, OnlyTheReadOfMembersColIsIgnored) {
   ExpectReports({LateNamesReport(StandardDescription(462), 462)});
 }
 
+TEST_F(SaveTest, AMembersColThatCannotBeCountedIsNoList) {
+  const auto recordClass = Unlisted();
+  recordClass->typeInformation = {u"A"};
+  recordClass->membersCol = [this] {
+    CollectionRef list = ListOf(Family(), {u"B"})();
+    CollectionIn(Family(), list).onUse = [](MemoryCollection::Use) { throw RuntimeError(438); };
+    return list;
+  };
+  EXPECT_THAT(NamesIn(store_.GetMemberNamesLate(NewRecord(Family(), recordClass))),
+              ElementsAre(u"A"));
+  ExpectReports({});
+}
+
 TEST_F(SaveTest, TypeInformationThatNamesAPropertyTwiceIsReported) {
   const auto recordClass = Unlisted();
   recordClass->typeInformation = {u"A", u"a"};
@@ -353,6 +367,22 @@ TEST_F(SaveTest, AServiceThatFailsIsReported) {
   platform_.fault = Fault(1, RuntimeError(429));
   EXPECT_EQ(nullptr, store_.GetMemberNamesLate(NewRecord(Family(), recordClass)));
   ExpectReports({LateNamesReport(u"ActiveX component can't create object", 429)});
+}
+
+TEST_F(SaveTest, ManyRecordsOfAnyLengthMakeTheTextOfTheNaiveModel) {
+  const naive::Texts members = {u"A", u"B"};
+  const auto recordClass = ListingClass(Family(), {{u"A"}, {u"B"}});
+  for (const std::size_t count : {63U, 64U, 65U, 128U, 129U, 511U, 513U, 600U, 1200U}) {
+    Rows rows;
+    rows.reserve(count + 1);
+    for (std::size_t i = 0; i < count; ++i) rows.push_back({Text(i % 40, u'x'), Text(1, u'a')});
+    // Longer than everything before it led to expect.
+    rows.push_back({Text(5000, u'y'), u""});
+    ASSERT_EQ(naive::Save(members, rows, {}),
+              store_.AsDelimitedFromCollection(RecordsOf(recordClass, rows)))
+        << count;
+  }
+  ExpectReports({});
 }
 
 // ---- AsDelimitedFromObject ---------------------------------------------------------------------

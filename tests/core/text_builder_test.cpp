@@ -67,6 +67,17 @@ TEST(TextBuilderTest, GrowsToWhatIsExpectedAtOnce) {
   EXPECT_EQ(place, builder.View().data());
 }
 
+TEST(TextBuilderTest, GrowsBeyondAMillionUnits) {
+  const Text run = Numbered(300'000);
+  StringTextBuilder builder;
+  Text expected;
+  for (int i = 0; i < 8; ++i) {
+    builder.Append(run);
+    expected.append(run);
+  }
+  EXPECT_EQ(expected, builder.Take());
+}
+
 TEST(TextBuilderTest, WithoutMemoryTheTextStaysAsItWas) {
   const Text first = Numbered(5000);
   const Text second = Numbered(20000);

@@ -1,6 +1,7 @@
 #include "appfiles/text_files.h"
 
 #include "tests/core/appfiles_test.h"
+#include "tests/core/naive_path.h"
 
 namespace brindlex {
 namespace {
@@ -236,16 +237,6 @@ TEST_F(TextFilesTest, TheNameIsWhatFollowsTheLastBackslash) {
   EXPECT_EQ(Text(32000, u'x'), NameOf(u"C:\\" + Text(32000, u'x')));
 }
 
-/// The steps as they are told: drop, reverse, search, cut, reverse back.
-Text NaiveName(Text path) {
-  if (!path.empty() && path.back() == u'\\') path.pop_back();
-  const Text reversed(path.rbegin(), path.rend());
-  const std::size_t found = reversed.find(u'\\');
-  if (found == Text::npos) return path;
-  const Text cut = reversed.substr(0, found);
-  return {cut.rbegin(), cut.rend()};
-}
-
 TEST_F(TextFilesTest, EveryShortPathHasTheNameOfANaiveSearch) {
   constexpr TextView kAlphabet = u"\\a.";
   for (int code = 0; code < 729; ++code) {
@@ -254,7 +245,7 @@ TEST_F(TextFilesTest, EveryShortPathHasTheNameOfANaiveSearch) {
       for (int rest = code; path.size() < length; rest /= 3) {
         path.push_back(kAlphabet[static_cast<std::size_t>(rest % 3)]);
       }
-      ASSERT_EQ(NaiveName(path), NameOf(path));
+      ASSERT_EQ(naive::FileNameFromPath(path), NameOf(path));
     }
   }
 }
