@@ -56,6 +56,13 @@ make_private_road() {
   chmod -R a+rX "$folder" "$folder/.."
 }
 
+# scratch_folder NAME: a folder in `scratch`, which the script that sources this file makes, and removes
+# at its end, whatever the end is.
+scratch_folder() {
+  mkdir -p "$scratch/$1"
+  printf '%s' "$scratch/$1"
+}
+
 # The road that by_either_road takes first: the private one once the plain one has failed.
 road=plain
 

@@ -10,12 +10,6 @@ source "$root/tools/apt.sh"
 readonly peers=(libgmp-dev libcsv-dev libsimdjson-dev rapidjson-dev)
 readonly source_folder=$root/build/tools/benchmark
 
-# scratch_folder NAME: a folder that is removed at the end, whatever the end is.
-scratch_folder() {
-  mkdir -p "$scratch/$1"
-  printf '%s' "$scratch/$1"
-}
-
 missing_peers() {
   local package
   for package in "${peers[@]}"; do

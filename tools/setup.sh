@@ -60,12 +60,6 @@ unpack_idl_package() {
   touch "$idl_stamp"
 }
 
-# scratch_folder NAME: a folder that is removed at the end, whatever the end is.
-scratch_folder() {
-  mkdir -p "$scratch/$1"
-  printf '%s' "$scratch/$1"
-}
-
 setup() {
   local missing
   mapfile -t missing < <(missing_packages)
