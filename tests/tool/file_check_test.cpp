@@ -1,0 +1,70 @@
+#include "tool/file_check.h"
+
+#include <fmt/format.h>
+
+#include <filesystem>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "tests/tool/passing_folder.h"
+#include "tests/tool/tool_test.h"
+
+namespace brindlex::tool {
+namespace {
+
+class Gathered : public DefectSink {
+ public:
+  void Take(const Defect& defect) override { defects.push_back(defect); }
+  std::vector<Defect> defects;
+};
+
+TEST(FileCheck, FindsDuplicateKeysInManyPasses) {
+  const PassingFolder folder;
+  std::string text = "Id\xA5Text\xA5\x8C";
+  std::set<std::uint64_t> expected;
+  for (int record = 1; record <= 500; ++record) {
+    const bool isSecond = record > 450;
+    if (isSecond) expected.insert(static_cast<std::uint64_t>(record));
+    text +=
+        fmt::format("{}{}\xA5x\xA5\x8C", isSecond ? "K" : "k", isSecond ? record - 450 : record);
+  }
+  const std::string path = folder.Put("a.txt", text);
+  for (const std::size_t slots : {std::size_t{16}, std::size_t{4096}}) {
+    Gathered sink;
+    const CheckedFile checked = CheckFile(path, {}, "Id", sink, slots);
+    EXPECT_EQ(500U, checked.records);
+    std::set<std::uint64_t> found;
+    for (const Defect& defect : sink.defects) {
+      EXPECT_EQ(DefectKind::kDuplicateKey, defect.kind);
+      EXPECT_TRUE(found.insert(defect.record).second);
+    }
+    EXPECT_EQ(expected, found) << slots;
+  }
+}
+
+TEST(FileCheck, FindsDuplicateKeysOfEachOfManyCollections) {
+  const PassingFolder folder;
+  std::string text = "DataString\xA5Name\xA5\x8C";
+  for (int collection = 0; collection < 40; ++collection) {
+    text += "Id\xBB\x8A";
+    for (int record = 0; record < 30; ++record) {
+      text += fmt::format("{}\xBB\x8A", record == 29 ? 3 : record);
+    }
+    text += fmt::format("\xA5N{}\xA5\x8C", collection);
+  }
+  const std::string path = folder.Put("a.txt", text);
+  Gathered sink;
+  const CheckedFile checked = CheckFile(path, {}, "Id", sink, 16);
+  EXPECT_EQ(40U, checked.collections);
+  EXPECT_EQ(1200U, checked.records);
+  std::set<std::uint64_t> collections;
+  for (const Defect& defect : sink.defects) {
+    EXPECT_EQ(30U, defect.record);
+    EXPECT_TRUE(collections.insert(defect.collection).second);
+  }
+  EXPECT_EQ(40U, collections.size());
+}
+
+}  // namespace
+}  // namespace brindlex::tool

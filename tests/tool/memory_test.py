@@ -1,0 +1,79 @@
+"""Files of any size in bounded memory: 64 MB, whatever is asked of them.
+
+The files are mostly holes, so that they cost nothing but reading.
+"""
+
+import os
+import pathlib
+import subprocess
+
+import program
+from program import DEFECTS, FINE, encoded, expect, path
+
+LIMIT_KB = 64 * 1024
+SIZE = 100_000_000
+
+
+def peak(*arguments: str, wanted: int = FINE) -> int:
+    """The most memory the program had at a time, in KB; at least what this script has."""
+    process = subprocess.Popen([*program.COMMAND, *arguments], stdout=subprocess.DEVNULL,
+                               stderr=subprocess.DEVNULL)
+    _, status, usage = os.wait4(process.pid, 0)
+    expect(arguments, wanted, os.waitstatus_to_exitcode(status))
+    return usage.ru_maxrss
+
+
+def within_limit(*arguments: str, wanted: int = FINE) -> None:
+    used = peak(*arguments, wanted=wanted)
+    print(f"   {used // 1024:>3} MB: {arguments[0]}")
+    expect(f"{arguments} within {LIMIT_KB} KB, not {used}", True, used <= LIMIT_KB)
+
+
+def hole(file: pathlib.Path, before: str, after: str) -> str:
+    """A file with nothing but zeros between two texts."""
+    with file.open("wb") as stream:
+        stream.write(encoded(before))
+        stream.seek(SIZE)
+        stream.write(encoded(after))
+    return path(file)
+
+
+def test_one_field_that_is_the_whole_file(folder: pathlib.Path) -> None:
+    file = hole(folder / "a.txt", "A|B|;x|", "|;")
+    for arguments in (["check", file], ["view", file], ["view", "--record", "1", file],
+                      ["salvage", file, "-o", path(folder / "out")]):
+        within_limit(*arguments)
+
+
+def test_a_header_without_an_end(folder: pathlib.Path) -> None:
+    file = hole(folder / "a.txt", "A|B|", "")
+    for command in ("check", "info"):
+        within_limit(command, file, wanted=DEFECTS if command == "check" else FINE)
+
+
+def test_many_records_with_keys(folder: pathlib.Path) -> None:
+    file = folder / "a.txt"
+    with file.open("wb") as stream:
+        stream.write(encoded("Id|;"))
+        for at in range(0, 1_800_000, 1000):
+            stream.write(b"".join(b"%d\xa5\x8c" % n for n in range(at, at + 1000)))
+    within_limit("check", "--key", "Id", path(file))
+
+
+def test_a_collection_that_is_the_whole_file(folder: pathlib.Path) -> None:
+    file = hole(folder / "a.txt", "DataString|Name|;T<>", "<>|One|;")
+    for arguments in (["check", file], ["view", file], ["view", file, "One"], ["info", file]):
+        within_limit(*arguments)
+
+
+def test_many_markers_and_no_records(folder: pathlib.Path) -> None:
+    file = folder / "a.txt"
+    with file.open("wb") as stream:
+        for _ in range(200):
+            stream.write(b"\xa5" * 100_000)
+    within_limit("check", path(file), wanted=DEFECTS)
+    within_limit("view", path(file))
+    within_limit("info", path(file))
+
+
+program.main(globals())

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include "tool/defects.h"
+#include "tool/encoding.h"
+#include "tool/marker_walk.h"
+
+/// The check of a file as its documentation says it, on the whole text at once and without any
+/// speed: what the real one is held to.
+namespace brindlex::tool::naive {
+
+/// Byte, record, field and kind of a defect.
+using Place = std::tuple<std::uint64_t, std::uint64_t, std::uint64_t, DefectKind>;
+
+/// All places, sorted. No keys.
+std::vector<Place> Check(const std::string& text, const Encoding& encoding,
+                         const ByteMarkers& markers);
+
+/// Records behind the header that have a record end.
+std::uint64_t Records(const std::string& text, const ByteMarkers& markers);
+
+}  // namespace brindlex::tool::naive

@@ -1,0 +1,54 @@
+#include "tool/base_text.h"
+
+#include <variant>
+
+#include "automation/portable_number_text.h"
+#include "automation/runtime_error.h"
+#include "bases/bases.h"
+#include "tool/diagnostics.h"
+#include "tool/utf.h"
+
+namespace brindlex::tool {
+namespace {
+
+/// In the component's words; its general source says nothing that the user does not know.
+std::string Described(const RuntimeError& error) {
+  std::string text = Utf8OfUtf16(error.description) + " (error " + std::to_string(error.number);
+  if (error.source != RuntimeError(error.number).source) {
+    text += " in " + Utf8OfUtf16(error.source);
+  }
+  return text + ")";
+}
+
+}  // namespace
+
+std::string ConvertedNumber(const std::string& number, std::int32_t from, std::int32_t to,
+                            const ConversionLimits& limits) {
+  const PortableNumberText reading;
+  const Text text = Utf16OfUtf8(number);
+  ConversionLimits used = limits;
+  try {
+    const TextOrDouble result = ConvertBase(Number(TextView(text)), from, to, used, reading);
+    const double* const decimal = std::get_if<double>(&result);
+    return Utf8OfUtf16(decimal != nullptr ? reading.ToText(*decimal) : std::get<Text>(result));
+  } catch (const RuntimeError& error) {
+    throw Failure(ExitCode::kDefects, number + " from base " + std::to_string(from) + " to base " +
+                                          std::to_string(to) + ": " + Described(error));
+  }
+}
+
+std::vector<BaseRow> BaseTable(const std::string& number, const ConversionLimits& limits) {
+  std::vector<BaseRow> rows;
+  for (const std::int32_t base : kBases) {
+    BaseRow row{base, {}, {}};
+    try {
+      row.text = ConvertedNumber(number, 10, base, limits);
+    } catch (const Failure& failure) {
+      row.error = failure.what();
+    }
+    rows.push_back(std::move(row));
+  }
+  return rows;
+}
+
+}  // namespace brindlex::tool

@@ -1,0 +1,28 @@
+#include "tool/csv_options.h"
+
+#include "tool/diagnostics.h"
+
+namespace brindlex::tool {
+
+void AddCsvOptions(CLI::App& command, CsvOptions& options) {
+  command
+      .add_option("--delimiter", options.delimiter,
+                  "What stands between values: a character below 128, or the word tab (,)")
+      ->type_name("C");
+  command.add_flag("--guard-formulas", options.guardFormulas,
+                   "An apostrophe before values that a spreadsheet would compute (to-csv), and off "
+                   "again (from-csv)");
+}
+
+CsvStyle StyleOf(const CsvOptions& options) {
+  const std::string delimiter = options.delimiter == "tab" ? "\t" : options.delimiter;
+  constexpr std::string_view kTaken = "\"'\r\n";
+  const bool isOne = delimiter.size() == 1 && static_cast<unsigned char>(delimiter.front()) < 0x80;
+  if (!isOne || delimiter.front() == '\0' || kTaken.find(delimiter) != std::string_view::npos) {
+    throw Failure(ExitCode::kUsage, "the delimiter '" + options.delimiter +
+                                        "' is not one character below 128 that may stand there");
+  }
+  return {delimiter.front(), options.guardFormulas};
+}
+
+}  // namespace brindlex::tool

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <string>
+
+#include "tool/csv_text.h"
+
+namespace brindlex::tool {
+
+/// What the command line says of comma-separated values.
+struct CsvOptions {
+  std::string delimiter = ",";
+  bool guardFormulas = false;
+};
+
+/// Adds --delimiter and --guard-formulas; `options` must outlive the parsing.
+void AddCsvOptions(CLI::App& command, CsvOptions& options);
+
+/// The style that the options ask for. Failure kUsage for a delimiter that is not one character
+/// below 128 or the word tab, and for a quotation mark, a line break or a NUL.
+CsvStyle StyleOf(const CsvOptions& options);
+
+}  // namespace brindlex::tool

@@ -1,0 +1,77 @@
+#include "tool/csv_text.h"
+
+#include <algorithm>
+#include <cstddef>
+
+namespace brindlex::tool {
+namespace {
+
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+
+/// So that the first thousands of bytes of a value decide, however long it is.
+constexpr std::size_t kMostApostrophes = 1000;
+constexpr std::size_t kMostDigits = 100;
+
+bool IsBlank(char byte) { return byte == ' ' || byte == '\t'; }
+
+bool IsDigit(char byte) { return byte >= '0' && byte <= '9'; }
+
+/// A sign, digits, perhaps a point or comma and more digits: no spreadsheet computes anything.
+bool IsSignedNumber(std::string_view text) {
+  if (text.size() > kMostDigits) return false;
+  text.remove_prefix(text.front() == '+' || text.front() == '-' ? 1 : 0);
+  const auto point = std::find_if_not(text.begin(), text.end(), IsDigit);
+  if (point == text.begin()) return false;
+  if (point == text.end()) return true;
+  return (*point == '.' || *point == ',') && point + 1 != text.end() &&
+         std::all_of(point + 1, text.end(), IsDigit);
+}
+
+bool NeedsQuotes(std::string_view value, char delimiter) {
+  if (value.empty()) return false;
+  const auto breaks = [delimiter](char byte) {
+    return byte == delimiter || byte == '"' || byte == '\r' || byte == '\n';
+  };
+  return IsBlank(value.front()) || IsBlank(value.back()) || value.starts_with(kByteOrderMark) ||
+         std::any_of(value.begin(), value.end(), breaks);
+}
+
+}  // namespace
+
+bool LooksLikeFormula(std::string_view value) {
+  const std::size_t start = value.find_first_not_of('\'');
+  if (start == std::string_view::npos || start > kMostApostrophes) return false;
+  value.remove_prefix(start);
+  constexpr std::string_view kStarts = "=+-@\t\r";
+  return kStarts.find(value.front()) != std::string_view::npos && !IsSignedNumber(value);
+}
+
+std::string_view WithoutGuard(std::string_view value) {
+  if (value.starts_with('\'') && LooksLikeFormula(value)) value.remove_prefix(1);
+  return value;
+}
+
+void AppendCsvField(std::string& csv, std::string_view value, const CsvStyle& style, bool only) {
+  const bool guarded = style.guardFormulas && LooksLikeFormula(value);
+  const bool quoted = NeedsQuotes(value, style.delimiter) || (only && value.empty());
+  if (quoted) csv += '"';
+  if (guarded) csv += '\'';
+  if (quoted) {
+    AppendCsvQuotedPiece(csv, value);
+    csv += '"';
+  } else {
+    csv += value;
+  }
+}
+
+void AppendCsvQuotedPiece(std::string& csv, std::string_view piece) {
+  for (;;) {
+    const std::size_t quote = piece.find('"');
+    csv += piece.substr(0, quote);
+    if (quote == std::string_view::npos) return;
+    csv += "\"\"";
+    piece.remove_prefix(quote + 1);
+  }
+}
+
+}  // namespace brindlex::tool

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "tool/csv_text.h"
+#include "tool/table_writer.h"
+
+namespace brindlex::tool {
+
+/// Writes one collection as comma-separated values by RFC 4180: the header, then one record to a
+/// line, lines ended by CR LF. An empty collection is an empty file. A value that comes in pieces
+/// is written between quotation marks.
+class CsvWriter : public BufferedWriter {
+ public:
+  CsvWriter(ByteSink sink, const CsvStyle& style, bool hasByteOrderMark = false);
+
+  /// Named collections are not for one file: a Failure kUsage.
+  void BeginNamed() override;
+  void BeginCollection(std::string_view name) override;
+  void Header(const std::vector<std::string>& names, std::uint64_t at) override;
+  void BeginRow() override;
+  void Value(std::string_view piece, bool isFirst, bool isLast) override;
+  void EndRow() override;
+  void EndCollection() override {}
+  void End() override;
+
+ private:
+  void WholeValue(std::string_view text);
+
+  const CsvStyle style_;
+  std::size_t columns_ = 0;
+  std::size_t column_ = 0;
+};
+
+}  // namespace brindlex::tool

@@ -1,0 +1,331 @@
+#include "tool/json_input.h"
+
+#include <cstdint>
+#include <iterator>
+#include <nlohmann/json.hpp>
+#include <unordered_map>
+#include <utility>
+
+namespace brindlex::tool {
+namespace {
+
+using Json = nlohmann::json;
+
+/// The bytes of a source, one after the other, for a parser that copies iterators.
+class ByteStream {
+ public:
+  explicit ByteStream(const BlockSource& source) : source_(source) { Refill(); }
+
+  bool AtEnd() const { return block_.empty(); }
+  char Current() const { return block_.front(); }
+
+  void Advance() {
+    block_.remove_prefix(1);
+    ++passed_;
+    if (block_.empty()) Refill();
+  }
+
+  /// How many bytes are behind.
+  std::uint64_t Passed() const { return passed_; }
+
+ private:
+  void Refill() { block_ = source_(); }
+
+  const BlockSource& source_;
+  std::string_view block_;
+  std::uint64_t passed_ = 0;
+};
+
+/// The stream as an iterator; all copies share its place, and the one without a stream is the end.
+class StreamIterator {
+ public:
+  using iterator_category = std::input_iterator_tag;
+  using value_type = char;
+  using difference_type = std::ptrdiff_t;
+  using pointer = const char*;
+  using reference = char;
+
+  StreamIterator() = default;
+  explicit StreamIterator(ByteStream& stream) : stream_(&stream) {}
+
+  char operator*() const { return stream_->Current(); }
+  StreamIterator& operator++() {
+    stream_->Advance();
+    return *this;
+  }
+  void operator++(int) { stream_->Advance(); }
+  bool operator==(const StreamIterator& other) const { return IsEnd() == other.IsEnd(); }
+  bool operator!=(const StreamIterator& other) const { return !(*this == other); }
+
+ private:
+  bool IsEnd() const { return stream_ == nullptr || stream_->AtEnd(); }
+
+  ByteStream* stream_ = nullptr;
+};
+
+/// Makes rows of the parser's events.
+class TableReader : public nlohmann::json_sax<Json> {
+ public:
+  TableReader(const JsonStyle& style, TableTarget& target, const ByteStream& stream)
+      : style_(style), target_(target), stream_(stream) {}
+
+  /// To be called behind the last of the input's values.
+  void Finish() {
+    if (within_ == Within::kLines) EndCollection();
+  }
+
+  /// Whether the last value was a row without an array around it, so that more may follow.
+  bool MayGoOn() const { return within_ == Within::kLines; }
+
+  bool null() override {
+    if (!style_.null) Fail("a null, which no text stands for: say which by --null TEXT");
+    return Value(std::string(*style_.null));
+  }
+  bool boolean(bool value) override { return Value(value ? "True" : "False"); }
+  bool number_integer(number_integer_t value) override { return Value(std::to_string(value)); }
+  bool number_unsigned(number_unsigned_t value) override { return Value(std::to_string(value)); }
+  bool number_float(number_float_t /*value*/, const string_t& text) override {
+    return Value(std::string(text));
+  }
+  bool string(string_t& value) override { return Value(std::move(value)); }
+  bool binary(binary_t& /*value*/) override { Fail("binary data"); }
+
+  bool start_object(std::size_t /*size*/) override {
+    switch (within_) {
+      case Within::kNothing:
+        within_ = Within::kObject;
+        return true;
+      case Within::kLines:
+      case Within::kRows:
+        BeginRow(/*byName=*/true);
+        return true;
+      default:
+        Fail("an object where a value is expected: a value is a text, a number, true or false");
+    }
+  }
+
+  bool key(string_t& name) override {
+    if (within_ == Within::kObject || within_ == Within::kNamed) {
+      name_ = std::move(name);
+    } else {
+      Name(name);
+    }
+    return true;
+  }
+
+  bool end_object() override {
+    if (within_ == Within::kObject) {
+      // Nothing is in it: no collection at all.
+      BeginNamed();
+      within_ = Within::kNothing;
+    } else if (within_ == Within::kNamed) {
+      within_ = Within::kNothing;
+    } else {
+      EndRow();
+    }
+    return true;
+  }
+
+  bool start_array(std::size_t /*size*/) override {
+    switch (within_) {
+      case Within::kNothing:
+        BeginCollection({}, Within::kRows);
+        return true;
+      case Within::kObject:
+        BeginNamed();
+        BeginCollection(name_, Within::kRows);
+        return true;
+      case Within::kNamed:
+        BeginCollection(name_, Within::kRows);
+        return true;
+      case Within::kRows:
+      case Within::kLines:
+        BeginRow(/*byName=*/false);
+        return true;
+      default:
+        Fail("an array where a value is expected: a value is a text, a number, true or false");
+    }
+  }
+
+  bool end_array() override {
+    if (within_ == Within::kRows) {
+      EndCollection();
+      within_ = named_ ? Within::kNamed : Within::kNothing;
+    } else {
+      EndRow();
+    }
+    return true;
+  }
+
+  bool parse_error(std::size_t /*position*/, const std::string& /*token*/,
+                   const Json::exception& error) override {
+    // The library's own place counts from where it was last started.
+    const std::string_view what = error.what();
+    const std::size_t reason = what.rfind(": ");
+    Fail("not well-formed JSON: " +
+         std::string(reason == std::string_view::npos ? what : what.substr(reason + 2)));
+  }
+
+ private:
+  /// What the next event stands in.
+  enum class Within {
+    kNothing,
+    /// An object of which it is not known yet whether it is a row or holds named collections.
+    kObject,
+    kNamed,
+    kRows,
+    /// Rows without an array around them.
+    kLines,
+    kRow,
+  };
+
+  [[noreturn]] void Fail(const std::string& what) const {
+    throw ConversionError(Where() + ": " + what);
+  }
+
+  std::string Where() const {
+    std::string where = "byte " + std::to_string(stream_.Passed());
+    if (rows_ == 0) return where;
+    where += ", row " + std::to_string(rows_);
+    if (named_) where += " of \"" + collection_ + "\"";
+    return where;
+  }
+
+  void BeginNamed() {
+    named_ = true;
+    within_ = Within::kNamed;
+    target_.BeginNamed();
+  }
+
+  void BeginCollection(const std::string& name, Within within) {
+    rows_ = 0;
+    headed_ = false;
+    collection_ = name;
+    within_ = within;
+    target_.BeginCollection(name);
+  }
+
+  void EndCollection() { target_.EndCollection(); }
+
+  void BeginRow(bool byName) {
+    if (headed_ && byName != byName_) Fail("objects and arrays as rows of one collection");
+    byName_ = byName;
+    ++rows_;
+    outer_ = within_;
+    within_ = Within::kRow;
+    next_ = 0;
+    given_.assign(given_.size(), false);
+    if (!headed_) names_.clear(), values_.clear(), indices_.clear();
+  }
+
+  /// The name of the value that comes next, in a row with names.
+  void Name(const std::string& name) {
+    if (!headed_) {
+      next_ = names_.size();
+      if (!indices_.emplace(name, next_).second) Fail("\"" + name + "\" twice in one object");
+      names_.push_back(name);
+      values_.emplace_back();
+      return;
+    }
+    // The usual order needs no look-up.
+    if (next_ >= names_.size() || names_[next_] != name) {
+      const auto found = indices_.find(name);
+      if (found == indices_.end()) Fail("\"" + name + "\", which the first row does not have");
+      next_ = found->second;
+    }
+    if (given_[next_]) Fail("\"" + name + "\" twice in one object");
+  }
+
+  bool Value(std::string value) {
+    // An object that is not in an array and holds a value is the first of rows without an array.
+    if (within_ == Within::kObject) {
+      BeginCollection({}, Within::kLines);
+      BeginRow(/*byName=*/true);
+      Name(name_);
+    }
+    if (within_ != Within::kRow) Fail("a value where a row or a collection is expected");
+    if (!byName_ && !headed_) {
+      names_.push_back(std::move(value));
+      return true;
+    }
+    if (next_ >= values_.size()) FailCount(next_ + 1);
+    values_[next_] = std::move(value);
+    if (headed_) given_[next_] = true;
+    ++next_;
+    return true;
+  }
+
+  [[noreturn]] void FailCount(std::size_t count) const {
+    Fail("more than " + std::to_string(count - 1) + " values, which is what the first row has");
+  }
+
+  void EndRow() {
+    const bool isHeaderOnly = !headed_ && !byName_;
+    if (!headed_) TakeHeader();
+    if (!isHeaderOnly) {
+      for (std::size_t index = 0; index < given_.size(); ++index) {
+        if (!given_[index]) Fail("lacks the value of \"" + names_[index] + "\"");
+      }
+      target_.Row(values_, Where());
+    }
+    within_ = outer_;
+  }
+
+  void TakeHeader() {
+    if (names_.empty()) Fail("the first row has no names");
+    values_.resize(names_.size());
+    given_.assign(names_.size(), true);
+    headed_ = true;
+    target_.Header(names_);
+  }
+
+  const JsonStyle& style_;
+  TableTarget& target_;
+  const ByteStream& stream_;
+  Within within_ = Within::kNothing;
+  Within outer_ = Within::kNothing;
+  bool named_ = false;
+  /// The last key outside rows, and the collection that is being read.
+  std::string name_;
+  std::string collection_;
+  std::uint64_t rows_ = 0;
+  /// Whether the names are known, and whether the rows are objects.
+  bool headed_ = false;
+  bool byName_ = false;
+  std::vector<std::string> names_;
+  std::unordered_map<std::string, std::size_t> indices_;
+  /// The row that is being read: the place of the next value, and which ones came.
+  std::size_t next_ = 0;
+  std::vector<std::string> values_;
+  std::vector<bool> given_;
+};
+
+bool IsBlank(char byte) { return byte == ' ' || byte == '\t' || byte == '\r' || byte == '\n'; }
+
+bool SkipBlanks(ByteStream& stream) {
+  while (!stream.AtEnd() && IsBlank(stream.Current())) stream.Advance();
+  return !stream.AtEnd();
+}
+
+}  // namespace
+
+void ReadJson(const BlockSource& source, const JsonStyle& style, TableTarget& target) {
+  ByteStream stream(source);
+  if (!SkipBlanks(stream)) {
+    target.BeginCollection({});
+    target.EndCollection();
+    return;
+  }
+  TableReader reader(style, target, stream);
+  do {
+    Json::sax_parse(StreamIterator(stream), StreamIterator(), &reader, Json::input_format_t::json,
+                    /*strict=*/false);
+  } while (SkipBlanks(stream) && reader.MayGoOn());
+  if (!stream.AtEnd()) {
+    throw ConversionError("byte " + std::to_string(stream.Passed()) +
+                          ": something stands behind the end of the JSON");
+  }
+  reader.Finish();
+}
+
+}  // namespace brindlex::tool

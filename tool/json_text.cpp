@@ -1,0 +1,138 @@
+#include "tool/json_text.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstddef>
+#include <cstdint>
+#include <system_error>
+
+#include "tool/byte_prefix.h"
+
+namespace brindlex::tool {
+namespace {
+
+constexpr char kLastControl = 0x1F;
+
+/// The bytes that stay as they are in a JSON string; in a page "<" does not.
+template <bool isPage>
+struct JsonRule {
+  static bool IsPlain(char byte) {
+    return static_cast<unsigned char>(byte) > kLastControl && byte != '"' && byte != '\\' &&
+           !(isPage && byte == '<');
+  }
+
+  static std::uint64_t Signs(std::uint64_t word) {
+    // Below 32, or equal to one of them: the bit of a byte is exact up to the first that is set.
+    const std::uint64_t low = (word - Repeated(kLastControl + 1)) & ~word;
+    std::uint64_t signs = low | Equals(word, '"') | Equals(word, '\\');
+    if constexpr (isPage) signs |= Equals(word, '<');
+    return signs & Repeated('\x80');
+  }
+
+#ifdef __SSE2__
+  static __m128i Signs(__m128i block) {
+    const __m128i controls = _mm_set1_epi8(kLastControl);
+    const __m128i low = _mm_cmpeq_epi8(_mm_min_epu8(block, controls), block);
+    const __m128i quotes = _mm_cmpeq_epi8(block, _mm_set1_epi8('"'));
+    const __m128i slashes = _mm_cmpeq_epi8(block, _mm_set1_epi8('\\'));
+    __m128i signs = _mm_or_si128(low, _mm_or_si128(quotes, slashes));
+    if constexpr (isPage) {
+      signs = _mm_or_si128(signs, _mm_cmpeq_epi8(block, _mm_set1_epi8('<')));
+    }
+    return signs;
+  }
+#endif
+
+ private:
+  static constexpr std::uint64_t Repeated(char byte) {
+    return 0x0101010101010101U * static_cast<unsigned char>(byte);
+  }
+
+  static std::uint64_t Equals(std::uint64_t word, char byte) {
+    const std::uint64_t difference = word ^ Repeated(byte);
+    return (difference - Repeated(1)) & ~difference;
+  }
+};
+
+std::size_t PlainLength(std::string_view text, JsonPlace place) {
+  return place == JsonPlace::kPage ? PlainPrefix<JsonRule<true>>(text)
+                                   : PlainPrefix<JsonRule<false>>(text);
+}
+
+void AppendEscape(std::string& json, char byte) {
+  constexpr std::string_view kShort = "\"\\\b\f\n\r\t";
+  constexpr std::string_view kLetters = "\"\\bfnrt";
+  constexpr std::string_view kDigits = "0123456789abcdef";
+  json += '\\';
+  if (const std::size_t known = kShort.find(byte); known != std::string_view::npos) {
+    json += kLetters[known];
+    return;
+  }
+  const auto code = static_cast<unsigned char>(byte);
+  json += "u00";
+  json += kDigits[code >> 4U];
+  json += kDigits[code & 0xFU];
+}
+
+bool IsDigit(char byte) { return byte >= '0' && byte <= '9'; }
+
+/// Whether `text` is as a double in its shortest form is written, without exponent.
+bool IsShortestFraction(std::string_view text) {
+  double number = 0;
+  const char* const end = text.data() + text.size();
+  const auto [read, error] = std::from_chars(text.data(), end, number, std::chars_format::fixed);
+  if (error != std::errc() || read != end) return false;
+  char shortest[64];
+  const auto [written, failed] = std::to_chars(std::begin(shortest), std::end(shortest), number);
+  return failed == std::errc() &&
+         text == std::string_view(shortest, static_cast<std::size_t>(written - shortest));
+}
+
+bool IsExactWhole(std::string_view digits) {
+  constexpr std::int64_t kLargest = std::int64_t{1} << 53;
+  constexpr std::size_t kMostDigits = 16;
+  if (digits.size() > kMostDigits) return false;
+  std::int64_t number = 0;
+  for (const char digit : digits) number = number * 10 + (digit - '0');
+  return number <= kLargest;
+}
+
+bool IsPlainNumber(std::string_view value) {
+  constexpr std::size_t kMostCharacters = 32;
+  if (value.empty() || value.size() > kMostCharacters) return false;
+  const std::string_view magnitude = value.substr(value.front() == '-' ? 1 : 0);
+  const auto wholeEnd = std::find_if_not(magnitude.begin(), magnitude.end(), IsDigit);
+  const auto digits = static_cast<std::size_t>(wholeEnd - magnitude.begin());
+  if (digits == 0 || (digits > 1 && magnitude.front() == '0')) return false;
+  if (wholeEnd == magnitude.end()) return IsExactWhole(magnitude) && value != "-0";
+  if (*wholeEnd != '.') return false;
+  const bool allDigits = std::all_of(wholeEnd + 1, magnitude.end(), IsDigit);
+  return allDigits && magnitude.back() != '.' && magnitude.back() != '0' &&
+         IsShortestFraction(value);
+}
+
+}  // namespace
+
+void AppendJsonPiece(std::string& json, std::string_view text, JsonPlace place) {
+  for (;;) {
+    const std::size_t plain = PlainLength(text, place);
+    json.append(text.data(), plain);
+    if (plain == text.size()) return;
+    AppendEscape(json, text[plain]);
+    text.remove_prefix(plain + 1);
+  }
+}
+
+void AppendJsonString(std::string& json, std::string_view text, JsonPlace place) {
+  json += '"';
+  AppendJsonPiece(json, text, place);
+  json += '"';
+}
+
+JsonType InferredType(std::string_view value) {
+  if (value == "True") return JsonType::kTrue;
+  if (value == "False") return JsonType::kFalse;
+  return IsPlainNumber(value) ? JsonType::kNumber : JsonType::kText;
+}
+
+}  // namespace brindlex::tool

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace brindlex::tool {
+
+/// Where a JSON text is to stand.
+enum class JsonPlace {
+  /// In a file of its own.
+  kFile,
+  /// In a script element of an HTML page, where nothing may look like the element's end: "<" is
+  /// escaped as well.
+  kPage,
+};
+
+/// Appends `text`, or a piece of one, to `json` as it stands between the quotation marks of a JSON
+/// string: quotation marks, backslashes and characters below 32 escaped, all else as it is. A text
+/// may be handed over in pieces cut anywhere. Linear; sixteen bytes at a time where the processor
+/// can. UTF-8 is not looked into.
+void AppendJsonPiece(std::string& json, std::string_view text, JsonPlace place = JsonPlace::kFile);
+
+/// Appends `text` as a JSON string, its quotation marks included.
+void AppendJsonString(std::string& json, std::string_view text, JsonPlace place = JsonPlace::kFile);
+
+/// How a value is written as JSON when types are inferred.
+enum class JsonType { kText, kNumber, kTrue, kFalse };
+
+/// The type whose JSON form leads back to exactly `value`, through any program that reads numbers
+/// as doubles and writes them in their shortest form: "True" and "False", whole numbers from
+/// -(2^53) to 2^53, and decimal fractions without exponent that are the shortest text of a double.
+/// Leading zeros and plus signs, trailing zeros behind the point, "-0" and all else stay text.
+JsonType InferredType(std::string_view value);
+
+}  // namespace brindlex::tool

@@ -1,0 +1,125 @@
+#include "tool/json_writer.h"
+
+#include <unordered_set>
+#include <utility>
+
+#include "tool/json_text.h"
+#include "tool/table_target.h"
+
+namespace brindlex::tool {
+
+JsonWriter::JsonWriter(ByteSink sink, const JsonOptions& options, Losses& losses)
+    : BufferedWriter(std::move(sink)), options_(options), losses_(losses) {}
+
+void JsonWriter::BeginNamed() {
+  if (options_.lines) {
+    throw Failure(ExitCode::kUsage,
+                  "the file holds several collections, and --lines one: give its name");
+  }
+  isNamed_ = true;
+  Buffer() += "{";
+}
+
+void JsonWriter::BeginCollection(std::string_view name) {
+  if (isNamed_) {
+    Buffer() += collections_ == 0 ? "\n" : ",\n";
+    AppendJsonString(Buffer(), name);
+    Buffer() += ": ";
+  }
+  ++collections_;
+  rows_ = 0;
+  hasHeader_ = false;
+  if (!options_.lines) Buffer() += '[';
+}
+
+void JsonWriter::Header(const std::vector<std::string>& names, std::uint64_t at) {
+  hasHeader_ = true;
+  headerAt_ = at;
+  before_.clear();
+  std::unordered_set<std::string_view> known;
+  for (const std::string& name : names) {
+    std::string before(before_.empty() ? 0 : 1, ',');
+    if (!options_.arrays) {
+      if (!known.insert(name).second) {
+        throw ConversionError(
+            "byte " + std::to_string(at) + ": the header has the name \"" + name +
+            "\" twice, and an object can hold one value of a name only: " + "--arrays holds both");
+      }
+      AppendJsonString(before, name);
+      before += ':';
+    }
+    before_.push_back(std::move(before));
+  }
+  if (!options_.arrays) return;
+  BeginRow();
+  for (const std::string& name : names) {
+    Buffer() += before_[column_++] + '"';
+    AppendJsonPiece(Buffer(), name);
+    Buffer() += '"';
+  }
+  EndRow();
+}
+
+void JsonWriter::SeparateRow() {
+  if (options_.lines) return;
+  Buffer() += rows_ == 0 ? "\n" : ",\n";
+}
+
+void JsonWriter::BeginRow() {
+  SeparateRow();
+  ++rows_;
+  column_ = 0;
+  Buffer() += options_.arrays ? '[' : '{';
+}
+
+void JsonWriter::Value(std::string_view piece, bool isFirst, bool isLast) {
+  std::string& json = Buffer();
+  if (isFirst) json += before_[column_];
+  if (isFirst && isLast && options_.infer) {
+    WholeValue(piece);
+  } else {
+    if (isFirst) json += '"';
+    AppendJsonPiece(json, piece);
+    if (isLast) json += '"';
+  }
+  if (isLast) ++column_;
+  HandOver();
+}
+
+void JsonWriter::WholeValue(std::string_view text) {
+  switch (InferredType(text)) {
+    case JsonType::kTrue:
+      Buffer() += "true";
+      break;
+    case JsonType::kFalse:
+      Buffer() += "false";
+      break;
+    case JsonType::kNumber:
+      Buffer() += text;
+      break;
+    case JsonType::kText:
+      AppendJsonString(Buffer(), text);
+      break;
+  }
+}
+
+void JsonWriter::EndRow() {
+  Buffer() += options_.arrays ? ']' : '}';
+  if (options_.lines) Buffer() += '\n';
+}
+
+void JsonWriter::EndCollection() {
+  if (hasHeader_ && rows_ == 0) {
+    losses_.Add("field names without a record, which only --arrays holds", headerAt_);
+  }
+  if (options_.lines) return;
+  Buffer() += rows_ == 0 ? "]" : "\n]";
+}
+
+void JsonWriter::End() {
+  if (isNamed_) Buffer() += collections_ == 0 ? "}" : "\n}";
+  if (!options_.lines) Buffer() += '\n';
+  HandOver(/*all=*/true);
+}
+
+}  // namespace brindlex::tool

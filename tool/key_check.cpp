@@ -1,0 +1,132 @@
+#include "tool/key_check.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "automation/text.h"
+#include "tool/utf.h"
+
+namespace brindlex::tool {
+namespace {
+
+constexpr std::size_t kFirstSlots = 8;
+constexpr std::uint64_t kNoCollection = UINT64_MAX;
+constexpr std::size_t kLastDoubled = std::size_t{1} << 16U;
+constexpr unsigned kRecordBits = 40;
+constexpr std::uint64_t kRecordMask = (std::uint64_t{1} << kRecordBits) - 1;
+
+}  // namespace
+
+void KeyHash::Mix(char16_t unit) {
+  const std::uint64_t folded = FoldCase(unit);
+  low = (low ^ folded) * 0xFF51AFD7ED558CCDU;
+  low ^= low >> 32U;
+  high = (high ^ folded) * 0xC4CEB9FE1A85EC53U;
+  high ^= high >> 29U;
+}
+
+void KeyHash::MixUtf8(std::string_view text) {
+  while (!text.empty()) {
+    const Character character = FirstOfUtf8(text);
+    if (character.bytes == 0) {
+      // No text has these units there, so only the same bytes are the same key.
+      Mix(static_cast<char16_t>(0xDC00U + static_cast<unsigned char>(text.front())));
+    } else if (character.number >= 0x10000) {
+      Mix(static_cast<char16_t>(0xD7C0U + (character.number >> 10U)));
+      Mix(static_cast<char16_t>(0xDC00U + (character.number & 0x3FFU)));
+    } else {
+      Mix(static_cast<char16_t>(character.number));
+    }
+    text.remove_prefix(std::max<std::size_t>(character.bytes, 1));
+  }
+}
+
+KeyCheck::KeyCheck(std::size_t mostSlots) : mostSlots_(mostSlots) {}
+
+void KeyCheck::Begin(std::uint64_t collection) {
+  if (isFirstPass_) share_ = {collection, 0, 0, 0};
+  isActive_ = share_.collection == collection;
+  if (!isActive_) return;
+  slots_.assign(std::min(kFirstSlots, mostSlots_), Slot{});
+  used_ = 0;
+}
+
+bool KeyCheck::IsMine(std::uint64_t low) const {
+  return (low & ((std::uint64_t{1} << share_.level) - 1)) == share_.bits;
+}
+
+KeyCheck::Slot& KeyCheck::PlaceOf(const Slot& sought) {
+  // The lowest bits tell the shares, so the place is taken from the others.
+  std::size_t at = static_cast<std::size_t>(sought.low >> 24U) & (slots_.size() - 1);
+  for (;;) {
+    Slot& slot = slots_[at];
+    const bool isSame =
+        slot.low == sought.low && slot.rest >> kRecordBits == sought.rest >> kRecordBits;
+    if (slot.rest == 0 || isSame) return slot;
+    at = (at + 1) & (slots_.size() - 1);
+  }
+}
+
+void KeyCheck::Rehash(std::size_t slots) {
+  std::vector<Slot> kept;
+  kept.reserve(used_);
+  for (const Slot& slot : slots_) {
+    if (slot.rest != 0 && IsMine(slot.low)) kept.push_back(slot);
+  }
+  if (slots == slots_.size()) {
+    std::fill(slots_.begin(), slots_.end(), Slot{});
+  } else {
+    slots_.clear();
+    slots_.shrink_to_fit();
+    slots_.resize(slots);
+  }
+  used_ = kept.size();
+  for (const Slot& slot : kept) PlaceOf(slot) = slot;
+}
+
+void KeyCheck::MakeRoom(std::uint64_t record) {
+  while (used_ * 5 >= slots_.size() * 4) {
+    if (slots_.size() < mostSlots_) {
+      // A large table is not doubled: the old one beside the new would take half as much again.
+      Rehash(slots_.size() < kLastDoubled ? slots_.size() * 2 : mostSlots_);
+      continue;
+    }
+    Share other = share_;
+    other.bits |= std::uint64_t{1} << share_.level;
+    ++other.level;
+    other.told = std::max(other.told, record);
+    putOff_.push_back(other);
+    ++share_.level;
+    Rehash(slots_.size());
+  }
+}
+
+std::optional<std::uint64_t> KeyCheck::Add(const KeyHash& key, std::uint64_t record) {
+  if (!isActive_ || !IsMine(key.low)) return std::nullopt;
+  // The highest bit keeps a taken slot from looking empty.
+  const std::uint64_t high = key.high >> kRecordBits | std::uint64_t{1} << 23U;
+  const Slot added{key.low, high << kRecordBits | (record & kRecordMask)};
+  Slot& slot = PlaceOf(added);
+  if (slot.rest != 0) {
+    if (record <= share_.told) return std::nullopt;
+    return slot.rest & kRecordMask;
+  }
+  slot = added;
+  ++used_;
+  MakeRoom(record);
+  return std::nullopt;
+}
+
+bool KeyCheck::NextPass() {
+  isFirstPass_ = false;
+  isActive_ = false;
+  // Others may go over the text once more; what has been told is not told again then.
+  share_ = {};
+  share_.collection = kNoCollection;
+  if (putOff_.empty()) return false;
+  share_ = putOff_.back();
+  putOff_.pop_back();
+  return true;
+}
+
+}  // namespace brindlex::tool

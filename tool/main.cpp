@@ -1,0 +1,20 @@
+#include <string>
+#include <vector>
+
+#include "tool/command_line.h"
+#include "tool/utf.h"
+
+#ifdef _WIN32
+int wmain(int count, wchar_t** given) {
+  std::vector<std::string> arguments;
+  for (int at = 1; at < count; ++at) {
+    const std::wstring wide = given[at];
+    arguments.push_back(brindlex::tool::Utf8OfUtf16(std::u16string(wide.begin(), wide.end())));
+  }
+  return brindlex::tool::RunTool(arguments);
+}
+#else
+int main(int count, char** given) {
+  return brindlex::tool::RunTool(std::vector<std::string>(given + 1, given + count));
+}
+#endif

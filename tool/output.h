@@ -1,0 +1,75 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "tool/system.h"
+
+namespace brindlex::tool {
+
+/// Where a command's data goes.
+struct OutputOptions {
+  /// UTF-8; "-" is standard output.
+  std::string path = "-";
+  /// Replace a file that is there.
+  bool force = false;
+};
+
+/// Standard output, or a file that is there whole or not at all: the data goes to a passing file
+/// beside it, which takes its name in Commit, with the permissions of a file that it replaces.
+/// Devices and pipes are written as they are. Without a Commit the passing file is deleted, also
+/// when the process is ended from the keyboard, and a file that was there is as it was.
+///
+/// A failure is a Failure: kUsage when the file is there and not to be replaced (found out at once,
+/// and once more in Commit), otherwise kInputOutput with the path and the system's reason, a full
+/// disk included.
+class Output {
+ public:
+  explicit Output(const OutputOptions& options);
+  Output(const Output&) = delete;
+  Output& operator=(const Output&) = delete;
+  ~Output();
+
+  /// Adds bytes, in blocks of its own size. On a Windows console they are shown as UTF-8.
+  void Write(std::string_view bytes) {
+    if (buffer_.size() + bytes.size() > kBlock) return WriteThrough(bytes);
+    buffer_.append(bytes);
+  }
+
+  /// Whether it is standard output, and that is a terminal.
+  bool IsTerminal() const { return isTerminal_; }
+
+  /// Hands over what Write has kept back.
+  void Flush();
+
+  /// Ends the data: everything is handed over, and the file has its name. At most once, and the
+  /// last call.
+  void Commit();
+
+  /// How many bytes were written.
+  std::uint64_t Written() const { return written_ + buffer_.size(); }
+
+ private:
+  static constexpr std::size_t kBlock = std::size_t{256} * 1024;
+
+  void WriteThrough(std::string_view bytes);
+  void HandOver(std::string_view bytes);
+  void OpenBeside();
+  [[noreturn]] void Fail(const std::error_code& error) const;
+  [[noreturn]] void RefuseToReplace() const;
+
+  OutputOptions options_;
+  /// What stands in messages for it.
+  std::string name_;
+  /// Where the data shall be, links followed, and the passing file; empty where there is none.
+  std::string target_;
+  std::string passing_;
+  int slot_ = 0;
+  system::Descriptor descriptor_ = system::kStandardOutput;
+  bool isTerminal_ = false;
+  std::string buffer_;
+  std::uint64_t written_ = 0;
+};
+
+}  // namespace brindlex::tool

@@ -1,0 +1,113 @@
+#include "tool/page_writer.h"
+
+#include <utility>
+
+#include "tool/json_text.h"
+#include "tool/page_text.h"
+
+namespace brindlex::tool {
+namespace {
+
+/// The page's own text up to `{{name}}`, which is taken off `rest` together with it.
+std::string_view Until(std::string_view& rest, std::string_view name) {
+  const std::string slot = "{{" + std::string(name) + "}}";
+  const std::size_t at = rest.find(slot);
+  const std::string_view before = rest.substr(0, at);
+  rest.remove_prefix(at + slot.size());
+  return before;
+}
+
+}  // namespace
+
+void AppendHtmlText(std::string& html, std::string_view text) {
+  for (const char c : text) {
+    switch (c) {
+      case '&':
+        html += "&amp;";
+        break;
+      case '<':
+        html += "&lt;";
+        break;
+      case '>':
+        html += "&gt;";
+        break;
+      case '"':
+        html += "&quot;";
+        break;
+      case '\r':
+        html += "&#13;";
+        break;
+      case '\0':
+        html += "\xEF\xBF\xBD";
+        break;
+      default:
+        html += c;
+    }
+  }
+}
+
+PageWriter::PageWriter(ByteSink sink, std::string_view title)
+    : BufferedWriter(std::move(sink)), rest_(kPageText) {
+  std::string& page = Buffer();
+  page += Until(rest_, "title");
+  AppendHtmlText(page, title);
+  page += Until(rest_, "style");
+  page += kPageStyle;
+  page += Until(rest_, "title");
+  AppendHtmlText(page, title);
+  page += Until(rest_, "data");
+}
+
+void PageWriter::BeginCollection(std::string_view name) {
+  Buffer() += R"(<script type="application/json" class="collection" data-name=")";
+  AppendHtmlText(Buffer(), name);
+  Buffer() += "\">\n{\"columns\": [";
+  hasRows_ = false;
+  rows_ = 0;
+}
+
+void PageWriter::Header(const std::vector<std::string>& names, std::uint64_t /*at*/) {
+  for (const std::string& name : names) {
+    if (&name != &names.front()) Buffer() += ',';
+    AppendJsonString(Buffer(), name, JsonPlace::kPage);
+  }
+  BeginRows();
+}
+
+void PageWriter::BeginRows() {
+  hasRows_ = true;
+  Buffer() += "], \"rows\": [";
+}
+
+void PageWriter::BeginRow() {
+  Buffer() += rows_++ == 0 ? "\n[" : ",\n[";
+  column_ = 0;
+}
+
+void PageWriter::Value(std::string_view piece, bool isFirst, bool isLast) {
+  std::string& page = Buffer();
+  if (isFirst) {
+    if (column_++ > 0) page += ',';
+    page += '"';
+  }
+  AppendJsonPiece(page, piece, JsonPlace::kPage);
+  if (isLast) page += '"';
+  HandOver();
+}
+
+void PageWriter::EndRow() { Buffer() += ']'; }
+
+void PageWriter::EndCollection() {
+  if (!hasRows_) BeginRows();
+  Buffer() += "\n]}\n</script>\n";
+}
+
+void PageWriter::End() {
+  std::string& page = Buffer();
+  page += Until(rest_, "script");
+  page += kPageScript;
+  page += rest_;
+  HandOver(/*all=*/true);
+}
+
+}  // namespace brindlex::tool

@@ -1,0 +1,67 @@
+#include "tool/progress.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <utility>
+
+#include "tool/diagnostics.h"
+#include "tool/system.h"
+
+namespace brindlex::tool {
+namespace {
+
+constexpr std::chrono::milliseconds kBeforeFirst{1000};
+constexpr std::chrono::milliseconds kBetween{100};
+constexpr std::size_t kMostCells = 40;
+
+void Draw(const std::string& text) { system::WriteToTerminal(system::kStandardError, text); }
+
+int Columns() {
+  constexpr int kUsual = 80;
+  return system::TerminalColumns(system::kStandardError).value_or(kUsual);
+}
+
+}  // namespace
+
+std::string ProgressLine(const std::string& what, std::uint64_t done,
+                         std::optional<std::uint64_t> total, int columns) {
+  constexpr double kMega = 1e6;
+  const auto room = static_cast<std::size_t>(std::max(columns - 1, 0));
+  if (!total || *total == 0) {
+    return fmt::format("{} {:.0f} MB", what, static_cast<double>(done) / kMega).substr(0, room);
+  }
+  const double part = std::min(1.0, static_cast<double>(done) / static_cast<double>(*total));
+  const std::string label = fmt::format("{} {:3.0f}%", what, part * 100);
+  constexpr std::size_t kAround = 3;  // a blank and two brackets
+  if (label.size() + kAround >= room) return label.substr(0, room);
+  const std::size_t cells = std::min(kMostCells, room - label.size() - kAround);
+  const auto full = static_cast<std::size_t>(part * static_cast<double>(cells));
+  return fmt::format("{} [{}{}]", label, std::string(full, '#'), std::string(cells - full, '.'));
+}
+
+Progress::Progress(std::string what, std::optional<std::uint64_t> total)
+    : what_(std::move(what)),
+      total_(total),
+      isOn_(system::IsTerminal(system::kStandardError)),
+      next_(Clock::now() + kBeforeFirst) {}
+
+Progress::~Progress() { Hide(); }
+
+void Progress::Hide() {
+  if (!isShown_) return;
+  isShown_ = false;
+  Draw(fmt::format("\r{}\r",
+                   std::string(static_cast<std::size_t>(std::max(Columns() - 1, 1)), ' ')));
+}
+
+void Progress::ShowNow(std::uint64_t done) {
+  const auto now = Clock::now();
+  if (now < next_) return;
+  next_ = now + kBetween;
+  isShown_ = true;
+  Draw("\r");
+  Draw(ProgressLine(what_, done, total_, Columns()));
+}
+
+}  // namespace brindlex::tool

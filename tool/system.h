@@ -1,0 +1,115 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <vector>
+
+/// What the tool asks of the operating system. Paths and texts are UTF-8 on every system. Two
+/// sources implement it: system_posix.cpp and system_windows.cpp, the one place here that knows
+/// Windows. A function that can fail returns an error, zero when it went well.
+namespace brindlex::tool::system {
+
+inline constexpr int kStandardInput = 0;
+inline constexpr int kStandardOutput = 1;
+inline constexpr int kStandardError = 2;
+
+// ---- Files -------------------------------------------------------------------------------------
+
+/// An open file, not owned; negative for none. Bytes as they are: no line ends are translated.
+using Descriptor = int;
+
+/// A descriptor, or the reason why there is none.
+struct Opened {
+  Descriptor descriptor = -1;
+  std::error_code error;
+};
+
+Opened OpenToRead(const std::string& path);
+
+/// Opens a file that is there, a device or a pipe say, to be written as it is.
+Opened OpenToWrite(const std::string& path);
+
+/// Makes a new file for writing; fails when one of that name is there. `like` names a file whose
+/// permissions it takes over, when that one exists and the system has them.
+Opened Create(const std::string& path, const std::string& like);
+
+/// An empty file in the system's folder for such, to write and to read; it is gone when it is
+/// closed.
+Opened OpenScratch();
+
+/// Goes back to the first byte.
+std::error_code Rewind(Descriptor descriptor);
+
+/// Up to `size` bytes; 0 at the end of the file, nothing on a failure, whose reason is in `error`.
+std::optional<std::size_t> Read(Descriptor from, char* to, std::size_t size,
+                                std::error_code& error);
+
+/// The next Read begins at that byte of the file. Fails for a pipe or a terminal.
+std::error_code GoTo(Descriptor descriptor, std::uint64_t at);
+
+/// All of `bytes`.
+std::error_code Write(Descriptor to, std::string_view bytes);
+
+/// Waits until what was written has reached the disk.
+std::error_code Synchronize(Descriptor descriptor);
+
+std::error_code Close(Descriptor descriptor);
+
+/// How many bytes a regular file has; nothing for a pipe or a device.
+std::optional<std::uint64_t> SizeOf(Descriptor descriptor);
+
+enum class FileKind { kNone, kRegular, kFolder, kOther };
+FileKind KindOf(const std::string& path);
+
+/// The paths that a word of the command line stands for: on Windows, whose shells leave that to
+/// programs, the files that its last part with * or ? matches, in the order of their names; the
+/// word itself where none does, and on other systems.
+std::vector<std::string> Expanded(const std::string& word);
+
+/// Where a path leads when it is a symbolic link, else the path itself.
+std::string FollowLinks(const std::string& path);
+
+/// Gives the file `from` the name `to`, in one step. Where `to` is there, it is replaced when
+/// `overwrite` says so and the call fails with file_exists otherwise.
+std::error_code Rename(const std::string& from, const std::string& to, bool overwrite);
+
+/// Deletes a file. Whether it was there does not matter.
+void Remove(const std::string& path);
+
+/// The file of that path is deleted when the process is ended from the keyboard or by a request to
+/// terminate; an empty path takes that back. One path at a time per slot, 0 or 1.
+void RemoveWhenEnded(int slot, const std::string& path);
+
+/// A number that another process is unlikely to have: for the names of passing files.
+std::uint64_t ProcessNumber();
+
+// ---- Terminals ---------------------------------------------------------------------------------
+
+bool IsTerminal(Descriptor descriptor);
+
+/// Columns of the terminal; nothing when `descriptor` is none.
+std::optional<int> TerminalColumns(Descriptor descriptor);
+
+/// Whether escape sequences become colours there. Prepares the terminal for them where that is
+/// needed.
+bool TakesColours(Descriptor descriptor);
+
+/// Writes UTF-8 to a terminal, whatever code page it has.
+std::error_code WriteToTerminal(Descriptor to, std::string_view text);
+
+// ---- Code pages --------------------------------------------------------------------------------
+
+/// The UTF-16 unit of every byte; kNoCharacter for a byte that the page leaves undefined.
+using CodePageTable = std::array<char16_t, 256>;
+inline constexpr char16_t kNoCharacter = 0xFFFF;
+
+/// The table of a Windows code page of one byte for each character (874, 1250 to 1258); nothing
+/// when the system does not have it.
+std::optional<CodePageTable> ReadCodePage(unsigned number);
+
+}  // namespace brindlex::tool::system

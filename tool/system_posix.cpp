@@ -1,0 +1,235 @@
+#include <fcntl.h>
+#include <iconv.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <climits>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <initializer_list>
+
+#include "tool/system.h"
+
+namespace brindlex::tool::system {
+namespace {
+
+std::error_code LastError() { return {errno, std::generic_category()}; }
+
+Opened ResultOf(int descriptor) {
+  return descriptor < 0 ? Opened{-1, LastError()} : Opened{descriptor, {}};
+}
+
+}  // namespace
+
+// ---- Files -------------------------------------------------------------------------------------
+
+Opened OpenToRead(const std::string& path) {
+  const Opened opened = ResultOf(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  if (opened.error) return opened;
+  struct stat status {};
+  if (::fstat(opened.descriptor, &status) == 0 && S_ISDIR(status.st_mode)) {
+    ::close(opened.descriptor);
+    return {-1, std::make_error_code(std::errc::is_a_directory)};
+  }
+  ::posix_fadvise(opened.descriptor, 0, 0, POSIX_FADV_SEQUENTIAL);
+  return opened;
+}
+
+Opened OpenToWrite(const std::string& path) {
+  return ResultOf(::open(path.c_str(), O_WRONLY | O_CLOEXEC));
+}
+
+Opened Create(const std::string& path, const std::string& like) {
+  constexpr mode_t kAnyone = 0666;
+  constexpr mode_t kPermissions = 07777;
+  const Opened opened =
+      ResultOf(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kAnyone));
+  struct stat status {};
+  if (!opened.error && ::stat(like.c_str(), &status) == 0) {
+    // Where it cannot be done, the new file keeps what every new file has.
+    (void)::fchmod(opened.descriptor, status.st_mode & kPermissions);
+  }
+  return opened;
+}
+
+Opened OpenScratch() {
+  const char* const folder = std::getenv("TMPDIR");
+  std::string path = folder == nullptr || *folder == '\0' ? "/tmp" : folder;
+  path += "/brindlex-XXXXXX";
+  const Opened opened = ResultOf(::mkstemp(path.data()));
+  if (!opened.error) ::unlink(path.c_str());
+  return opened;
+}
+
+std::error_code Rewind(Descriptor descriptor) {
+  return ::lseek(descriptor, 0, SEEK_SET) < 0 ? LastError() : std::error_code();
+}
+
+std::optional<std::size_t> Read(Descriptor from, char* to, std::size_t size,
+                                std::error_code& error) {
+  for (;;) {
+    const ssize_t count = ::read(from, to, size);
+    if (count >= 0) return static_cast<std::size_t>(count);
+    if (errno == EINTR) continue;
+    error = LastError();
+    return std::nullopt;
+  }
+}
+
+std::error_code GoTo(Descriptor descriptor, std::uint64_t at) {
+  return ::lseek(descriptor, static_cast<off_t>(at), SEEK_SET) < 0 ? LastError()
+                                                                   : std::error_code();
+}
+
+std::error_code Write(Descriptor to, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const ssize_t count = ::write(to, bytes.data(), bytes.size());
+    if (count >= 0) {
+      bytes.remove_prefix(static_cast<std::size_t>(count));
+    } else if (errno != EINTR) {
+      return LastError();
+    }
+  }
+  return {};
+}
+
+std::error_code Synchronize(Descriptor descriptor) {
+  // What is no file on a disk has nothing to wait for.
+  if (::fsync(descriptor) == 0 || errno == EINVAL || errno == EROFS) return {};
+  return LastError();
+}
+
+std::error_code Close(Descriptor descriptor) {
+  return ::close(descriptor) == 0 ? std::error_code() : LastError();
+}
+
+std::optional<std::uint64_t> SizeOf(Descriptor descriptor) {
+  struct stat status {};
+  if (::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
+  return static_cast<std::uint64_t>(status.st_size);
+}
+
+FileKind KindOf(const std::string& path) {
+  struct stat status {};
+  if (::stat(path.c_str(), &status) != 0) return FileKind::kNone;
+  if (S_ISREG(status.st_mode)) return FileKind::kRegular;
+  return S_ISDIR(status.st_mode) ? FileKind::kFolder : FileKind::kOther;
+}
+
+std::vector<std::string> Expanded(const std::string& word) { return {word}; }
+
+std::string FollowLinks(const std::string& path) {
+  std::array<char, PATH_MAX> real{};
+  return ::realpath(path.c_str(), real.data()) == nullptr ? path : std::string(real.data());
+}
+
+std::error_code Rename(const std::string& from, const std::string& to, bool overwrite) {
+  if (overwrite) {
+    return std::rename(from.c_str(), to.c_str()) == 0 ? std::error_code() : LastError();
+  }
+  if (::link(from.c_str(), to.c_str()) == 0) {
+    ::unlink(from.c_str());
+    return {};
+  }
+  if (errno == EEXIST) return LastError();
+  // Not every file system has links; there the look and the step are two.
+  if (KindOf(to) != FileKind::kNone) return std::make_error_code(std::errc::file_exists);
+  return std::rename(from.c_str(), to.c_str()) == 0 ? std::error_code() : LastError();
+}
+
+void Remove(const std::string& path) { ::unlink(path.c_str()); }
+
+namespace {
+
+constexpr std::size_t kSlots = 2;
+using Path = std::array<char, PATH_MAX>;
+std::array<Path, kSlots> pathsToRemove;
+volatile std::sig_atomic_t isRemoving[kSlots];
+
+// Calls nothing but what a signal handler may.
+extern "C" void RemoveAndEnd(int signal) {
+  for (std::size_t slot = 0; slot < kSlots; ++slot) {
+    if (isRemoving[slot] != 0) ::unlink(pathsToRemove[slot].data());
+  }
+  ::signal(signal, SIG_DFL);
+  ::raise(signal);
+}
+
+void CatchSignals() {
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) {
+    // A signal that is ignored, under nohup say, stays ignored.
+    struct sigaction current {};
+    if (::sigaction(signal, nullptr, &current) != 0 || current.sa_handler != SIG_DFL) continue;
+    struct sigaction action {};
+    action.sa_handler = RemoveAndEnd;
+    ::sigaction(signal, &action, nullptr);
+  }
+}
+
+}  // namespace
+
+void RemoveWhenEnded(int slot, const std::string& path) {
+  const auto at = static_cast<std::size_t>(slot);
+  isRemoving[at] = 0;
+  if (path.empty() || path.size() >= PATH_MAX) return;
+  pathsToRemove[at][path.copy(pathsToRemove[at].data(), path.size())] = '\0';
+  isRemoving[at] = 1;
+  CatchSignals();
+}
+
+std::uint64_t ProcessNumber() { return static_cast<std::uint64_t>(::getpid()); }
+
+// ---- Terminals ---------------------------------------------------------------------------------
+
+bool IsTerminal(Descriptor descriptor) { return ::isatty(descriptor) == 1; }
+
+std::optional<int> TerminalColumns(Descriptor descriptor) {
+  struct winsize size {};
+  if (::ioctl(descriptor, TIOCGWINSZ, &size) != 0 || size.ws_col == 0) return std::nullopt;
+  return size.ws_col;
+}
+
+bool TakesColours(Descriptor) { return true; }
+
+std::error_code WriteToTerminal(Descriptor to, std::string_view text) { return Write(to, text); }
+
+// ---- Code pages --------------------------------------------------------------------------------
+
+std::optional<CodePageTable> ReadCodePage(unsigned number) {
+  const std::string name = "CP" + std::to_string(number);
+  const iconv_t converter = ::iconv_open("UTF-16LE", name.c_str());
+  // iconv's own way to say that it does not know the name.
+  if (converter == reinterpret_cast<iconv_t>(-1)) return std::nullopt;
+  CodePageTable table{};
+  for (std::size_t byte = 0; byte < table.size(); ++byte) {
+    std::array<char, 1> from{static_cast<char>(byte)};
+    std::array<char, 4> to{};
+    char* in = from.data();
+    char* out = to.data();
+    std::size_t inLeft = from.size();
+    std::size_t outLeft = to.size();
+    // A page whose letters combine holds some back until it is told that nothing follows.
+    const bool isThere = ::iconv(converter, &in, &inLeft, &out, &outLeft) == 0 &&
+                         ::iconv(converter, nullptr, nullptr, &out, &outLeft) == 0 && outLeft == 2;
+    if (!isThere) {
+      ::iconv(converter, nullptr, nullptr, nullptr, nullptr);
+      table[byte] = kNoCharacter;
+      continue;
+    }
+    const auto low = static_cast<unsigned char>(to[0]);
+    const auto high = static_cast<unsigned char>(to[1]);
+    table[byte] = static_cast<char16_t>(low | high << 8U);
+  }
+  ::iconv_close(converter);
+  // Windows has a character there that is younger than the page: holam haser for vav.
+  constexpr unsigned kHebrew = 1255;
+  if (number == kHebrew) table[0xCA] = 0x05BA;
+  return table;
+}
+
+}  // namespace brindlex::tool::system

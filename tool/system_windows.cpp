@@ -1,0 +1,252 @@
+#include <fcntl.h>
+#include <io.h>
+#include <share.h>
+#include <sys/stat.h>
+#include <windows.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+
+#include "tool/system.h"
+#include "tool/utf.h"
+
+namespace brindlex::tool::system {
+namespace {
+
+static_assert(sizeof(wchar_t) == sizeof(char16_t));
+
+std::error_code LastErrno() { return {errno, std::generic_category()}; }
+
+std::error_code LastWindowsError() {
+  // The C run time's reasons are the same words in every language of Windows.
+  switch (::GetLastError()) {
+    case ERROR_FILE_EXISTS:
+    case ERROR_ALREADY_EXISTS:
+      return std::make_error_code(std::errc::file_exists);
+    case ERROR_FILE_NOT_FOUND:
+    case ERROR_PATH_NOT_FOUND:
+      return std::make_error_code(std::errc::no_such_file_or_directory);
+    case ERROR_ACCESS_DENIED:
+    case ERROR_SHARING_VIOLATION:
+    case ERROR_LOCK_VIOLATION:
+      return std::make_error_code(std::errc::permission_denied);
+    case ERROR_DISK_FULL:
+    case ERROR_HANDLE_DISK_FULL:
+      return std::make_error_code(std::errc::no_space_on_device);
+    default:
+      return std::make_error_code(std::errc::io_error);
+  }
+}
+
+std::wstring Wide(const std::string& path) {
+  const std::u16string units = Utf16OfUtf8(path);
+  return {units.begin(), units.end()};
+}
+
+Opened ResultOf(int descriptor) {
+  return descriptor < 0 ? Opened{-1, LastErrno()} : Opened{descriptor, {}};
+}
+
+HANDLE HandleOf(Descriptor descriptor) {
+  return reinterpret_cast<HANDLE>(::_get_osfhandle(descriptor));
+}
+
+}  // namespace
+
+// ---- Files -------------------------------------------------------------------------------------
+
+Opened OpenToRead(const std::string& path) {
+  if (KindOf(path) == FileKind::kFolder) {
+    return {-1, std::make_error_code(std::errc::is_a_directory)};
+  }
+  return ResultOf(::_wopen(Wide(path).c_str(), _O_RDONLY | _O_BINARY | _O_SEQUENTIAL));
+}
+
+Opened OpenToWrite(const std::string& path) {
+  return ResultOf(::_wopen(Wide(path).c_str(), _O_WRONLY | _O_BINARY));
+}
+
+Opened Create(const std::string& path, const std::string&) {
+  constexpr int kFlags = _O_WRONLY | _O_CREAT | _O_EXCL | _O_BINARY;
+  return ResultOf(::_wopen(Wide(path).c_str(), kFlags, _S_IREAD | _S_IWRITE));
+}
+
+Opened OpenScratch() {
+  std::array<wchar_t, MAX_PATH + 1> folder{};
+  std::array<wchar_t, MAX_PATH + 1> path{};
+  if (::GetTempPathW(static_cast<DWORD>(folder.size()), folder.data()) == 0 ||
+      ::GetTempFileNameW(folder.data(), L"bdx", 0, path.data()) == 0) {
+    return {-1, LastWindowsError()};
+  }
+  constexpr int kFlags = _O_RDWR | _O_CREAT | _O_TRUNC | _O_BINARY | _O_TEMPORARY;
+  return ResultOf(::_wopen(path.data(), kFlags, _S_IREAD | _S_IWRITE));
+}
+
+std::error_code Rewind(Descriptor descriptor) {
+  return ::_lseeki64(descriptor, 0, SEEK_SET) < 0 ? LastErrno() : std::error_code();
+}
+
+std::optional<std::size_t> Read(Descriptor from, char* to, std::size_t size,
+                                std::error_code& error) {
+  if (from == kStandardInput) ::_setmode(from, _O_BINARY);
+  const int count = ::_read(from, to, static_cast<unsigned>(std::min<std::size_t>(size, 1U << 30)));
+  if (count >= 0) return static_cast<std::size_t>(count);
+  // The writer of a pipe has closed it.
+  if (errno == EPIPE) return 0;
+  error = LastErrno();
+  return std::nullopt;
+}
+
+std::error_code GoTo(Descriptor descriptor, std::uint64_t at) {
+  // A pipe can be told to seek there, and goes nowhere.
+  if (!SizeOf(descriptor)) return std::make_error_code(std::errc::invalid_seek);
+  return ::_lseeki64(descriptor, static_cast<std::int64_t>(at), SEEK_SET) < 0 ? LastErrno()
+                                                                              : std::error_code();
+}
+
+std::error_code Write(Descriptor to, std::string_view bytes) {
+  if (to == kStandardOutput || to == kStandardError) ::_setmode(to, _O_BINARY);
+  while (!bytes.empty()) {
+    const std::size_t most = std::min<std::size_t>(bytes.size(), 1U << 30);
+    const int count = ::_write(to, bytes.data(), static_cast<unsigned>(most));
+    // A full disk can also show as a write of nothing.
+    if (count == 0) return std::make_error_code(std::errc::no_space_on_device);
+    if (count < 0) return LastErrno();
+    bytes.remove_prefix(static_cast<std::size_t>(count));
+  }
+  return {};
+}
+
+std::error_code Synchronize(Descriptor descriptor) {
+  return ::_commit(descriptor) == 0 ? std::error_code() : LastErrno();
+}
+
+std::error_code Close(Descriptor descriptor) {
+  return ::_close(descriptor) == 0 ? std::error_code() : LastErrno();
+}
+
+std::optional<std::uint64_t> SizeOf(Descriptor descriptor) {
+  LARGE_INTEGER size{};
+  const HANDLE handle = HandleOf(descriptor);
+  if (::GetFileType(handle) != FILE_TYPE_DISK || ::GetFileSizeEx(handle, &size) == 0) {
+    return std::nullopt;
+  }
+  return static_cast<std::uint64_t>(size.QuadPart);
+}
+
+FileKind KindOf(const std::string& path) {
+  const DWORD attributes = ::GetFileAttributesW(Wide(path).c_str());
+  if (attributes == INVALID_FILE_ATTRIBUTES) return FileKind::kNone;
+  if ((attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) return FileKind::kFolder;
+  return (attributes & FILE_ATTRIBUTE_DEVICE) != 0 ? FileKind::kOther : FileKind::kRegular;
+}
+
+std::vector<std::string> Expanded(const std::string& word) {
+  std::vector<std::string> found;
+  WIN32_FIND_DATAW data{};
+  const HANDLE search = word.find_first_of("*?") == std::string::npos
+                            ? INVALID_HANDLE_VALUE
+                            : ::FindFirstFileW(Wide(word).c_str(), &data);
+  if (search == INVALID_HANDLE_VALUE) return {word};
+  const std::size_t last = word.find_last_of("\\/:");
+  const std::string folder = last == std::string::npos ? std::string() : word.substr(0, last + 1);
+  do {
+    if ((data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) continue;
+    const std::wstring name = data.cFileName;
+    found.push_back(folder + Utf8OfUtf16(std::u16string(name.begin(), name.end())));
+  } while (::FindNextFileW(search, &data) != 0);
+  ::FindClose(search);
+  if (found.empty()) return {word};
+  std::sort(found.begin(), found.end());
+  return found;
+}
+
+std::string FollowLinks(const std::string& path) { return path; }
+
+std::error_code Rename(const std::string& from, const std::string& to, bool overwrite) {
+  const DWORD flags = MOVEFILE_WRITE_THROUGH | (overwrite ? MOVEFILE_REPLACE_EXISTING : 0);
+  if (::MoveFileExW(Wide(from).c_str(), Wide(to).c_str(), flags) != 0) return {};
+  return LastWindowsError();
+}
+
+void Remove(const std::string& path) { ::DeleteFileW(Wide(path).c_str()); }
+
+namespace {
+
+constexpr std::size_t kSlots = 2;
+std::array<std::wstring, kSlots> pathsToRemove;
+
+BOOL WINAPI RemoveAtEnd(DWORD) {
+  for (const std::wstring& path : pathsToRemove) {
+    if (!path.empty()) ::DeleteFileW(path.c_str());
+  }
+  return FALSE;
+}
+
+}  // namespace
+
+void RemoveWhenEnded(int slot, const std::string& path) {
+  // Taken out while the path changes, since the system calls it on a thread of its own.
+  ::SetConsoleCtrlHandler(RemoveAtEnd, FALSE);
+  pathsToRemove[static_cast<std::size_t>(slot)] = Wide(path);
+  ::SetConsoleCtrlHandler(RemoveAtEnd, TRUE);
+}
+
+std::uint64_t ProcessNumber() { return ::GetCurrentProcessId(); }
+
+// ---- Terminals ---------------------------------------------------------------------------------
+
+bool IsTerminal(Descriptor descriptor) {
+  DWORD mode = 0;
+  return ::GetConsoleMode(HandleOf(descriptor), &mode) != 0;
+}
+
+std::optional<int> TerminalColumns(Descriptor descriptor) {
+  CONSOLE_SCREEN_BUFFER_INFO info{};
+  if (::GetConsoleScreenBufferInfo(HandleOf(descriptor), &info) == 0) return std::nullopt;
+  return info.srWindow.Right - info.srWindow.Left + 1;
+}
+
+bool TakesColours(Descriptor descriptor) {
+  constexpr DWORD kEscapeSequences = 0x0004;
+  DWORD mode = 0;
+  const HANDLE handle = HandleOf(descriptor);
+  return ::GetConsoleMode(handle, &mode) != 0 &&
+         ::SetConsoleMode(handle, mode | kEscapeSequences) != 0;
+}
+
+std::error_code WriteToTerminal(Descriptor to, std::string_view text) {
+  const std::wstring units = Wide(std::string(text));
+  // A console takes some tens of thousands of units at a time.
+  constexpr std::size_t kMost = 8000;
+  for (std::size_t at = 0; at < units.size(); at += kMost) {
+    const auto count = static_cast<DWORD>(std::min(kMost, units.size() - at));
+    DWORD written = 0;
+    if (::WriteConsoleW(HandleOf(to), units.data() + at, count, &written, nullptr) == 0) {
+      return LastWindowsError();
+    }
+  }
+  return {};
+}
+
+// ---- Code pages --------------------------------------------------------------------------------
+
+std::optional<CodePageTable> ReadCodePage(unsigned number) {
+  if (::IsValidCodePage(number) == 0) return std::nullopt;
+  CodePageTable table{};
+  for (std::size_t byte = 0; byte < table.size(); ++byte) {
+    const std::array<char, 1> from{static_cast<char>(byte)};
+    std::array<wchar_t, 2> to{};
+    const int count =
+        ::MultiByteToWideChar(number, MB_ERR_INVALID_CHARS, from.data(), 1, to.data(), 2);
+    const auto unit = static_cast<char16_t>(to[0]);
+    // For a byte without a character Windows makes up a control or a private character.
+    const bool isMadeUp = (unit >= 0x80 && unit < 0xA0) || (unit >= 0xE000 && unit < 0xF900);
+    table[byte] = count == 1 && !isMadeUp ? unit : kNoCharacter;
+  }
+  return table;
+}
+
+}  // namespace brindlex::tool::system

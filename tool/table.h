@@ -1,0 +1,51 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "tool/diagnostics.h"
+#include "tool/output.h"
+
+namespace brindlex::tool {
+
+/// One value of a table, ready to be shown.
+struct Cell {
+  std::string text;
+  /// Something is missing at its end.
+  bool isCut = false;
+};
+
+using Row = std::vector<Cell>;
+
+/// A table whose columns are as wide as the rows that it is made from want, as far as the whole is
+/// to be no wider than a terminal. Numbers stand to the right.
+class Table {
+ public:
+  /// `names` are the heads; `sample` the rows that widths and sides are taken from; `width` the
+  /// columns there are, 0 for as many as are wanted. A row may have fewer or more cells than there
+  /// are names.
+  Table(const std::vector<std::string>& names, const std::vector<Row>& sample, std::size_t width);
+
+  /// How many columns of the table, from the left, find room.
+  std::size_t Fitting() const { return widths_.size(); }
+
+  void WriteHead(Output& output, const Palette& palette) const;
+
+  /// Cells behind the last column are left out; missing ones are blank.
+  void WriteRow(const Row& row, Output& output, const Palette& palette) const;
+
+ private:
+  void Shrink(std::size_t width);
+  std::string Line(const Row& row) const;
+
+  std::vector<std::string> names_;
+  std::vector<std::size_t> widths_;
+  std::vector<bool> toTheRight_;
+};
+
+/// Whether `text` is a number as people write them: digits, with a sign, points, commas, a percent
+/// sign.
+bool IsNumber(const std::string& text);
+
+}  // namespace brindlex::tool
