@@ -3,30 +3,13 @@
 #include <windows.h>
 
 #include <atomic>
-#include <cstddef>
 #include <exception>
 
+namespace brindlex {
 namespace {
 
 /// The thread whose next allocation finds no memory; 0 for none.
 std::atomic<DWORD> refusedThread{0};
-
-bool IsRefused() noexcept {
-  if (refusedThread.load(std::memory_order_relaxed) == 0) return false;
-  DWORD self = GetCurrentThreadId();
-  return refusedThread.compare_exchange_strong(self, 0);
-}
-
-}  // namespace
-
-// The linker's names for the allocation function, which the whole DLL calls by way of this file.
-extern "C" void* __real_malloc(std::size_t size);   // NOLINT
-extern "C" void* __wrap_malloc(std::size_t size) {  // NOLINT
-  return IsRefused() ? nullptr : __real_malloc(size);
-}
-
-namespace brindlex {
-namespace {
 
 /// Throws an exception that comes from the reserve.
 bool DrawUponReserve() noexcept {
@@ -39,6 +22,12 @@ bool DrawUponReserve() noexcept {
 }
 
 }  // namespace
+
+bool IsAllocationRefused() noexcept {
+  if (refusedThread.load(std::memory_order_relaxed) == 0) return false;
+  DWORD self = GetCurrentThreadId();
+  return refusedThread.compare_exchange_strong(self, 0);
+}
 
 void PrepareToThrow() noexcept {
   static const bool isReserveReady = DrawUponReserve();

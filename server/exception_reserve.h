@@ -10,4 +10,8 @@ namespace brindlex {
 /// after a thread's first call.
 void PrepareToThrow() noexcept;
 
+/// Whether the allocation that the calling thread is at must find no memory, which is how the
+/// reserve is reached before memory is short. True once for each time that was asked for.
+bool IsAllocationRefused() noexcept;
+
 }  // namespace brindlex

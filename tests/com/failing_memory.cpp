@@ -1,6 +1,5 @@
 #include "tests/com/failing_memory.h"
 
-#include <cstdlib>
 #include <utility>
 
 #include "tests/com/malloc_spy.h"
@@ -21,16 +20,16 @@ bool HeapShallFail() {
   return true;
 }
 
-void* __cdecl Allocate(std::size_t size) {
+void* WINAPI Allocate(HANDLE heap, DWORD flags, SIZE_T size) {
   if (HeapShallFail()) return nullptr;
-  void* const block = std::malloc(size);
+  void* const block = HeapAlloc(heap, flags, size);
   if (block != nullptr) ++liveBlocks;
   return block;
 }
 
-void __cdecl Free(void* block) {
+BOOL WINAPI Free(HANDLE heap, DWORD flags, void* block) {
   if (block != nullptr) --liveBlocks;
-  std::free(block);
+  return HeapFree(heap, flags, block);
 }
 
 std::u16string Units(const wchar_t* text) { return reinterpret_cast<const char16_t*>(text); }
@@ -44,8 +43,8 @@ int WINAPI ShowInList(HWND, const wchar_t* text, const wchar_t* caption, UINT) {
 }  // namespace
 
 FailingMemory::FailingMemory(HMODULE module)
-    : malloc_(module, "malloc", reinterpret_cast<void*>(Allocate)),
-      free_(module, "free", reinterpret_cast<void*>(Free)),
+    : malloc_(module, "HeapAlloc", reinterpret_cast<void*>(Allocate)),
+      free_(module, "HeapFree", reinterpret_cast<void*>(Free)),
       messageBox_(module, "MessageBoxW", reinterpret_cast<void*>(ShowInList)) {
   liveBlocks = 0;
   StopFailing();
