@@ -42,12 +42,15 @@ bool ContainsIgnoringCase(TextView text, TextView sought) {
                      }) != text.end();
 }
 
-Report SaveReport(TextView path, TextView text, const PendingError& pending) {
-  Text sentence = u"There was a system error [FFS-FSO-KX] saving a file: ";
-  sentence.append(path).append(kLineBreak);
+/// Reports a save that has failed, under the code of its kind, with all that was to be saved.
+void ReportSave(Platform& platform, TextView code, TextView path, TextView text, bool quietIfDenied,
+                const PendingError& pending) {
+  if (quietIfDenied && pending.error.number == error_number::kPermissionDenied) return;
+  Text sentence = u"There was a system error [";
+  sentence.append(code).append(u"] saving a file: ").append(path).append(kLineBreak);
   Report report = ContextualReport(sentence, pending, u"Trying to save: ");
   report.text.append(text);
-  return report;
+  platform.ShowReport(report);
 }
 
 Report ReadReport(Platform& platform, TextView path, const PendingError& pending) {
@@ -82,8 +85,31 @@ bool SaveTextFile(Platform& platform, TextView path, TextView text, bool quietIf
         result = true;
       },
       [&](const PendingError& pending) {
-        if (quietIfDenied && pending.error.number == error_number::kPermissionDenied) return;
-        platform.ShowReport(SaveReport(path, text, pending));
+        ReportSave(platform, u"FFS-FSO-KX", path, text, quietIfDenied, pending);
+      });
+  return result;
+}
+
+bool SaveTextFileSafely(Platform& platform, TextView path, TextView text, bool quietIfDenied) {
+  bool result = false;
+  Trap(
+      [&](CurrentLine& line) {
+        line = 1;
+        const std::string bytes = platform.InCodePage(text);
+        line = 2;
+        const auto replacement = platform.NewFileReplacement(path);
+        line = 3;
+        replacement->TakeOver();
+        line = 4;
+        replacement->Write(bytes);
+        line = 5;
+        replacement->Flush();
+        line = 6;
+        replacement->Commit();
+        result = true;
+      },
+      [&](const PendingError& pending) {
+        ReportSave(platform, u"FFS-SAFE-KX", path, text, quietIfDenied, pending);
       });
   return result;
 }

@@ -15,6 +15,17 @@ namespace brindlex {
 /// attributes back; 0 before.
 bool SaveTextFile(Platform& platform, TextView path, TextView text, bool quietIfDenied);
 
+/// As SaveTextFile, but never at the cost of the old content, which is there until the new one is
+/// whole: the text goes to a new file beside `path`, is brought to the disk, and takes the old
+/// one's place in one step, with its attributes and permissions. Whenever the process or the
+/// machine stops, the file holds the old text or the new; after a failure it is as it was. A text
+/// that the system's code page cannot hold is refused (error 5, which says where). The report is
+/// "[FFS-SAFE-KX]".
+///
+/// Lines: 1 putting the text into the code page, 2 creating the new file, 3 taking over permissions
+/// and attributes, 4 writing, 5 bringing it to the disk, 6 putting it in place.
+bool SaveTextFileSafely(Platform& platform, TextView path, TextView text, bool quietIfDenied);
+
 /// The whole content of the file `path`, read in the system's code page; empty after any failure,
 /// of which an empty file is one (error 62). A failure shows the report "[FTS-FSO]" with the path,
 /// or "[FTS-W]" with the file's name alone below the system folder, unless it is error 53 of the

@@ -4,14 +4,9 @@
 
 namespace brindlex {
 
-/// The readings without a platform: plain decimal text, the point always ".". On that much it
-/// agrees with every platform whose decimal separator is the point.
-///
-/// A number is, in this order: an optional "+" or "-"; digits, of which a point may stand before,
-/// among or behind, at least one; an optional "E" or "e" with an optional sign and at least one
-/// digit. Blanks (space, tab, line feed) may stand around it; LeadingNumber ignores them
-/// everywhere. No grouping, currency, hexadecimal or trailing signs. Text that reads as a number
-/// beyond the largest double is numeric and raises error 6 where its value is needed.
+/// The readings without a platform: numbers are plain decimal text (automation/plain_decimal.h).
+/// On that much it agrees with every platform whose decimal separator is the point. Text that reads
+/// as a number beyond the largest double is numeric and raises error 6 where its value is needed.
 class PortableNumberText : public NumberText {
  public:
   bool IsNumeric(TextView text) const override;

@@ -16,11 +16,12 @@ Text WithCapacity(TextView text, std::size_t capacity) {
 }
 
 /// The size to grow to when all that is known is that `least` units are needed. A large text and
-/// its copy are in memory together for a moment, so it grows by less.
-std::size_t NextSize(std::size_t least) {
+/// its copy are in memory together for a moment, so it grows by less; so does one that was thought
+/// to end about here.
+std::size_t NextSize(std::size_t least, bool isNearEnd) {
   constexpr std::size_t kSmallest = 256;
   constexpr std::size_t kLarge = std::size_t{1} << 20U;
-  return std::max(kSmallest, least + least / (least < kLarge ? 1 : 6));
+  return std::max(kSmallest, least + least / (least < kLarge && !isNearEnd ? 1 : 6));
 }
 
 /// `expected`, or the part of it that is not out of proportion to `least`; chosen so that only a
@@ -34,7 +35,7 @@ std::size_t StepTowards(std::size_t expected, std::size_t least) {
 }  // namespace
 
 std::size_t TextBuilder::NextCapacity(std::size_t least) const noexcept {
-  return expected_ > least ? StepTowards(expected_, least) : NextSize(least);
+  return expected_ > least ? StepTowards(expected_, least) : NextSize(least, expected_ != 0);
 }
 
 void TextBuilder::MakeRoom(std::size_t wanted) {

@@ -7,14 +7,21 @@
 
 namespace brindlex {
 
-/// What the user is told about a failure: the caption and the text of one message box.
+/// What the user is told about a failure: the caption and the text of one message box, which say it
+/// all, and once more by itself what a program may want to know.
 struct Report {
   /// One OK button and the exclamation icon.
   static constexpr std::uint32_t kStyle = 48;
 
   Text caption;
   Text text;
+  std::int32_t number = 0;
+  Text description{};
+  std::int32_t line = 0;
 };
+
+/// A report of `pending` that says `text` under `caption`.
+Report ReportOf(const PendingError& pending, TextView caption, Text text);
 
 /// Layout A, of the persistence classes: the first line, a blank line, the description, " Number: "
 /// and the number, " Line: " and the line.

@@ -2,8 +2,10 @@
 
 #include <array>
 #include <cstdint>
+#include <memory>
 
 #include "environment/report.h"
+#include "environment/report_listener.h"
 
 namespace brindlex {
 
@@ -31,10 +33,11 @@ class SystemServices {
   SystemServices& operator=(const SystemServices&) = delete;
   virtual ~SystemServices() = default;
 
-  /// Shows all of `report`, whatever its length, in a modal message box of style Report::kStyle, or
-  /// in a window like it where a message box is too small, and returns once it is closed. The host
-  /// may call the component again before that.
-  virtual void ShowReport(const Report& report) = 0;
+  /// Brings `report` before whoever is to see it, and returns when that is done: the listener of
+  /// the calling thread; where there is none, the user, in a box; where nobody could see and close
+  /// a box, or the listener fails, the error channel. The host may call the component again before
+  /// this returns.
+  void ShowReport(const Report& report);
 
   /// What the system says about its release; zeros where it says nothing.
   virtual VersionRecord GetVersionRecord() = 0;
@@ -47,6 +50,21 @@ class SystemServices {
   /// what comes back in place of all of `buffer` is padded with blanks. Returns what the shell
   /// returns, 1 for success.
   virtual std::int32_t PathFromItemIdList(ItemIdList list, PathBuffer& buffer) = 0;
+
+ private:
+  /// What the host has set for the calling thread; null without one.
+  virtual std::shared_ptr<ReportListener> Listener() = 0;
+
+  /// Whether a box would be seen: not in a service, nor in a task without a desktop.
+  virtual bool IsDesktopVisible() = 0;
+
+  /// Shows all of `report`, whatever its length, in a modal message box of style Report::kStyle, or
+  /// in a window like it where a message box is too small, and returns once it is closed.
+  virtual void ShowBox(const Report& report) = 0;
+
+  /// Writes caption and text to where the platform's programs put what went wrong, and waits for
+  /// nobody. What cannot be written is lost.
+  virtual void WriteToErrorChannel(const Report& report) = 0;
 };
 
 }  // namespace brindlex

@@ -1,12 +1,11 @@
 #include "persistence/collection_save_restore.h"
 
-#include <algorithm>
-#include <bit>
 #include <utility>
 
 #include "automation/runtime_error.h"
 #include "environment/report.h"
 #include "environment/trap.h"
+#include "persistence/guarded_text.h"
 
 namespace brindlex {
 namespace {
@@ -106,22 +105,6 @@ bool clsCollectionSaveRestore::ObjectItemExists(const CollectionRef& myCol,
 
 // ---- Objects to text ---------------------------------------------------------------------------
 
-namespace {
-
-/// Tells `text`, which holds `written` records, how long it will be with `count` of them, as far as
-/// the records are alike: at the 64th, and again whenever there are eight times as many.
-void ExpectFor(std::int32_t count, std::int32_t written, TextBuilder& text) {
-  constexpr std::int32_t kFirst = 64;
-  const auto seen = static_cast<std::uint32_t>(written / kFirst);
-  if (written % kFirst != 0 || !std::has_single_bit(seen) || std::countr_zero(seen) % 3 != 0)
-    return;
-  const double expected = 1.03 * count * static_cast<double>(text.Size()) / written;
-  constexpr double kMost = 1.0e9;
-  text.Expect(static_cast<std::size_t>(std::min(expected, kMost)));
-}
-
-}  // namespace
-
 Text clsCollectionSaveRestore::AsDelimitedFromCollection(const CollectionRef& myObjects,
                                                          const OptionalText& recordEndMarker,
                                                          const OptionalText& fieldEndMarker) {
@@ -134,13 +117,23 @@ void clsCollectionSaveRestore::AsDelimitedFromCollection(const CollectionRef& my
                                                          const OptionalText& recordEndMarker,
                                                          const OptionalText& fieldEndMarker,
                                                          TextBuilder& result) {
+  Save(myObjects, recordEndMarker, fieldEndMarker, nullptr, result);
+}
+
+bool clsCollectionSaveRestore::Save(const CollectionRef& myObjects,
+                                    const OptionalText& recordEndMarker,
+                                    const OptionalText& fieldEndMarker, const Markers* around,
+                                    TextBuilder& result) {
   std::vector<Text> names;
   std::size_t reading = TextView::npos;
+  const bool refusesMarkers = refuseMarkers_;
+  bool isSaved = false;
   Trap(
       [&](CurrentLine& line) {
         line = 1;
         const std::int32_t count = Given(myObjects).Count();
-        if (count == 0) return;
+        isSaved = count == 0;
+        if (isSaved) return;
         line = 2;
         const Markers markers = MarkersOr(DefaultMarkers(), recordEndMarker, fieldEndMarker);
         line = 3;
@@ -149,15 +142,25 @@ void clsCollectionSaveRestore::AsDelimitedFromCollection(const CollectionRef& my
         line = 4;
         if (names.empty()) GoToHandler({});
         line = 5;
-        AppendHeader(names, markers, result);
+        std::optional<GuardedText> guarded;
+        if (refusesMarkers) {
+          guarded.emplace(markers, around, result, reading).AppendHeader(names);
+        } else {
+          AppendHeader(names, markers, result);
+        }
         const auto access = first.Family().Access(names);
         const auto walk = myObjects->Enumerate();
         std::int32_t written = 0;
         for (Object object; walk->NextObject(object);) {
-          access->AppendTexts(object, markers.fieldEnd, result, reading);
-          result.Append(markers.recordEnd);
-          ExpectFor(count, ++written, result);
+          if (guarded) {
+            guarded->AppendRecord(object, *access, names.size());
+          } else {
+            access->AppendTexts(object, markers.fieldEnd, result, reading);
+            result.Append(markers.recordEnd);
+          }
+          ExpectRecords(count, ++written, result);
         }
+        isSaved = true;
       },
       [&](const PendingError& pending) {
         result.Clear();
@@ -166,6 +169,7 @@ void clsCollectionSaveRestore::AsDelimitedFromCollection(const CollectionRef& my
         if (reading < names.size()) report.text.append(names[reading]);
         platform_.ShowReport(report);
       });
+  return isSaved;
 }
 
 Text clsCollectionSaveRestore::AsDelimitedFromObject(const Object& myObj) {
@@ -361,8 +365,12 @@ Text clsCollectionSaveRestore::MultiDataColString(const CollectionRef& newCol, T
         Given(newCol);
         CollectionRef blocks = RestoreBlocks();
         if (blocks == nullptr) blocks = textData_.NewCollection();
-        clsTextData data{AsDelimitedFromCollection(newCol, internal_.recordEnd, internal_.fieldEnd),
-                         Text(name)};
+        const bool needsInner = refuseMarkers_;
+        const Markers outer = DefaultMarkers();
+        StringTextBuilder inner;
+        const bool isSaved = Save(newCol, internal_.recordEnd, internal_.fieldEnd, &outer, inner);
+        if (needsInner && !isSaved) return;
+        clsTextData data{inner.Take(), Text(name)};
         if (ObjectItemExists(blocks, name)) {
           textData_.Block(blocks->ObjectUnder(name)) = std::move(data);
         } else {

@@ -78,6 +78,14 @@ class clsCollectionSaveRestore {
                                  const OptionalText& recordEndMarker,
                                  const OptionalText& fieldEndMarker, TextBuilder& result);
 
+  /// Whether saving refuses what a restore would read as something else: a value or a member name
+  /// that holds a marker in force (in a collection for MultiDataString also the two of the text
+  /// around it), or whose line break a restore would drop. "Error DFC" then names the member and
+  /// says why, with number 0, and the result is empty; that of MultiDataColString is empty too, as
+  /// it is then after any report of a save. Off in a new instance: values are written as they are.
+  bool RefuseMarkers() const { return refuseMarkers_; }
+  void SetRefuseMarkers(bool refuse) { refuseMarkers_ = refuse; }
+
   /// The multi-collection text that WorkingCol and MultiDataColString work on.
   const Text& MultiDataString() const { return *multiDataString_; }
   void SetMultiDataString(TextView text) { multiDataString_ = std::make_shared<const Text>(text); }
@@ -93,6 +101,11 @@ class clsCollectionSaveRestore {
   const std::vector<TextView>& FieldsOf(const RecordWalk& record);
   static bool ObjectItemExists(const CollectionRef& myCol, TextView myKey) noexcept;
 
+  /// AsDelimitedFromCollection; says whether there was no report. `around` are the markers of the
+  /// layer in which the text will be a value; null when it stands alone.
+  bool Save(const CollectionRef& myObjects, const OptionalText& recordEndMarker,
+            const OptionalText& fieldEndMarker, const Markers* around, TextBuilder& result);
+
   CollectionRef MembersOf(const Object& sample);
   std::vector<Text> NamesToSave(const Object& first);
   static Header ReadHeader(const std::vector<TextView>& names, const Collection& members,
@@ -102,6 +115,7 @@ class clsCollectionSaveRestore {
   Platform& platform_;
   TextDataFamily textData_;
   const Markers internal_ = InternalMarkers();
+  bool refuseMarkers_ = false;
   /// Shared, so that a call keeps its text while the host, re-entering, sets another.
   std::shared_ptr<const Text> multiDataString_ = std::make_shared<const Text>();
 };

@@ -1,5 +1,7 @@
 #include "persistence/delimited_text.h"
 
+#include <algorithm>
+#include <bit>
 #include <utility>
 
 #include "automation/runtime_error.h"
@@ -173,6 +175,16 @@ void AppendHeader(const std::vector<Text>& names, const Markers& markers, TextBu
     text.Append(markers.fieldEnd);
   }
   text.Append(markers.recordEnd);
+}
+
+void ExpectRecords(std::int32_t count, std::int32_t written, TextBuilder& text) {
+  constexpr std::int32_t kFirst = 8;
+  const auto seen = static_cast<std::uint32_t>(written / kFirst);
+  if (written % kFirst != 0 || !std::has_single_bit(seen) || std::countr_zero(seen) % 3 != 0)
+    return;
+  const double expected = 1.03 * count * static_cast<double>(text.Size()) / written;
+  constexpr double kMost = 1.0e9;
+  text.Expect(static_cast<std::size_t>(std::min(expected, kMost)));
 }
 
 }  // namespace brindlex

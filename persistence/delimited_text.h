@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -97,5 +98,9 @@ std::optional<std::vector<TextView>> HeaderNames(TextView text, const Markers& m
 
 /// Appends the header record that names `names`.
 void AppendHeader(const std::vector<Text>& names, const Markers& markers, TextBuilder& text);
+
+/// Tells `text`, which holds `written` records, how long it will be with `count` of them, as far as
+/// the records are alike: at the eighth, and again whenever there are eight times as many.
+void ExpectRecords(std::int32_t count, std::int32_t written, TextBuilder& text);
 
 }  // namespace brindlex

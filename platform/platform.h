@@ -1,9 +1,11 @@
 #pragma once
 
 #include <memory>
+#include <string>
 
 #include "automation/collection.h"
 #include "environment/system_services.h"
+#include "platform/file_replacement.h"
 #include "platform/file_system.h"
 
 namespace brindlex {
@@ -18,6 +20,16 @@ class Platform : public SystemServices {
 
   /// A new file-system object. Error 429 when the system has none.
   virtual std::unique_ptr<FileSystem> NewFileSystem() = 0;
+
+  /// `text` in the system's code page, such that it comes back equal. Error 5, with a description
+  /// that says where, when the code page cannot hold it.
+  virtual std::string InCodePage(TextView text) = 0;
+
+  /// A new, empty file that is to replace the file `path`, which need not exist. What an earlier
+  /// replacement of the same file left behind when its process was ended is removed. Error 70 when
+  /// another replacement of it is under way, `path` is a folder, or the folder may not be written
+  /// to; 68 for a device, 76 when there is no such folder, 52 for a name that no file can have.
+  virtual std::unique_ptr<FileReplacement> NewFileReplacement(TextView path) = 0;
 };
 
 }  // namespace brindlex

@@ -77,7 +77,7 @@ Call::Call(const Member& member, const DISPPARAMS& given) : params_(given) {
 }
 
 void Call::Sort(const Member& member, std::size_t count) {
-  const bool isPut = member.kind == DISPATCH_PROPERTYPUT;
+  const bool isPut = (member.kind & DISPATCH_PROPERTYPUT) != 0;
   for (UINT place = 0; place < params_.cArgs; ++place) {
     std::size_t index = params_.cArgs - 1 - place;
     if (place < params_.cNamedArgs) {
@@ -135,6 +135,11 @@ const VARIANT& Call::ConvertedAt(std::size_t index, VARTYPE type) {
 BSTR Call::TextAt(std::size_t index) { return ConvertedAt(index, VT_BSTR).bstrVal; }
 
 IDispatch* Call::ObjectAt(std::size_t index) { return ConvertedAt(index, VT_DISPATCH).pdispVal; }
+
+bool Call::IsNothingAt(std::size_t index) const {
+  const VARTYPE type = Dereferenced(*given_.at(index)).vt;
+  return type == VT_NULL || type == VT_EMPTY;
+}
 
 bool Call::IsLeftOut(std::size_t index) const {
   const VARIANT* const given = given_.at(index);

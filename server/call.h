@@ -29,7 +29,8 @@ struct Member {
 
   const wchar_t* name;
   DISPID id;
-  /// DISPATCH_METHOD, DISPATCH_PROPERTYGET or DISPATCH_PROPERTYPUT. Methods and gets answer to each
+  /// DISPATCH_METHOD, DISPATCH_PROPERTYGET or DISPATCH_PROPERTYPUT, the last with
+  /// DISPATCH_PROPERTYPUTREF for a property that is an object. Methods and gets answer to each
   /// other's flag as well, since hosts differ in what they ask with.
   WORD kind;
   /// Calls the member through the vtable with the arguments of the call.
@@ -61,6 +62,8 @@ class Call {
   VARIANT ValueAt(std::size_t index);
   BSTR TextAt(std::size_t index);
   IDispatch* ObjectAt(std::size_t index);
+  /// Whether it is Null or Empty, which script hosts pass that know no Nothing.
+  bool IsNothingAt(std::size_t index) const;
   VARIANT_BOOL FlagAt(std::size_t index) { return ConvertedAt(index, VT_BOOL).boolVal; }
   long LongAt(std::size_t index) { return ConvertedAt(index, VT_I4).lVal; }
 

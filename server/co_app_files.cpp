@@ -66,6 +66,14 @@ constexpr Member kAppFilesMembers[] = {
        return Self(self).CopyFileKeepAttributes(call.TextAt(0), call.TextAt(1));
      },
      {Required(L"source"), Required(L"destination")}},
+    {L"SaveTextFileSafely",
+     9,
+     DISPATCH_METHOD,
+     [](IDispatch& self, Call& call) {
+       return Self(self).SaveTextFileSafely(call.TextAt(0), call.TextAt(1), call.FlagAt(2),
+                                            call.ResultFlag());
+     },
+     {Required(L"path"), Required(L"text"), Required(L"quietIfDenied")}},
 };
 
 /// Puts `text` in the place of the text in the caller's variable, unless it holds that already.
@@ -83,7 +91,7 @@ const std::span<const Member> CoAppFiles::kMembers = kAppFilesMembers;
 STDMETHODIMP CoAppFiles::StartUp(IDispatch* hostObject, BSTR appFolderName,
                                  BSTR companyFolderName) {
   return Run([&] {
-    brindlex::StartUp(*EnsureHostState(), GivenObject(hostObject), ViewOf(appFolderName),
+    brindlex::StartUp(EnsureThreadState()->host, GivenObject(hostObject), ViewOf(appFolderName),
                       ViewOf(companyFolderName));
   });
 }
@@ -101,11 +109,11 @@ STDMETHODIMP CoAppFiles::SettingsFolderAllUsers(BSTR* companyFolder, BSTR* resul
   if (companyFolder == nullptr) return E_POINTER;
   return RunFor(result, [&] {
     // A reference of its own: the host may leave the apartment from inside its object.
-    const std::shared_ptr<HostState> state = CurrentHostState();
+    const std::shared_ptr<ThreadState> state = CurrentThreadState();
     HostState none;
     Text company(ViewOf(*companyFolder));
-    const Text folder =
-        brindlex::SettingsFolderAllUsers(ThePlatform(), state == nullptr ? none : *state, company);
+    const Text folder = brindlex::SettingsFolderAllUsers(
+        ThePlatform(), state == nullptr ? none : state->host, company);
     Bstr made(folder);
     Assign(company, *companyFolder);
     *result = made.Detach();
@@ -135,6 +143,14 @@ STDMETHODIMP CoAppFiles::FileNameFromPath(BSTR path, BSTR* result) {
 STDMETHODIMP CoAppFiles::CopyFileKeepAttributes(BSTR source, BSTR destination) {
   return Run([&] {
     brindlex::CopyFileKeepAttributes(ThePlatform(), ViewOf(source), ViewOf(destination));
+  });
+}
+
+STDMETHODIMP CoAppFiles::SaveTextFileSafely(BSTR path, BSTR text, VARIANT_BOOL quietIfDenied,
+                                            VARIANT_BOOL* result) {
+  return RunFor(result, [&] {
+    *result = FlagOf(brindlex::SaveTextFileSafely(ThePlatform(), ViewOf(path), ViewOf(text),
+                                                  quietIfDenied != VARIANT_FALSE));
   });
 }
 

@@ -20,6 +20,8 @@ class CoAppFiles final : public Coclass<CoAppFiles, _clsAppFiles, ::clsAppFiles>
   STDMETHODIMP ReadTextFile(BSTR path, VARIANT_BOOL quietIfMissing, BSTR* result) override;
   STDMETHODIMP FileNameFromPath(BSTR path, BSTR* result) override;
   STDMETHODIMP CopyFileKeepAttributes(BSTR source, BSTR destination) override;
+  STDMETHODIMP SaveTextFileSafely(BSTR path, BSTR text, VARIANT_BOOL quietIfDenied,
+                                  VARIANT_BOOL* result) override;
 };
 
 }  // namespace brindlex

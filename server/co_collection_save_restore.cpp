@@ -92,6 +92,13 @@ constexpr Member kSaveRestoreMembers[] = {
      DISPATCH_PROPERTYPUT,
      [](IDispatch& self, Call& call) { return Self(self).put_MultiDataString(call.TextAt(0)); },
      {Required(L"Value")}},
+    {L"RefuseMarkers", 11, DISPATCH_PROPERTYGET,
+     [](IDispatch& self, Call& call) { return Self(self).get_RefuseMarkers(call.ResultFlag()); }},
+    {L"RefuseMarkers",
+     11,
+     DISPATCH_PROPERTYPUT,
+     [](IDispatch& self, Call& call) { return Self(self).put_RefuseMarkers(call.FlagAt(0)); },
+     {Required(L"Value")}},
 };
 
 }  // namespace
@@ -184,6 +191,14 @@ STDMETHODIMP CoCollectionSaveRestore::get_MultiDataString(BSTR* result) {
 
 STDMETHODIMP CoCollectionSaveRestore::put_MultiDataString(BSTR value) {
   return Run([&] { operations_.SetMultiDataString(ViewOf(value)); });
+}
+
+STDMETHODIMP CoCollectionSaveRestore::get_RefuseMarkers(VARIANT_BOOL* result) {
+  return RunFor(result, [&] { *result = FlagOf(operations_.RefuseMarkers()); });
+}
+
+STDMETHODIMP CoCollectionSaveRestore::put_RefuseMarkers(VARIANT_BOOL value) {
+  return Run([&] { operations_.SetRefuseMarkers(value != VARIANT_FALSE); });
 }
 
 }  // namespace brindlex

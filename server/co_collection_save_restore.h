@@ -33,6 +33,8 @@ class CoCollectionSaveRestore final
                                          BSTR* result) override;
   STDMETHODIMP get_MultiDataString(BSTR* result) override;
   STDMETHODIMP put_MultiDataString(BSTR value) override;
+  STDMETHODIMP get_RefuseMarkers(VARIANT_BOOL* result) override;
+  STDMETHODIMP put_RefuseMarkers(VARIANT_BOOL value) override;
 
  private:
   clsCollectionSaveRestore operations_;

@@ -3,6 +3,7 @@
 #include "environment/mod_get_os.h"
 #include "environment/mod_system_folders.h"
 #include "server/the_platform.h"
+#include "server/thread_state.h"
 #include "server/values.h"
 
 namespace brindlex {
@@ -22,6 +23,17 @@ constexpr Member kEnvironmentMembers[] = {
        return Self(self).FindSystemFolder(call.LongAt(0), call.ResultText());
      },
      {Required(L"csidl")}},
+    {L"ReportListener", 4, DISPATCH_PROPERTYGET,
+     [](IDispatch& self, Call& call) {
+       return Self(self).get_ReportListener(call.ResultObject<IDispatch>());
+     }},
+    {L"ReportListener",
+     4,
+     DISPATCH_PROPERTYPUT | DISPATCH_PROPERTYPUTREF,
+     [](IDispatch& self, Call& call) {
+       return Self(self).putref_ReportListener(call.IsNothingAt(0) ? nullptr : call.ObjectAt(0));
+     },
+     {Required(L"Value")}},
 };
 
 }  // namespace
@@ -39,6 +51,27 @@ STDMETHODIMP CoEnvironment::IsWindowsVista(VARIANT_BOOL* result) {
 STDMETHODIMP CoEnvironment::FindSystemFolder(long csidl, BSTR* result) {
   return RunFor(result,
                 [&] { *result = NewBstr(brindlex::FindSystemFolder(ThePlatform(), csidl)); });
+}
+
+STDMETHODIMP CoEnvironment::get_ReportListener(IDispatch** result) {
+  return RunFor(result, [&] {
+    const auto state = CurrentThreadState();
+    if (state == nullptr || state->listener == nullptr) return;
+    *result = ComPtr<IDispatch>(state->listener->Object()).Detach();
+  });
+}
+
+STDMETHODIMP CoEnvironment::putref_ReportListener(IDispatch* value) {
+  return Run([&] {
+    const auto state = value == nullptr ? CurrentThreadState() : EnsureThreadState();
+    if (state == nullptr) return;
+    // The one that was there goes last: its end may call in again.
+    auto listener =
+        value == nullptr ? nullptr : std::make_shared<DispatchListener>(ComPtr<IDispatch>(value));
+    std::swap(state->listener, listener);
+    listener = nullptr;
+    ForgetEmptyThreadState();
+  });
 }
 
 }  // namespace brindlex

@@ -13,6 +13,8 @@ class CoEnvironment final : public Coclass<CoEnvironment, _clsEnvironment, ::cls
   STDMETHODIMP GetOsName(BSTR* result) override;
   STDMETHODIMP IsWindowsVista(VARIANT_BOOL* result) override;
   STDMETHODIMP FindSystemFolder(long csidl, BSTR* result) override;
+  STDMETHODIMP get_ReportListener(IDispatch** result) override;
+  STDMETHODIMP putref_ReportListener(IDispatch* value) override;
 };
 
 }  // namespace brindlex

@@ -61,9 +61,13 @@ STDMETHODIMP CoTextData::GetMemberNames(_clsCollection** result) {
   return RunFor(result, [&] { *result = HandedOut(clsTextData::GetMemberNames(ThePlatform())); });
 }
 
-Text* CoTextData::FindText(TextView name) noexcept {
-  if (EqualIgnoringCase(name, u"DataString")) return &data_.DataString;
-  return EqualIgnoringCase(name, u"Name") ? &data_.Name : nullptr;
+std::size_t CoTextData::PositionOf(TextView name) const noexcept {
+  if (EqualIgnoringCase(name, u"DataString")) return 0;
+  return EqualIgnoringCase(name, u"Name") ? 1 : kNone;
+}
+
+Text& CoTextData::TextAt(std::size_t position) noexcept {
+  return position == 0 ? data_.DataString : data_.Name;
 }
 
 STDMETHODIMP CoCreateTextData::GetNewObject(_clsTextData** result) {

@@ -18,7 +18,8 @@ class CoTextData final : public Coclass<CoTextData, _clsTextData, ::clsTextData,
   STDMETHODIMP put_Name(BSTR value) override;
   STDMETHODIMP GetMemberNames(_clsCollection** result) override;
 
-  Text* FindText(TextView name) noexcept override;
+  std::size_t PositionOf(TextView name) const noexcept override;
+  Text& TextAt(std::size_t position) noexcept override;
 
  private:
   clsTextData data_;

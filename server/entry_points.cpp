@@ -50,10 +50,10 @@ HRESULT OnKeys(HKEY owner, KeyOperation operation) noexcept {
 }  // namespace
 }  // namespace brindlex
 
-/// Nothing may happen here that the loader lock forbids, so nothing but remembering the handle
-/// does.
-extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, void* /*reserved*/) {
+/// Nothing may happen here that the loader lock forbids, so nothing but remembering does.
+extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, void* reserved) {
   if (reason == DLL_PROCESS_ATTACH) brindlex::module::SetInstance(instance);
+  if (reason == DLL_PROCESS_DETACH && reserved != nullptr) brindlex::module::SetProcessEnding();
   return TRUE;
 }
 

@@ -9,10 +9,15 @@ namespace {
 
 HINSTANCE theInstance = nullptr;
 std::atomic<long> useCount{0};
+bool isProcessEnding = false;
 
 }  // namespace
 
 void SetInstance(HINSTANCE instance) noexcept { theInstance = instance; }
+
+void SetProcessEnding() noexcept { isProcessEnding = true; }
+
+bool IsProcessEnding() noexcept { return isProcessEnding; }
 
 std::wstring Path() {
   std::wstring path(MAX_PATH, L'\0');

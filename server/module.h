@@ -9,6 +9,10 @@ namespace brindlex::module {
 /// Remembers the DLL's own handle; called once, from DllMain.
 void SetInstance(HINSTANCE instance) noexcept;
 
+/// Remembers, or says, that the DLL goes because the process ends; told by DllMain.
+void SetProcessEnding() noexcept;
+bool IsProcessEnding() noexcept;
+
 /// The full path of the DLL's own file. Throws RuntimeError.
 std::wstring Path();
 

@@ -4,13 +4,12 @@
 
 #include <objidl.h>
 
-#include <atomic>
 #include <utility>
 
 #include "automation/runtime_error.h"
 #include "platform/win32/com_ptr.h"
 #include "platform/win32/hresult.h"
-#include "server/module.h"
+#include "server/counted_object.h"
 
 namespace brindlex {
 namespace {
@@ -38,42 +37,26 @@ const ThreadSlot& Slot() noexcept {
 
 /// Told by COM when the thread leaves its apartment. COM holds the only lasting reference, from
 /// Register until the last CoUninitialize, or the thread's end.
-class ApartmentWatch : public IInitializeSpy {
+class ApartmentWatch final : public CountedObject<ApartmentWatch, IInitializeSpy> {
  public:
-  ApartmentWatch() : state_(std::make_shared<HostState>()) {}
+  ApartmentWatch() : state_(std::make_shared<ThreadState>()) {}
   ApartmentWatch(const ApartmentWatch&) = delete;
   ApartmentWatch& operator=(const ApartmentWatch&) = delete;
+  ~ApartmentWatch() {
+    if (OfThisThread() == this) Slot().Set(nullptr);
+  }
 
   static ApartmentWatch* OfThisThread() noexcept {
     return static_cast<ApartmentWatch*>(Slot().Get());
   }
 
-  const std::shared_ptr<HostState>& State() const noexcept { return state_; }
+  const std::shared_ptr<ThreadState>& State() const noexcept { return state_; }
 
   void Register() {
     if (!Slot().Set(this)) throw RuntimeError(error_number::kOutOfMemory);
     const HRESULT status = CoRegisterInitializeSpy(this, &cookie_);
     if (FAILED(status)) Slot().Set(nullptr);
     Check(status);
-  }
-
-  virtual ~ApartmentWatch() {
-    if (OfThisThread() == this) Slot().Set(nullptr);
-  }
-
-  STDMETHODIMP QueryInterface(REFIID id, void** result) override {
-    if (result == nullptr) return E_POINTER;
-    const bool known = id == IID_IUnknown || id == __uuidof(IInitializeSpy);
-    *result = known ? static_cast<IInitializeSpy*>(this) : nullptr;
-    if (!known) return E_NOINTERFACE;
-    AddRef();
-    return S_OK;
-  }
-  STDMETHODIMP_(ULONG) AddRef() override { return ++references_; }
-  STDMETHODIMP_(ULONG) Release() override {
-    const ULONG left = --references_;
-    if (left == 0) delete this;
-    return left;
   }
 
   STDMETHODIMP PreInitialize(DWORD, DWORD) override { return S_OK; }
@@ -84,7 +67,6 @@ class ApartmentWatch : public IInitializeSpy {
   }
   STDMETHODIMP PostUninitialize(DWORD) override { return S_OK; }
 
- private:
   void End() {
     const ComPtr<ApartmentWatch> alive(this);
     // First, so that a host that calls from inside its object's end finds nothing half gone.
@@ -93,21 +75,29 @@ class ApartmentWatch : public IInitializeSpy {
     CoRevokeInitializeSpy(cookie_);
   }
 
-  std::atomic<ULONG> references_{1};
+ private:
   ULARGE_INTEGER cookie_{};
-  module::Use use_;
-  std::shared_ptr<HostState> state_;
+  std::shared_ptr<ThreadState> state_;
 };
 
 }  // namespace
 
-std::shared_ptr<HostState> CurrentHostState() noexcept {
+std::shared_ptr<ThreadState> CurrentThreadState() noexcept {
   const ApartmentWatch* const watch = ApartmentWatch::OfThisThread();
   return watch == nullptr ? nullptr : watch->State();
 }
 
-std::shared_ptr<HostState> EnsureHostState() {
-  if (auto state = CurrentHostState()) return state;
+void ForgetEmptyThreadState() noexcept {
+  auto* const watch = ApartmentWatch::OfThisThread();
+  if (watch == nullptr) return;
+  const ThreadState& state = *watch->State();
+  const bool isStarted = !state.host.hostObject.IsNothing() || !state.host.appFolderName.empty() ||
+                         !state.host.companyFolderName.empty();
+  if (!isStarted && state.listener == nullptr) watch->End();
+}
+
+std::shared_ptr<ThreadState> EnsureThreadState() {
+  if (auto state = CurrentThreadState()) return state;
   const auto watch = ComPtr<ApartmentWatch>::Adopt(new ApartmentWatch);
   watch->Register();
   return watch->State();

@@ -15,10 +15,12 @@ ALLOWED = {
     "persistence": {"automation", "environment", "platform"},
     "bases": {"automation", "environment"},
     "appfiles": {"automation", "environment", "platform"},
+    "tool": {"automation", "environment", "bases"},
     "server": {"automation", "environment", "platform", "persistence", "bases", "appfiles"},
 }
-# The only places that know Windows.
-WINDOWS_FOLDERS = ("platform/win32/", "server/")
+# The only places that know Windows; the program's own is one source, since it has another one for
+# every other system.
+WINDOWS_FOLDERS = ("platform/win32/", "server/", "tool/system_windows.cpp")
 WINDOWS_HEADERS = re.compile(r"<(windows|unknwn|objbase|oaidl|oleauto|ocidl|objidl|dispex)\.h>")
 INCLUDE = re.compile(r'^\s*#\s*include\s+(<[^>]+>|"[^"]+")', re.MULTILINE)
 

@@ -92,3 +92,22 @@ download_package() {
   local by=$1 package=$2 folder=$3
   (cd "$folder" && apt_get "$by" -o APT::Sandbox::User=root download "$package")
 }
+
+# unpack_source PACKAGE FOLDER: the sources of one package, from the mirror that the machine uses for its
+# packages, so that the Windows compiler can build them too. FOLDER gets a stamp, .unpacked, at the end.
+unpack_source() {
+  local package=$1 folder=$2 by archive
+  by=$(scratch_folder "sources-$package")
+  say "unpacking the sources of $package into ${folder#"$root"/}"
+  make_private_road "$by"
+  sed -i 's/^deb /deb-src /' "$by/sources.list"
+  apt_get "$by" update || fail "could not read the list of source packages; apt's reason is above"
+  (cd "$by" && apt_get "$by" --download-only source "$package") ||
+    fail "could not download the sources of $package; apt's reason is above"
+  archive=$(find "$by" -maxdepth 1 -name "${package}_*.orig.tar.*" ! -name '*.asc')
+  [[ -n $archive ]] || fail "the source package of $package holds no archive"
+  rm -rf "$folder"
+  mkdir -p "$folder"
+  tar xf "$archive" -C "$folder" --strip-components=1
+  touch "$folder/.unpacked"
+}

@@ -16,7 +16,7 @@ build_component() {
 
 build_both_widths() {
   build_component
-  build win64 --target Brindlex
+  build win64 --target Brindlex --target brindlex
 }
 
 register_component() {

@@ -44,7 +44,8 @@ class Parameter:
 
 @dataclass
 class Member:
-    """A method, or one direction of a property; `kind` is "call", "get" or "put"."""
+    """A method, or one direction of a property; `kind` is "call", "get" or "put",
+    which also stands for setting a reference."""
 
     name: str
     id: int
@@ -134,7 +135,8 @@ class Reader:
         result = None
         if parameters and "retval" in parameters[-1].attributes:
             result = parameters.pop()
-        kind = "get" if "propget" in attributes else "put" if "propput" in attributes else "call"
+        is_put = "propput" in attributes or "propputref" in attributes
+        kind = "get" if "propget" in attributes else "put" if is_put else "call"
         return Member(
             name, int(attributes["id"]), kind, attributes["helpstring"], "restricted" in attributes,
             parameters, result,

@@ -1,4 +1,4 @@
-"""Prints the C++ sources of this tree in a compile database, zero-terminated.
+"""Prints the C and C++ sources of this tree in a compile database, zero-terminated.
 
 usage: lint_sources.py ROOT BUILD_FOLDER [--without OTHER_BUILD_FOLDER]
 
@@ -18,7 +18,7 @@ def sources(root: str, build_folder: str) -> set[str]:
     return {
         path
         for path in paths
-        if path.startswith(root + os.sep) and not path.startswith(generated) and path.endswith(".cpp")
+        if path.startswith(root + os.sep) and not path.startswith(generated) and path.endswith((".cpp", ".c"))
     }
 
 

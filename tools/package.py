@@ -39,7 +39,8 @@ def copy_generated(root: str, source: str, target: str) -> None:
 
 def add_width(root: str, width: str, folder: str) -> None:
     build = os.path.join(root, "build", BUILDS[width])
-    copy(os.path.join(build, "Brindlex.dll"), os.path.join(folder, "Brindlex.dll"))
+    for name in ("Brindlex.dll", "brindlex.exe"):
+        copy(os.path.join(build, name), os.path.join(folder, name))
     manifest = os.path.join(build, "server/generated/Brindlex.manifest")
     copy(manifest, os.path.join(folder, "Brindlex.manifest"))
 

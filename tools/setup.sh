@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Brings a Debian 12 machine to where it can build and test: installs the packages that are missing
-# and unpacks the one that is only read. Does nothing, quickly, when all is there.
+# and unpacks those that are only read. Does nothing, quickly, when all is there.
 set -euo pipefail
 
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
@@ -19,6 +19,9 @@ readonly packages=(
   wine wine32:i386 wine64               # runs the component and its tests
   wixl msitools                         # the installation packages
   xvfb xauth                            # a display for Wine
+  chromium                              # tests the page that to-html makes
+  zsh                                   # tests the completions for it
+  libcli11-dev libfmt-dev nlohmann-json3-dev   # libraries of the program brindlex, headers only
 )
 
 # widl comes without the interface descriptions it has to import; this package has them. It is
@@ -26,6 +29,10 @@ readonly packages=(
 readonly idl_package=libwine-dev
 readonly idl_folder=$root/build/tools/libwine-dev
 readonly idl_stamp=$idl_folder/.unpacked
+
+# The CSV library of the program brindlex, which no package has for the Windows compilers.
+readonly csv_folder=$root/build/tools/libcsv
+readonly csv_stamp=$csv_folder/.unpacked
 
 missing_packages() {
   local package answers
@@ -63,7 +70,7 @@ unpack_idl_package() {
 setup() {
   local missing
   mapfile -t missing < <(missing_packages)
-  if [[ ${#missing[@]} -eq 0 && -f $idl_stamp ]]; then
+  if [[ ${#missing[@]} -eq 0 && -f $idl_stamp && -f $csv_stamp ]]; then
     return
   fi
 
@@ -75,6 +82,7 @@ setup() {
     [[ ${#missing[@]} -eq 0 ]] || fail "apt reported success, yet these are missing: ${missing[*]}"
   fi
   [[ -f $idl_stamp ]] || unpack_idl_package
+  [[ -f $csv_stamp ]] || unpack_source libcsv "$csv_folder"
   say "setup is complete"
 }
 

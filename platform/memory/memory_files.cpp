@@ -58,6 +58,14 @@ void CheckReplaceable(const MemoryDisk& disk, const Text& path, std::int32_t for
   }
 }
 
+/// Appends as many of `bytes` to a file as there is room for.
+void AppendTo(MemoryDisk& disk, const Text& path, std::string_view bytes) {
+  const std::size_t fits = disk.room ? std::min(*disk.room, bytes.size()) : bytes.size();
+  FileOf(disk, path).bytes.append(bytes.substr(0, fits));
+  if (disk.room) *disk.room -= fits;
+  if (fits < bytes.size()) Fail(error_number::kDiskFull);
+}
+
 class MemoryFile : public File {
  public:
   MemoryFile(MemoryPlatform& platform, TextView path) : open_(platform), path_(path) {}
@@ -78,13 +86,9 @@ class MemoryWriter : public TextWriter {
 
   void Write(TextView text) override {
     MemoryDisk& disk = open_.Disk();
-    const std::size_t fits = disk.room ? std::min(*disk.room, text.size()) : text.size();
-    std::string& bytes = FileOf(disk, path_).bytes;
-    for (const char16_t unit : text.substr(0, fits)) {
-      bytes.push_back(static_cast<char>(unit < 256 ? unit : u'?'));
-    }
-    if (disk.room) *disk.room -= fits;
-    if (fits < text.size()) Fail(error_number::kDiskFull);
+    std::string bytes;
+    for (const char16_t unit : text) bytes.push_back(static_cast<char>(unit < 256 ? unit : u'?'));
+    AppendTo(disk, path_, bytes);
   }
   void Close() override { open_.Disk(); }
 
@@ -168,6 +172,38 @@ class MemoryFileSystem : public FileSystem {
   OpenObject open_;
 };
 
+class MemoryFileReplacement : public FileReplacement {
+ public:
+  MemoryFileReplacement(MemoryPlatform& platform, TextView path)
+      : open_(platform), path_(path), beside_(Text(path).append(u".~saving")) {
+    MemoryDisk& disk = open_.Disk();
+    if (!HasParent(disk, path)) Fail(error_number::kPathNotFound);
+    if (disk.folders.contains(path_)) Fail(error_number::kPermissionDenied);
+    disk.files[beside_] = {{}, disk.newAttributes, false};
+  }
+  MemoryFileReplacement(const MemoryFileReplacement&) = delete;
+  MemoryFileReplacement& operator=(const MemoryFileReplacement&) = delete;
+  ~MemoryFileReplacement() override { open_.Platform().disk.files.erase(beside_); }
+
+  void TakeOver() override {
+    MemoryDisk& disk = open_.Disk();
+    const auto old = disk.files.find(path_);
+    if (old != disk.files.end()) FileOf(disk, beside_).attributes = old->second.attributes;
+  }
+  void Write(std::string_view bytes) override { AppendTo(open_.Disk(), beside_, bytes); }
+  void Flush() override { open_.Disk(); }
+  void Commit() override {
+    MemoryDisk& disk = open_.Disk();
+    CheckReplaceable(disk, path_, 0);
+    disk.files[path_] = FileOf(disk, beside_);
+  }
+
+ private:
+  OpenObject open_;
+  Text path_;
+  Text beside_;
+};
+
 }  // namespace
 
 bool MemoryDisk::Less::operator()(const Text& left, const Text& right) const {
@@ -178,6 +214,19 @@ bool MemoryDisk::Less::operator()(const Text& left, const Text& right) const {
 
 std::unique_ptr<FileSystem> NewMemoryFileSystem(MemoryPlatform& platform) {
   return std::make_unique<MemoryFileSystem>(platform);
+}
+
+std::string InMemoryCodePage(TextView text) {
+  std::string bytes;
+  for (const char16_t unit : text) {
+    if (unit > 255) Fail(error_number::kInvalidCall);
+    bytes.push_back(static_cast<char>(unit));
+  }
+  return bytes;
+}
+
+std::unique_ptr<FileReplacement> NewMemoryFileReplacement(MemoryPlatform& platform, TextView path) {
+  return std::make_unique<MemoryFileReplacement>(platform, path);
 }
 
 }  // namespace brindlex

@@ -9,6 +9,7 @@
 #include <string>
 
 #include "automation/text.h"
+#include "platform/file_replacement.h"
 #include "platform/file_system.h"
 
 namespace brindlex {
@@ -44,5 +45,11 @@ struct MemoryDisk {
 /// The file-system object over the disk of `platform`, which must outlive it. Each of its calls,
 /// and each of its files' and streams', can be made to fail by the platform's fault.
 std::unique_ptr<FileSystem> NewMemoryFileSystem(MemoryPlatform& platform);
+
+/// `text` in the disk's code page; error 5 when that cannot hold it.
+std::string InMemoryCodePage(TextView text);
+
+/// A new file that is to replace another on the disk of `platform`, which must outlive it.
+std::unique_ptr<FileReplacement> NewMemoryFileReplacement(MemoryPlatform& platform, TextView path);
 
 }  // namespace brindlex

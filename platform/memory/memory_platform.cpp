@@ -4,7 +4,7 @@
 
 namespace brindlex {
 
-void MemoryPlatform::ShowReport(const Report& report) {
+void MemoryPlatform::ShowBox(const Report& report) {
   fault.Pass();
   reports.push_back(report);
   // A copy, since it may replace itself.
@@ -41,6 +41,15 @@ std::int32_t MemoryPlatform::PathFromItemIdList(ItemIdList list, PathBuffer& buf
 std::unique_ptr<FileSystem> MemoryPlatform::NewFileSystem() {
   fault.Pass();
   return NewMemoryFileSystem(*this);
+}
+
+std::string MemoryPlatform::InCodePage(TextView text) {
+  fault.Pass();
+  return InMemoryCodePage(text);
+}
+
+std::unique_ptr<FileReplacement> MemoryPlatform::NewFileReplacement(TextView path) {
+  return NewMemoryFileReplacement(*this, path);
 }
 
 }  // namespace brindlex

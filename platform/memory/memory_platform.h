@@ -15,9 +15,6 @@ namespace brindlex {
 /// The system's services in memory: a test reads what was asked of them and lets any call fail.
 class MemoryPlatform : public Platform {
  public:
-  /// Records `report`, then runs whileShown.
-  void ShowReport(const Report& report) override;
-
   /// A MemoryCollection of Family.
   CollectionRef NewCollection() override;
 
@@ -32,11 +29,23 @@ class MemoryPlatform : public Platform {
   /// Over `disk`.
   std::unique_ptr<FileSystem> NewFileSystem() override;
 
+  std::string InCodePage(TextView text) override;
+
+  /// Over `disk`; the new file is `path` with ".~saving" behind it.
+  std::unique_ptr<FileReplacement> NewFileReplacement(TextView path) override;
+
   /// The objects of the host, the collections of this platform included.
   const MemoryFamily& Family() const { return family_; }
 
-  /// Every report that was shown, in order.
+  /// Every report that was shown in a box, in order.
   std::vector<Report> reports;
+
+  /// Who is told in place of that.
+  std::shared_ptr<ReportListener> listener;
+
+  /// Whether a box would be seen, and the reports that went to the error channel.
+  bool isDesktopVisible = true;
+  std::vector<Report> errorChannel;
 
   /// What the host does before it closes a report; it may call the component again.
   std::function<void()> whileShown;
@@ -58,6 +67,12 @@ class MemoryPlatform : public Platform {
   Fault fault;
 
  private:
+  std::shared_ptr<ReportListener> Listener() override { return listener; }
+  bool IsDesktopVisible() override { return isDesktopVisible; }
+  /// Records `report`, then runs whileShown.
+  void ShowBox(const Report& report) override;
+  void WriteToErrorChannel(const Report& report) override { errorChannel.push_back(report); }
+
   MemoryFamily family_;
 
  public:

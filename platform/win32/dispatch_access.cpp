@@ -1,5 +1,6 @@
 #include "platform/win32/dispatch_access.h"
 
+#include <cstddef>
 #include <optional>
 #include <utility>
 
@@ -59,12 +60,43 @@ class DescribedIds {
 
 static_assert(MEMBERID_NIL == DISPID_UNKNOWN);
 
-/// The texts of `object`, when it is a record of the component's own.
-ComPtr<IRecordTexts> TextsOf(IDispatch& object) {
-  ComPtr<IRecordTexts> texts;
-  const HRESULT status = object.QueryInterface(IRecordTexts::kId, texts.ReceiveVoid());
-  return SUCCEEDED(status) ? texts : nullptr;
-}
+/// The class of one of the component's own records: how its texts are reached without asking each
+/// record for the way.
+class OwnClass {
+ public:
+  /// Holds nothing unless `first` is a record of the component's own that has all `names` but the
+  /// blank ones.
+  OwnClass(IDispatch& first, const std::vector<Text>& names) {
+    ComPtr<IRecordTexts> texts;
+    if (FAILED(first.QueryInterface(IRecordTexts::kId, texts.ReceiveVoid()))) return;
+    for (const Text& name : names) {
+      positions_.push_back(texts->PositionOf(name));
+      if (!name.empty() && positions_.back() == IRecordTexts::kNone) return;
+    }
+    table_ = TableOf(first);
+    distance_ = reinterpret_cast<std::byte*>(texts.Get()) - reinterpret_cast<std::byte*>(&first);
+  }
+
+  bool IsKnown() const { return table_ != nullptr; }
+
+  /// The texts of `object`, valid as long as it; null when it is of another class. Objects with one
+  /// table of virtual functions are of one class, whose parts lie at the same places.
+  IRecordTexts* TextsOf(IDispatch& object) const {
+    if (TableOf(object) != table_) return nullptr;
+    return reinterpret_cast<IRecordTexts*>(reinterpret_cast<std::byte*>(&object) + distance_);
+  }
+
+  std::size_t PositionOf(std::size_t member) const { return positions_[member]; }
+
+ private:
+  static const void* TableOf(const IDispatch& object) {
+    return *reinterpret_cast<const void* const*>(&object);
+  }
+
+  const void* table_ = nullptr;
+  std::ptrdiff_t distance_ = 0;
+  std::vector<std::size_t> positions_;
+};
 
 class DispatchAccess : public MemberAccess {
  public:
@@ -108,19 +140,20 @@ class DispatchAccess : public MemberAccess {
   struct Way {
     IDispatch& object;
     /// Of a record of the component's own; else null.
-    ComPtr<IRecordTexts> texts;
+    IRecordTexts* texts;
     bool byDescribedIds;
   };
 
   Way WayTo(const Object& object) {
     IDispatch& self = *static_cast<IDispatch*>(object.Self(family_));
     if (!std::exchange(isLearnt_, true)) LearnFrom(self);
-    return {self, areOwn_ ? TextsOf(self) : nullptr, described_ && described_->HoldFor(self)};
+    return {self, own_ ? own_->TextsOf(self) : nullptr, described_ && described_->HoldFor(self)};
   }
 
   void LearnFrom(IDispatch& first) {
-    areOwn_ = static_cast<bool>(TextsOf(first));
-    if (areOwn_) return;
+    own_.emplace(first, Names());
+    if (own_->IsKnown()) return;
+    own_.reset();
     described_.emplace(first, names_);
     if (!described_->AreKnown()) described_.reset();
   }
@@ -131,7 +164,7 @@ class DispatchAccess : public MemberAccess {
   }
 
   void Append(const Way& way, std::size_t member, TextBuilder& text) const {
-    if (way.texts) return text.Append(OwnText(way, member));
+    if (way.texts != nullptr) return text.Append(way.texts->TextAt(own_->PositionOf(member)));
     Variant value;
     GetInto(value, way.object, IdOf(way, member), locale_);
     if (value.Get().vt == VT_BSTR) return text.Append(ViewOf(value.Get().bstrVal));
@@ -140,26 +173,20 @@ class DispatchAccess : public MemberAccess {
   }
 
   void Let(const Way& way, std::size_t member, TextView value) const {
-    if (way.texts) {
-      OwnText(way, member) = value;
+    if (way.texts != nullptr) {
+      way.texts->TextAt(own_->PositionOf(member)) = value;
       return;
     }
     Variant text = Variant::OfText(value);
     brindlex::Let(way.object, IdOf(way, member), text.Get(), locale_);
   }
 
-  Text& OwnText(const Way& way, std::size_t member) const {
-    Text* const text = way.texts->FindText(Names()[member]);
-    if (text == nullptr) throw RuntimeError(error_number::kNoSuchMember);
-    return *text;
-  }
-
   const DispatchFamily& family_;
   std::vector<Bstr> names_;
   const LCID locale_ = GetUserDefaultLCID();
   bool isLearnt_ = false;
-  /// The first object was a record of the component's own.
-  bool areOwn_ = false;
+  /// Of the first object.
+  std::optional<OwnClass> own_;
   std::optional<DescribedIds> described_;
 };
 

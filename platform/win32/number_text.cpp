@@ -8,8 +8,9 @@
 #include <cstddef>
 #include <iterator>
 #include <limits>
+#include <utility>
 
-#include "automation/portable_number_text.h"
+#include "automation/plain_decimal.h"
 #include "automation/runtime_error.h"
 #include "platform/win32/fpu_precision.h"
 #include "platform/win32/hresult.h"
@@ -25,15 +26,19 @@ HRESULT Read(TextView text, double& value) {
                       &value);
 }
 
-/// `text` without blanks, and with "E" for each "D".
+/// `text` without blanks.
 Text Dense(TextView text) {
-  Text dense;
-  dense.reserve(text.size());
-  for (const char16_t unit : text) {
-    if (unit == u' ' || unit == u'\t' || unit == u'\n') continue;
-    dense.push_back(unit == u'D' || unit == u'd' ? u'E' : unit);
-  }
+  Text dense(text);
+  std::erase_if(dense,
+                [](char16_t unit) { return unit == u' ' || unit == u'\t' || unit == u'\n'; });
   return dense;
+}
+
+/// The number that `dense` begins with; its exponent may begin with a "D".
+double LeadingDecimal(Text dense) {
+  std::replace_if(
+      dense.begin(), dense.end(), [](char16_t unit) { return unit == u'D' || unit == u'd'; }, u'E');
+  return LeadingPlainDecimal(dense);
 }
 
 /// The value of a hexadecimal digit; 16 when it is none. `unit` comes from Dense.
@@ -86,8 +91,8 @@ std::int32_t Win32NumberText::ToWhole(TextView text) const {
 }
 
 double Win32NumberText::LeadingNumber(TextView text) const {
-  const Text dense = Dense(text);
-  if (!dense.starts_with(u'&')) return PortableNumberText().LeadingNumber(dense);
+  Text dense = Dense(text);
+  if (!dense.starts_with(u'&')) return LeadingDecimal(std::move(dense));
   const TextView rest = TextView(dense).substr(1);
   if (rest.starts_with(u'H') || rest.starts_with(u'h')) return LeadingPattern(rest.substr(1), 4);
   const bool named = rest.starts_with(u'O') || rest.starts_with(u'o');

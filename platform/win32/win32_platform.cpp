@@ -2,23 +2,30 @@
 
 #include <windows.h>
 
-#include <shlobj.h>
-
-// The shell's own entry point for ANSI text, which its header hides behind a macro.
-#undef SHGetPathFromIDList
-extern "C" __declspec(dllimport) BOOL WINAPI
-    SHGetPathFromIDList(PCIDLIST_ABSOLUTE list, LPSTR path);
-
 #include <algorithm>
 #include <iterator>
 
 #include "platform/text_rows.h"
+#include "platform/win32/code_page.h"
+#include "platform/win32/error_channel.h"
+#include "platform/win32/file_replacement.h"
 #include "platform/win32/file_system.h"
 #include "platform/win32/report_window.h"
+#include "platform/win32/shell.h"
 
 namespace brindlex {
 
-void Win32Platform::ShowReport(const Report& report) {
+std::shared_ptr<ReportListener> Win32Platform::Listener() {
+  return findListener_ == nullptr ? nullptr : findListener_();
+}
+
+bool Win32Platform::IsDesktopVisible() { return IsWindowStationVisible(); }
+
+void Win32Platform::WriteToErrorChannel(const Report& report) {
+  WriteError(report.caption, report.text);
+}
+
+void Win32Platform::ShowBox(const Report& report) {
   static_assert(Report::kStyle == (MB_OK | MB_ICONEXCLAMATION));
   // The owner is the host's window, so that the box is modal to it; without one, to nothing.
   auto* const owner = GetActiveWindow();
@@ -38,7 +45,7 @@ VersionRecord Win32Platform::GetVersionRecord() {
 
 std::int32_t Win32Platform::SpecialFolderLocation(std::int32_t csidl, ItemIdList& list) {
   PIDLIST_ABSOLUTE found = nullptr;
-  const HRESULT status = SHGetSpecialFolderLocation(nullptr, csidl, &found);
+  const HRESULT status = brindlex::SpecialFolderLocation(csidl, found);
   list = found;
   return status;
 }
@@ -50,7 +57,7 @@ std::int32_t Win32Platform::PathFromItemIdList(ItemIdList list, PathBuffer& buff
   // Twice the room, since a character may take two bytes; the shell knows of the first half.
   char bytes[2 * kSize] = {};
   WideCharToMultiByte(CP_ACP, 0, wide, kSize, bytes, 2 * kSize, nullptr, nullptr);
-  const BOOL status = SHGetPathFromIDList(static_cast<PCIDLIST_ABSOLUTE>(list), bytes);
+  const BOOL status = PathFromIdList(static_cast<PCIDLIST_ABSOLUTE>(list), bytes);
   const int count = MultiByteToWideChar(CP_ACP, 0, bytes, kSize, wide, kSize);
   std::fill(buffer.begin() + count, buffer.end(), u' ');
   return status;
@@ -58,6 +65,12 @@ std::int32_t Win32Platform::PathFromItemIdList(ItemIdList list, PathBuffer& buff
 
 std::unique_ptr<FileSystem> Win32Platform::NewFileSystem() {
   return NewScriptingFileSystem(dispatch_);
+}
+
+std::string Win32Platform::InCodePage(TextView text) { return brindlex::InCodePage(text); }
+
+std::unique_ptr<FileReplacement> Win32Platform::NewFileReplacement(TextView path) {
+  return NewWin32FileReplacement(path);
 }
 
 }  // namespace brindlex

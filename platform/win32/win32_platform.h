@@ -1,28 +1,43 @@
 #pragma once
 
+#include <memory>
+#include <string>
+
 #include "platform/platform.h"
 #include "platform/win32/dispatch_family.h"
 
 namespace brindlex {
 
+/// Finds the listener of the calling thread; null when it has none.
+using ListenerSource = std::shared_ptr<ReportListener> (*)();
+
 /// The services of Windows.
 class Win32Platform : public Platform {
  public:
-  /// `makeCollection` makes the collections that are handed out to the host.
-  explicit Win32Platform(CollectionMaker makeCollection) : dispatch_(makeCollection) {}
+  /// `makeCollection` makes the collections that are handed out to the host; without a
+  /// `findListener` no thread has a listener.
+  explicit Win32Platform(CollectionMaker makeCollection, ListenerSource findListener = nullptr)
+      : dispatch_(makeCollection), findListener_(findListener) {}
 
-  void ShowReport(const Report& report) override;
   CollectionRef NewCollection() override { return dispatch_.NewCollection(); }
   VersionRecord GetVersionRecord() override;
   std::int32_t SpecialFolderLocation(std::int32_t csidl, ItemIdList& list) override;
   std::int32_t PathFromItemIdList(ItemIdList list, PathBuffer& buffer) override;
   std::unique_ptr<FileSystem> NewFileSystem() override;
+  std::string InCodePage(TextView text) override;
+  std::unique_ptr<FileReplacement> NewFileReplacement(TextView path) override;
 
   /// The family of the objects that a host hands in.
   const DispatchFamily& Dispatch() const { return dispatch_; }
 
  private:
+  std::shared_ptr<ReportListener> Listener() override;
+  bool IsDesktopVisible() override;
+  void ShowBox(const Report& report) override;
+  void WriteToErrorChannel(const Report& report) override;
+
   DispatchFamily dispatch_;
+  ListenerSource findListener_;
 };
 
 }  // namespace brindlex

@@ -2,6 +2,8 @@
 
 #include <shlobj.h>
 
+#include <string_view>
+
 #include "tests/com/fixture.h"
 #include "tests/com/patched_import.h"
 
@@ -83,6 +85,26 @@ TEST_F(EnvironmentTest, TheReleaseGoesByWhatTheSystemSaysAndNotByWhetherItSaysSo
   EXPECT_EQ(std::string(128, ' '), std::string(asked.szCSDVersion, 128));
 }
 
+using PathFunction = BOOL(WINAPI*)(PCIDLIST_ABSOLUTE, LPSTR);
+
+/// While it lives, the DLL finds another function where it looks for the shell's.
+class ShellPath {
+ public:
+  ShellPath(HMODULE module, PathFunction function)
+      : lookup_(module, "GetProcAddress", reinterpret_cast<void*>(Find)) {
+    replacement = function;
+  }
+
+ private:
+  static FARPROC WINAPI Find(HMODULE module, LPCSTR name) {
+    if (std::string_view(name) != "SHGetPathFromIDList") return GetProcAddress(module, name);
+    return reinterpret_cast<FARPROC>(reinterpret_cast<void*>(replacement));
+  }
+
+  static inline PathFunction replacement = nullptr;
+  PatchedImport lookup_;
+};
+
 BOOL WINAPI FillWholeBuffer(PCIDLIST_ABSOLUTE, LPSTR buffer) {
   EXPECT_EQ(std::string(260, '\0'), std::string(buffer, 260));
   std::fill_n(buffer, 260, 'x');
@@ -95,8 +117,7 @@ BOOL WINAPI AnswerTwo(PCIDLIST_ABSOLUTE, LPSTR buffer) {
 }
 
 TEST_F(EnvironmentTest, APathThatNoNulEndsIsReported) {
-  const PatchedImport path(Dll().Module(), "SHGetPathFromIDList",
-                           reinterpret_cast<void*>(FillWholeBuffer));
+  const ShellPath path(Dll().Module(), FillWholeBuffer);
   EXPECT_EQ(u"", Find(CSIDL_COMMON_APPDATA));
   ASSERT_EQ(1U, Boxes().Boxes().size());
   EXPECT_EQ(u"Application Error", Boxes().Boxes()[0].caption);
@@ -108,8 +129,7 @@ TEST_F(EnvironmentTest, APathThatNoNulEndsIsReported) {
 }
 
 TEST_F(EnvironmentTest, OnlyTheAnswerOneIsAPath) {
-  const PatchedImport path(Dll().Module(), "SHGetPathFromIDList",
-                           reinterpret_cast<void*>(AnswerTwo));
+  const ShellPath path(Dll().Module(), AnswerTwo);
   EXPECT_EQ(u"", Find(CSIDL_COMMON_APPDATA));
   EXPECT_EQ(0U, Boxes().Boxes().size());
   ExpectBlocksLeft(1);

@@ -138,6 +138,15 @@ TEST_F(LongReportTest, IsScrolledThroughByKeysWheelAndBar) {
     EXPECT_EQ(100002 - 25, RowAfter(WM_VSCROLL, SB_LINEDOWN));
     EXPECT_EQ(100002 - 28, RowAfter(WM_MOUSEWHEEL, MAKEWPARAM(0, WHEEL_DELTA)));
     EXPECT_EQ(0, RowAfter(WM_VSCROLL, SB_TOP));
+    EXPECT_EQ(25, RowAfter(WM_VSCROLL, SB_PAGEDOWN));
+    EXPECT_EQ(24, RowAfter(WM_VSCROLL, SB_LINEUP));
+    EXPECT_EQ(0, RowAfter(WM_VSCROLL, SB_PAGEUP));
+    EXPECT_EQ(100002 - 25, RowAfter(WM_VSCROLL, SB_BOTTOM));
+    // The bar stands where it was left.
+    EXPECT_EQ(100002 - 25, RowAfter(WM_VSCROLL, SB_THUMBTRACK));
+    EXPECT_EQ(100002 - 25, RowAfter(WM_VSCROLL, SB_ENDSCROLL));
+    EXPECT_EQ(0, RowAfter(WM_KEYDOWN, VK_HOME));
+    EXPECT_EQ(0, RowAfter(WM_KEYDOWN, 'C'));
     UpdateWindow(Pane());
   };
   Show(lines);

@@ -153,7 +153,7 @@ std::vector<std::wstring> NamesOf(ITypeInfo& type, const FunctionDescription& fu
   Require(type.GetNames(function->memid, raw, kMost, &count));
   std::vector<std::wstring> names;
   // Names go by the member's id, so a setter would get those of the getter's parameters.
-  const bool isGiven = function->invkind != INVOKE_PROPERTYPUT;
+  const bool isGiven = (function->invkind & (INVOKE_PROPERTYPUT | INVOKE_PROPERTYPUTREF)) == 0;
   for (UINT index = 0; index < count; ++index) {
     if (index == 0 || isGiven) names.emplace_back(raw[index], SysStringLen(raw[index]));
     SysFreeString(raw[index]);

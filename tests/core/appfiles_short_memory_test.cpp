@@ -64,6 +64,20 @@ TEST_F(AppFilesShortMemoryTest, ASaveSaysTrueOnlyOfTheWholeText) {
             10U);
 }
 
+TEST_F(AppFilesShortMemoryTest, ASafeSaveKeepsTheOldTextUntilTheNewIsWhole) {
+  const auto save = [this] {
+    Put(kPath, "old");
+    return SaveTextFileSafely(platform_, kPath, kText, true);
+  };
+  EXPECT_GT(Run(save,
+                [this](bool saved, bool whole) {
+                  if (platform_.disk.files.size() != 1) return false;
+                  if (!saved) return !whole && Reported() && At(kPath).bytes == "old";
+                  return At(kPath).bytes == std::string(kText.begin(), kText.end());
+                }),
+            5U);
+}
+
 TEST_F(AppFilesShortMemoryTest, AReadYieldsTheWholeTextOrNone) {
   Put(kPath, std::string(kText.begin(), kText.end()));
   EXPECT_GT(Run([this] { return ReadTextFile(platform_, kPath, true); },

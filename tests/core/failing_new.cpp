@@ -1,5 +1,8 @@
 #include "tests/core/failing_new.h"
 
+#include <malloc.h>
+
+#include <algorithm>
 #include <cstdlib>
 #include <new>
 
@@ -7,6 +10,8 @@ namespace brindlex {
 namespace {
 
 std::size_t live = 0;
+std::size_t liveBytes = 0;
+std::size_t peakBytes = 0;
 /// The allocations until the one that fails, that one included; 0 when none is chosen any more.
 std::size_t untilFailure = 0;
 bool failing = false;
@@ -18,11 +23,21 @@ bool MustFail() noexcept {
   return failing;
 }
 
+std::size_t SizeOf(void* block) noexcept {
+#ifdef _WIN32
+  return _msize(block);
+#else
+  return malloc_usable_size(block);
+#endif
+}
+
 void* Allocate(std::size_t size) {
   if (MustFail()) throw std::bad_alloc();
   void* const block = std::malloc(size == 0 ? 1 : size);
   if (block == nullptr) throw std::bad_alloc();
   ++live;
+  liveBytes += SizeOf(block);
+  peakBytes = std::max(peakBytes, liveBytes);
   return block;
 }
 
@@ -37,12 +52,19 @@ void* AllocateOrNull(std::size_t size) noexcept {
 void Free(void* block) noexcept {
   if (block == nullptr) return;
   --live;
+  liveBytes -= SizeOf(block);
   std::free(block);
 }
 
 }  // namespace
 
 std::size_t LiveAllocations() noexcept { return live; }
+
+MemoryMeter::MemoryMeter() noexcept : atStart_(liveBytes) { peakBytes = liveBytes; }
+
+std::size_t MemoryMeter::Peak() const noexcept { return peakBytes - atStart_; }
+
+std::size_t MemoryMeter::Held() const noexcept { return liveBytes - std::min(atStart_, liveBytes); }
 
 FailingNew::FailingNew(std::size_t nth, Extent extent) noexcept {
   untilFailure = nth;

@@ -9,6 +9,21 @@ namespace brindlex {
 /// whole program.
 std::size_t LiveAllocations() noexcept;
 
+/// Measures the memory of operator new from its making on, in the whole program; in bytes, as the
+/// heap rounds them up. One at a time, on one thread.
+class MemoryMeter {
+ public:
+  MemoryMeter() noexcept;
+
+  /// The most that was ever held at one time beyond what was held at the beginning.
+  std::size_t Peak() const noexcept;
+  /// What is held now beyond what was held at the beginning.
+  std::size_t Held() const noexcept;
+
+ private:
+  std::size_t atStart_;
+};
+
 /// While it lives, operator new fails with std::bad_alloc: at the allocation with number `nth`,
 /// counted from 1, and, with kFromThere, at every one behind it. One at a time, on one thread.
 class FailingNew {

@@ -105,6 +105,29 @@ TEST_F(ShortMemoryTest, AsDelimitedFromCollectionByTypeInformation) {
             20U);
 }
 
+TEST_F(ShortMemoryTest, ASaveThatRefusesMarkers) {
+  store_.SetRefuseMarkers(true);
+  const auto records = TwoRecords();
+  EXPECT_GT(RunWholeOrEmpty([&] { return store_.AsDelimitedFromCollection(records); },
+                            [](const Text& text) { return text == kSaved; },
+                            [](const Text& text) { return text.empty(); }),
+            20U);
+  store_.SetMultiDataString(store_.MultiDataColString(records, u"The first"));
+  const TextView name = u"A name of some length";
+  const Text whole = store_.MultiDataColString(records, name);
+  const Text alone = [&] {
+    clsCollectionSaveRestore other(platform_);
+    return other.MultiDataColString(records, name);
+  }();
+  // Blocks that cannot be restored are reported, and left out.
+  EXPECT_GT(Run([&] { return store_.MultiDataColString(records, name); },
+                [&](const Text& text) { return text == whole; },
+                [&](const Text& text, bool reported) {
+                  return reported && (text.empty() || text == alone);
+                }),
+            80U);
+}
+
 TEST_F(ShortMemoryTest, AsDelimitedFromObject) {
   const Object record = NewRecord(Family(), TitleAndCount(), {u"A record of some length", u"1"});
   const TextView whole = kSaved.substr(0, kSaved.find(u'B'));

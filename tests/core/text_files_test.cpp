@@ -14,10 +14,16 @@ Text Ending(std::int32_t number, std::int32_t line) {
   return text.append(u" Line: ").append(DecimalText(line));
 }
 
-Report SavingReport(TextView path, TextView text, std::int32_t number, std::int32_t line) {
-  Text shown(u"There was a system error [FFS-FSO-KX] saving a file: ");
+Report SavingReport(TextView path, TextView text, std::int32_t number, std::int32_t line,
+                    TextView code = u"FFS-FSO-KX") {
+  Text shown(u"There was a system error [");
+  shown.append(code).append(u"] saving a file: ");
   shown.append(path).append(u"\r\n").append(Ending(number, line));
   return {u"KX Error", shown.append(u"Trying to save: ").append(text)};
+}
+
+Report SafeReport(TextView path, TextView text, std::int32_t number, std::int32_t line) {
+  return SavingReport(path, text, number, line, u"FFS-SAFE-KX");
 }
 
 Report ReadingReport(TextView path, std::int32_t number, std::int32_t line) {
@@ -34,6 +40,9 @@ class TextFilesTest : public AppFilesTest {
  protected:
   bool Save(TextView path, TextView text, bool quiet = false) {
     return SaveTextFile(platform_, path, text, quiet);
+  }
+  bool SaveSafely(TextView path, TextView text, bool quiet = false) {
+    return SaveTextFileSafely(platform_, path, text, quiet);
   }
   Text Read(TextView path, bool quiet = false) { return ReadTextFile(platform_, path, quiet); }
   Text NameOf(TextView path) { return FileNameFromPath(platform_, path); }
@@ -136,6 +145,84 @@ TEST_F(TextFilesTest, EveryFailingCallOfASaveIsReportedWithItsLine) {
   Put(kPath, "old", 3);
   platform_.fault = Fault(11, RuntimeError(57));
   EXPECT_TRUE(Save(kPath, u"new"));
+}
+
+// ---- Saving without a loss ---------------------------------------------------------------------
+
+TEST_F(TextFilesTest, ASafelySavedTextIsTheWholeFileAndNothingIsLeftBesideIt) {
+  EXPECT_TRUE(SaveSafely(kPath, u"one\r\ntwo\n"));
+  EXPECT_EQ("one\r\ntwo\n", At(kPath).bytes);
+  EXPECT_EQ(32, At(kPath).attributes);
+  EXPECT_TRUE(SaveSafely(kPath, u""));
+  EXPECT_EQ("", At(kPath).bytes);
+  EXPECT_EQ(1U, platform_.disk.files.size());
+  ExpectReports({});
+}
+
+TEST_F(TextFilesTest, ASafelySavedFileKeepsItsAttributes) {
+  for (std::int32_t attributes = 0; attributes < 64; ++attributes) {
+    Put(kPath, "old", attributes);
+    EXPECT_TRUE(SaveSafely(kPath, u"new"));
+    EXPECT_EQ("new", At(kPath).bytes);
+    EXPECT_EQ(attributes, At(kPath).attributes);
+  }
+  ExpectReports({});
+}
+
+TEST_F(TextFilesTest, ATextThatTheCodePageCannotHoldIsRefused) {
+  Put(kPath, "old");
+  EXPECT_FALSE(SaveSafely(kPath, u"a\u0416"));
+  ExpectReports({SafeReport(kPath, u"a\u0416", 5, 1)});
+  EXPECT_EQ("old", At(kPath).bytes);
+}
+
+TEST_F(TextFilesTest, ASafeSaveThatCannotBeginIsReported) {
+  EXPECT_FALSE(SaveSafely(u"C:\\No\\notes.txt", u"x"));
+  EXPECT_FALSE(SaveSafely(u"C:\\Data", u"x"));
+  EXPECT_FALSE(SaveSafely(u"C:\\Data", u"x", true));
+  ExpectReports(
+      {SafeReport(u"C:\\No\\notes.txt", u"x", 76, 2), SafeReport(u"C:\\Data", u"x", 70, 2)});
+  Put(kPath, "old", 3);
+  At(kPath).inUse = true;
+  EXPECT_FALSE(SaveSafely(kPath, u"new"));
+  ExpectReports({SafeReport(kPath, u"new", 70, 6)});
+  EXPECT_EQ("old", At(kPath).bytes);
+  EXPECT_EQ(3, At(kPath).attributes);
+}
+
+TEST_F(TextFilesTest, AFullDiskTakesNothingFromTheOldText) {
+  Put(kPath, "old");
+  for (std::size_t room = 0; room < 5; ++room) {
+    platform_.disk.room = room;
+    EXPECT_FALSE(SaveSafely(kPath, u"12345"));
+    ExpectReports({SafeReport(kPath, u"12345", 61, 4)});
+    EXPECT_EQ("old", At(kPath).bytes);
+    EXPECT_EQ(1U, platform_.disk.files.size());
+  }
+  platform_.disk.room = 5;
+  EXPECT_TRUE(SaveSafely(kPath, u"12345"));
+}
+
+TEST_F(TextFilesTest, EveryFailingCallOfASafeSaveLeavesTheFileAsItWas) {
+  for (int call = 1; call <= 6; ++call) {
+    for (const std::int32_t number : {57, 70}) {
+      for (const bool quiet : {false, true}) {
+        Put(kPath, "old", 3);
+        platform_.fault = Fault(call, RuntimeError(number));
+        EXPECT_FALSE(SaveSafely(kPath, u"new", quiet));
+        if (quiet && number == 70) {
+          ExpectReports({});
+        } else {
+          ExpectReports({SafeReport(kPath, u"new", number, call)});
+        }
+        EXPECT_EQ("old", At(kPath).bytes) << call;
+        EXPECT_EQ(3, At(kPath).attributes) << call;
+        EXPECT_EQ(1U, platform_.disk.files.size());
+      }
+    }
+  }
+  platform_.fault = Fault(7, RuntimeError(57));
+  EXPECT_TRUE(SaveSafely(kPath, u"new"));
 }
 
 // ---- Reading -----------------------------------------------------------------------------------

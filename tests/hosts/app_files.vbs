@@ -59,6 +59,11 @@ Check "read", text, files.ReadTextFile(path, False)
 fso.GetFile(path).Attributes = 3
 Check "saved over a hidden read-only file", True, files.SaveTextFile(path, "new", False)
 Check "attributes", 3, fso.GetFile(path).Attributes And 3
+Check "saved safely", True, files.SaveTextFileSafely(path, "newer", False)
+Check "read again", "newer", files.ReadTextFile(path, False)
+Check "attributes", 3, fso.GetFile(path).Attributes And 3
+Check "nothing beside it", 1, fso.GetFolder(folder).Files.Count
+Check "saved safely again", True, files.SaveTextFileSafely(path, "new", False)
 fso.GetFile(path).Attributes = 0
 Check "name", "notes.txt", files.FileNameFromPath(path)
 Check "name of a folder", "Product", files.FileNameFromPath(folder & "\")
@@ -77,6 +82,9 @@ On Error Goto 0
 ExpectBox "KX Error", "There was a system error [FFS-FSO-KX] saving a file: " & folder & "\no\f" & _
           vbCrLf & Ending("Path not found", 76, 2) & "Trying to save: the text"
 Check "no folder", False, files.SaveTextFile(folder & "\no\f", "the text", True)
+ExpectBox "KX Error", "There was a system error [FFS-SAFE-KX] saving a file: " & folder & "\no\f" & _
+          vbCrLf & Ending("Path not found", 76, 2) & "Trying to save: the text"
+Check "no folder", False, files.SaveTextFileSafely(folder & "\no\f", "the text", True)
 ExpectBox "KX Error", "There was an error [FTS-FSO] opening a file: " & folder & "\none.txt" & _
           vbCrLf & Ending("File not found", 53, 1)
 Check "missing", "", files.ReadTextFile(folder & "\none.txt", False)

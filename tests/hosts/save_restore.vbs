@@ -208,6 +208,15 @@ bad.Add New Raising
 ExpectTagged "Error DFC", "Error DFC", "Division by zero", 11, 5, " Member Name: Value"
 Check "a getter that raises", "", sr.AsDelimitedFromCollection(bad)
 
+Set bad = NewCollection()
+bad.Add NewItem("a" & fe & "b", 1, DateSerial(2001, 2, 3), True)
+sr.RefuseMarkers = True
+ExpectTagged "Error DFC", "Error DFC", "Value contains the field end marker, record number 1", 0, 0, " Member Name: Title"
+Check "a value with a marker", "", sr.AsDelimitedFromCollection(bad)
+Check "the switch, read", True, sr.RefuseMarkers
+sr.RefuseMarkers = False
+Check "written as it is", True, InStr(sr.AsDelimitedFromCollection(bad), re & "a" & fe & "b" & fe & "1" & fe) > 0
+
 ExpectTagged "Error ADTC", "Error ADTC", "Fields in record don't match field list, record number 2", 0, 0, ""
 Check "a record too short", True, sr.AsDelimitedToCollection("Title|Price|;a|1|;b|;", New CreateItem, ";", "|") Is Nothing
 

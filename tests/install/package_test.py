@@ -108,6 +108,8 @@ def check_machine(width: str) -> None:
     with open(os.path.join(folder, "Brindlex.dll"), "rb") as file:
         dll = file.read()
     demo(width, f"C:\\{FOLDER[width]}\\Brindlex")
+    program = run(f"C:\\{FOLDER[width]}\\Brindlex\\brindlex.exe", "--version")
+    assert re.fullmatch(r"brindlex \d+\.\d+\.\d+\n", program), program
     installed = keys("HKLM", width)
     run("msiexec", "/x", msi(width), "/qn")
     registered = registered_by_itself(width, dll)

@@ -1,0 +1,141 @@
+// Where reports go: to the thread's listener, to a box, or to the error channel.
+
+#include <functional>
+#include <new>
+
+#include "appfiles/text_files.h"
+#include "persistence/collection_save_restore.h"
+#include "tests/core/appfiles_test.h"
+
+namespace brindlex {
+namespace {
+
+/// Keeps what it is told, then does what a test wants.
+class Listener : public ReportListener {
+ public:
+  std::vector<Report> told;
+  std::function<void()> whenTold;
+
+ private:
+  void OnReport(const Report& report) override {
+    told.push_back(report);
+    // A copy, since it may replace itself.
+    const auto action = whenTold;
+    if (action) action();
+  }
+};
+
+class ReportListenerTest : public AppFilesTest {
+ protected:
+  void TearDown() override {
+    platform_.listener = nullptr;
+    AppFilesTest::TearDown();
+  }
+
+  /// A save that fails with error 76 at line 2.
+  void Fail() { EXPECT_FALSE(SaveTextFile(platform_, u"C:\\No\\f", u"the text", false)); }
+
+  void ExpectCounts(std::size_t told, std::size_t boxes, std::size_t written) {
+    EXPECT_EQ(told, listener_->told.size());
+    EXPECT_EQ(boxes, platform_.reports.size());
+    EXPECT_EQ(written, platform_.errorChannel.size());
+  }
+
+  std::shared_ptr<Listener> listener_ = std::make_shared<Listener>();
+};
+
+TEST_F(ReportListenerTest, IsToldInPlaceOfTheUser) {
+  Fail();
+  ExpectCounts(0, 1, 0);
+  platform_.listener = listener_;
+  Fail();
+  ExpectCounts(1, 1, 0);
+  EXPECT_EQ(platform_.reports[0], listener_->told[0]);
+  platform_.listener = nullptr;
+  Fail();
+  ExpectCounts(1, 2, 0);
+  platform_.reports.clear();
+}
+
+TEST_F(ReportListenerTest, LearnsNumberDescriptionAndLineByThemselves) {
+  platform_.listener = listener_;
+  const auto expect = [&](std::int32_t number, TextView description, std::int32_t line) {
+    ASSERT_EQ(1U, listener_->told.size());
+    EXPECT_EQ(number, listener_->told[0].number);
+    EXPECT_EQ(description, listener_->told[0].description);
+    EXPECT_EQ(line, listener_->told[0].line);
+    listener_->told.clear();
+  };
+  Fail();
+  expect(76, u"Path not found", 2);
+  ReadTextFile(platform_, u"C:\\Data\\none", false);
+  expect(53, u"File not found", 1);
+  clsCollectionSaveRestore store(platform_);
+  store.AsDelimitedFromCollection(nullptr);
+  expect(91, u"Object variable or With block variable not set", 1);
+  store.GetObjectFromString(u"", Object());
+  EXPECT_TRUE(listener_->told.empty());
+  store.SetRefuseMarkers(true);
+  const auto one = ListingClass(Family(), {{u"A"}});
+  store.AsDelimitedFromObject(NewRecord(Family(), one, {u"\u00A5"}));
+  expect(0, u"Value contains the field end marker, record number 1", 0);
+}
+
+TEST_F(ReportListenerTest, HoldsWithoutAVisibleDesktopToo) {
+  platform_.isDesktopVisible = false;
+  platform_.listener = listener_;
+  Fail();
+  ExpectCounts(1, 0, 0);
+}
+
+TEST_F(ReportListenerTest, WithoutADesktopAReportGoesToTheErrorChannel) {
+  platform_.isDesktopVisible = false;
+  Fail();
+  ExpectCounts(0, 0, 1);
+  EXPECT_EQ(u"KX Error", platform_.errorChannel[0].caption);
+}
+
+TEST_F(ReportListenerTest, WhatAFailingListenerIsToldGoesToTheErrorChannel) {
+  platform_.listener = listener_;
+  listener_->whenTold = [] { throw RuntimeError(438); };
+  Fail();
+  listener_->whenTold = [] { throw std::bad_alloc(); };
+  Fail();
+  listener_->whenTold = [] { throw 1; };
+  Fail();
+  ExpectCounts(3, 0, 3);
+  EXPECT_EQ(listener_->told[2], platform_.errorChannel[2]);
+  listener_->whenTold = nullptr;
+  Fail();
+  ExpectCounts(4, 0, 3);
+}
+
+TEST_F(ReportListenerTest, AFailureOfTheListenersOwnIsNotToldToItself) {
+  platform_.listener = listener_;
+  listener_->whenTold = [this] { Fail(); };
+  Fail();
+  ExpectCounts(1, 0, 1);
+  Fail();
+  ExpectCounts(2, 0, 2);
+}
+
+TEST_F(ReportListenerTest, MayPutAnotherInItsPlaceMeanwhile) {
+  platform_.listener = listener_;
+  const auto other = std::make_shared<Listener>();
+  listener_->whenTold = [&] {
+    platform_.listener = other;
+    Fail();
+  };
+  Fail();
+  EXPECT_EQ(1U, listener_->told.size());
+  EXPECT_EQ(1U, other->told.size());
+  listener_->whenTold = [&] { platform_.listener = nullptr; };
+  platform_.listener = listener_;
+  // The last reference to it may go while it is told.
+  std::exchange(listener_, std::make_shared<Listener>())->told.clear();
+  Fail();
+  EXPECT_EQ(nullptr, platform_.listener);
+}
+
+}  // namespace
+}  // namespace brindlex
