@@ -1,5 +1,5 @@
-// Saving and restoring records of five fields, from a thousand records to a hundred thousand: the
-// time per field must not grow with the collection.
+// Saving and restoring records of five fields, from a thousand records to a million: the time per
+// field must not grow with the collection; and one collection out of a text of many.
 
 #include <benchmark/benchmark.h>
 
@@ -13,6 +13,8 @@
 #include "automation/object.h"
 #include "automation/runtime_error.h"
 #include "persistence/collection_save_restore.h"
+#include "persistence/delimited_text.h"
+#include "persistence/text_data.h"
 #include "platform/memory/memory_platform.h"
 
 namespace brindlex {
@@ -72,7 +74,7 @@ std::unique_ptr<MemberAccess> RecordFamily::Access(std::vector<Text> names) cons
 
 class SilentPlatform : public MemoryPlatform {
  public:
-  void ShowReport(const Report&) override { throw RuntimeError(error_number::kInternal); }
+  void ShowBox(const Report&) override { throw RuntimeError(error_number::kInternal); }
   CollectionRef NewCollection() override { return NewInnerCollection(); }
 };
 
@@ -120,6 +122,92 @@ void RestoreUnder(TextView key, benchmark::State& state) {
 void BM_Restore(benchmark::State& state) { RestoreUnder({}, state); }
 void BM_RestoreKeyed(benchmark::State& state) { RestoreUnder(u"Title", state); }
 
+// ---- Many collections in one text --------------------------------------------------------------
+
+constexpr std::int32_t kCollections = 100;
+constexpr std::int32_t kRecordsInEach = 10000;
+
+/// A text of many collections, all alike.
+struct ManyCollections {
+  ManyCollections() {
+    const TextDataFamily blocks(platform);
+    const CollectionRef all = blocks.NewCollection();
+    for (std::int32_t number = 0; number < kCollections; ++number) {
+      all->Add(blocks.NewBlock({inner, Text(u"Collection ").append(DecimalText(number))}), {});
+    }
+    store.SetMultiDataString(store.AsDelimitedFromCollection(all));
+  }
+
+  Text SaveOne() { return store.AsDelimitedFromCollection(records, u"\u0160", u"\u00BB"); }
+  CollectionRef RestoreOne(TextView text) {
+    return store.AsDelimitedToCollection(text, creator, u"\u0160", u"\u00BB");
+  }
+  /// The texts of all collections: what no reading can go below.
+  std::vector<Text> CopyOfAll() const {
+    std::vector<Text> texts;
+    const auto walk = WalkRecords(store.MultiDataString(), DefaultMarkers());
+    for (walk->Next(); walk->Next();) texts.emplace_back(walk->Fields().front());
+    return texts;
+  }
+
+  SilentPlatform platform;
+  RecordFamily family;
+  clsCollectionSaveRestore store{platform};
+  const Object creator = family.NewRecord();
+  const CollectionRef records = RecordsOf(family, kRecordsInEach);
+  const Text inner = SaveOne();
+};
+
+void ReportPerFieldOfMany(benchmark::State& state) {
+  state.counters["per_field"] = benchmark::Counter(
+      static_cast<double>(kCollections) * kRecordsInEach * static_cast<double>(kFields),
+      benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+}
+
+void BM_FloorWorkingCol(benchmark::State& state) {
+  ManyCollections many;
+  for ([[maybe_unused]] auto _ : state) {
+    const std::vector<Text> texts = many.CopyOfAll();
+    benchmark::DoNotOptimize(many.RestoreOne(texts[50]));
+  }
+  ReportPerFieldOfMany(state);
+}
+
+void BM_WorkingCol(benchmark::State& state) {
+  ManyCollections many;
+  for ([[maybe_unused]] auto _ : state) {
+    const CollectionRef restored = many.store.WorkingCol(u"Collection 50", many.creator);
+    if (restored == nullptr) state.SkipWithError("there is no such collection");
+  }
+  ReportPerFieldOfMany(state);
+}
+
+void BM_FloorMultiDataColString(benchmark::State& state) {
+  ManyCollections many;
+  for ([[maybe_unused]] auto _ : state) {
+    const std::vector<Text> texts = many.CopyOfAll();
+    benchmark::DoNotOptimize(many.SaveOne());
+    Text all;
+    all.reserve(many.store.MultiDataString().size());
+    for (const Text& text : texts) all.append(text);
+    benchmark::DoNotOptimize(all);
+  }
+  ReportPerFieldOfMany(state);
+}
+
+void BM_MultiDataColString(benchmark::State& state) {
+  ManyCollections many;
+  for ([[maybe_unused]] auto _ : state) {
+    const Text text = many.store.MultiDataColString(many.records, u"Collection 50");
+    if (text.empty()) state.SkipWithError("nothing was saved");
+  }
+  ReportPerFieldOfMany(state);
+}
+
+BENCHMARK(BM_FloorWorkingCol);
+BENCHMARK(BM_WorkingCol);
+BENCHMARK(BM_FloorMultiDataColString);
+BENCHMARK(BM_MultiDataColString);
 BENCHMARK(BM_Save)->RangeMultiplier(10)->Range(1000, 1000000);
 BENCHMARK(BM_Restore)->RangeMultiplier(10)->Range(1000, 1000000);
 BENCHMARK(BM_RestoreKeyed)->RangeMultiplier(10)->Range(1000, 1000000);

@@ -257,21 +257,135 @@ void BM_RestoreOwn(benchmark::State& state) {
   Restore(state, OwnRecords(state), creator.Get(), 2);
 }
 
+// ---- The pages of the text ---------------------------------------------------------------------
+
+/// What the system takes for a fresh BSTR of the text's size that is filled once.
+void BM_FreshText(benchmark::State& state) {
+  const auto store = New<_clsCollectionSaveRestore>(CLSID_clsCollectionSaveRestore);
+  const Bstr text = Saved(*store.Get(), *CollectionOf(PlainRecords(state, nullptr)).Get());
+  for ([[maybe_unused]] auto _ : state) benchmark::DoNotOptimize(Bstr(text.View()).Get());
+  ReportPerField(state);
+}
+
+// ---- The collection ----------------------------------------------------------------------------
+
+/// A collection of numbered texts, each under its own key.
+ComPtr<_clsCollection> Numbers(long count) {
+  auto collection = New<_clsCollection>(CLSID_clsCollection);
+  for (long number = 0; number < count; ++number) {
+    const Variant text(DecimalText(number));
+    Require(collection->Add(text.Get(), text.Get(), Missing(), Missing()), "Add");
+  }
+  return collection;
+}
+
+void ItemLoop(benchmark::State& state, const std::vector<Variant>& indexes) {
+  const auto collection = Numbers(static_cast<long>(state.range(0)));
+  for ([[maybe_unused]] auto _ : state) {
+    for (const Variant& index : indexes) {
+      Variant item;
+      Require(collection->get_Item(index.Get(), item.Receive()), "Item");
+    }
+  }
+  state.counters["per_field"] = benchmark::Counter(
+      static_cast<double>(indexes.size()),
+      benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+}
+
+/// A thousand places all over a collection of so many.
+std::vector<std::int32_t> Places(benchmark::State& state) {
+  std::vector<std::int32_t> places;
+  for (std::int64_t step = 0; step < 1000; ++step) {
+    places.push_back(static_cast<std::int32_t>(step * 7919 % state.range(0)));
+  }
+  return places;
+}
+
+void BM_ItemAtPosition(benchmark::State& state) {
+  std::vector<Variant> indexes;
+  for (const std::int32_t place : Places(state)) {
+    VARIANT index;
+    index.vt = VT_I4;
+    index.lVal = place + 1;
+    indexes.emplace_back(index);
+  }
+  ItemLoop(state, indexes);
+}
+
+void BM_ItemUnderKey(benchmark::State& state) {
+  std::vector<Variant> indexes;
+  for (const std::int32_t place : Places(state)) indexes.emplace_back(DecimalText(place));
+  ItemLoop(state, indexes);
+}
+
+void BM_ForEach(benchmark::State& state) {
+  const auto collection = Numbers(static_cast<long>(state.range(0)));
+  for ([[maybe_unused]] auto _ : state) {
+    ComPtr<IUnknown> unknown;
+    Require(collection->get__NewEnum(unknown.Receive()), "_NewEnum");
+    const auto entries = unknown.As<IEnumVARIANT>();
+    Variant entry;
+    while (entries->Next(1, entry.Receive(), nullptr) == S_OK)
+      benchmark::DoNotOptimize(entry.Get());
+  }
+  ReportPerField(state, 1);
+}
+
+/// Takes the entry in the middle out and puts it back before the one that followed.
+void BM_MoveInTheMiddle(benchmark::State& state) {
+  const auto collection = Numbers(static_cast<long>(state.range(0)));
+  VARIANT middle;
+  middle.vt = VT_I4;
+  middle.lVal = static_cast<LONG>(state.range(0) / 2);
+  for ([[maybe_unused]] auto _ : state) {
+    Variant entry;
+    Require(collection->get_Item(middle, entry.Receive()), "Item");
+    Require(collection->Remove(middle), "Remove");
+    Require(collection->Add(entry.Get(), entry.Get(), middle, Missing()), "Add");
+  }
+  state.counters["per_field"] = benchmark::Counter(
+      1, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+}
+
+/// The least that an entry in the middle costs in an array of positions: moving those behind twice.
+void BM_FloorMoveInTheMiddle(benchmark::State& state) {
+  std::vector<void*> positions(static_cast<std::size_t>(state.range(0)));
+  const auto middle = static_cast<std::ptrdiff_t>(state.range(0) / 2);
+  for ([[maybe_unused]] auto _ : state) {
+    positions.erase(positions.begin() + middle);
+    positions.insert(positions.begin() + middle, nullptr);
+    benchmark::ClobberMemory();
+  }
+  state.counters["per_field"] = benchmark::Counter(
+      1, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+}
+
 void Sizes(benchmark::internal::Benchmark* bench) {
   bench->Arg(1000)->Arg(100000)->Unit(benchmark::kMillisecond);
 }
 
-BENCHMARK(BM_FloorNameAndGet)->Apply(Sizes);
-BENCHMARK(BM_Save)->Apply(Sizes);
+/// As Sizes, and the most that has room beside its objects in a 32-bit process.
+void SizesToTheMost(benchmark::internal::Benchmark* bench) {
+  bench->Arg(1000)->Arg(100000)->Arg(300000)->Unit(benchmark::kMillisecond);
+}
+
+BENCHMARK(BM_FloorNameAndGet)->Apply(SizesToTheMost);
+BENCHMARK(BM_FreshText)->Apply(SizesToTheMost);
+BENCHMARK(BM_Save)->Apply(SizesToTheMost);
 BENCHMARK(BM_FloorGet)->Apply(Sizes);
 BENCHMARK(BM_SaveDescribed)->Apply(Sizes);
 BENCHMARK(BM_FloorGetOwn)->Apply(Sizes);
 BENCHMARK(BM_SaveOwn)->Apply(Sizes);
-BENCHMARK(BM_FloorNameAndPut)->Apply(Sizes);
-BENCHMARK(BM_Restore)->Apply(Sizes);
+BENCHMARK(BM_FloorNameAndPut)->Apply(SizesToTheMost);
+BENCHMARK(BM_Restore)->Apply(SizesToTheMost);
 BENCHMARK(BM_FloorPut)->Apply(Sizes);
 BENCHMARK(BM_RestoreDescribed)->Apply(Sizes);
 BENCHMARK(BM_RestoreOwn)->Apply(Sizes);
+BENCHMARK(BM_ItemAtPosition)->Arg(1000)->Arg(100000);
+BENCHMARK(BM_ItemUnderKey)->Arg(1000)->Arg(100000);
+BENCHMARK(BM_ForEach)->Arg(1000)->Arg(100000);
+BENCHMARK(BM_FloorMoveInTheMiddle)->Arg(100000);
+BENCHMARK(BM_MoveInTheMiddle)->Arg(100000);
 
 }  // namespace
 }  // namespace brindlex::bench
