@@ -46,6 +46,11 @@ for (var walk = new Enumerator(restored); !walk.atEnd(); walk.moveNext()) {
 }
 require(Number(restored("EMMA").Price) === 9);
 
+var bases = new ActiveXObject("Brindlex.clsBases");
+WScript.Echo("2026 in base 16: " + bases.ConvertDec2Base(2026, 16));
+require(bases.ConvertDec2Base(2026, 16) === "7EA");
+require(bases.ConvertBase2Dec("7EA", 16) === 2026);
+
 try {
   restored.Item("no such book");
   WScript.Quit(1);

@@ -37,7 +37,7 @@ Function NewBook(title, price)
   NewBook.Price = price
 End Function
 
-Dim books, saver, files, path, restored, entry
+Dim books, saver, files, path, restored, entry, bases
 Set books = CreateObject("Brindlex.clsCollection")
 Set saver = CreateObject("Brindlex.clsCollectionSaveRestore")
 Set files = CreateObject("Brindlex.clsAppFiles")
@@ -54,6 +54,11 @@ For Each entry In restored
   WScript.Echo entry.Title & " costs " & entry.Price
 Next
 If restored("EMMA").Price <> 9 Then WScript.Quit 1
+
+Set bases = CreateObject("Brindlex.clsBases")
+WScript.Echo "2026 in base 16: " & bases.ConvertDec2Base(2026, 16)
+If bases.ConvertDec2Base(2026, 16) <> "7EA" Then WScript.Quit 1
+If bases.ConvertBase2Dec("7EA", 16) <> 2026 Then WScript.Quit 1
 
 On Error Resume Next
 restored.Item "no such book"

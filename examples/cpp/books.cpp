@@ -125,6 +125,25 @@ void ShowAnError(_clsCollection* list) {
   Require(status == static_cast<HRESULT>(0x800A0005), "an absent key is error 5");
 }
 
+void Convert() {
+  Held<_clsBases> bases;
+  Create(CLSID_clsBases, bases);
+  VARIANT number{};
+  number.vt = VT_I4;
+  number.lVal = 2026;
+  // What an early-bound program without defaults of its own hands over for what it leaves out.
+  long allDigits = -1;
+  double tolerance = 1E-27;
+  long noGroups = 0;
+  Text converted;
+  bases->ConvertDec2Base(number, 16, &allDigits, &tolerance, &noGroups, converted.Receive());
+  std::printf("2026 in base 16: %ls\n", converted.bstr);
+  Require(std::wstring(converted.bstr) == L"7EA", "2026 is 7EA in base 16");
+  double back = 0;
+  bases->ConvertBase2Dec(converted.bstr, 16, &back);
+  Require(back == 2026, "and back");
+}
+
 void Run() {
   Held<_clsCollection> list;
   Held<_clsCollectionSaveRestore> saver;
@@ -158,6 +177,7 @@ void Run() {
   Require(SUCCEEDED(restored->get_Item(Borrowed(emma.bstr), &found)), "Emma is found by her key");
   Require(TextOf(found.pdispVal, L"Title") == L"Emma", "in any letter case");
   VariantClear(&found);
+  Convert();
   ShowAnError(restored.pointer);
 }
 

@@ -30,6 +30,10 @@ class Value {
     variant_.bstrVal = SysAllocStringLen(text.data(), static_cast<UINT>(text.size()));
   }
   explicit Value(const wchar_t* text) : Value(std::wstring(text)) {}
+  explicit Value(int number) {
+    variant_.vt = VT_I4;
+    variant_.lVal = number;
+  }
   explicit Value(bool flag) {
     variant_.vt = VT_BOOL;
     variant_.boolVal = flag ? VARIANT_TRUE : VARIANT_FALSE;
@@ -159,6 +163,12 @@ void Run() {
   Require(Listed(restored) == Listed(list), "every book is as it was");
   Require(Call(Call(restored, L"Item", {Value(L"EMMA")}), L"Title").Text() == L"Emma",
           "Emma is found by her key, in any letter case");
+
+  const Value bases = Create(L"Brindlex.clsBases");
+  const Value converted = Call(bases, L"ConvertDec2Base", {Value(2026), Value(16)});
+  std::printf("2026 in base 16: %ls\n", converted.Text().c_str());
+  Require(converted.Text() == L"7EA", "2026 is 7EA in base 16");
+  Require(Call(bases, L"ConvertBase2Dec", {converted, Value(16)}).Text() == L"2026", "and back");
 
   Raised raised;
   Call(restored, L"Item", {Value(L"no such book")}, &raised);

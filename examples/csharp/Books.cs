@@ -64,6 +64,9 @@ public static class Books
         foreach (dynamic book in restored) Console.WriteLine(book.Title + " costs " + book.Price);
         Console.WriteLine(restored.Item["EMMA"].Price);
 
+        dynamic bases = Create("clsBases");
+        Console.WriteLine("2026 in base 16: " + bases.ConvertDec2Base(2026, 16)); // 7EA
+
         try
         {
             object none = restored.Item["no such book"];

@@ -71,7 +71,10 @@ type
     function AsDelimitedFromCollection(MyObjects: IDispatch; RecordEndMarker: OleVariant; FieldEndMarker: OleVariant; CollectionName: OleVariant): WideString; safecall;
     function Get_MultiDataString: WideString; safecall;
     procedure Set_MultiDataString(Value: WideString); safecall;
+    function Get_RefuseMarkers: WordBool; safecall;
+    procedure Set_RefuseMarkers(Value: WordBool); safecall;
     property MultiDataString: WideString read Get_MultiDataString write Set_MultiDataString;
+    property RefuseMarkers: WordBool read Get_RefuseMarkers write Set_RefuseMarkers;
   end;
 
   { Which Windows release runs, and where the shell's special folders lie. }
@@ -80,6 +83,9 @@ type
     function GetOsName: WideString; safecall;
     function IsWindowsVista: WordBool; safecall;
     function FindSystemFolder(csidl: Integer): WideString; safecall;
+    function Get_ReportListener: IDispatch; safecall;
+    procedure Set_ReportListener(Value: IDispatch); safecall;
+    property ReportListener: IDispatch read Get_ReportListener write Set_ReportListener;
   end;
 
   { The settings folder that all users share, and whole text files saved and read. }
@@ -93,6 +99,7 @@ type
     function ReadTextFile(path: WideString; quietIfMissing: WordBool): WideString; safecall;
     function FileNameFromPath(path: WideString): WideString; safecall;
     procedure CopyFileKeepAttributes(source: WideString; destination: WideString); safecall;
+    function SaveTextFileSafely(path: WideString; text: WideString; quietIfDenied: WordBool): WordBool; safecall;
   end;
 
   { Numbers between the number bases 2, 8, 10, 16, 26, 30, 31, 32 and 60. }

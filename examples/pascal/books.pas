@@ -109,6 +109,20 @@ begin
   end;
 end;
 
+procedure ConvertEarlyBound;
+var
+  Bases: _clsBases;
+  Digits, Group: Integer;
+  Tolerance: Double;
+begin
+  Bases := Create_clsBases;
+  Digits := -1;
+  Tolerance := 1E-27;
+  Group := 0;
+  Require(Bases.ConvertDec2Base(2026, 16, Digits, Tolerance, Group) = '7EA', '2026 is 7EA in base 16');
+  Require(Bases.ConvertBase2Dec('7EA', 16) = 2026, 'and back');
+end;
+
 procedure EarlyBound;
 var
   List, Restored: _clsCollection;
@@ -143,6 +157,16 @@ begin
       Require(E.ErrorCode and $FFFF = 5, 'of number 5');
     end;
   end;
+end;
+
+procedure ConvertLateBound;
+var
+  Bases: OleVariant;
+begin
+  Bases := CreateOleObject('Brindlex.clsBases');
+  WriteLn('2026 in base 16: ', string(Bases.ConvertDec2Base(2026, 16)));
+  Require(Bases.ConvertDec2Base(2026, 16) = '7EA', '2026 is 7EA in base 16');
+  Require(Bases.ConvertBase2Dec('7EA', 16) = 2026, 'and back');
 end;
 
 procedure LateBound;
@@ -180,6 +204,8 @@ end;
 begin
   CoInitialize(nil);
   EarlyBound;
+  ConvertEarlyBound;
   LateBound;
+  ConvertLateBound;
   WriteLn('books: done');
 end.

@@ -26,6 +26,9 @@ Remove-Item $path
 foreach ($block in $restored) { "$($block.Name) costs $($block.DataString)" }
 $restored.Item('EMMA').DataString
 
+$bases = New-Object -ComObject Brindlex.clsBases
+"2026 in base 16: $($bases.ConvertDec2Base(2026, 16))"    # 7EA
+
 try { $restored.Item('no such book') | Out-Null }
 catch { "Error $($_.Exception.HResult -band 0xFFFF): $($_.Exception.Message)" }    # Error 5
 'books: done'

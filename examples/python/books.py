@@ -54,6 +54,9 @@ for book in restored:
     print(book.Title, "costs", float(book.Price))
 print(restored.Item("EMMA").Price)
 
+bases = win32com.client.Dispatch("Brindlex.clsBases")
+print("2026 in base 16:", bases.ConvertDec2Base(2026, 16))  # 7EA
+
 try:
     restored.Item("no such book")
 except pythoncom.com_error as error:

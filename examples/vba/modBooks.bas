@@ -30,6 +30,9 @@ Public Sub KeepBooks()
     Next
     Debug.Print restored("EMMA").Price
 
+    Dim bases As New Brindlex.clsBases
+    Debug.Print "2026 in base 16: " & bases.ConvertDec2Base(2026, 16)     ' 7EA
+
     On Error Resume Next
     Debug.Print restored("no such book").Price
     Debug.Print "Error " & Err.Number & ": " & Err.Description     ' Error 5
