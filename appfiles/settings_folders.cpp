@@ -21,7 +21,7 @@ Report SystemFolderReport(const PendingError& pending) {
   text.append(pending.error.description);
   text.append(u" Error Number: ").append(DecimalText(pending.error.number));
   text.append(u" Line ").append(DecimalText(pending.line));
-  return {u"Error", std::move(text)};
+  return ReportOf(pending, u"Error", std::move(text));
 }
 
 Text Joined(TextView folder, TextView name) { return Text(folder).append(u"\\").append(name); }
@@ -65,7 +65,10 @@ bool EnsureFolder(Platform& platform, TextView path) noexcept {
   bool exists = false;
   TrapSilently([&] {
     const auto files = platform.NewFileSystem();
-    if (!files->FolderExists(path)) files->CreateFolder(path);
+    if (!files->FolderExists(path)) {
+      // Somebody else may make it at the same moment: what counts is that it is there then.
+      TrapSilently([&] { files->CreateFolder(path); });
+    }
     exists = files->FolderExists(path);
   });
   return exists;

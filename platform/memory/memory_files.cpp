@@ -158,6 +158,7 @@ class MemoryFileSystem : public FileSystem {
   void CreateFolder(TextView path) override {
     MemoryDisk& disk = open_.Disk();
     if (!HasParent(disk, path)) Fail(error_number::kPathNotFound);
+    if (disk.madeMeanwhile.contains(Text(path))) disk.folders.insert(Text(path));
     if (disk.files.contains(Text(path)) || !disk.folders.insert(Text(path)).second) {
       Fail(error_number::kFileExists);
     }

@@ -32,6 +32,8 @@ struct MemoryDisk {
   std::map<Text, StoredFile, Less> files;
   /// Every folder, its parents included, without a backslash at its end.
   std::set<Text, Less> folders;
+  /// Folders that somebody else makes at the very moment at which they are to be made here.
+  std::set<Text, Less> madeMeanwhile;
   /// How many bytes can still be written; without it, any number.
   std::optional<std::size_t> room;
   /// How many characters a reader yields at a time.

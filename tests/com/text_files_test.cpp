@@ -1,7 +1,13 @@
 // The text files on a real disk, and their reports as real boxes.
 
 #include "tests/com/text_files_test.h"
+
+#include <atomic>
 #include <chrono>
+#include <thread>
+#include <vector>
+
+#include "tests/com/apartment.h"
 #include "tests/com/late_call.h"
 
 namespace brindlex::testing {
@@ -244,6 +250,31 @@ TEST_F(TextFilesTest, FoldersAreMadeOneLevelAtATime) {
     EXPECT_EQ(VARIANT_TRUE, exists);
   }
   EXPECT_TRUE(std::filesystem::is_directory(PathOf(u"a")));
+  ExpectNoBox();
+}
+
+TEST_F(TextFilesTest, AFolderIsThereForAllWhoMakeItAtTheSameMoment) {
+  constexpr int kThreads = 4;
+  for (int round = 0; round < 20; ++round) {
+    const std::u16string path =
+        PathOf(std::u16string(u"raced ") + static_cast<char16_t>(u'a' + round));
+    std::atomic<int> ready = 0;
+    std::atomic<int> found = 0;
+    const auto make = [&] {
+      InApartment([&] {
+        const auto files = Dll().New<_clsAppFiles, ::clsAppFiles>();
+        ++ready;
+        while (ready < kThreads) Sleep(0);
+        VARIANT_BOOL exists = VARIANT_FALSE;
+        EXPECT_EQ(S_OK, files->EnsureFolder(Bstr(path).Get(), &exists));
+        if (exists == VARIANT_TRUE) ++found;
+      });
+    };
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < kThreads; ++thread) threads.emplace_back(make);
+    for (std::thread& thread : threads) thread.join();
+    ASSERT_EQ(kThreads, found) << round;
+  }
   ExpectNoBox();
 }
 

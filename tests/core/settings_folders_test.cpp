@@ -106,6 +106,12 @@ TEST_F(SettingsFolderTest, KeepsTheCompanyLevelWhenOnlyTheApplicationsFails) {
   EXPECT_EQ(kCompanyPath, company_);
 }
 
+TEST_F(SettingsFolderTest, IsTheSameForTwoWhoMakeItAtTheSameMoment) {
+  platform_.disk.madeMeanwhile = {Text(kCompanyPath), Text(kAppPath)};
+  EXPECT_EQ(kAppPath, Find());
+  EXPECT_EQ(kCompanyPath, company_);
+}
+
 TEST_F(SettingsFolderTest, IsAnsweredFromTheCacheEvenWhenTheFolderIsGone) {
   EXPECT_EQ(kAppPath, Find());
   platform_.disk.folders.clear();
@@ -235,6 +241,12 @@ TEST_F(EnsureFolderTest, AFileInItsPlaceIsNoFolder) {
   Put(u"C:\\Data\\f", "content");
   EXPECT_FALSE(EnsureFolder(platform_, u"C:\\Data\\f"));
   EXPECT_EQ("content", At(u"C:\\Data\\f").bytes);
+}
+
+TEST_F(EnsureFolderTest, AFolderThatAnotherMakesAtTheSameMomentIsThere) {
+  platform_.disk.madeMeanwhile.insert(u"C:\\Data\\New");
+  EXPECT_TRUE(EnsureFolder(platform_, u"C:\\Data\\New"));
+  ExpectReports({});
 }
 
 TEST_F(EnsureFolderTest, IsFalseWhenAnyCallFails) {
