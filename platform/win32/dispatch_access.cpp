@@ -106,13 +106,14 @@ class DispatchAccess : public MemberAccess {
   }
 
   void AppendText(const Object& object, std::size_t member, TextBuilder& text) override {
-    Append(WayTo(object), member, text);
+    Way way = WayTo(object);
+    Append(way, member, text);
   }
 
   void AppendTexts(const Object& object, TextView end, TextBuilder& text,
                    std::size_t& reading) override {
     reading = 0;
-    const Way way = WayTo(object);
+    Way way = WayTo(object);
     for (; reading < names_.size(); ++reading) {
       Append(way, reading, text);
       text.Append(end);
@@ -120,11 +121,12 @@ class DispatchAccess : public MemberAccess {
   }
 
   void LetText(const Object& object, std::size_t member, TextView value) override {
-    Let(WayTo(object), member, value);
+    Way way = WayTo(object);
+    Let(way, member, value);
   }
 
   void LetTexts(const Object& object, const std::vector<TextView>& values) override {
-    const Way way = WayTo(object);
+    Way way = WayTo(object);
     for (std::size_t member = 0; member < values.size(); ++member) {
       if (!Names()[member].empty()) Let(way, member, values[member]);
     }
@@ -142,12 +144,15 @@ class DispatchAccess : public MemberAccess {
     /// Of a record of the component's own; else null.
     IRecordTexts* texts;
     bool byDescribedIds;
+    /// By which an object that has no ids for IDispatch is asked, once it had to be.
+    ComPtr<IDispatchEx> extended;
   };
 
   Way WayTo(const Object& object) {
     IDispatch& self = *static_cast<IDispatch*>(object.Self(family_));
     if (!std::exchange(isLearnt_, true)) LearnFrom(self);
-    return {self, own_ ? own_->TextsOf(self) : nullptr, described_ && described_->HoldFor(self)};
+    return {
+        self, own_ ? own_->TextsOf(self) : nullptr, described_ && described_->HoldFor(self), {}};
   }
 
   void LearnFrom(IDispatch& first) {
@@ -158,12 +163,12 @@ class DispatchAccess : public MemberAccess {
     if (!described_->AreKnown()) described_.reset();
   }
 
-  DISPID IdOf(const Way& way, std::size_t member) const {
+  DISPID IdOf(Way& way, std::size_t member) const {
     return way.byDescribedIds ? described_->Of(member)
-                              : MemberId(way.object, names_[member].Get(), locale_);
+                              : MemberId(way.object, names_[member].Get(), locale_, way.extended);
   }
 
-  void Append(const Way& way, std::size_t member, TextBuilder& text) const {
+  void Append(Way& way, std::size_t member, TextBuilder& text) const {
     if (way.texts != nullptr) return text.Append(way.texts->TextAt(own_->PositionOf(member)));
     Variant value;
     GetInto(value, way.object, IdOf(way, member), locale_);
@@ -172,7 +177,7 @@ class DispatchAccess : public MemberAccess {
     text.Append(ViewAsText(value.Get(), storage));
   }
 
-  void Let(const Way& way, std::size_t member, TextView value) const {
+  void Let(Way& way, std::size_t member, TextView value) const {
     if (way.texts != nullptr) {
       way.texts->TextAt(own_->PositionOf(member)) = value;
       return;

@@ -1,7 +1,5 @@
 #include "platform/win32/late_binding.h"
 
-#include <dispex.h>
-
 #include <algorithm>
 
 #include "automation/runtime_error.h"
@@ -11,8 +9,9 @@ namespace brindlex {
 namespace {
 
 /// Asks IDispatchEx after IDispatch has refused with `refusal`, which stands without it.
-HRESULT IdByDispatchEx(IDispatch& object, BSTR name, HRESULT refusal, DISPID& member) {
-  const auto extended = ComPtr<IDispatch>(&object).As<IDispatchEx>();
+HRESULT IdByDispatchEx(IDispatch& object, BSTR name, HRESULT refusal, ComPtr<IDispatchEx>& extended,
+                       DISPID& member) {
+  if (!extended) extended = ComPtr<IDispatch>(&object).As<IDispatchEx>();
   if (!extended) return refusal == E_NOTIMPL ? DISP_E_UNKNOWNNAME : refusal;
   return extended->GetDispID(name, fdexNameCaseInsensitive, &member);
 }
@@ -31,9 +30,14 @@ void InvokeRaw(IDispatch& object, DISPID member, WORD flags, DISPPARAMS& paramet
 }  // namespace
 
 DISPID MemberId(IDispatch& object, BSTR name, LCID locale) {
+  ComPtr<IDispatchEx> extended;
+  return MemberId(object, name, locale, extended);
+}
+
+DISPID MemberId(IDispatch& object, BSTR name, LCID locale, ComPtr<IDispatchEx>& extended) {
   DISPID member = DISPID_UNKNOWN;
   HRESULT status = object.GetIDsOfNames(IID_NULL, &name, 1, locale, &member);
-  if (FAILED(status)) status = IdByDispatchEx(object, name, status, member);
+  if (FAILED(status)) status = IdByDispatchEx(object, name, status, extended, member);
   Check(status);
   return member;
 }

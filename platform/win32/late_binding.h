@@ -1,5 +1,6 @@
 #pragma once
 
+#include <dispex.h>
 #include <oaidl.h>
 
 #include <optional>
@@ -19,6 +20,10 @@ inline constexpr WORD kCallOrGet = DISPATCH_METHOD | DISPATCH_PROPERTYGET;
 /// The dispatch id of the member that `object` knows as `name`: by GetIDsOfNames, or where that
 /// refuses, without regard to letter case, by IDispatchEx. Error 438 when there is no such member.
 DISPID MemberId(IDispatch& object, BSTR name, LCID locale = GetUserDefaultLCID());
+
+/// As above, for a caller that asks one object for many names: `extended`, null at first, keeps the
+/// object's IDispatchEx once that had to be asked.
+DISPID MemberId(IDispatch& object, BSTR name, LCID locale, ComPtr<IDispatchEx>& extended);
 
 /// What the member yields for `arguments` (in their written order, which this function reverses in
 /// place for the call). Throws the member's own error as ErrorOf has it. `lastError` receives what
