@@ -180,9 +180,11 @@ void AppendHeader(const std::vector<Text>& names, const Markers& markers, TextBu
 void ExpectRecords(std::int32_t count, std::int32_t written, TextBuilder& text) {
   constexpr std::int32_t kFirst = 8;
   const auto seen = static_cast<std::uint32_t>(written / kFirst);
-  if (written % kFirst != 0 || !std::has_single_bit(seen) || std::countr_zero(seen) % 3 != 0)
-    return;
-  const double expected = 1.03 * count * static_cast<double>(text.Size()) / written;
+  if (written % kFirst != 0 || !std::has_single_bit(seen)) return;
+  // Records often get longer, as their numbers do. Room that is never written to costs little;
+  // moving a text that is nearly whole costs as much as writing it.
+  constexpr double kMargin = 1.2;
+  const double expected = kMargin * count * static_cast<double>(text.Size()) / written;
   constexpr double kMost = 1.0e9;
   text.Expect(static_cast<std::size_t>(std::min(expected, kMost)));
 }

@@ -6,9 +6,18 @@
 namespace brindlex {
 namespace {
 
+/// A BSTR of `length` units with any content. A new one is filled with zeros by some systems, which
+/// for a long text means that all of it goes through the caches once more; a grown one by none.
+Bstr Unfilled(std::size_t length) {
+  constexpr std::size_t kLong = 4096;
+  Bstr made = Bstr::OfLength(length < kLong ? length : 0);
+  if (length >= kLong) made.Resize(length);
+  return made;
+}
+
 /// A BSTR of `length` units, of which the first are those of `text`.
 Bstr WithLength(TextView text, std::size_t length) {
-  Bstr made = Bstr::OfLength(length);
+  Bstr made = Unfilled(length);
   std::copy(text.begin(), text.end(), reinterpret_cast<char16_t*>(made.Get()));
   return made;
 }
@@ -28,7 +37,7 @@ BSTR BstrBuilder::Detach() {
   constexpr std::size_t kLong = 65536;
   const std::size_t length = Size();
   const std::size_t capacity = text_.View().size();
-  if (length < kLong || capacity - length > capacity / 16) {
+  if (length < kLong || capacity - length > capacity / 4) {
     text_ = Bstr(View());
   } else {
     CutInPlace(text_.Get(), length);

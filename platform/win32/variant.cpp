@@ -28,10 +28,11 @@ Variant Converted(const VARIANT& value, VARTYPE type) {
   return converted;
 }
 
+constexpr std::size_t kLongestBstr = 0x7FFFFFF0U / sizeof(char16_t);
+
 BSTR Allocated(const char16_t* text, std::size_t length) {
-  constexpr std::size_t kLongest = 0x7FFFFFF0U / sizeof(char16_t);
   BSTR made = nullptr;
-  if (length <= kLongest) {
+  if (length <= kLongestBstr) {
     made = SysAllocStringLen(reinterpret_cast<const wchar_t*>(text), static_cast<UINT>(length));
   }
   if (made == nullptr) throw std::bad_alloc();
@@ -43,6 +44,12 @@ BSTR Allocated(const char16_t* text, std::size_t length) {
 BSTR NewBstr(TextView text) { return Allocated(text.data(), text.size()); }
 
 BSTR NewBstr(std::size_t length) { return Allocated(nullptr, length); }
+
+void Bstr::Resize(std::size_t length) {
+  if (length > kLongestBstr || !SysReAllocStringLen(&text_, nullptr, static_cast<UINT>(length))) {
+    throw std::bad_alloc();
+  }
+}
 
 Variant::Variant(const VARIANT& value) : Variant() {
   Check(CopyValue(value_, Dereferenced(value)));

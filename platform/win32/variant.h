@@ -50,6 +50,9 @@ class Bstr {
   BSTR Detach() noexcept { return std::exchange(text_, nullptr); }
   TextView View() const noexcept { return ViewOf(text_); }
 
+  /// Gives it another length; its content is any then. Throws std::bad_alloc; it stays then.
+  void Resize(std::size_t length);
+
  private:
   BSTR text_ = nullptr;
 };

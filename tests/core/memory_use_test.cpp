@@ -36,6 +36,19 @@ TEST_F(MemoryUseTest, ASaveHoldsItsTextTwiceAtTheVeryMost) {
   EXPECT_LE(meter.Peak(), BytesOf(text) * 22 / 10);
 }
 
+TEST_F(MemoryUseTest, RecordsThatGetLongerAsNumbersDoAreNotMovedNearTheEnd) {
+  constexpr std::int32_t kStep = 7919;
+  CollectionRef records = blocks_.NewCollection();
+  for (std::int32_t number = 0; number < kRecords; ++number) {
+    const Text digits = DecimalText(number * kStep);
+    records->Add(blocks_.NewBlock({Text(u"remark ").append(digits), digits}), {});
+  }
+  const MemoryMeter meter;
+  const Text text = store_.AsDelimitedFromCollection(records);
+  ASSERT_GT(text.size(), kRecords * 20U);
+  EXPECT_LE(meter.Peak(), BytesOf(text) * 14 / 10);
+}
+
 TEST_F(MemoryUseTest, RecordsOfVeryDifferentLengthsTakeNoMore) {
   const CollectionRef records = ManyRecords();
   for (const std::size_t length : {1'000'000U, 2'000'000U, 3'000'000U}) {
