@@ -97,8 +97,14 @@ def main(native: str, windows: str, component: str, *rest: str) -> int:
                   of("BM_SaveDescribed"), of("BM_FloorGet"), 1.15, 1.42)
     table.at_most("save, described : get alone + pages of the text",
                   of("BM_SaveDescribed"), of("BM_FloorGet") + pages, 1.15, 1.27)
+    table.at_most("save, JScript's objects : name + get",
+                  com["BM_SaveJScript/20000"], com["BM_FloorJScript/20000"], 1.15, 1.2)
+    table.at_most("save, VBScript's objects : name + get",
+                  com["BM_SaveVbScript/20000"], com["BM_FloorVbScript/20000"], 1.15)
     table.at_most("save, own records : get alone",
                   of("BM_SaveOwn"), of("BM_FloorGetOwn"), 0.33, 0.41)
+    table.at_most("save, own records : get alone + pages of the text",
+                  of("BM_SaveOwn"), of("BM_FloorGetOwn") + of("BM_FreshTextOwn"), 0.33, 0.41)
     table.at_most("save, 1,000 own records : get alone",
                   com["BM_SaveOwn/1000"], com["BM_FloorGetOwn/1000"], 0.33)
     table.at_most("restore, any objects : new + name + put",

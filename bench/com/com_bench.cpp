@@ -4,10 +4,13 @@
 #include <benchmark/benchmark.h>
 #include <windows.h>
 
+#include <dispex.h>
+
 #include <string>
 #include <vector>
 
 #include "bench/com/plain_objects.h"
+#include "bench/com/script_objects.h"
 #include "server/Brindlex.h"
 
 namespace brindlex::bench {
@@ -79,11 +82,72 @@ Records PlainRecords(benchmark::State& state, ITypeInfo* info) {
 
 Records OwnRecords(benchmark::State& state) {
   Records records;
+  // One factory for all, as a host's creator has it: looking the class up takes most of the time.
+  ComPtr<IClassFactory> factory;
+  Require(CoGetClassObject(CLSID_clsTextData, CLSCTX_INPROC_SERVER, nullptr, IID_IClassFactory,
+                           factory.ReceiveVoid()),
+          "CoGetClassObject");
   for (long number = 0; number < state.range(0); ++number) {
-    auto record = New<_clsTextData>(CLSID_clsTextData);
+    ComPtr<_clsTextData> record;
+    Require(factory->CreateInstance(nullptr, __uuidof(_clsTextData), record.ReceiveVoid()),
+            "CreateInstance");
     record->put_Name(Bstr(ValueOf(number, 0)).Get());
     record->put_DataString(Bstr(ValueOf(number, 4)).Get());
     records.emplace_back(record.Get());
+  }
+  return records;
+}
+
+constexpr const char16_t* kJScript =
+    uR"(
+var names = new ActiveXObject("Brindlex.clsCollection");
+var listed = ["Title", "Author", "Year", "Price", "Remarks"];
+for (var n = 0; n < listed.length; n++) names.Add(listed[n], listed[n]);
+function getMemberNames() { return names; }
+function Record(title, author, year, price, remarks) {
+  this.Title = title;
+  this.Author = author;
+  this.Year = year;
+  this.Price = price;
+  this.Remarks = remarks;
+  this.GetMemberNames = getMemberNames;
+}
+function Make(n) { return new Record("Title " + n * 7919, "An author", "2026", "12.50", "remark " + n * 7919); }
+)";
+
+constexpr const char16_t* kVbScript =
+    uR"(
+Dim names, listed
+Set names = CreateObject("Brindlex.clsCollection")
+For Each listed In Split("Title Author Year Price Remarks")
+  names.Add listed, listed
+Next
+Class Record
+  Public Title
+  Public Author
+  Public Year
+  Public Price
+  Public Remarks
+  Public Function GetMemberNames()
+    Set GetMemberNames = names
+  End Function
+End Class
+Function Make(n)
+  Dim made
+  Set made = New Record
+  made.Title = "Title " & n * 7919
+  made.Author = "An author"
+  made.Year = "2026"
+  made.Price = "12.50"
+  made.Remarks = "remark " & n * 7919
+  Set Make = made
+End Function
+)";
+
+Records ScriptRecords(benchmark::State& state, const ScriptEngine& engine) {
+  Records records;
+  for (long number = 0; number < state.range(0); ++number) {
+    records.push_back(engine.Call(L"Make", number));
   }
   return records;
 }
@@ -180,6 +244,28 @@ void BM_FloorGetOwn(benchmark::State& state) {
   GetOnly(state, OwnRecords(state), Bstrs({L"DataString", L"Name"}));
 }
 
+void BM_FloorJScript(benchmark::State& state) {
+  const ScriptEngine engine(L"JScript", kJScript);
+  NameAndGet(state, ScriptRecords(state, engine), PlainNames());
+}
+void BM_FloorVbScript(benchmark::State& state) {
+  const ScriptEngine engine(L"VBScript", kVbScript);
+  const auto names = PlainNames();
+  const auto records = ScriptRecords(state, engine);
+  for ([[maybe_unused]] auto _ : state) {
+    for (const auto& record : records) {
+      // VBScript's objects know names by IDispatchEx only.
+      const auto extended = record.As<IDispatchEx>();
+      for (const Bstr& name : names) {
+        DISPID id = 0;
+        Require(extended->GetDispID(name.Get(), fdexNameCaseInsensitive, &id), "GetDispID");
+        Get(*record.Get(), id);
+      }
+    }
+  }
+  ReportPerField(state);
+}
+
 void PutLoop(benchmark::State& state, bool askNames) {
   const auto names = PlainNames();
   const Bstr newObject(u"GetNewObject");
@@ -228,6 +314,14 @@ void BM_Save(benchmark::State& state) { Save(state, PlainRecords(state, nullptr)
 void BM_SaveDescribed(benchmark::State& state) {
   Save(state, PlainRecords(state, SomeTypeInfo()), kFields);
 }
+void BM_SaveJScript(benchmark::State& state) {
+  const ScriptEngine engine(L"JScript", kJScript);
+  Save(state, ScriptRecords(state, engine), kFields);
+}
+void BM_SaveVbScript(benchmark::State& state) {
+  const ScriptEngine engine(L"VBScript", kVbScript);
+  Save(state, ScriptRecords(state, engine), kFields);
+}
 void BM_SaveOwn(benchmark::State& state) { Save(state, OwnRecords(state), 2); }
 
 void Restore(benchmark::State& state, const Records& records, IDispatch* creator,
@@ -260,12 +354,17 @@ void BM_RestoreOwn(benchmark::State& state) {
 // ---- The pages of the text ---------------------------------------------------------------------
 
 /// What the system takes for a fresh BSTR of the text's size that is filled once.
-void BM_FreshText(benchmark::State& state) {
+void FreshText(benchmark::State& state, const Records& records, std::size_t fields) {
   const auto store = New<_clsCollectionSaveRestore>(CLSID_clsCollectionSaveRestore);
-  const Bstr text = Saved(*store.Get(), *CollectionOf(PlainRecords(state, nullptr)).Get());
+  const Bstr text = Saved(*store.Get(), *CollectionOf(records).Get());
   for ([[maybe_unused]] auto _ : state) benchmark::DoNotOptimize(Bstr(text.View()).Get());
-  ReportPerField(state);
+  ReportPerField(state, fields);
 }
+
+void BM_FreshText(benchmark::State& state) {
+  FreshText(state, PlainRecords(state, nullptr), kFields);
+}
+void BM_FreshTextOwn(benchmark::State& state) { FreshText(state, OwnRecords(state), 2); }
 
 // ---- The collection ----------------------------------------------------------------------------
 
@@ -376,6 +475,11 @@ BENCHMARK(BM_FloorGet)->Apply(Sizes);
 BENCHMARK(BM_SaveDescribed)->Apply(Sizes);
 BENCHMARK(BM_FloorGetOwn)->Apply(Sizes);
 BENCHMARK(BM_SaveOwn)->Apply(Sizes);
+BENCHMARK(BM_FreshTextOwn)->Apply(Sizes);
+BENCHMARK(BM_FloorJScript)->Arg(20000)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_SaveJScript)->Arg(20000)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_FloorVbScript)->Arg(20000)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_SaveVbScript)->Arg(20000)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_FloorNameAndPut)->Apply(SizesToTheMost);
 BENCHMARK(BM_Restore)->Apply(SizesToTheMost);
 BENCHMARK(BM_FloorPut)->Apply(Sizes);

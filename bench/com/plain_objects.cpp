@@ -10,8 +10,7 @@ namespace {
 constexpr DISPID kGetMemberNames = 100;
 constexpr DISPID kGetNewObject = 101;
 
-/// The names as records list them: in a collection of the component's.
-ComPtr<IDispatch> MemberNames() {
+ComPtr<_clsCollection> NewMemberNames() {
   ComPtr<_clsCollection> names;
   CoCreateInstance(CLSID_clsCollection, nullptr, CLSCTX_INPROC_SERVER, IID__clsCollection,
                    names.ReceiveVoid());
@@ -22,7 +21,14 @@ ComPtr<IDispatch> MemberNames() {
     const Variant text(TextView(reinterpret_cast<const char16_t*>(name)));
     names->Add(text.Get(), text.Get(), missing, missing);
   }
-  return ComPtr<IDispatch>(names.Get());
+  return names;
+}
+
+/// The names as records list them, in a collection of the component's: one for all, which lasts as
+/// long as the program, since looking its class up takes as long as saving hundreds of records.
+ComPtr<IDispatch> MemberNames() {
+  static _clsCollection* const names = NewMemberNames().Detach();
+  return ComPtr<IDispatch>(names);
 }
 
 HRESULT GiveObject(ComPtr<IDispatch> object, VARIANT* result) {
