@@ -1,6 +1,7 @@
 #include "server/co_collection_save_restore.h"
 
 #include "platform/win32/bstr_builder.h"
+#include "server/co_collection.h"
 #include "server/the_platform.h"
 #include "server/values.h"
 
@@ -126,7 +127,7 @@ STDMETHODIMP CoCollectionSaveRestore::FieldNamesCollection(BSTR asDelimitedStrin
 STDMETHODIMP CoCollectionSaveRestore::ItemExists(IDispatch* myCol, BSTR myKey,
                                                  VARIANT_BOOL* result) {
   return RunFor(result, [&] {
-    const bool exists = operations_.ItemExists(GivenCollection(myCol), ViewOf(myKey));
+    const bool exists = operations_.ItemExists(CollectionOf(myCol), ViewOf(myKey));
     *result = exists ? VARIANT_TRUE : VARIANT_FALSE;
   });
 }
@@ -168,7 +169,7 @@ STDMETHODIMP CoCollectionSaveRestore::MultiDataColString(IDispatch** newCol, BST
   return RunFor(result, [&] {
     // The host may change its variable while the call runs.
     const Text ownName(ViewOf(*name));
-    *result = NewBstr(operations_.MultiDataColString(GivenCollection(*newCol), ownName));
+    *result = NewBstr(operations_.MultiDataColString(CollectionOf(*newCol), ownName));
   });
 }
 
@@ -179,7 +180,7 @@ STDMETHODIMP CoCollectionSaveRestore::AsDelimitedFromCollection(IDispatch* myObj
                                                                 BSTR* result) {
   return RunFor(result, [&] {
     BstrBuilder text;
-    operations_.AsDelimitedFromCollection(GivenCollection(myObjects), GivenText(recordEndMarker),
+    operations_.AsDelimitedFromCollection(CollectionOf(myObjects), GivenText(recordEndMarker),
                                           GivenText(fieldEndMarker), text);
     *result = text.Detach();
   });

@@ -2,7 +2,6 @@
 
 #include "platform/win32/hresult.h"
 #include "platform/win32/variant.h"
-#include "server/co_collection.h"
 #include "server/the_platform.h"
 
 namespace brindlex {
@@ -10,8 +9,6 @@ namespace brindlex {
 Object GivenObject(IDispatch* object) {
   return ThePlatform().Dispatch().Wrap(ComPtr<IDispatch>(object));
 }
-
-CollectionRef GivenCollection(IDispatch* object) { return CollectionOf(object); }
 
 GivenText::GivenText(const VARIANT& argument) {
   if (IsMissing(argument) || Dereferenced(argument).vt == VT_EMPTY) return;

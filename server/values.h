@@ -13,9 +13,6 @@ namespace brindlex {
 /// `object` as the operations take it; null is Nothing.
 Object GivenObject(IDispatch* object);
 
-/// `object` as a collection; null is no collection.
-CollectionRef GivenCollection(IDispatch* object);
-
 /// An optional text argument, read when it is made: omitted when it is the missing marker or Empty,
 /// which is what script hosts pass for an undefined value. Lives as long as the call.
 class GivenText {
