@@ -11,6 +11,7 @@
 #include "environment/report.h"
 #include "tests/com/apartment.h"
 #include "tests/com/failing_memory.h"
+#include "tests/com/hidden_station.h"
 #include "tests/com/late_call.h"
 #include "tests/com/malloc_spy.h"
 #include "tests/com/registry.h"
@@ -331,26 +332,6 @@ class QuietError {
  private:
   HANDLE before_;
   HANDLE nowhere_;
-};
-
-/// Moves the process to a window station that nobody sees, as a service's.
-class HiddenStation {
- public:
-  HiddenStation()
-      : before_(GetProcessWindowStation()),
-        hidden_(CreateWindowStationW(L"Brindlex swept", 0, GENERIC_ALL, nullptr)) {
-    EXPECT_TRUE(SetProcessWindowStation(hidden_));
-  }
-  HiddenStation(const HiddenStation&) = delete;
-  HiddenStation& operator=(const HiddenStation&) = delete;
-  ~HiddenStation() {
-    SetProcessWindowStation(before_);
-    CloseWindowStation(hidden_);
-  }
-
- private:
-  HWINSTA before_;
-  HWINSTA hidden_;
 };
 
 /// The machine's registry keys, led to a place of the test's own.
