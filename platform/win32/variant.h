@@ -117,8 +117,8 @@ HRESULT CopyValue(VARIANT& copy, const VARIANT& value) noexcept;
 /// True for the marker that stands for an omitted optional argument.
 bool IsMissing(const VARIANT& value) noexcept;
 
-/// `value` with a reference to a variant followed; the result may still be a reference to a value of
-/// another type, or to nothing.
+/// `value` with a reference to a variant followed; the result may still be a reference to a value
+/// of another type, or to nothing.
 const VARIANT& Dereferenced(const VARIANT& value) noexcept;
 
 /// `value` as text: numbers, dates and currency in the user's locale, booleans as "True" or

@@ -221,6 +221,7 @@ const std::map<std::string, std::set<std::string>>& LeftOut() {
         "GetSystemTimeAsFileTime",
         "GetTickCount64",
         "GetUserDefaultLCID",
+        "IsDBCSLeadByteEx",
         "IsDebuggerPresent",
         "OutputDebugStringA",
         "OutputDebugStringW",
