@@ -45,6 +45,7 @@ bool IsOmitted(const VARIANT& argument) { return IsMissing(argument) || argument
 const BSTR* TextIn(const VARIANT& argument) {
   const VARIANT& actual = Dereferenced(argument);
   if (actual.vt == VT_BSTR) return &actual.bstrVal;
+  // Null when the reference leads nowhere.
   if (actual.vt == (VT_BSTR | VT_BYREF)) return actual.pbstrVal;
   return nullptr;
 }

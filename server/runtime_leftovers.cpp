@@ -18,6 +18,11 @@ namespace __gnu_cxx {
 void __freeres();  // NOLINT(bugprone-reserved-identifier): the library's name
 }  // namespace __gnu_cxx
 
+#ifdef BRINDLEX_COUNTS
+/// The compiler's own function that writes the counts down.
+extern "C" void __gcov_dump();  // NOLINT(bugprone-reserved-identifier): the library's name
+#endif
+
 namespace {
 
 /// A function of the system by its name, since the linker's name for it leads to this file.
@@ -150,6 +155,10 @@ void WINAPI GiveSectionBack(CRITICAL_SECTION* section) noexcept {
   __gnu_cxx::__freeres();
   for (const Held* next = held; next != nullptr; next = next->next) next->giveBack(next->thing);
   held = nullptr;
+#ifdef BRINDLEX_COUNTS
+  // By itself it would come too late, and without memory do nothing.
+  __gcov_dump();
+#endif
   brindlex::DestroyPrivateHeap();
 }
 

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <optional>
 
 #include "environment/trap.h"
 #include "platform/text_rows.h"
@@ -28,8 +29,9 @@ class TextPane {
   TextPane& operator=(const TextPane&) = delete;
   ~TextPane() { DeleteObject(font_); }
 
-  /// Makes the control at `place`, as large as it has to be; that size comes back.
-  SIZE Create(HWND parent, POINT place);
+  /// Makes the control at `place`, as large as it has to be; that size comes back. Nothing when the
+  /// system makes none that would show the text.
+  std::optional<SIZE> Create(HWND parent, POINT place);
 
   void Focus() const { SetFocus(control_); }
 
@@ -40,6 +42,9 @@ class TextPane {
 
  private:
   static LRESULT CALLBACK OnMessage(HWND control, UINT message, WPARAM first, LPARAM second);
+  static TextPane* PaneOf(HWND control) {
+    return reinterpret_cast<TextPane*>(GetWindowLongPtrW(control, GWLP_USERDATA));
+  }
   LRESULT Handle(UINT message, WPARAM first, LPARAM second);
 
   void MeasureFont();
@@ -62,7 +67,7 @@ class TextPane {
   int top_ = 0;
 };
 
-SIZE TextPane::Create(HWND parent, POINT place) {
+std::optional<SIZE> TextPane::Create(HWND parent, POINT place) {
   MeasureFont();
   RECT area{0, 0, kColumns * cell_.cx + GetSystemMetrics(SM_CXVSCROLL), kVisibleRows * cell_.cy};
   constexpr DWORD kStyle = WS_CHILD | WS_VISIBLE | WS_TABSTOP | WS_VSCROLL | SS_NOTIFY;
@@ -73,6 +78,7 @@ SIZE TextPane::Create(HWND parent, POINT place) {
   SetWindowLongPtrW(control_, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
   ownProcedure_ = reinterpret_cast<WNDPROC>(
       SetWindowLongPtrW(control_, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(OnMessage)));
+  if (ownProcedure_ == nullptr || PaneOf(control_) != this) return std::nullopt;
   ScrollTo(0);
   return size;
 }
@@ -93,7 +99,8 @@ void TextPane::MeasureFont() {
 }
 
 LRESULT CALLBACK TextPane::OnMessage(HWND control, UINT message, WPARAM first, LPARAM second) {
-  auto* const pane = reinterpret_cast<TextPane*>(GetWindowLongPtrW(control, GWLP_USERDATA));
+  auto* const pane = PaneOf(control);
+  if (pane == nullptr) return DefWindowProcW(control, message, first, second);
   return pane->Handle(message, first, second);
 }
 
@@ -186,6 +193,11 @@ void TextPane::Paint() const {
   PAINTSTRUCT paint;
   RECT area;
   auto* const context = BeginPaint(control_, &paint);
+  if (context == nullptr) {
+    // Or the system would ask again and again, and come to nothing else.
+    ValidateRect(control_, nullptr);
+    return;
+  }
   GetClientRect(control_, &area);
   auto* const before = SelectObject(context, font_);
   SetTextColor(context, GetSysColor(COLOR_WINDOWTEXT));
@@ -252,7 +264,9 @@ class ReportWindow {
   static INT_PTR CALLBACK OnMessage(HWND window, UINT message, WPARAM first, LPARAM second) {
     if (message == WM_INITDIALOG) {
       SetWindowLongPtrW(window, DWLP_USER, second);
-      reinterpret_cast<ReportWindow*>(second)->Fill(window);
+      const bool isFilled = reinterpret_cast<ReportWindow*>(second)->Fill(window);
+      // The report is to be shown in another way then.
+      if (!isFilled) EndDialog(window, 0);
       return FALSE;
     }
     auto* const self = reinterpret_cast<ReportWindow*>(GetWindowLongPtrW(window, DWLP_USER));
@@ -262,15 +276,18 @@ class ReportWindow {
     return isClosed && EndDialog(window, IDOK) != FALSE ? TRUE : FALSE;
   }
 
-  void Fill(HWND window) {
+  /// Whether the text is there to be read.
+  bool Fill(HWND window) {
     const int left = kMargin + kIconSize + kMargin;
-    const SIZE pane = pane_.Create(window, {left, kMargin});
+    const std::optional<SIZE> pane = pane_.Create(window, {left, kMargin});
+    if (!pane) return false;
     auto* const icon =
         CreateWindowExW(0, L"STATIC", nullptr, WS_CHILD | WS_VISIBLE | SS_ICON, kMargin, kMargin,
                         kIconSize, kIconSize, window, nullptr, nullptr, nullptr);
     SendMessageW(icon, STM_SETICON, reinterpret_cast<WPARAM>(LoadIconW(nullptr, IDI_EXCLAMATION)),
                  0);
-    const SIZE inner{left + pane.cx + kMargin, kMargin + pane.cy + kMargin + kButton.cy + kMargin};
+    const SIZE inner{left + pane->cx + kMargin,
+                     kMargin + pane->cy + kMargin + kButton.cy + kMargin};
     auto* const button =
         CreateWindowExW(0, L"BUTTON", L"OK", WS_CHILD | WS_VISIBLE | WS_TABSTOP | BS_DEFPUSHBUTTON,
                         (inner.cx - kButton.cx) / 2, inner.cy - kMargin - kButton.cy, kButton.cx,
@@ -281,6 +298,7 @@ class ReportWindow {
     PlaceInTheMiddle(window, inner);
     pane_.Focus();
     MessageBeep(MB_ICONEXCLAMATION);
+    return true;
   }
 
   static void PlaceInTheMiddle(HWND window, SIZE inner) {
@@ -291,10 +309,12 @@ class ReportWindow {
     const SIZE size{outer.right - outer.left, outer.bottom - outer.top};
     MONITORINFO monitor{};
     monitor.cbSize = sizeof(monitor);
-    GetMonitorInfoW(MonitorFromWindow(GetParent(window), MONITOR_DEFAULTTOPRIMARY), &monitor);
+    const BOOL isKnown =
+        GetMonitorInfoW(MonitorFromWindow(GetParent(window), MONITOR_DEFAULTTOPRIMARY), &monitor);
     const RECT& work = monitor.rcWork;
     SetWindowPos(window, nullptr, (work.left + work.right - size.cx) / 2,
-                 (work.top + work.bottom - size.cy) / 2, size.cx, size.cy, SWP_NOZORDER);
+                 (work.top + work.bottom - size.cy) / 2, size.cx, size.cy,
+                 isKnown != FALSE ? SWP_NOZORDER : SWP_NOZORDER | SWP_NOMOVE);
   }
 
   const Text& caption_;

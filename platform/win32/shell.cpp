@@ -1,12 +1,17 @@
 #include "platform/win32/shell.h"
 
+#include <atomic>
+
 namespace brindlex {
 namespace {
 
 /// A function of the shell; null when it has none of that name.
 template <class Function>
 Function ShellFunction(const char* name) noexcept {
-  static const HMODULE shell = LoadLibraryW(L"shell32.dll");
+  // A failure is not for good.
+  static std::atomic<HMODULE> loaded{nullptr};
+  HMODULE shell = loaded;
+  if (shell == nullptr) loaded = shell = LoadLibraryW(L"shell32.dll");
   auto* const found = shell == nullptr ? nullptr : GetProcAddress(shell, name);
   return reinterpret_cast<Function>(reinterpret_cast<void*>(found));
 }

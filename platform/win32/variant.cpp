@@ -14,6 +14,34 @@ bool IsObjectReference(const VARIANT& value) noexcept {
   return type == VT_DISPATCH || type == VT_UNKNOWN;
 }
 
+/// Whether `value` is a reference to nothing, or one that leads from variant to variant without an
+/// end. The system's functions follow whatever they get.
+bool LeadsNowhere(const VARIANT& value) noexcept {
+  constexpr int kMostSteps = 3;
+  const VARIANT* reached = &value;
+  for (int step = 0; step < kMostSteps; ++step) {
+    if ((reached->vt & VT_BYREF) == 0) return false;
+    if (reached->byref == nullptr) return true;
+    if (reached->vt != (VT_BYREF | VT_VARIANT)) return false;
+    reached = reached->pvarVal;
+  }
+  return true;
+}
+
+/// Whether `value` is a decimal with more places or another sign than there are, which some
+/// releases of the system write past the end of their buffer.
+bool IsBrokenDecimal(const VARIANT& value) noexcept {
+  constexpr BYTE kMostPlaces = 28;
+  const bool isReference = value.vt == (VT_BYREF | VT_DECIMAL);
+  if (value.vt != VT_DECIMAL && !isReference) return false;
+  const DECIMAL& decimal = isReference ? *value.pdecVal : value.decVal;
+  return decimal.scale > kMostPlaces || (decimal.sign & ~DECIMAL_NEG) != 0;
+}
+
+void RequireValue(const VARIANT& value) {
+  if (LeadsNowhere(value)) throw ErrorOf(E_INVALIDARG);
+}
+
 IUnknown* UnknownIn(const VARIANT& value) noexcept {
   return (value.vt & VT_BYREF) != 0 ? *value.ppunkVal : value.punkVal;
 }
@@ -21,6 +49,7 @@ IUnknown* UnknownIn(const VARIANT& value) noexcept {
 /// `value` converted to `type` in the user's locale. Error 94 for Null, else as conversion fails.
 Variant Converted(const VARIANT& value, VARTYPE type) {
   const VARIANT& actual = Dereferenced(value);
+  RequireValue(actual);
   if (IsObjectReference(actual)) return Converted(DefaultValueOf(actual).Get(), type);
   if ((actual.vt & ~VT_BYREF) == VT_NULL) throw RuntimeError(error_number::kInvalidUseOfNull);
   Variant converted;
@@ -70,11 +99,16 @@ Variant Variant::OfObject(IDispatch* object) noexcept {
 }
 
 HRESULT ChangeType(VARIANT& converted, const VARIANT& value, USHORT flags, VARTYPE type) noexcept {
+  if (LeadsNowhere(value) || IsBrokenDecimal(value)) return E_INVALIDARG;
   return VariantChangeTypeEx(&converted, const_cast<VARIANT*>(&value), GetUserDefaultLCID(), flags,
                              type);
 }
 
 HRESULT CopyValue(VARIANT& copy, const VARIANT& value) noexcept {
+  if (LeadsNowhere(value)) {
+    VariantInit(&copy);
+    return E_INVALIDARG;
+  }
   const HRESULT status = VariantCopyInd(&copy, const_cast<VARIANT*>(&value));
   // The system leaves the type of what it could not copy.
   if (FAILED(status)) VariantInit(&copy);
@@ -84,15 +118,17 @@ HRESULT CopyValue(VARIANT& copy, const VARIANT& value) noexcept {
 bool IsMissing(const VARIANT& value) noexcept {
   const VARIANT& actual = Dereferenced(value);
   if (actual.vt == VT_ERROR) return actual.scode == DISP_E_PARAMNOTFOUND;
-  return actual.vt == (VT_BYREF | VT_ERROR) && *actual.pscode == DISP_E_PARAMNOTFOUND;
+  return actual.vt == (VT_BYREF | VT_ERROR) && !LeadsNowhere(actual) &&
+         *actual.pscode == DISP_E_PARAMNOTFOUND;
 }
 
 const VARIANT& Dereferenced(const VARIANT& value) noexcept {
-  return value.vt == (VT_BYREF | VT_VARIANT) ? *value.pvarVal : value;
+  return value.vt == (VT_BYREF | VT_VARIANT) && value.pvarVal != nullptr ? *value.pvarVal : value;
 }
 
 TextView ViewAsText(const VARIANT& value, Variant& storage) {
   const VARIANT& actual = Dereferenced(value);
+  RequireValue(actual);
   if (IsObjectReference(actual)) {
     storage = DefaultValueOf(actual);
     return ViewAsText(storage.Get(), storage);
@@ -130,6 +166,7 @@ bool FlagOf(const VARIANT& value) {
 
 ComPtr<IDispatch> ObjectOf(const VARIANT& value) {
   const VARIANT& actual = Dereferenced(value);
+  RequireValue(actual);
   if (!IsObjectReference(actual)) throw RuntimeError(error_number::kObjectRequired);
   if (actual.vt == VT_DISPATCH) return ComPtr<IDispatch>(actual.pdispVal);
   const ComPtr<IUnknown> unknown(UnknownIn(actual));

@@ -112,22 +112,23 @@ class Variant {
   VARIANT value_;
 };
 
-/// The system's conversion and copying, whose declarations lack the const that they keep. `copy`
-/// must be Empty, and is when copying fails.
+/// The system's conversion and copying, whose declarations lack the const that they keep, made safe
+/// against references to nothing: E_INVALIDARG. `copy` must be Empty, and is when copying fails.
 HRESULT ChangeType(VARIANT& converted, const VARIANT& value, USHORT flags, VARTYPE type) noexcept;
 HRESULT CopyValue(VARIANT& copy, const VARIANT& value) noexcept;
 
 /// True for the marker that stands for an omitted optional argument.
 bool IsMissing(const VARIANT& value) noexcept;
 
-/// `value` with references to variants followed; the result may still be a reference to a value of
-/// another type.
+/// `value` with a reference to a variant followed; the result may still be a reference to a value
+/// of another type, or to nothing.
 const VARIANT& Dereferenced(const VARIANT& value) noexcept;
 
 /// `value` as text: numbers, dates and currency in the user's locale, booleans as "True" or
 /// "False", Empty as nothing, an object by its default property. A view of the text in `value`, or
 /// of what was made of it and put into `storage`; `value` may be that of `storage`. Error 94 for
-/// Null, 91 for Nothing, 13 for what has no text, or the error of the object's default property.
+/// Null, 91 for Nothing, 13 for what has no text, 5 for a reference to nothing, or the error of the
+/// object's default property.
 TextView ViewAsText(const VARIANT& value, Variant& storage);
 
 /// `value` as text, as ViewAsText has it.

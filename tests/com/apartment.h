@@ -16,4 +16,13 @@ void InApartment(Body&& body) {
   }).join();
 }
 
+/// Answers the calls that other apartments make into this one until `ended`, a thread or an event,
+/// is signaled.
+inline void ServeUntil(HANDLE ended) {
+  constexpr DWORD kLongest = 20000;
+  while (MsgWaitForMultipleObjects(1, &ended, FALSE, kLongest, QS_ALLINPUT) == WAIT_OBJECT_0 + 1) {
+    for (MSG message; PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE);) DispatchMessageW(&message);
+  }
+}
+
 }  // namespace brindlex::testing

@@ -196,6 +196,24 @@ TEST_F(MisuseTest, ArgumentsOfAWrongTypeInEveryLocale) {
             40);
 }
 
+TEST_F(MisuseTest, ReferencesToNothing) {
+  EXPECT_GE(ForEveryMember([](const Tried& tried) {
+              int tries = 0;
+              for (std::size_t index = 0; index < tried.parameters.size(); ++index) {
+                for (const VARTYPE type : {VT_VARIANT, VT_BSTR, VT_DISPATCH, VT_BOOL, VT_ERROR}) {
+                  VARIANT reference{};
+                  reference.vt = static_cast<VARTYPE>(VT_BYREF | type);
+                  UINT place = 0;
+                  EXPECT_EQ(E_INVALIDARG, RunWith(tried, index, reference, place)) << type;
+                  EXPECT_EQ(tried.parameters.size() - 1 - index, place);
+                }
+                ++tries;
+              }
+              return tries;
+            }),
+            60);
+}
+
 TEST_F(MisuseTest, NumbersForObjects) {
   EXPECT_GE(ForEveryMember([](const Tried& tried) {
               int tries = 0;

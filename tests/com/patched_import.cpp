@@ -19,19 +19,29 @@ const IMAGE_IMPORT_DESCRIPTOR* ImportsOf(HMODULE module) {
   return At<IMAGE_IMPORT_DESCRIPTOR>(module, imports.VirtualAddress);
 }
 
-/// Where the loader has put the address of the function.
-void** PlaceOf(HMODULE module, const char* name) {
+/// Runs `visit(name, place)` for every function that is imported by name, with the place where the
+/// loader has put its address.
+template <class Visit>
+void ForEachImport(HMODULE module, Visit&& visit) {
   for (const auto* library = ImportsOf(module); library->Name != 0; ++library) {
     const auto* wanted = At<IMAGE_THUNK_DATA>(module, library->OriginalFirstThunk);
     auto* found = At<IMAGE_THUNK_DATA>(module, library->FirstThunk);
     for (; wanted->u1.AddressOfData != 0; ++wanted, ++found) {
       if (IMAGE_SNAP_BY_ORDINAL(wanted->u1.Ordinal)) continue;
       const auto* const import = At<IMAGE_IMPORT_BY_NAME>(module, wanted->u1.AddressOfData);
-      if (std::strcmp(reinterpret_cast<const char*>(import->Name), name) != 0) continue;
-      return reinterpret_cast<void**>(&found->u1.Function);
+      visit(reinterpret_cast<const char*>(import->Name),
+            reinterpret_cast<void**>(&found->u1.Function));
     }
   }
-  throw std::runtime_error(name);
+}
+
+void** PlaceOf(HMODULE module, const char* name) {
+  void** sought = nullptr;
+  ForEachImport(module, [&](const char* imported, void** place) {
+    if (std::strcmp(imported, name) == 0) sought = place;
+  });
+  if (sought == nullptr) throw std::runtime_error(name);
+  return sought;
 }
 
 void* Replace(void** place, void* address) {
@@ -43,6 +53,12 @@ void* Replace(void** place, void* address) {
 }
 
 }  // namespace
+
+std::vector<std::string> ImportsByName(HMODULE module) {
+  std::vector<std::string> names;
+  ForEachImport(module, [&](const char* name, void**) { names.emplace_back(name); });
+  return names;
+}
 
 PatchedImport::PatchedImport(HMODULE module, const char* name, void* replacement)
     : place_(PlaceOf(module, name)), original_(Replace(place_, replacement)) {}

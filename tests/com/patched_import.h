@@ -2,7 +2,13 @@
 
 #include <windows.h>
 
+#include <string>
+#include <vector>
+
 namespace brindlex::testing {
+
+/// The functions that a loaded module imports by name.
+std::vector<std::string> ImportsByName(HMODULE module);
 
 /// While it lives, a loaded module calls `replacement` where it imports the function `name`.
 class PatchedImport {

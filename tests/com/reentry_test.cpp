@@ -152,5 +152,144 @@ TEST_F(ReentryTest, WhileAReportIsOpenTheHostMaySaveTheSameCollection) {
   ExpectShown({Dfc({E_FAIL, u"Automation error", 5}, u"Count")});
 }
 
+// ---- Collections of the host's own -------------------------------------------------------------
+
+/// A collection of the host's without an enumerator, over `entries`, which the host may change.
+ComPtr<ScriptedObject> ByPosition(std::vector<ComPtr<ScriptedObject>>& entries) {
+  auto collection = ScriptedObject::New();
+  collection->NextId(DISPID_VALUE);
+  collection->Method(u"Item", [&entries](const Arguments& arguments) {
+    const auto position = static_cast<std::size_t>(WholeNumberOf(*arguments.at(0)));
+    if (position > entries.size()) throw Fails{{DISP_E_BADINDEX}};
+    return Variant::OfObject(entries[position - 1].Get());
+  });
+  collection->Method(u"Count", [&entries](const Arguments&) {
+    return Number(static_cast<std::int32_t>(entries.size()));
+  });
+  return collection;
+}
+
+TEST_F(ReentryTest, ByPositionAHostMayEmptyItsCollection) {
+  std::vector<ComPtr<ScriptedObject>> entries{NewTitle(u"Alpha", u"1"), NewTitle(u"Beta", u"2")};
+  entries[0]->operator[](u"Count").whenRead = [&entries] { entries.clear(); };
+  EXPECT_EQ(u"", Save(ByPosition(entries).Get()));
+  ExpectShown({Dfc(OutOfRange(5))});
+}
+
+TEST_F(ReentryTest, ByPositionTheNumberOfRecordsIsThatOfTheBeginning) {
+  std::vector<ComPtr<ScriptedObject>> entries{NewTitle(u"Alpha", u"1")};
+  entries[0]->operator[](u"Count").whenRead = [&entries] {
+    entries.insert(entries.begin(), NewTitle(u"Beta", u"2"));
+  };
+  EXPECT_EQ(Text({kAlpha}), Save(ByPosition(entries).Get()));
+}
+
+TEST_F(ReentryTest, ByPositionARecordMayLetGoOfTheCollectionAndOfItself) {
+  std::vector<ComPtr<ScriptedObject>> entries{NewTitle(u"Alpha", u"1"), NewTitle(u"Beta", u"2")};
+  auto collection = ByPosition(entries);
+  for (std::size_t index = 0; index < entries.size(); ++index) {
+    entries[index]->operator[](u"Title").whenRead = [&, index] {
+      collection = nullptr;
+      entries[index] = nullptr;
+    };
+  }
+  auto* const borrowed = collection.Get();
+  EXPECT_EQ(Text({kAlpha, kBeta}), Save(borrowed));
+}
+
+TEST_F(ReentryTest, ACollectionMayEndInsideEachOfItsMembers) {
+  for (const View member : {u"Count", u"_NewEnum"}) {
+    const auto first = NewTitle(u"Alpha", u"1");
+    auto collection = Collected({first.Get()});
+    (*collection.Get())[member].whenRead = [&collection] { collection = nullptr; };
+    auto* const borrowed = collection.Get();
+    EXPECT_EQ(Text({kAlpha}), Save(borrowed));
+    EXPECT_FALSE(collection);
+  }
+  const auto first = NewTitle(u"Alpha", u"1");
+  auto collection = Collected({first.Get()});
+  collection->whenFetched = [&collection] {
+    // What runs is kept, or it would end under itself.
+    const auto alive = std::exchange(collection, nullptr);
+    return S_OK;
+  };
+  auto* const borrowed = collection.Get();
+  EXPECT_EQ(Text({kAlpha}), Save(borrowed));
+}
+
+TEST_F(ReentryTest, AnEnumeratorMaySaveTheCollectionThatItWalks) {
+  const auto first = NewTitle(u"Alpha", u"1");
+  const auto second = NewTitle(u"Beta", u"2");
+  const auto collection = Collected({first.Get(), second.Get()});
+  int depth = 0;
+  collection->whenFetched = [&] {
+    if (++depth == 2) {
+      EXPECT_EQ(Text({kAlpha, kBeta}), Save(collection.Get()));
+    }
+    return S_OK;
+  };
+  EXPECT_EQ(Text({kAlpha, kBeta}), Save(collection.Get()));
+  EXPECT_GT(depth, 3);
+}
+
+TEST_F(ReentryTest, ACreatorMayLetGoOfItselfAndReplaceTheText) {
+  SetMultiData(MultiDataCol(OwnCollection({NewTitle(u"Alpha", u"1").Get()}).Get(), u"Items"));
+  ComPtr<ScriptedObject> creator;
+  creator = NewCreator([&] {
+    creator = nullptr;
+    SetMultiData(u"no such text");
+    return NewTitle({}, {}).As<IDispatch>();
+  });
+  auto* const borrowed = creator.Get();
+  EXPECT_EQ(List{u"Alpha=1"}, Titles(WorkingCol(u"Items", borrowed)));
+  EXPECT_FALSE(creator);
+}
+
+// ---- Boxes of the host's own -------------------------------------------------------------------
+
+const Report kOwnBox{u"The host", u"One moment"};
+
+void ShowOwnBox() { MessageBoxW(nullptr, L"One moment", L"The host", MB_OK | MB_ICONEXCLAMATION); }
+
+TEST_F(ReentryTest, AnObjectMayShowABoxInsideEachOfItsMembers) {
+  const auto first = NewTitle(u"Alpha", u"1");
+  first->operator[](u"GetMemberNames").whenRead = ShowOwnBox;
+  first->operator[](u"Title").whenRead = ShowOwnBox;
+  const auto collection = Collected({first.Get()});
+  collection->operator[](u"Count").whenRead = ShowOwnBox;
+  EXPECT_EQ(Text({kAlpha}), Save(collection.Get()));
+  ExpectShown({kOwnBox, kOwnBox, kOwnBox});
+
+  const auto creator = NewCreator([] {
+    const auto record = NewTitle({}, {});
+    record->operator[](u"Title").whenSet = ShowOwnBox;
+    return record.As<IDispatch>();
+  });
+  EXPECT_EQ(List{u"Alpha=1"}, Titles(Restore(Text({kAlpha}), creator.Get())));
+  ExpectShown({kOwnBox});
+}
+
+TEST_F(ReentryTest, WhileAHostsBoxIsOpenItMaySaveAndEmptyTheCollection) {
+  const auto first = NewTitle(u"Alpha", u"1");
+  const auto second = NewTitle(u"Beta", u"2");
+  const auto collection = OwnCollection({first.Get(), second.Get()});
+  first->operator[](u"Title").whenRead = ShowOwnBox;
+  Boxes().whileNextIsOpen = [&] {
+    first->operator[](u"Title").whenRead = nullptr;
+    EXPECT_EQ(Text({kAlpha, kBeta}), Save(collection.Get()));
+    while (CountOf(collection) > 0) EXPECT_EQ(S_OK, collection->Remove(Number(1).Get()));
+  };
+  EXPECT_EQ(Text({kAlpha}), Save(collection.Get()));
+  ExpectShown({kOwnBox});
+}
+
+TEST_F(ReentryTest, AnObjectThatShowsABoxAndFailsIsReportedBehindIt) {
+  const auto first = NewTitle(u"Alpha", u"1");
+  first->operator[](u"Count").whenRead = ShowOwnBox;
+  first->operator[](u"Count").get = {E_FAIL};
+  EXPECT_EQ(u"", SaveObject(first.Get()));
+  ExpectShown({kOwnBox, Dfc({E_FAIL, u"Automation error", 5}, u"Count")});
+}
+
 }  // namespace
 }  // namespace brindlex::testing

@@ -4,6 +4,7 @@
 
 #include <filesystem>
 
+#include "tests/com/apartment.h"
 #include "tests/com/fixture.h"
 #include "tests/com/registry.h"
 #include "tests/com/type_text.h"
@@ -184,13 +185,6 @@ TEST_F(RegistrationTest, TheTypeLibraryIsFoundByItsId) {
   EXPECT_EQ(S_OK, library->GetTypeInfoOfGuid(IID__clsCollection, type.Receive()));
 }
 
-/// Answers the calls that other apartments make into this one until `thread` ends.
-void ServeUntilTheEndOf(HANDLE thread) {
-  while (MsgWaitForMultipleObjects(1, &thread, FALSE, 10000, QS_ALLINPUT) == WAIT_OBJECT_0 + 1) {
-    for (MSG message; PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE);) DispatchMessageW(&message);
-  }
-}
-
 struct OtherApartment {
   IStream* marshaled;
   HRESULT unmarshaled = E_UNEXPECTED;
@@ -226,7 +220,7 @@ TEST_F(RegistrationTest, AnotherApartmentUsesAnObjectThroughItsInterface) {
                                                         &other.marshaled));
   const HANDLE thread = CreateThread(nullptr, 0, AddFromAnotherApartment, &other, 0, nullptr);
   ASSERT_NE(nullptr, thread);
-  ServeUntilTheEndOf(thread);
+  ServeUntil(thread);
   CloseHandle(thread);
   // Wine's 64-bit marshaling keeps a block of its own for every VARIANT that comes by value: four
   // of Add, one of Item.

@@ -1,6 +1,7 @@
 // Reports that a host takes in place of its user, and those that nobody could see.
 
 #include "tests/com/apartment.h"
+#include "tests/com/hidden_station.h"
 #include "tests/com/late_call.h"
 #include "tests/com/save_restore_test.h"
 
@@ -52,27 +53,6 @@ class StandardError {
   HANDLE before_;
   HANDLE read_ = nullptr;
   HANDLE write_ = nullptr;
-};
-
-/// Moves the process to a window station that nobody sees, as a service's.
-class HiddenStation {
- public:
-  HiddenStation()
-      : before_(GetProcessWindowStation()),
-        hidden_(CreateWindowStationW(L"Brindlex hidden", 0, GENERIC_ALL, nullptr)) {
-    EXPECT_NE(nullptr, hidden_);
-    EXPECT_TRUE(SetProcessWindowStation(hidden_));
-  }
-  HiddenStation(const HiddenStation&) = delete;
-  HiddenStation& operator=(const HiddenStation&) = delete;
-  ~HiddenStation() {
-    SetProcessWindowStation(before_);
-    CloseWindowStation(hidden_);
-  }
-
- private:
-  HWINSTA before_;
-  HWINSTA hidden_;
 };
 
 class ReportListenerTest : public SaveRestoreTest {

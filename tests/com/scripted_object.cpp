@@ -27,8 +27,8 @@ void Tell(const Outcome& outcome, EXCEPINFO& exception) {
 Outcome deferredOutcome;
 
 HRESULT STDMETHODCALLTYPE FillIn(EXCEPINFO* exception) {
-  Tell(deferredOutcome, *exception);
-  return S_OK;
+  if (SUCCEEDED(deferredOutcome.fillIn)) Tell(deferredOutcome, *exception);
+  return deferredOutcome.fillIn;
 }
 
 HRESULT End(const Outcome& outcome, EXCEPINFO* exception) {
@@ -40,6 +40,11 @@ HRESULT End(const Outcome& outcome, EXCEPINFO* exception) {
     Tell(outcome, *exception);
   }
   return outcome.status;
+}
+
+/// What a call that has done its work returns.
+HRESULT Done(HRESULT status, const Outcome& outcome) {
+  return SUCCEEDED(status) ? outcome.status : status;
 }
 
 /// `value` as a call hands it out: a copy, or the same reference.
@@ -64,19 +69,23 @@ HRESULT Set(ScriptedMember& member, const DISPPARAMS& params, EXCEPINFO* excepti
   }
   if (member.whenSet) member.whenSet();
   if (FAILED(member.let.status)) return End(member.let, exception);
-  return CopyValue(*member.value.Receive(), params.rgvarg[0]);
+  return Done(CopyValue(*member.value.Receive(), params.rgvarg[0]), member.let);
 }
 
 HRESULT Read(ScriptedMember& member, const DISPPARAMS& params, VARIANT* result,
              EXCEPINFO* exception) {
   if (member.whenRead) member.whenRead();
   if (FAILED(member.get.status)) return End(member.get, exception);
+  if (member.leave) {
+    if (result != nullptr) member.leave(*result);
+    return member.get.status;
+  }
   if (!member.body) {
     if (params.cArgs != 0) return DISP_E_BADPARAMCOUNT;
-    return HandOut(member.value.Get(), result);
+    return Done(HandOut(member.value.Get(), result), member.get);
   }
   const Variant yielded = member.body(InOrder(params));
-  return HandOut(yielded.Get(), result);
+  return Done(HandOut(yielded.Get(), result), member.get);
 }
 
 }  // namespace
@@ -206,6 +215,11 @@ class ScriptedEnumerator : public IEnumVARIANT {
     return left;
   }
   STDMETHODIMP Next(ULONG, VARIANT* entry, ULONG* fetched) override {
+    const HRESULT status = collection_->whenFetched ? collection_->whenFetched() : S_OK;
+    if (status != S_OK) {
+      if (fetched != nullptr) *fetched = 0;
+      return status;
+    }
     const bool behind = passed_ >= collection_->entries_.size();
     if (fetched != nullptr && (behind || collection_->reportsFetched)) *fetched = behind ? 0 : 1;
     if (behind) return collection_->endsWithoutFalse ? S_OK : S_FALSE;

@@ -14,7 +14,8 @@
 
 namespace brindlex::testing {
 
-/// How a scripted member ends: well, or with a status and what the object says about it.
+/// How a scripted member ends: well, with whatever status says so, or with a failure and what the
+/// object says about it.
 struct Outcome {
   HRESULT status = S_OK;
   HRESULT scode = 0;
@@ -23,6 +24,8 @@ struct Outcome {
   std::u16string source = {};
   /// Says all that only when it is asked for it.
   bool deferred = false;
+  /// What the asking then returns; a failure says nothing.
+  HRESULT fillIn = S_OK;
 
   /// An exception as script and VB objects raise it.
   static Outcome Raise(HRESULT scode, std::u16string description = {}, std::u16string source = {}) {
@@ -44,6 +47,8 @@ struct ScriptedMember {
   Outcome let = {};
   /// Runs instead of reading the value.
   std::function<Variant(const Arguments&)> body = {};
+  /// Runs instead of all that, and leaves in the result what no Variant could hold.
+  std::function<void(VARIANT&)> leave = {};
   /// Run before the outcome.
   std::function<void()> whenRead = {};
   std::function<void()> whenSet = {};
@@ -146,6 +151,8 @@ class ForeignCollection : public ScriptedObject {
 
   /// What Count says, if not the truth.
   std::function<Variant()> claimedCount;
+  /// Run before the enumerator fetches an entry; with a status other than S_OK it ends there.
+  std::function<HRESULT()> whenFetched;
   /// What the enumerator says it fetched with each entry, for one that keeps poor books.
   bool reportsFetched = true;
   /// An enumerator that says S_OK behind the end, with nothing fetched.
