@@ -77,7 +77,10 @@ std::vector<std::byte> PermissionsOf(const std::wstring& path) {
   while (GetFileSecurityW(path.c_str(), DACL_SECURITY_INFORMATION, descriptor.data(),
                           static_cast<DWORD>(descriptor.size()), &size) == FALSE) {
     if (SaysNoPermissions(GetLastError())) return {};
-    if (GetLastError() != ERROR_INSUFFICIENT_BUFFER) Fail(GetLastError());
+    // A file system that always wants more than it says would be asked for ever.
+    if (GetLastError() != ERROR_INSUFFICIENT_BUFFER || size <= descriptor.size()) {
+      Fail(GetLastError());
+    }
     descriptor.resize(size);
   }
   return descriptor;

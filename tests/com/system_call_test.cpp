@@ -107,6 +107,18 @@ HANDLE WINAPI OpenNothing(LPCWSTR, DWORD, DWORD, LPSECURITY_ATTRIBUTES, DWORD, D
   return INVALID_HANDLE_VALUE;
 }
 
+TEST_F(OddFileTest, PermissionsThatNoRoomIsEnoughForAreReported) {
+  code = ERROR_INSUFFICIENT_BUFFER;
+  {
+    const PatchedImport get(Dll().Module(), "GetFileSecurityW", AddressOf(NoPermissions));
+    EXPECT_FALSE(SaveSafely(PathOf(u"f")));
+  }
+  EXPECT_EQ(1, calls);
+  EXPECT_EQ(1U, Boxes().Boxes().size());
+  Boxes().Forget();
+  EXPECT_EQ(u"old", Read(PathOf(u"f")));
+}
+
 TEST_F(OddFileTest, ALinkIsFollowedWhereTheSystemCanSayWhereItLeads) {
   claimed = FILE_ATTRIBUTE_REPARSE_POINT;
   const PatchedImport attributes(Dll().Module(), "GetFileAttributesExW",
