@@ -144,7 +144,8 @@ TEST_F(RefuseMarkersTest, AGetterThatTurnsTheSwitchDoesNotChangeTheSaveUnderWay)
 TEST_F(RefuseMarkersTest, EveryShortValueComesBackOrIsRefused) {
   const Pair pairs[] = {{u"|", u";"},     {u"||", u";"}, {u"|", u"|"},     {u"ab", u"ba"},
                         {u"aa", u"b"},    {u"a", u"ab"}, {u"b", u"ab"},    {u"|", u"\r\n"},
-                        {u"\r\n", u"||"}, {u"\r", u"|"}, {u"|", u"|\r\n"}, {u";|", u"||"}};
+                        {u"\r\n", u"||"}, {u"\r", u"|"}, {u"|", u"|\r\n"}, {u";|", u"||"},
+                        {u"\r", u"\n"}};
   const auto one = ListingClass(Family(), {{u"Title"}});
   const auto two = class_;
   for (const Pair& pair : pairs) {
