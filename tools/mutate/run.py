@@ -347,9 +347,15 @@ def main(root: str, *arguments: str) -> int:
     known = json.loads(last.read_text(encoding="utf-8")) if last.is_file() else {}
     results = {n: known[keys[n]] for n in mutants
                if again and known.get(keys[n], "alive") != "alive"}
-    judge(trees, sources, mutants, tests, results, keys)
-    known.update({keys[n]: result for n, result in results.items()})
-    last.write_text(json.dumps(known, indent=1), encoding="utf-8")
+
+    def keep() -> None:
+        known.update({keys[n]: result for n, result in results.items()})
+        last.write_text(json.dumps(known, indent=1), encoding="utf-8")
+
+    try:
+        judge(trees, sources, mutants, tests, results, keys)
+    finally:
+        keep()
     return report(root, sources, mutants, keys, results, tests, not files, begun)
 
 
@@ -376,27 +382,26 @@ def judge(trees: list, sources: dict, mutants: dict, tests: Tests, results: dict
                 tree.write(name, source.text.encode())
             if tree.build(PARALLEL):
                 raise SystemExit("the core cannot be compiled")
-        results.update(built_outcomes(trees[1:], sources, mutants, tests, apart, keys))
+        judge_apart(trees[1:], sources, mutants, tests, results, keys, apart)
 
 
-def built_outcomes(trees: list, sources: dict, mutants: dict, tests: Tests, apart: list,
-                   keys: dict) -> list:
-    waiting, done = collections.deque(apart), []
+def judge_apart(trees: list, sources: dict, mutants: dict, tests: Tests, results: dict, keys: dict,
+                apart: list) -> None:
+    waiting = collections.deque(apart)
 
     def work(tree: Tree) -> None:
         while waiting:
             number = waiting.popleft()
             name, _, mutant = mutants[number]
             result = built_outcome(tree, sources[name], name, mutant, tests)
-            done.append((number, result))
+            results[number] = result
             if result == "alive":
                 say(f"alive, built: {keys[number]}")
-            if len(done) % 50 == 0:
-                say(f"{len(done)} built")
+            if len(waiting) % 50 == 0:
+                say(f"{len(waiting)} left")
 
     with concurrent.futures.ThreadPoolExecutor(len(trees)) as pool:
         list(pool.map(work, trees))
-    return done
 
 
 def report(root, sources, mutants, keys, results, tests, is_whole, begun) -> int:
