@@ -62,7 +62,7 @@ class Digits {
     if constexpr (kHasPairs) {
       for (; end - begin > 1; rest /= kBase * kBase) {
         end -= 2;
-        std::memcpy(end, kPairs[rest % (kBase * kBase)].data(), sizeof kPairs[0]);
+        std::memcpy(end, kPairs[rest % (kBase * kBase)].data(), sizeof kPairs.front());
       }
       if (end != begin) Write(rest % kBase, end);
       return;

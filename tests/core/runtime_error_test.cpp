@@ -94,8 +94,14 @@ TEST(StandardDescriptionTest, NumbersWithoutAWordingOfTheirOwn) {
   EXPECT_EQ(u"Automation error", StandardDescription(std::numeric_limits<std::int32_t>::min()));
 }
 
+TEST(RuntimeErrorTest, NumbersThatPlatformsRaiseHaveTheirDescription) {
+  EXPECT_EQ(u"File already exists", RuntimeError(error_number::kFileExists).description);
+  EXPECT_EQ(u"Invalid use of Null", RuntimeError(error_number::kInvalidUseOfNull).description);
+}
+
 TEST(RuntimeErrorTest, OwnErrorsHaveTheirStandardDescription) {
   const RuntimeError error(13);
+  EXPECT_STREQ("run-time error", error.what());
   EXPECT_EQ(13, error.number);
   EXPECT_EQ(u"Type mismatch", error.description);
   EXPECT_EQ(u"Brindlex", error.source);
