@@ -349,19 +349,16 @@ def main(root: str, *arguments: str) -> int:
                if again and known.get(keys[n], "alive") != "alive"}
 
     def keep() -> None:
-        known.update({keys[n]: result for n, result in results.items()})
+        known.update({keys[n]: result for n, result in list(results.items())})
         last.write_text(json.dumps(known, indent=1), encoding="utf-8")
 
-    try:
-        judge(trees, sources, mutants, tests, results, keys)
-    finally:
-        keep()
+    judge(trees, sources, mutants, tests, results, keys, keep)
     return report(root, sources, mutants, keys, results, tests, not files, begun)
 
 
 def judge(trees: list, sources: dict, mutants: dict, tests: Tests, results: dict,
-          keys: dict) -> None:
-    """Adds to `results` what becomes of each mutant that is not there yet."""
+          keys: dict, keep) -> None:
+    """Adds to `results` what becomes of each mutant that is not there yet; `keep()` writes it down."""
     switched = [n for n, (_, place, _) in mutants.items() if place.is_switched and n not in results]
     apart = [n for n, (_, place, _) in mutants.items() if not place.is_switched and n not in results]
     say(f"running {len(switched)} mutants that are switched")
@@ -373,6 +370,7 @@ def judge(trees: list, sources: dict, mutants: dict, tests: Tests, results: dict
                 say(f"alive: {keys[number]}")
             if count % 250 == 0:
                 say(f"{count} run")
+    keep()
     # The compiler may come past a constexpr function where no test does.
     apart += [n for n in switched if mutants[n][1].is_constexpr and results[n] == "alive"]
     say(f"building {len(apart)} mutants apart")
@@ -382,11 +380,11 @@ def judge(trees: list, sources: dict, mutants: dict, tests: Tests, results: dict
                 tree.write(name, source.text.encode())
             if tree.build(PARALLEL):
                 raise SystemExit("the core cannot be compiled")
-        judge_apart(trees[1:], sources, mutants, tests, results, keys, apart)
+        judge_apart(trees[1:], sources, mutants, tests, results, keys, apart, keep)
 
 
 def judge_apart(trees: list, sources: dict, mutants: dict, tests: Tests, results: dict, keys: dict,
-                apart: list) -> None:
+                apart: list, keep) -> None:
     waiting = collections.deque(apart)
 
     def work(tree: Tree) -> None:
@@ -397,11 +395,13 @@ def judge_apart(trees: list, sources: dict, mutants: dict, tests: Tests, results
             results[number] = result
             if result == "alive":
                 say(f"alive, built: {keys[number]}")
-            if len(waiting) % 50 == 0:
+            if len(waiting) % 25 == 0:
                 say(f"{len(waiting)} left")
+                keep()
 
     with concurrent.futures.ThreadPoolExecutor(len(trees)) as pool:
         list(pool.map(work, trees))
+    keep()
 
 
 def report(root, sources, mutants, keys, results, tests, is_whole, begun) -> int:
