@@ -143,8 +143,8 @@ Text FileNameFromPath(Platform& platform, TextView path) {
       [&](CurrentLine&) {
         TextView rest = path;
         if (rest.ends_with(kBackslash)) rest.remove_suffix(1);
-        const std::size_t last = rest.rfind(kBackslash);
-        result = last == TextView::npos ? rest : rest.substr(last + 1);
+        // Where there is none, what is found is npos, and 1 more the beginning.
+        result = rest.substr(rest.rfind(kBackslash) + 1);
       },
       [&](const PendingError& pending) {
         platform.ShowReport(ShortContextualReport(u"Error FN1", pending));

@@ -16,14 +16,11 @@ bool IsBlank(char16_t unit) { return unit == u' ' || unit == u'\t' || unit == u'
 
 bool IsDigit(char unit) { return unit >= '0' && unit <= '9'; }
 
-/// The units up to the first that no number holds; that one becomes "?".
+/// As many characters, "?" for every unit that no number holds and that is no character.
 std::string Narrowed(TextView text) {
   std::string narrow;
-  narrow.reserve(text.size());
-  for (const char16_t unit : text) {
-    narrow.push_back(unit < 0x80 && unit != 0 ? static_cast<char>(unit) : '?');
-    if (narrow.back() == '?') break;
-  }
+  std::transform(text.begin(), text.end(), std::back_inserter(narrow),
+                 [](char16_t unit) { return unit < 0x80 ? static_cast<char>(unit) : '?'; });
   return narrow;
 }
 
@@ -72,6 +69,7 @@ bool IsLarge(std::string_view number) {
          0;
 }
 
+/// The value of `number`; 0 when it is empty.
 double Value(std::string_view number) {
   if (number.starts_with('+')) number.remove_prefix(1);
   double value = 0;
@@ -106,8 +104,7 @@ double LeadingPlainDecimal(TextView text) {
   std::copy_if(text.begin(), text.end(), std::back_inserter(dense),
                [](char16_t unit) { return !IsBlank(unit); });
   const std::string narrow = Narrowed(dense);
-  const std::size_t length = NumberLength(narrow);
-  return length == 0 ? 0 : Value(std::string_view(narrow).substr(0, length));
+  return Value(std::string_view(narrow).substr(0, NumberLength(narrow)));
 }
 
 }  // namespace brindlex

@@ -86,7 +86,7 @@ class NumberReader {
         at += width;
       }
     }
-    return divisor_ > 1 ? value_ / divisor_ * sign_ : sign_ * value_;
+    return divisor_ != 0 ? value_ / divisor_ * sign_ : sign_ * value_;
   }
 
  private:

@@ -43,7 +43,7 @@ std::int32_t FloorOfQuotient(double x, std::int32_t base);
 /// `count` rounded up to a multiple of `groupSize`, also below 0 (-1 becomes 0); as it is when
 /// `groupSize` is 1 or less. It is not above the largest whole number: `count` is a digit count.
 inline std::int32_t PaddedToGroup(std::int32_t count, std::int32_t groupSize) {
-  if (groupSize <= 1) return count;
+  if (groupSize < 2) return count;
   // A remainder takes the sign of the count, so that below 0 cutting it off is rounding up.
   const std::int32_t over = count % groupSize;
   return over > 0 ? count + (groupSize - over) : count - over;

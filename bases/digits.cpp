@@ -23,7 +23,7 @@ Text Letter(std::int32_t digit, TextView alphabet) {
 }
 
 Text Sexagesimal(std::int32_t digit) {
-  const Text padded = u"00" + DecimalText(digit);
+  const Text padded = Text(u"0").append(DecimalText(digit));
   return padded.substr(padded.size() - 2) + u':';
 }
 

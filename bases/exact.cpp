@@ -188,16 +188,17 @@ constexpr Fixed kLnOf2 = TwiceAtanh(1, 3);
 
 double RoundedPower(std::int32_t base, std::int32_t exponent) {
   // The negation of the least whole number has no room in 32 bits.
-  const std::int64_t times = exponent < 0 ? -std::int64_t{exponent} : exponent;
+  const bool isReciprocal = exponent < 0;
+  const std::int64_t times = isReciprocal ? -std::int64_t{exponent} : exponent;
   Whole power;
   power.SetBit(0);
   for (std::int64_t i = 0; i < times; ++i) {
     power.MultiplyBy(static_cast<Limb>(base));
     if (power.BitLength() >= kBitsBeyondAllPowers) {
-      return exponent < 0 ? 0.0 : FromBits(kInfinityBits);
+      return isReciprocal ? 0.0 : FromBits(kInfinityBits);
     }
   }
-  return exponent < 0 ? RoundedReciprocal(power) : power.Rounded(0);
+  return isReciprocal ? RoundedReciprocal(power) : power.Rounded(0);
 }
 
 double RoundedLn(double x) {

@@ -62,7 +62,7 @@ class Digits {
     if constexpr (kHasPairs) {
       for (; end - begin > 1; rest /= kBase * kBase) {
         end -= 2;
-        std::memcpy(end, kPairs[rest % (kBase * kBase)].data(), sizeof kPairs[0]);
+        std::memcpy(end, kPairs[rest % (kBase * kBase)].data(), sizeof kPairs.front());
       }
       if (end != begin) Write(rest % kBase, end);
       return;
@@ -138,15 +138,14 @@ class NumberWriter {
     }
   }
 
-  /// Follows the digits of an `x` below 1 / base to the error that ends them.
+  /// Follows the digits of an `x` below 1 / base to the error that ends them, at the latest where a
+  /// place value is 0.
   [[noreturn]] static void RaiseEndless(double x, std::int32_t position) {
-    double rest = x;
-    while (rest != 0) {
+    for (double rest = x;;) {
       const Taken taken = TakeAt(rest, --position);
       if (taken.digit >= static_cast<std::int32_t>(kBase)) RaiseInvalidDigit();
       rest = taken.rest;
     }
-    throw RuntimeError(error_number::kOverflow);
   }
 
  private:

@@ -1,7 +1,5 @@
 #include "environment/mod_system_folders.h"
 
-#include <algorithm>
-
 #include "environment/report.h"
 #include "environment/trap.h"
 
@@ -14,14 +12,8 @@ TextView Trimmed(TextView text) {
   return text.substr(first, text.find_last_not_of(u' ') - first + 1);
 }
 
-/// Stores `text`, which may lie in `buffer`, at its start and fills the rest with blanks.
-void StoreLeft(TextView text, PathBuffer& buffer) {
-  std::fill(std::copy(text.begin(), text.end(), buffer.begin()), buffer.end(), u' ');
-}
-
 /// The path in a buffer that the shell has filled. Error 5 when no NUL ends it.
-TextView PathIn(PathBuffer& buffer) {
-  StoreLeft(Trimmed({buffer.data(), buffer.size()}), buffer);
+TextView PathIn(const PathBuffer& buffer) {
   const TextView stored(buffer.data(), buffer.size());
   const std::size_t end = stored.find(u'\0');
   if (end == TextView::npos) throw RuntimeError(error_number::kInvalidCall);

@@ -347,7 +347,6 @@ CollectionRef clsCollectionSaveRestore::WorkingCol(TextView collectionName, cons
         IgnoreErrors([&] { block = blocks->ObjectUnder(collectionName); });
         if (block.IsNothing()) return;
         const Text& data = textData_.Block(block).DataString;
-        if (data.empty()) return;
         result = AsDelimitedToCollection(data, myCreator, internal_.recordEnd, internal_.fieldEnd,
                                          workingColKey);
       },

@@ -101,7 +101,8 @@ class OnePassWalk : public RecordWalk {
   const char16_t* BehindBreaks(const char16_t* at) const noexcept {
     constexpr int kMost = 3;
     for (int passed = 0; passed < kMost; ++passed) {
-      const bool isBreak = end_ - at >= 2 && at[0] == kLineBreak[0] && at[1] == kLineBreak[1];
+      // The last unit of all is a record end, which begins no break.
+      const bool isBreak = at != end_ && at[0] == kLineBreak[0] && at[1] == kLineBreak[1];
       if (!isBreak) break;
       at += kLineBreak.size();
     }

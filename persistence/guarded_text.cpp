@@ -27,10 +27,11 @@ GuardedText::GuardedText(const Markers& markers, const Markers* around, TextBuil
       around_(around),
       text_(text),
       reading_(reading),
-      droppedBreak_(Text(markers.recordEnd).append(u"\r\n")) {}
+      droppedBreak_(Text(markers.recordEnd).append(u"\r\n")),
+      record_(text.Size()),
+      field_(text.Size()) {}
 
 void GuardedText::AppendHeader(const std::vector<Text>& names) {
-  StartRecord();
   for (reading_ = 0; reading_ < names.size(); ++reading_) {
     text_.Append(names[reading_]);
     EndField();

@@ -26,7 +26,7 @@ class GuardedText {
   GuardedText(const Markers& markers, const Markers* around, TextBuilder& text,
               std::size_t& reading);
 
-  /// Appends the header record that names `names`.
+  /// Appends the header record that names `names`, before any other record.
   void AppendHeader(const std::vector<Text>& names);
 
   /// Appends the values of the `count` members of `access` as a record. Throws as
@@ -50,8 +50,8 @@ class GuardedText {
   /// A record end with a line break behind it, which the reader drops.
   const Text droppedBreak_;
   /// Where the record and the field begin.
-  std::size_t record_ = 0;
-  std::size_t field_ = 0;
+  std::size_t record_;
+  std::size_t field_;
   /// 0 is the header.
   std::int32_t recordNumber_ = 0;
 };

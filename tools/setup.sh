@@ -11,6 +11,7 @@ readonly packages=(
   g++ clang libclang-rt-14-dev llvm     # native compilers, the sanitizers' run time, their symbols
   clang-format clang-tidy               # ./dev format, ./dev lint
   cmake ninja-build python3
+  python3-clang-14                      # ./dev mutate
   googletest libbenchmark-dev
   g++-mingw-w64-i686-posix              # the compilers of the component
   g++-mingw-w64-x86-64-posix

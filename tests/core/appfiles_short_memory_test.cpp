@@ -95,6 +95,14 @@ TEST_F(AppFilesShortMemoryTest, ANameIsWholeOrNone) {
             1U);
 }
 
+TEST_F(AppFilesShortMemoryTest, ANameThatFindsNoMemoryIsReported) {
+  {
+    const FailingNew failing(1, FailingNew::Extent::kOnce);
+    EXPECT_EQ(u"", FileNameFromPath(platform_, kPath));
+  }
+  ExpectReports({{u"KX Error", u"Error FN1Out of memory Error Number: 7 Line 0"}});
+}
+
 TEST_F(AppFilesShortMemoryTest, ACopyIsMadeOrError7IsRaised) {
   Put(kPath, "new");
   EXPECT_GT(Run(

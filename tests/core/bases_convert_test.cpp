@@ -4,10 +4,13 @@
 #include <cmath>
 #include <cstdint>
 #include <limits>
+#include <string>
 #include <utility>
 
 #include "automation/portable_number_text.h"
 #include "bases/bases.h"
+#include "bases/digit_buffer.h"
+#include "tests/core/failing_new.h"
 #include "tests/core/naive_bases.h"
 
 namespace brindlex {
@@ -290,6 +293,8 @@ TEST(ConvertBase2Dec, TheDivisorHas32Bits) {
 TEST(ConvertBase2Dec, ANumberBeyondTheDoublesOverflows) {
   EXPECT_EQ(ToDec(Text(1024, u'1'), 2).number, 6);
   EXPECT_EQ(ToDec(Text(1023, u'1'), 2).number, 0);
+  // The largest double itself does not.
+  EXPECT_EQ(ToDec(Text(53, u'1') + Text(971, u'0'), 2).value, std::numeric_limits<double>::max());
   // It is met before what stands behind it.
   EXPECT_EQ(ToDec(Text(310, u'9') + u"x", 10).number, 6);
   EXPECT_EQ(ToDec(Text(300, u'9') + u"x", 10).number, 13);
@@ -356,6 +361,49 @@ TEST(AppendNumber, EndsWhereAPlaceValueIsZero) {
   EXPECT_EQ(ToBase(0x1.8p-1073, 2, {2000, 0, 2000}).text, u"0." + Text(1072, u'0') + u"11");
   // 32^-215 is half the least denormal and rounds to 0; the last bits stand below 32^-214.
   EXPECT_EQ(ToBase(0x1.8p-1073, 32, {2000, 0, 1000}).number, 6);
+}
+
+TEST(ConvertBase2Dec, UnitsBehindTheLastDigitAreNone) {
+  for (const std::int32_t base : {2, 10, 16, 26, 60}) {
+    EXPECT_EQ(ToDec(u"\u0080", base).number, 13) << base;
+    EXPECT_EQ(ToDec(u"\u0100", base).number, 13) << base;
+  }
+}
+
+TEST(ConvertBase2Dec, SexagesimalDigits) {
+  for (std::int32_t digit = 0; digit < 60; ++digit) {
+    EXPECT_EQ(ToDec(ConvertDigit(digit, 60), 60).value, digit);
+  }
+  for (const TextView text : {u"60:", u"99:", u"/0:", u"::", u"0::", u"0/:", u"00;", u"000", u"05",
+                              u"5:", u"5", u"a0:", u"0a:", u"00:0", u"00:00"}) {
+    EXPECT_EQ(ToDec(Text(text), 60).number, 13) << std::string(text.begin(), text.end());
+  }
+}
+
+TEST(Number, AFlagIsAWord) {
+  EXPECT_EQ(u"True", ToText(true, PortableNumberText()));
+  EXPECT_EQ(u"False", ToText(false, PortableNumberText()));
+}
+
+TEST(Number, AWrittenNumberBeginsAsItIsWritten) {
+  const PortableNumberText reading;
+  EXPECT_TRUE(BeginsWithZero(WrittenNumber{1, u"0", true}, reading));
+  EXPECT_TRUE(BeginsWithZero(WrittenNumber{1, u"", true}, reading));
+  EXPECT_FALSE(BeginsWithZero(WrittenNumber{0, u"-1", true}, reading));
+  EXPECT_FALSE(BeginsWithZero(WrittenNumber{0, u"1", true}, reading));
+}
+
+TEST(DigitBuffer, AllocatesNothingUntilItsRoomIsFull) {
+  DigitBuffer buffer;
+  const Text expected(DigitBuffer::kRoom, u'7');
+  {
+    const FailingNew failing(1, FailingNew::Extent::kFromThere);
+    for (std::size_t i = 0; i < DigitBuffer::kRoom; ++i) buffer.Put(u'7');
+    EXPECT_EQ(expected, buffer.View());
+    EXPECT_FALSE(FailingNew::Failed());
+  }
+  buffer.Put(u'8');
+  EXPECT_EQ(expected + u'8', buffer.View());
 }
 
 }  // namespace

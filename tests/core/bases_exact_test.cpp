@@ -107,6 +107,13 @@ TEST(RoundedPower, Rows) {
   EXPECT_EQ(RoundedPower(2, std::numeric_limits<std::int32_t>::min()), 0);
 }
 
+TEST(RoundedPower, TheLastBitsDecide) {
+  // The 64 bits end in half a last place and a 1; in 54 bits, exactly halfway and odd above.
+  EXPECT_EQ(RoundedPower(2542593, 3), 0x1.c83a0e9cb048dp+63);
+  EXPECT_EQ(RoundedPower(2546689, 3), 0x1.ca6f6a97cf493p+63);
+  EXPECT_EQ(RoundedPower(262143, 3), 0x1.fffe800060000p+53);
+}
+
 TEST(RoundedPower, IsTheNearestDouble) {
   NumberSource source(2);
   for (int i = 0; i < 200; ++i) {
@@ -252,6 +259,8 @@ TEST(Floor, Rows) {
   EXPECT_EQ(Floor(-0x1p-1074), -1);
   EXPECT_EQ(Floor(0x1p60), 0x1p60);
   EXPECT_EQ(Floor(-0x1p60), -0x1p60);
+  EXPECT_EQ(Floor(0x1.8p70), 0x1.8p70);
+  EXPECT_EQ(Floor(-0x1.8p70), -0x1.8p70);
   EXPECT_EQ(Floor(std::nextafter(1, 0)), 0);
   EXPECT_TRUE(std::isnan(Floor(std::numeric_limits<double>::quiet_NaN())));
 }

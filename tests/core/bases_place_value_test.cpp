@@ -59,6 +59,14 @@ TEST(TakeAtOnce, IsTheLoopWherePlaceValuesAreTiny) {
   }
 }
 
+TEST(TakeAtOnce, IsTheLoopWherePartsOfPlaceValuesAreTiny) {
+  NumberSource source(14);
+  for (int i = 0; i < 50000; ++i) {
+    const double place = source.Magnitude(-1022, 80);
+    ExpectSame(place * source.Magnitude(-1, 7), place);
+  }
+}
+
 TEST(CountSteps, IsTheLoopForManySteps) {
   NumberSource source(14);
   for (int i = 0; i < 300; ++i) {

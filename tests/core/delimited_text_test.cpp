@@ -483,5 +483,39 @@ TEST_F(ModelTest, EveryTruncationOfAValidText) {
   ExpectCovered(20, 30);
 }
 
+/// A builder that says how much it would allocate.
+class MeasuredBuilder final : public TextBuilder {
+ public:
+  using TextBuilder::NextCapacity;
+
+  void Clear() noexcept override { Forget(); }
+
+ private:
+  Memory Provide(std::size_t least) override {
+    text_.resize(least);
+    return {text_.data(), least};
+  }
+
+  Text text_;
+};
+
+TEST(ExpectRecordsTest, ExpectsAsMuchForEachRecordAsThoseBeforeTook) {
+  for (std::int32_t written = 1; written < 1000; ++written) {
+    MeasuredBuilder builder;
+    builder.Append(Text(10U * static_cast<unsigned>(written), u'x'));
+    ExpectRecords(2000, written, builder);
+    const bool isTime = written == 8 || written == 64 || written == 512;
+    // 2000 records of 10 units, and a little more.
+    EXPECT_EQ(isTime ? 20600U : 2000U, builder.NextCapacity(1000)) << written;
+  }
+}
+
+TEST(ExpectRecordsTest, ExpectsABillionUnitsAtMost) {
+  MeasuredBuilder builder;
+  builder.Append(Text(100000, u'x'));
+  ExpectRecords(2'000'000'000, 8, builder);
+  EXPECT_EQ(1'000'000'000U, builder.NextCapacity(100'000'000));
+}
+
 }  // namespace
 }  // namespace brindlex

@@ -396,6 +396,39 @@ TEST(KeyedListTest, GivesAllItsMemoryBack) {
   EXPECT_EQ(before, LiveAllocations());
 }
 
+TEST(KeyedListTest, KeepsNothingOfWhatIsRemoved) {
+  KeyedList<Text> list;
+  const std::size_t before = LiveAllocations();
+  list.Add(Text(50, u'x'), Text(50, u'k'));
+  EXPECT_EQ(Text(50, u'x'), list.Remove(1));
+  const std::size_t made = LiveAllocations();
+  for (int n = 0; n < 3; ++n) {
+    list.Add(Text(50, u'x'), Text(50, u'k'));
+    list.Remove(1);
+    EXPECT_EQ(made, LiveAllocations());
+  }
+  EXPECT_GT(made, before);
+}
+
+TEST(KeyedListTest, WhoComesAndGoesTakesNoMoreMemory) {
+  KeyedList<int> list;
+  for (int n = 0; n < 4; ++n) list.Add(n, DecimalText(n));
+  const MemoryMeter meter;
+  for (int n = 4; n < 10'000; ++n) {
+    list.Add(n, DecimalText(n));
+    EXPECT_EQ(n, list.Remove(5));
+  }
+  EXPECT_LE(meter.Peak(), 4096U);
+}
+
+TEST(KeyedListTest, ManyValuesLieInFewBlocksOfMemory) {
+  KeyedList<int> list;
+  const std::size_t before = LiveAllocations();
+  for (int n = 0; n < 4 + 8 + 16 + 32 + 64 + 128 + 256 + 3 * 512; ++n) list.Add(n);
+  // Those of the values, of the list of their blocks and of their positions.
+  EXPECT_EQ(7U + 3 + 2, LiveAllocations() - before);
+}
+
 using SharedList = KeyedList<std::shared_ptr<void>>;
 
 /// A value that looks the whole of `list` over, and changes it, when it goes away.

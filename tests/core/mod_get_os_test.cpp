@@ -16,6 +16,14 @@ class GetOsNameTest : public HostTest {
   }
 };
 
+TEST(VersionRecordTest, IsZeroWhereNothingIsSaid) {
+  const VersionRecord version;
+  EXPECT_EQ(0U, version.majorVersion);
+  EXPECT_EQ(0U, version.minorVersion);
+  EXPECT_EQ(0U, version.buildNumber);
+  EXPECT_EQ(0U, version.platformId);
+}
+
 TEST_F(GetOsNameTest, TheLineOfWindows95GoesByTheMinorVersionAlone) {
   for (std::uint32_t major = 0; major <= 11; ++major) {
     for (std::uint32_t minor = 0; minor <= 100; ++minor) {

@@ -37,6 +37,8 @@ TEST(PortableNumberText, WholeTexts) {
       {u"\uFF15", false, 0},   {TextView(u"1\0", 2), false, 0},
       {u"inf", false, 0},      {u"nan", false, 0},
       {u"1\u00A0", false, 0},  {u"?", false, 0},
+      {u"1:", false, 0},       {u"1/", false, 0},
+      {u"\u0131", false, 0},   {TextView(u"\0", 1), false, 0},
   };
   for (const NumericRow& row : rows) {
     const Outcome outcome = OutcomeOf([&] { return kReading.ToDouble(row.text); });
@@ -56,6 +58,24 @@ TEST(PortableNumberText, BeyondTheDoubles) {
   for (const TextView text : {u"1e-400", u"0.0001e-99999999999", u"-1e-400"}) {
     EXPECT_EQ(kReading.ToDouble(text), 0);
   }
+}
+
+Text Zeros(std::size_t count) { return Text(count, u'0'); }
+
+TEST(PortableNumberText, BeyondTheDoublesByDigitsAgainstTheExponent) {
+  const Text large[] = {u"1" + Zeros(400),
+                        u"1" + Zeros(400) + u".0",
+                        u"1E400",
+                        u"1" + Zeros(799) + u"e-400",
+                        u"1" + Zeros(3400) + u"e-3000",
+                        u"0." + Zeros(2599) + u"1e3000",
+                        u"0." + Zeros(2599) + u"1E+3000"};
+  for (const Text& text : large) {
+    EXPECT_EQ(OutcomeOf([&] { return kReading.ToDouble(text); }).number, 6);
+  }
+  const Text small[] = {u"1E-400", u"." + Zeros(400) + u"1", u"0." + Zeros(399) + u"1e50",
+                        u"0." + Zeros(3399) + u"1e3000", u"1" + Zeros(2600) + u"e-3000"};
+  for (const Text& text : small) EXPECT_EQ(kReading.ToDouble(text), 0);
 }
 
 TEST(PortableNumberText, WholeNumbersRoundHalfToEven) {

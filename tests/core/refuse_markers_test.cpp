@@ -1,5 +1,6 @@
 // Saves that refuse what a restore would read as something else.
 
+#include <memory>
 #include <utility>
 #include <vector>
 
@@ -141,10 +142,20 @@ TEST_F(RefuseMarkersTest, AGetterThatTurnsTheSwitchDoesNotChangeTheSaveUnderWay)
   EXPECT_FALSE(store_.RefuseMarkers());
 }
 
+TEST_F(RefuseMarkersTest, WhatStandsBehindARecordEndIsNoPartOfIt) {
+  const Rows rows = {{u"a", u"b"}, {u"|c", u"d"}};
+  const Pair markers = {u"-", u"||"};
+  const Text text = Save(rows, markers);
+  EXPECT_EQ(u"Title-Note-||a-b-|||c-d-||", text);
+  EXPECT_EQ(rows, Restored(text, markers));
+  ExpectReports({});
+}
+
 TEST_F(RefuseMarkersTest, EveryShortValueComesBackOrIsRefused) {
   const Pair pairs[] = {{u"|", u";"},     {u"||", u";"}, {u"|", u"|"},     {u"ab", u"ba"},
                         {u"aa", u"b"},    {u"a", u"ab"}, {u"b", u"ab"},    {u"|", u"\r\n"},
-                        {u"\r\n", u"||"}, {u"\r", u"|"}, {u"|", u"|\r\n"}, {u";|", u"||"}};
+                        {u"\r\n", u"||"}, {u"\r", u"|"}, {u"|", u"|\r\n"}, {u";|", u"||"},
+                        {u"\r", u"\n"}};
   const auto one = ListingClass(Family(), {{u"Title"}});
   const auto two = class_;
   for (const Pair& pair : pairs) {
@@ -204,6 +215,17 @@ TEST_F(RefuseMarkersTest, NoBlockIsEmptiedByASaveThatFails) {
   EXPECT_EQ(u"DataString\u00A5Name\u00A5\u0152\u00A5Items\u00A5\u0152",
             store_.MultiDataColString(unreadable, u"Items"));
   ExpectReports({report});
+}
+
+/// A collection that cannot be counted.
+class Uncountable : public InnerCollection {
+ public:
+  std::int32_t Count() const override { throw RuntimeError(error_number::kNoSuchMember); }
+};
+
+TEST_F(RefuseMarkersTest, NoBlockIsEmptiedByACollectionThatCannotBeCounted) {
+  EXPECT_EQ(u"", store_.MultiDataColString(std::make_shared<Uncountable>(), u"Items"));
+  ExpectReports({SaveReport(u"Object doesn't support this property or method", 438, 1, u"")});
 }
 
 TEST_F(RefuseMarkersTest, AnEmptyCollectionStillEmptiesItsBlock) {

@@ -13,6 +13,12 @@ PendingError Pending(std::int32_t number, TextView description, std::int32_t lin
 
 TEST(ReportTest, HasOneButtonAndTheExclamationIcon) { EXPECT_EQ(48U, Report::kStyle); }
 
+TEST(ReportTest, HasNoErrorAtFirst) {
+  const Report report;
+  EXPECT_EQ(0, report.number);
+  EXPECT_EQ(0, report.line);
+}
+
 TEST(TaggedReportTest, TheTagIsItsFirstLine) {
   EXPECT_EQ((Report{u"Error GMN", u"Error GMN\r\n\r\nD Number: 91 Line: 0"}),
             TaggedReport(u"Error GMN", u"Error GMN", Pending(91, u"D", 0)));

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <iterator>
 #include <limits>
 #include <new>
 #include <stdexcept>
@@ -12,21 +14,75 @@
 namespace brindlex {
 namespace {
 
+struct Wording {
+  std::int32_t number;
+  TextView description;
+};
+
+/// What hosts show for the numbers that their users know.
+constexpr Wording kWordings[] = {
+    {5, u"Invalid procedure call or argument"},
+    {6, u"Overflow"},
+    {7, u"Out of memory"},
+    {9, u"Subscript out of range"},
+    {10, u"This array is fixed or temporarily locked"},
+    {11, u"Division by zero"},
+    {13, u"Type mismatch"},
+    {28, u"Out of stack space"},
+    {48, u"Error in loading DLL"},
+    {51, u"Internal error"},
+    {52, u"Bad file name or number"},
+    {53, u"File not found"},
+    {55, u"File already open"},
+    {57, u"Device I/O error"},
+    {58, u"File already exists"},
+    {61, u"Disk full"},
+    {62, u"Input past end of file"},
+    {67, u"Too many files"},
+    {68, u"Device unavailable"},
+    {70, u"Permission denied"},
+    {71, u"Disk not ready"},
+    {75, u"Path/File access error"},
+    {76, u"Path not found"},
+    {91, u"Object variable or With block variable not set"},
+    {92, u"For loop not initialized"},
+    {94, u"Invalid use of Null"},
+    {380, u"Invalid property value"},
+    {424, u"Object required"},
+    {429, u"ActiveX component can't create object"},
+    {430, u"Class does not support Automation or does not support expected interface"},
+    {432, u"File name or class name not found during Automation operation"},
+    {438, u"Object doesn't support this property or method"},
+    {440, u"Automation error"},
+    {445, u"Object doesn't support this action"},
+    {446, u"Object doesn't support named arguments"},
+    {447, u"Object doesn't support current locale setting"},
+    {448, u"Named argument not found"},
+    {449, u"Argument not optional"},
+    {450, u"Wrong number of arguments or invalid property assignment"},
+    {451, u"Object not a collection"},
+    {457, u"This key is already associated with an element of this collection"},
+    {458, u"Variable uses an Automation type not supported in Visual Basic"},
+    {462, u"The remote server machine does not exist or is unavailable"},
+};
+
 TEST(StandardDescriptionTest, Rows) {
-  EXPECT_EQ(u"Invalid procedure call or argument", StandardDescription(5));
-  EXPECT_EQ(u"Overflow", StandardDescription(6));
-  EXPECT_EQ(u"Out of memory", StandardDescription(7));
-  EXPECT_EQ(u"Subscript out of range", StandardDescription(9));
-  EXPECT_EQ(u"Type mismatch", StandardDescription(13));
-  EXPECT_EQ(u"Internal error", StandardDescription(51));
-  EXPECT_EQ(u"Object variable or With block variable not set", StandardDescription(91));
-  EXPECT_EQ(u"Invalid use of Null", StandardDescription(94));
-  EXPECT_EQ(u"Object required", StandardDescription(424));
-  EXPECT_EQ(u"Class does not support Automation or does not support expected interface",
-            StandardDescription(430));
-  EXPECT_EQ(u"Object doesn't support this property or method", StandardDescription(438));
-  EXPECT_EQ(u"This key is already associated with an element of this collection",
-            StandardDescription(457));
+  for (const Wording& row : kWordings) {
+    EXPECT_EQ(row.description, StandardDescription(row.number)) << row.number;
+  }
+}
+
+TEST(StandardDescriptionTest, NoOtherNumberHasAWording) {
+  const auto* row = std::begin(kWordings);
+  for (std::int32_t number = 0; number < 1000; ++number) {
+    if (row != std::end(kWordings) && row->number == number) {
+      ++row;
+      continue;
+    }
+    EXPECT_EQ(u"Application-defined or object-defined error", StandardDescription(number))
+        << number;
+  }
+  EXPECT_EQ(std::end(kWordings), row) << "the rows are in their order";
 }
 
 TEST(StandardDescriptionTest, NumbersWithoutAWordingOfTheirOwn) {
@@ -38,8 +94,14 @@ TEST(StandardDescriptionTest, NumbersWithoutAWordingOfTheirOwn) {
   EXPECT_EQ(u"Automation error", StandardDescription(std::numeric_limits<std::int32_t>::min()));
 }
 
+TEST(RuntimeErrorTest, NumbersThatPlatformsRaiseHaveTheirDescription) {
+  EXPECT_EQ(u"File already exists", RuntimeError(error_number::kFileExists).description);
+  EXPECT_EQ(u"Invalid use of Null", RuntimeError(error_number::kInvalidUseOfNull).description);
+}
+
 TEST(RuntimeErrorTest, OwnErrorsHaveTheirStandardDescription) {
   const RuntimeError error(13);
+  EXPECT_STREQ("run-time error", error.what());
   EXPECT_EQ(13, error.number);
   EXPECT_EQ(u"Type mismatch", error.description);
   EXPECT_EQ(u"Brindlex", error.source);

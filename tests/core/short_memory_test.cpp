@@ -146,6 +146,24 @@ TEST_F(ShortMemoryTest, AsDelimitedToCollection) {
             40U);
 }
 
+TEST_F(ShortMemoryTest, ARestoreThatFailsAtItsHeaderSaysSo) {
+  const Object creator = Creator(TitleAndCount());
+  bool isSaid = false;
+  bool failed = true;
+  for (std::size_t nth = 1; failed; ++nth) {
+    {
+      const FailingNew failing(nth, FailingNew::Extent::kOnce);
+      TrapSilently([&] { store_.AsDelimitedToCollection(kSaved, creator); });
+      failed = FailingNew::Failed();
+    }
+    for (const Report& report : platform_.reports) {
+      isSaid = isSaid || report.text == RestoreReport(u"Out of memory", 7, 5).text;
+    }
+    platform_.reports.clear();
+  }
+  EXPECT_TRUE(isSaid);
+}
+
 TEST_F(ShortMemoryTest, ATextThatIsRejected) {
   const Object creator = Creator(TitleAndCount());
   const Text broken = Text(kSaved) + u"\u0152";

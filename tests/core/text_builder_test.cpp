@@ -92,5 +92,81 @@ TEST(TextBuilderTest, WithoutMemoryTheTextStaysAsItWas) {
   EXPECT_EQ(Text(first).append(second), builder.Take());
 }
 
+/// Gives just as much as is asked for, with units behind it that must stay as they are.
+class GuardedBuilder final : public TextBuilder {
+ public:
+  using TextBuilder::NextCapacity;
+
+  void Clear() noexcept override { Forget(); }
+
+  bool IsGuardWhole() const { return memory_.ends_with(kGuard); }
+
+  int provided = 0;
+
+ private:
+  Memory Provide(std::size_t least) override {
+    ++provided;
+    Text larger(View());
+    larger.resize(least);
+    memory_ = larger.append(kGuard);
+    return {memory_.data(), least};
+  }
+
+  static constexpr TextView kGuard = u"0123456789abcdef";
+
+  Text memory_;
+};
+
+TEST(TextBuilderTest, WritesNothingBehindARun) {
+  const Text source = Numbered(300);
+  for (std::size_t length = 0; length <= source.size(); ++length) {
+    GuardedBuilder builder;
+    builder.Append(TextView(source).substr(0, length));
+    EXPECT_EQ(TextView(source).substr(0, length), builder.View());
+    EXPECT_EQ(length == 0 ? 0 : 1, builder.provided);
+    EXPECT_TRUE(length == 0 || builder.IsGuardWhole()) << length;
+  }
+}
+
+TEST(TextBuilderTest, AsksForMemoryWhereNoneIsLeft) {
+  GuardedBuilder builder;
+  for (int count = 1; count <= 3; ++count) {
+    builder.Append(u"run");
+    builder.Append(u"");
+    EXPECT_EQ(count, builder.provided);
+  }
+  builder.Clear();
+  EXPECT_EQ(u"", builder.View());
+  builder.Append(u"x");
+  EXPECT_EQ(4, builder.provided);
+  EXPECT_TRUE(builder.IsGuardWhole());
+}
+
+TEST(TextBuilderTest, GrowsByAsMuchAgainAndByASixthWhereItIsLargeOrNearItsEnd) {
+  constexpr std::size_t kLarge = std::size_t{1} << 20U;
+  GuardedBuilder builder;
+  EXPECT_EQ(256U, builder.NextCapacity(1));
+  EXPECT_EQ(256U, builder.NextCapacity(128));
+  EXPECT_EQ(600U, builder.NextCapacity(300));
+  EXPECT_EQ(2 * (kLarge - 1), builder.NextCapacity(kLarge - 1));
+  EXPECT_EQ(kLarge + kLarge / 6, builder.NextCapacity(kLarge));
+  builder.Expect(1000);
+  EXPECT_EQ(1000U, builder.NextCapacity(999));
+  EXPECT_EQ(1166U, builder.NextCapacity(1000));
+  EXPECT_EQ(1400U, builder.NextCapacity(1200));
+  builder.Expect(1);
+  EXPECT_EQ(1400U, builder.NextCapacity(1200));
+  builder.Clear();
+  EXPECT_EQ(2400U, builder.NextCapacity(1200));
+}
+
+TEST(TextBuilderTest, GrowsToWhatIsExpectedByAFactorOf64AtMost) {
+  GuardedBuilder builder;
+  builder.Expect(64'000);
+  EXPECT_EQ(64'000U, builder.NextCapacity(1000));
+  EXPECT_EQ(1000U, builder.NextCapacity(999));
+  EXPECT_EQ(15U, builder.NextCapacity(1));
+}
+
 }  // namespace
 }  // namespace brindlex

@@ -147,6 +147,17 @@ TEST_F(TextFilesTest, EveryFailingCallOfASaveIsReportedWithItsLine) {
   EXPECT_TRUE(Save(kPath, u"new"));
 }
 
+TEST_F(TextFilesTest, WithoutAttributesNoneAreTakenAway) {
+  // Created with call 5, written with call 6, closed with call 7, and no more.
+  Put(kPath, "old", 0);
+  platform_.fault = Fault(7, RuntimeError(57));
+  EXPECT_FALSE(Save(kPath, u"new"));
+  ExpectReports({SavingReport(kPath, u"new", 57, 4)});
+  Put(kPath, "old", 0);
+  platform_.fault = Fault(8, RuntimeError(57));
+  EXPECT_TRUE(Save(kPath, u"new"));
+}
+
 // ---- Saving without a loss ---------------------------------------------------------------------
 
 TEST_F(TextFilesTest, ASafelySavedTextIsTheWholeFileAndNothingIsLeftBesideIt) {
@@ -266,6 +277,8 @@ TEST_F(TextFilesTest, BelowTheSystemFolderTheReportNamesTheFileAlone) {
   ExpectReports({SystemReadingReport(u"SYSTEM32", 70, 1)});
   EXPECT_EQ(u"", Read(u"C:\\Windows\\System3"));
   ExpectReports({ReadingReport(u"C:\\Windows\\System3", 53, 1)});
+  EXPECT_EQ(u"", Read(u"C:\\Windows\\System31\\a file of some length.txt"));
+  ExpectReports({ReadingReport(u"C:\\Windows\\System31\\a file of some length.txt", 76, 1)});
 }
 
 TEST_F(TextFilesTest, APathThatOnlyContainsTheSystemFolderCountsAsBelowIt) {
