@@ -23,8 +23,17 @@ template <class T>
 class KeyedList {
  public:
   KeyedList() = default;
+  KeyedList(KeyedList&& other) noexcept
+      : entries_(std::exchange(other.entries_, {})),
+        keys_(std::exchange(other.keys_, {})),
+        pool_(std::move(other.pool_)) {}
+  KeyedList& operator=(KeyedList other) noexcept {
+    std::swap(entries_, other.entries_);
+    std::swap(keys_, other.keys_);
+    std::swap(pool_, other.pool_);
+    return *this;
+  }
   KeyedList(const KeyedList&) = delete;
-  KeyedList& operator=(const KeyedList&) = delete;
   ~KeyedList() {
     for (Entry* const entry : entries_) pool_.Destroy(entry);
   }

@@ -17,6 +17,16 @@ template <class T>
 class Pool {
  public:
   Pool() = default;
+  Pool(Pool&& other) noexcept
+      : blocks_(std::exchange(other.blocks_, {})),
+        unused_(std::exchange(other.unused_, 0)),
+        left_(std::exchange(other.left_, nullptr)) {}
+  Pool& operator=(Pool&& other) noexcept {
+    std::swap(blocks_, other.blocks_);
+    std::swap(unused_, other.unused_);
+    std::swap(left_, other.left_);
+    return *this;
+  }
   Pool(const Pool&) = delete;
   Pool& operator=(const Pool&) = delete;
   ~Pool() = default;

@@ -238,7 +238,7 @@ const std::map<std::string, std::set<std::string>>& LeftOut() {
         "SysFreeString", "VariantClear"}},
       {"memory, which has sweeps of its own",
        {"HeapAlloc", "HeapCreate", "HeapDestroy", "HeapFree", "HeapReAlloc", "SysAllocStringLen",
-        "VirtualProtect", "VirtualQuery"}},
+        "SysReAllocStringLen", "VirtualProtect", "VirtualQuery"}},
       {"the compiler's run time alone, in threads, locks and exceptions",
        {"AddVectoredExceptionHandler",
         "CreateSemaphoreW",

@@ -131,6 +131,19 @@ TEST_F(OutOfMemoryTest, SavingACollection) {
       [&] { return result.Is(text_.View()); });
 }
 
+TEST_F(OutOfMemoryTest, SavingATextThatGrowsInPlace) {
+  first_->operator[](u"Title").value = Variant(Units(6000, u'x')).Get();
+  text_ = Bstr(Save(objects_.Get()));
+  ASSERT_GT(text_.View().size(), 6000U);
+  TextResult result;
+  FailEach(
+      [&] {
+        return Operations().AsDelimitedFromCollection(objects_.Get(), Missing(), Missing(),
+                                                      Missing(), result.Receive());
+      },
+      [&] { return result.Is(text_.View()); });
+}
+
 TEST_F(OutOfMemoryTest, SavingAnObjectWithNumbersAndMarkers) {
   first_->operator[](u"Title").value = Of(VT_R8, 12345.678);
   second_->operator[](u"Title").value = Of(VT_DATE, 36526.0);

@@ -465,6 +465,37 @@ TEST(KeyedListTest, AValueThatIsRefusedMayUseTheListToo) {
   EXPECT_EQ(nullptr, list.At(u"left behind"));
 }
 
+TEST(KeyedListTest, HandsItsValuesAndKeysOverAndIsEmptyThen) {
+  KeyedList<int> list;
+  list.Add(1, u"a");
+  list.Add(2, u"b");
+  list.Remove(1);
+  list.Add(3, u"c");
+  KeyedList<int> taken = std::exchange(list, {});
+  ASSERT_EQ(2U, taken.Count());
+  EXPECT_EQ(2, taken.At(1));
+  EXPECT_EQ(3, taken.At(u"C"));
+  EXPECT_EQ(0U, list.Count());
+  EXPECT_EQ(nullptr, list.Find(u"b"));
+  list.Add(4, u"b");
+  EXPECT_EQ(4, list.At(u"b"));
+  taken = std::move(list);
+  ASSERT_EQ(1U, taken.Count());
+  EXPECT_EQ(4, taken.At(u"b"));
+  EXPECT_EQ(nullptr, taken.Find(u"c"));
+  taken.Add(5, u"c");
+  EXPECT_EQ(5, taken.At(2));
+}
+
+TEST(KeyedListTest, AValueThatGoesAwayWithAllOthersMayUseTheList) {
+  SharedList list;
+  bool keyGone = false;
+  list.Add(std::make_shared<int>(1), u"a");
+  list.Add(Meddler(list, keyGone), u"meddler");
+  { const SharedList ended = std::exchange(list, {}); }
+  EXPECT_TRUE(keyGone);
+}
+
 /// Two keys whose hashes agree in the 32 bits that an index looks at.
 std::pair<Text, Text> KeysOfOneHash() {
   std::unordered_map<std::uint32_t, Text> seen;

@@ -160,12 +160,12 @@ TEST(TextBuilderTest, GrowsByAsMuchAgainAndByASixthWhereItIsLargeOrNearItsEnd) {
   EXPECT_EQ(2400U, builder.NextCapacity(1200));
 }
 
-TEST(TextBuilderTest, GrowsToWhatIsExpectedByAFactorOf64AtMost) {
+TEST(TextBuilderTest, GrowsToWhatIsExpectedByAFactorOf16AtMost) {
   GuardedBuilder builder;
-  builder.Expect(64'000);
-  EXPECT_EQ(64'000U, builder.NextCapacity(1000));
+  builder.Expect(16'000);
+  EXPECT_EQ(16'000U, builder.NextCapacity(1000));
   EXPECT_EQ(1000U, builder.NextCapacity(999));
-  EXPECT_EQ(15U, builder.NextCapacity(1));
+  EXPECT_EQ(3U, builder.NextCapacity(1));
 }
 
 }  // namespace
