@@ -69,7 +69,11 @@ STDMETHODIMP_(void) MallocSpy::PostFree(WINBOOL) {}
 STDMETHODIMP_(SIZE_T)
 MallocSpy::PreRealloc(void* block, SIZE_T size, void** replaced, WINBOOL spied) {
   *replaced = block;
-  if (size != 0 && ShallFail()) return 0;
+  if (size != 0 && ShallFail()) {
+    // The block stays, but the system forgets that it was counted, and says so when it is freed.
+    if (spied != FALSE) InterlockedDecrement(&live_);
+    return 0;
+  }
   if (block == nullptr) InterlockedIncrement(&live_);
   if (block != nullptr && size == 0 && spied != FALSE) InterlockedDecrement(&live_);
   return size;

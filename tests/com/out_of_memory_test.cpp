@@ -132,7 +132,7 @@ TEST_F(OutOfMemoryTest, SavingACollection) {
 }
 
 TEST_F(OutOfMemoryTest, SavingATextThatGrowsInPlace) {
-  first_->operator[](u"Title").value = Variant(Units(6000, u'x')).Get();
+  first_->operator[](u"Title").value = Variant(Units(6000, u'x'));
   text_ = Bstr(Save(objects_.Get()));
   ASSERT_GT(text_.View().size(), 6000U);
   TextResult result;
