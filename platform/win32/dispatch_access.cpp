@@ -21,8 +21,8 @@ ComPtr<ITypeInfo> DescriptionOf(IDispatch& object) {
 }
 
 DISPID IdIn(ITypeInfo& description, BSTR name) {
-  MEMBERID id = MEMBERID_NIL;
-  return SUCCEEDED(description.GetIDsOfNames(&name, 1, &id)) ? id : MEMBERID_NIL;
+  DISPID id = DISPID_UNKNOWN;
+  return SUCCEEDED(description.GetIDsOfNames(&name, 1, &id)) ? id : DISPID_UNKNOWN;
 }
 
 DISPID IdIn(IDispatch& object, BSTR name) {
@@ -41,7 +41,7 @@ class DescribedIds {
     if (!description) return;
     for (const Bstr& name : names) {
       const DISPID id = IdIn(*description.Get(), name.Get());
-      if (id == MEMBERID_NIL || id != IdIn(first, name.Get())) return;
+      if (id == DISPID_UNKNOWN || id != IdIn(first, name.Get())) return;
       ids_.push_back(id);
     }
     description_ = std::move(description);
@@ -57,8 +57,6 @@ class DescribedIds {
   ComPtr<ITypeInfo> description_;
   std::vector<DISPID> ids_;
 };
-
-static_assert(MEMBERID_NIL == DISPID_UNKNOWN);
 
 /// The class of one of the component's own records: how its texts are reached without asking each
 /// record for the way.

@@ -75,7 +75,8 @@ BSTR NewBstr(TextView text) { return Allocated(text.data(), text.size()); }
 BSTR NewBstr(std::size_t length) { return Allocated(nullptr, length); }
 
 void Bstr::Resize(std::size_t length) {
-  if (length > kLongestBstr || !SysReAllocStringLen(&text_, nullptr, static_cast<UINT>(length))) {
+  if (length > kLongestBstr ||
+      SysReAllocStringLen(&text_, nullptr, static_cast<UINT>(length)) == FALSE) {
     throw std::bad_alloc();
   }
 }
