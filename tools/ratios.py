@@ -132,7 +132,7 @@ def main(native: str, windows: str, component: str, *rest: str) -> int:
             records, columns = size.strip("/").split("/")
             what = f"{ours.lower()} {int(records):,} x {columns} : {peer}"
             table.at_most(what, engine[f"BM_{ours}{size}"], engine[f"BM_{peer}{size}"], 1.0)
-    for name, reached in (("BM_Save", 2.8), ("BM_Restore", None), ("BM_RestoreKeyed", 1.8)):
+    for name, reached in (("BM_Save", 2.3), ("BM_Restore", None), ("BM_RestoreKeyed", 1.8)):
         slowest, fastest = growth(core, name)
         table.at_most(f"{name[3:]}, slowest size : fastest", slowest, fastest, 1.5, reached)
     for name in ("WorkingCol", "MultiDataColString"):
