@@ -8,7 +8,7 @@
 namespace brindlex::tool {
 namespace {
 
-/// The slots of system::RemoveWhenEnded that are taken.
+/// The slots of system::CreatePassing that are taken.
 std::array<bool, 2> slotsTaken;
 
 int TakeSlot() {
@@ -21,7 +21,7 @@ int TakeSlot() {
 }
 
 void GiveSlot(int slot) {
-  system::RemoveWhenEnded(slot, {});
+  system::KeepWhenEnded(slot);
   slotsTaken[static_cast<std::size_t>(slot)] = false;
 }
 
@@ -60,7 +60,7 @@ void Output::OpenBeside() {
     std::string path = target_;
     path.append(".").append(std::to_string(system::ProcessNumber())).append("-");
     path.append(std::to_string(number)).append(".partial");
-    const system::Opened opened = system::Create(path, target_);
+    const system::Opened opened = system::CreatePassing(slot_, path, target_);
     if (opened.error == std::errc::file_exists) continue;
     if (opened.error) {
       GiveSlot(slot_);
@@ -68,7 +68,6 @@ void Output::OpenBeside() {
     }
     descriptor_ = opened.descriptor;
     passing_ = path;
-    system::RemoveWhenEnded(slot_, passing_);
     return;
   }
   GiveSlot(slot_);

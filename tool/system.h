@@ -36,7 +36,12 @@ Opened OpenToWrite(const std::string& path);
 
 /// Makes a new file for writing; fails when one of that name is there. `like` names a file whose
 /// permissions it takes over, when that one exists and the system has them.
-Opened Create(const std::string& path, const std::string& like);
+///
+/// From the moment it is there until KeepWhenEnded, the file is deleted when the process is ended
+/// from the keyboard or by a request to terminate. One file at a time per slot, 0 or 1.
+Opened CreatePassing(int slot, const std::string& path, const std::string& like);
+
+void KeepWhenEnded(int slot);
 
 /// An empty file in the system's folder for such, to write and to read; it is gone when it is
 /// closed.
@@ -80,10 +85,6 @@ std::error_code Rename(const std::string& from, const std::string& to, bool over
 
 /// Deletes a file. Whether it was there does not matter.
 void Remove(const std::string& path);
-
-/// The file of that path is deleted when the process is ended from the keyboard or by a request to
-/// terminate; an empty path takes that back. One path at a time per slot, 0 or 1.
-void RemoveWhenEnded(int slot, const std::string& path);
 
 /// A number that another process is unlikely to have: for the names of passing files.
 std::uint64_t ProcessNumber();

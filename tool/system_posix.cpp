@@ -44,19 +44,6 @@ Opened OpenToWrite(const std::string& path) {
   return ResultOf(::open(path.c_str(), O_WRONLY | O_CLOEXEC));
 }
 
-Opened Create(const std::string& path, const std::string& like) {
-  constexpr mode_t kAnyone = 0666;
-  constexpr mode_t kPermissions = 07777;
-  const Opened opened =
-      ResultOf(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kAnyone));
-  struct stat status {};
-  if (!opened.error && ::stat(like.c_str(), &status) == 0) {
-    // Where it cannot be done, the new file keeps what every new file has.
-    (void)::fchmod(opened.descriptor, status.st_mode & kPermissions);
-  }
-  return opened;
-}
-
 Opened OpenScratch() {
   const char* const folder = std::getenv("TMPDIR");
   std::string path = folder == nullptr || *folder == '\0' ? "/tmp" : folder;
@@ -146,6 +133,7 @@ void Remove(const std::string& path) { ::unlink(path.c_str()); }
 
 namespace {
 
+constexpr int kEndings[] = {SIGINT, SIGTERM, SIGHUP, SIGPIPE};
 constexpr std::size_t kSlots = 2;
 using Path = std::array<char, PATH_MAX>;
 std::array<Path, kSlots> pathsToRemove;
@@ -161,7 +149,7 @@ extern "C" void RemoveAndEnd(int signal) {
 }
 
 void CatchSignals() {
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) {
+  for (const int signal : kEndings) {
     // A signal that is ignored, under nohup say, stays ignored.
     struct sigaction current {};
     if (::sigaction(signal, nullptr, &current) != 0 || current.sa_handler != SIG_DFL) continue;
@@ -171,16 +159,53 @@ void CatchSignals() {
   }
 }
 
+/// What would end the process waits as long as one lives. The program has one thread.
+class EndingsWait {
+ public:
+  EndingsWait() {
+    sigset_t endings;
+    ::sigemptyset(&endings);
+    for (const int signal : kEndings) ::sigaddset(&endings, signal);
+    ::sigprocmask(SIG_BLOCK, &endings, &before_);
+  }
+  EndingsWait(const EndingsWait&) = delete;
+  EndingsWait& operator=(const EndingsWait&) = delete;
+  ~EndingsWait() { ::sigprocmask(SIG_SETMASK, &before_, nullptr); }
+
+ private:
+  sigset_t before_{};
+};
+
+Opened Create(const std::string& path, const std::string& like) {
+  constexpr mode_t kAnyone = 0666;
+  constexpr mode_t kPermissions = 07777;
+  const Opened opened =
+      ResultOf(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kAnyone));
+  struct stat status {};
+  if (!opened.error && ::stat(like.c_str(), &status) == 0) {
+    // Where it cannot be done, the new file keeps what every new file has.
+    (void)::fchmod(opened.descriptor, status.st_mode & kPermissions);
+  }
+  return opened;
+}
+
 }  // namespace
 
-void RemoveWhenEnded(int slot, const std::string& path) {
+Opened CreatePassing(int slot, const std::string& path, const std::string& like) {
+  if (path.size() >= PATH_MAX) {
+    return {-1, std::make_error_code(std::errc::filename_too_long)};
+  }
+  const EndingsWait endingsWait;
+  const Opened opened = Create(path, like);
+  if (opened.error) return opened;
   const auto at = static_cast<std::size_t>(slot);
-  isRemoving[at] = 0;
-  if (path.empty() || path.size() >= PATH_MAX) return;
   pathsToRemove[at][path.copy(pathsToRemove[at].data(), path.size())] = '\0';
   isRemoving[at] = 1;
   CatchSignals();
+  return opened;
 }
+
+void KeepWhenEnded(int slot) { isRemoving[static_cast<std::size_t>(slot)] = 0; }
 
 std::uint64_t ProcessNumber() { return static_cast<std::uint64_t>(::getpid()); }
 

@@ -7,7 +7,10 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstdint>
 #include <cstdlib>
+#include <mutex>
+#include <utility>
 
 #include "tool/system.h"
 #include "tool/utf.h"
@@ -66,11 +69,6 @@ Opened OpenToRead(const std::string& path) {
 
 Opened OpenToWrite(const std::string& path) {
   return ResultOf(::_wopen(Wide(path).c_str(), _O_WRONLY | _O_BINARY));
-}
-
-Opened Create(const std::string& path, const std::string&) {
-  constexpr int kFlags = _O_WRONLY | _O_CREAT | _O_EXCL | _O_BINARY;
-  return ResultOf(::_wopen(Wide(path).c_str(), kFlags, _S_IREAD | _S_IWRITE));
 }
 
 Opened OpenScratch() {
@@ -178,7 +176,22 @@ namespace {
 constexpr std::size_t kSlots = 2;
 std::array<std::wstring, kSlots> pathsToRemove;
 
+/// Guards pathsToRemove, as long as there is a process.
+struct CriticalSection : CRITICAL_SECTION {
+  CriticalSection() { ::InitializeCriticalSection(this); }
+  CriticalSection(const CriticalSection&) = delete;
+  CriticalSection& operator=(const CriticalSection&) = delete;
+  ~CriticalSection() = default;
+
+  void lock() { ::EnterCriticalSection(this); }
+  void unlock() { ::LeaveCriticalSection(this); }
+};
+CriticalSection pathsSection;
+using PathsLock = std::lock_guard<CriticalSection>;
+
+/// The system calls it on a thread of its own, and ends the process then.
 BOOL WINAPI RemoveAtEnd(DWORD) {
+  const PathsLock lock(pathsSection);
   for (const std::wstring& path : pathsToRemove) {
     if (!path.empty()) ::DeleteFileW(path.c_str());
   }
@@ -187,11 +200,30 @@ BOOL WINAPI RemoveAtEnd(DWORD) {
 
 }  // namespace
 
-void RemoveWhenEnded(int slot, const std::string& path) {
-  // Taken out while the path changes, since the system calls it on a thread of its own.
-  ::SetConsoleCtrlHandler(RemoveAtEnd, FALSE);
-  pathsToRemove[static_cast<std::size_t>(slot)] = Wide(path);
-  ::SetConsoleCtrlHandler(RemoveAtEnd, TRUE);
+Opened CreatePassing(int slot, const std::string& path, const std::string&) {
+  const PathsLock lock(pathsSection);
+  std::wstring wide = Wide(path);
+  // Others may delete it, as RemoveAtEnd does while it is open.
+  const HANDLE file =
+      ::CreateFileW(wide.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr,
+                    CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (file == INVALID_HANDLE_VALUE) return {-1, LastWindowsError()};
+  const int descriptor = ::_open_osfhandle(reinterpret_cast<std::intptr_t>(file), _O_BINARY);
+  if (descriptor < 0) {
+    const Opened opened = ResultOf(descriptor);
+    ::CloseHandle(file);
+    ::DeleteFileW(wide.c_str());
+    return opened;
+  }
+  static const BOOL isCaught = ::SetConsoleCtrlHandler(RemoveAtEnd, TRUE);
+  (void)isCaught;
+  pathsToRemove[static_cast<std::size_t>(slot)] = std::move(wide);
+  return {descriptor, {}};
+}
+
+void KeepWhenEnded(int slot) {
+  const PathsLock lock(pathsSection);
+  pathsToRemove[static_cast<std::size_t>(slot)].clear();
 }
 
 std::uint64_t ProcessNumber() { return ::GetCurrentProcessId(); }
