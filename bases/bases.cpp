@@ -1,11 +1,14 @@
 #include "bases/bases.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstddef>
+#include <iterator>
 #include <limits>
 
 #include "automation/runtime_error.h"
+#include "bases/powers.h"
 
 namespace brindlex {
 namespace {
@@ -14,62 +17,34 @@ namespace {
   throw RuntimeError(error_number::kTypeMismatch, Text(description), Text(operation));
 }
 
-constexpr std::int8_t kNoDigit = -1;
-constexpr std::size_t kAsciiUnits = 128;
-using DigitValues = std::array<std::int8_t, kAsciiUnits>;
+/// For each character below 128 its value as a numeral plus 1; 0 where it is none.
+using Numerals = std::array<std::uint8_t, 128>;
 
-/// For each character below 128 its value as a digit, for bases whose digits are one character.
-constexpr DigitValues ValuesIn(TextView alphabet) {
-  DigitValues values{};
-  values.fill(kNoDigit);
-  for (std::size_t i = 0; i < alphabet.size(); ++i) {
-    values[alphabet[i]] = static_cast<std::int8_t>(i);
-  }
-  return values;
+constexpr Numerals NumeralsIn(TextView alphabet) {
+  Numerals numerals{};
+  for (std::uint8_t following = 0; const char16_t unit : alphabet) numerals[unit] = ++following;
+  return numerals;
 }
 
-const DigitValues& ValuesOf(std::int32_t base) {
-  static constexpr DigitValues kNone = ValuesIn({});
-  static constexpr DigitValues k2 = ValuesIn(kAlphabet16.substr(0, 2));
-  static constexpr DigitValues k8 = ValuesIn(kAlphabet16.substr(0, 8));
-  static constexpr DigitValues k10 = ValuesIn(kAlphabet16.substr(0, 10));
-  static constexpr DigitValues k16 = ValuesIn(kAlphabet16);
-  static constexpr DigitValues k26 = ValuesIn(kAlphabet26);
-  static constexpr DigitValues k30 = ValuesIn(kAlphabet30);
-  static constexpr DigitValues k31 = ValuesIn(kAlphabet31);
-  static constexpr DigitValues k32 = ValuesIn(kAlphabet32);
-  switch (base) {
-    case 2:
-      return k2;
-    case 8:
-      return k8;
-    case 10:
-      return k10;
-    case 16:
-      return k16;
-    case 26:
-      return k26;
-    case 30:
-      return k30;
-    case 31:
-      return k31;
-    case 32:
-      return k32;
-    default:
-      return kNone;
-  }
-}
-
-bool IsSexagesimal(TextView token) {
-  return token.size() == 3 && token[0] >= u'0' && token[0] <= u'5' && token[1] >= u'0' &&
-         token[1] <= u'9' && token[2] == u':';
+/// The numerals that the digits of `base` are written with; none for a base without digits.
+const Numerals& NumeralsOf(std::int32_t base) {
+  static constexpr Numerals kNone{};
+  static constexpr auto kNumerals = [] {
+    std::array<Numerals, std::size(kBaseTables)> numerals{};
+    std::ranges::transform(kBaseTables, numerals.begin(), [](const BaseTable& table) {
+      return NumeralsIn(AlphabetOf(table.base));
+    });
+    return numerals;
+  }();
+  const BaseTable* const table = FindBaseTable(base);
+  return table != nullptr ? kNumerals[static_cast<std::size_t>(table - kBaseTables)] : kNone;
 }
 
 /// What a text has been read as, so far.
 class NumberReader {
  public:
   NumberReader(std::int32_t base, const NumberText& reading)
-      : base_(base), factor_(base), values_(ValuesOf(base)), reading_(reading) {}
+      : base_(base), factor_(base), numerals_(NumeralsOf(base)), reading_(reading) {}
 
   double Read(TextView text) {
     const auto width = static_cast<std::size_t>(DigitWidth(base_));
@@ -90,11 +65,24 @@ class NumberReader {
   }
 
  private:
+  /// The host's way to read a number is asked for what is no plain numeral only.
   std::int32_t DigitOf(TextView token) const {
-    const char16_t unit = token[0];
-    if (unit < kAsciiUnits && values_[unit] != kNoDigit) return values_[unit];
-    if (base_ == 60 && IsSexagesimal(token)) return (unit - u'0') * 10 + (token[1] - u'0');
-    return DeconvertDigit(token, base_, reading_);
+    const std::int32_t digit = base_ == 60 ? Sexagesimal(token) : NumeralAt(token, 0);
+    return digit >= 0 ? digit : DeconvertDigit(token, base_, reading_);
+  }
+
+  /// -1 where there is no numeral.
+  std::int32_t NumeralAt(TextView token, std::size_t index) const {
+    const char16_t unit = token[index];
+    return unit < numerals_.size() ? numerals_[unit] - 1 : -1;
+  }
+
+  /// -1 for what is not two numerals below 60 and a colon.
+  std::int32_t Sexagesimal(TextView token) const {
+    if (token.size() != 3 || token[2] != u':') return -1;
+    const std::int32_t tens = NumeralAt(token, 0);
+    const std::int32_t ones = NumeralAt(token, 1);
+    return tens >= 0 && tens < 6 && ones >= 0 ? 10 * tens + ones : -1;
   }
 
   void PassPoint() {
@@ -119,7 +107,7 @@ class NumberReader {
 
   std::int32_t base_;
   double factor_;
-  const DigitValues& values_;
+  const Numerals& numerals_;
   const NumberText& reading_;
   double value_ = 0;
   /// 0 before the point, then the base to the number of digits behind it.

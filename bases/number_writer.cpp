@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cmath>
 #include <cstddef>
 #include <cstring>
@@ -22,7 +23,7 @@ namespace {
 
 /// Below this all whole numbers are doubles and all their differences exact.
 constexpr double kExactWholes = 0x1p53;
-constexpr std::int32_t kMostWholeDigits = 53;
+constexpr std::int32_t kMostWholeDigits = std::numeric_limits<double>::digits;
 
 /// The digits of one base, which is a constant so that divisions by it become multiplications.
 template <std::uint32_t kBase>
@@ -59,40 +60,41 @@ class Digits {
       for (int i = 0; i < kChunkDigits; ++i, part /= kBase) end = Write(part % kBase, end);
     }
     auto rest = static_cast<std::uint32_t>(whole);
-    if constexpr (kHasPairs) {
-      for (; end - begin > 1; rest /= kBase * kBase) {
+    if constexpr (kBase != 60) {
+      for (; end - begin > 1; rest /= kPairCount) {
         end -= 2;
-        std::memcpy(end, kPairs[rest % (kBase * kBase)].data(), sizeof kPairs.front());
+        std::memcpy(end, kPairs[rest % kPairCount].data(), sizeof kPairs.front());
       }
       if (end != begin) Write(rest % kBase, end);
-      return;
+    } else {
+      for (; end != begin; rest /= kBase) end = Write(rest % kBase, end);
     }
-    for (; end != begin; rest /= kBase) end = Write(rest % kBase, end);
   }
 
  private:
-  static constexpr TextView kAlphabet = AlphabetOf(kBase).empty() ? kAlphabet16 : AlphabetOf(kBase);
+  static constexpr TextView kAlphabet = AlphabetOf(kBase);
 
-  /// Two digits at a time, where their table is small.
-  static constexpr bool kHasPairs = kBase <= 16;
+  /// Two digits at a time, where a digit is one character.
+  static constexpr std::uint32_t kPairCount = kAlphabet.size() * kAlphabet.size();
   static constexpr auto kPairs = [] {
-    constexpr std::uint32_t kCount = kHasPairs ? kBase * kBase : 0;
-    std::array<std::array<char16_t, 2>, kCount> pairs{};
-    for (std::uint32_t i = 0; i < kCount; ++i)
-      pairs[i] = {kAlphabet[i / kBase], kAlphabet[i % kBase]};
+    std::array<std::array<char16_t, 2>, kPairCount> pairs{};
+    auto next = pairs.begin();
+    for (const char16_t high : kAlphabet) {
+      for (const char16_t low : kAlphabet) *next++ = {high, low};
+    }
     return pairs;
   }();
 
   // As many digits as fit 32 bits, for a machine that divides no more bits at once.
-  static constexpr int kChunkDigits = [] {
-    int digits = 0;
-    for (std::uint64_t power = kBase; power <= UINT32_MAX; power *= kBase) ++digits;
-    return digits;
-  }();
   static constexpr std::uint64_t kChunk = [] {
     std::uint64_t power = 1;
-    for (int i = 0; i < kChunkDigits; ++i) power *= kBase;
+    while (power * kBase <= std::numeric_limits<std::uint32_t>::max()) power *= kBase;
     return power;
+  }();
+  static constexpr int kChunkDigits = [] {
+    int digits = 0;
+    for (std::uint64_t rest = kChunk; rest > 1; rest /= kBase) ++digits;
+    return digits;
   }();
 };
 
@@ -102,9 +104,8 @@ bool HasFraction(double rest, const ConversionLimits& limits) {
   return wanted && !(rest <= limits.tolerance);
 }
 
-/// Writes one positive number.
 /// The first fractional places of a base, which are as many as the usual tolerance asks for.
-inline constexpr std::int32_t kNearPlaces = 20;
+inline constexpr std::size_t kNearPlaces = 20;
 
 template <std::uint32_t kBase>
 constexpr auto kNearPlaceValues = []<std::size_t... kIndex>(std::index_sequence<kIndex...>) {
@@ -114,6 +115,7 @@ constexpr auto kNearPlaceValues = []<std::size_t... kIndex>(std::index_sequence<
 }
 (std::make_index_sequence<kNearPlaces>());
 
+/// Writes one positive number.
 template <std::uint32_t kBase>
 class NumberWriter {
  public:
@@ -153,15 +155,17 @@ class NumberWriter {
 
   /// The digit at `position`, when the number is small enough to come that low.
   static Taken TakeAt(double rest, std::int32_t position) {
-    if constexpr (kBase > 16 && kTable.digitBits == 0) {
-      constexpr int kDigitBits = kBase > 32 ? 6 : 5;
-      if (position >= -kNearPlaces) {
-        return TakeAtOnce<kDigitBits>(
-            rest, kNearPlaceValues<kBase>[static_cast<std::size_t>(-1 - position)]);
+    // Few steps are quicker than finding out how many.
+    if constexpr (kTable.powers.empty() || kBase < kAlphabet16.size()) {
+      return TakeStepwise(rest, CheckedPower(position));
+    } else {
+      constexpr int kDigitBits = std::bit_width(kBase);
+      const auto place = static_cast<std::size_t>(-1 - position);
+      if (place < kNearPlaceValues<kBase>.size()) {
+        return TakeAtOnce<kDigitBits>(rest, kNearPlaceValues<kBase>[place]);
       }
       return TakeAtOnce<kDigitBits>(rest, PlaceValue(CheckedPower(position)));
     }
-    return TakeStepwise(rest, CheckedPower(position));
   }
 
   static double CheckedPower(std::int32_t position) {
@@ -174,12 +178,13 @@ class NumberWriter {
   /// Writes `count` integer digits and returns what they leave.
   double PutInteger(double rest, std::int32_t count) {
     if (PowerBits(kTable, count - 1) >= kInfinityBits) throw RuntimeError(error_number::kOverflow);
-    while (count > 0 && !(rest < kExactWholes)) {
+    // What a place value leaves is less than it, so that this ends at the last one.
+    while (!(rest < kExactWholes)) {
       const Taken taken = TakeStepwise(rest, Power(kTable, --count));
       Digits<kBase>::Put(taken.digit, buffer_);
       rest = taken.rest;
     }
-    return count > 0 ? PutExactInteger(rest, count) : rest;
+    return PutExactInteger(rest, count);
   }
 
   /// The last `count` digits, of a whole part that is exact.
@@ -229,7 +234,7 @@ void Write(double x, const ConversionLimits& limits, DigitBuffer& buffer) {
   const std::int32_t count =
       PaddedToGroup(FloorOfQuotient(magnitude, *FindBaseTable(kBase)) + 1, limits.groupSize);
   if (count < 0) NumberWriter<kBase>::RaiseEndless(magnitude, count);
-  NumberWriter<kBase>(limits, buffer).Write(magnitude, x < 0, count);
+  NumberWriter<kBase>(limits, buffer).Write(magnitude, std::signbit(x), count);
 }
 
 /// A base that has no digits: at its first digit at the latest it fails.
@@ -238,7 +243,7 @@ void WriteWithoutDigits(double x, std::int32_t base, const ConversionLimits& lim
   const double magnitude = std::abs(x);
   const std::int32_t count = DigitCount(magnitude, limits.groupSize, base);
   if (count == 0 && !HasFraction(magnitude, limits)) {
-    if (x < 0) buffer.Put(u'-');
+    if (std::signbit(x)) buffer.Put(u'-');
     buffer.Put(u'0');
     return;
   }

@@ -70,7 +70,6 @@ constexpr PlaceValue::PlaceValue(double value) : place(value), inverse(1 / value
 
 template <int kDigitBits>
 inline Taken TakeAtOnce(double rest, const PlaceValue& value) {
-  constexpr std::size_t kUsedLanes = kDigitBits < 6 ? 6 : 8;
   // Cuts a number below 2^51 when it is added and subtracted after 0.5 has been taken off.
   const __m128d cutter = _mm_set1_pd(0x1.8p52);
   constexpr double kSureDistance = 0.5 - 0x1p-38;
@@ -99,7 +98,7 @@ inline Taken TakeAtOnce(double rest, const PlaceValue& value) {
   __m128d distance = _mm_setzero_pd();
   const __m128d digits = stepsFrom(0, distance);
   __m128d excess = _mm_mul_pd(digits, _mm_loadu_pd(value.excess.data()));
-  for (std::size_t i = 2; i < kUsedLanes; i += 2) {
+  for (std::size_t i = 2; i <= kDigitBits; i += 2) {
     const __m128d steps = stepsFrom(i, distance);
     excess = _mm_add_pd(excess, _mm_mul_pd(steps, _mm_loadu_pd(value.excess.data() + i)));
   }

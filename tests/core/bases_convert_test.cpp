@@ -370,6 +370,27 @@ TEST(ConvertBase2Dec, UnitsBehindTheLastDigitAreNone) {
   }
 }
 
+// Asking is slow where the host has a locale.
+TEST(ConvertBase2Dec, ReadsPlainDigitsWithoutTheHost) {
+  class Unasked : public PortableNumberText {
+   public:
+    bool IsNumeric(TextView text) const override {
+      ADD_FAILURE() << text.size();
+      return PortableNumberText::IsNumeric(text);
+    }
+    std::int32_t ToWhole(TextView text) const override {
+      ADD_FAILURE() << text.size();
+      return PortableNumberText::ToWhole(text);
+    }
+  };
+  const Unasked reading;
+  for (const std::int32_t base : {2, 8, 10, 60}) {
+    for (std::int32_t digit = 0; digit < base; ++digit) {
+      EXPECT_EQ(ConvertBase2Dec(ConvertDigit(digit, base), base, reading), digit) << base;
+    }
+  }
+}
+
 TEST(ConvertBase2Dec, SexagesimalDigits) {
   for (std::int32_t digit = 0; digit < 60; ++digit) {
     EXPECT_EQ(ToDec(ConvertDigit(digit, 60), 60).value, digit);

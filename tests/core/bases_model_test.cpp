@@ -68,6 +68,14 @@ TEST(BasesModel, EveryShortTextInEveryBase) {
   }
 }
 
+TEST(BasesModel, EveryUnitInEveryBase) {
+  for (std::int32_t base = 2; base < 70; ++base) {
+    for (char16_t unit = 0; unit < 0x180; ++unit) {
+      ASSERT_NO_FATAL_FAILURE(ExpectTextbookValue(Text(1, unit), base));
+    }
+  }
+}
+
 TEST(BasesModel, RandomTexts) {
   constexpr char16_t kUnits[] = u"0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ.-:a\u00E9 ";
   NumberSource source(20);
