@@ -16,11 +16,11 @@ bool IsBlank(char16_t unit) { return unit == u' ' || unit == u'\t' || unit == u'
 
 bool IsDigit(char unit) { return unit >= '0' && unit <= '9'; }
 
-/// As many characters, "?" for every unit that no number holds and that is no character.
+/// As many characters, and one that no number holds for every unit that is none.
 std::string Narrowed(TextView text) {
   std::string narrow;
   std::transform(text.begin(), text.end(), std::back_inserter(narrow),
-                 [](char16_t unit) { return unit < 0x80 ? static_cast<char>(unit) : '?'; });
+                 [](char16_t unit) { return static_cast<char>(std::min<char16_t>(unit, 0x7F)); });
   return narrow;
 }
 
