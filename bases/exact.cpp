@@ -4,6 +4,7 @@
 #include <array>
 #include <bit>
 #include <cstddef>
+#include <iterator>
 
 #include "bases/double_bits.h"
 
@@ -38,13 +39,11 @@ struct Limbs {
     return std::all_of(limb.begin(), limb.end(), [](Limb l) { return l == 0; });
   }
 
+  /// Of a number that is not zero.
   int BitLength() const {
-    for (std::size_t i = kSize; i-- > 0;) {
-      if (limb[i] != 0) {
-        return static_cast<int>(i) * kLimbBits + static_cast<int>(std::bit_width(limb[i]));
-      }
-    }
-    return 0;
+    const auto top = std::find_if(limb.rbegin(), limb.rend(), [](Limb l) { return l != 0; });
+    const auto below = std::distance(top, limb.rend()) - 1;
+    return static_cast<int>(below) * kLimbBits + static_cast<int>(std::bit_width(*top));
   }
 
   bool Bit(int index) const {

@@ -60,7 +60,7 @@ class Digits {
       for (int i = 0; i < kChunkDigits; ++i, part /= kBase) end = Write(part % kBase, end);
     }
     auto rest = static_cast<std::uint32_t>(whole);
-    if constexpr (kBase != 60) {
+    if constexpr (kHasPairs) {
       for (; end - begin > 1; rest /= kPairCount) {
         end -= 2;
         std::memcpy(end, kPairs[rest % kPairCount].data(), sizeof kPairs.front());
@@ -74,7 +74,8 @@ class Digits {
  private:
   static constexpr TextView kAlphabet = AlphabetOf(kBase);
 
-  /// Two digits at a time, where a digit is one character.
+  /// Two digits at a time, where their table is small.
+  static constexpr bool kHasPairs = kBase <= kAlphabet16.size();
   static constexpr std::uint32_t kPairCount = kAlphabet.size() * kAlphabet.size();
   static constexpr auto kPairs = [] {
     std::array<std::array<char16_t, 2>, kPairCount> pairs{};
