@@ -35,10 +35,11 @@ DISPID IdIn(IDispatch& object, BSTR name) {
 class DescribedIds {
  public:
   /// Holds nothing unless the description of `first` lists all `names` with the ids that `first`
-  /// itself uses.
+  /// itself uses. Nor when it is made anew each time, as JScript's objects do: no two objects have
+  /// the same then, and to ask each of them takes longer than its names.
   DescribedIds(IDispatch& first, const std::vector<Bstr>& names) {
     auto description = DescriptionOf(first);
-    if (!description) return;
+    if (!description || DescriptionOf(first).Get() != description.Get()) return;
     for (const Bstr& name : names) {
       const DISPID id = IdIn(*description.Get(), name.Get());
       if (id == DISPID_UNKNOWN || id != IdIn(first, name.Get())) return;

@@ -101,6 +101,20 @@ TEST_F(DescribedIdsTest, ADescriptionThatLacksAMemberProvesNothing) {
             Save(Collected({first.Get(), second.Get()}).Get()));
 }
 
+// As JScript's objects do.
+TEST_F(DescribedIdsTest, ADescriptionThatIsMadeAnewEachTimeIsNotAskedForAgain) {
+  std::vector<ComPtr<ScriptedObject>> records;
+  for (const View title : {u"a", u"b", u"c"}) {
+    records.push_back(NewTitle(title, u"1"));
+    records.back()->newTypeInfo = [] { return Description({{u"Title", 1}, {u"Count", 2}}).Info(); };
+  }
+  EXPECT_EQ(
+      u"Title\u00A5Count\u00A5\u0152a\u00A51\u00A5\u0152b\u00A51\u00A5\u0152c\u00A51\u00A5\u0152",
+      Save(Collected({records[0].Get(), records[1].Get(), records[2].Get()}).Get()));
+  EXPECT_EQ(0U, records[1]->typeInfosAsked);
+  EXPECT_EQ(0U, records[2]->typeInfosAsked);
+}
+
 TEST_F(DescribedIdsTest, AFailingDescriptionIsNoFailureOfTheSave) {
   for (const HRESULT status : {E_FAIL, E_NOTIMPL, E_OUTOFMEMORY, DISP_E_BADINDEX}) {
     const auto record = Described(u"a", u"1", fitting_);

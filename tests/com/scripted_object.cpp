@@ -142,6 +142,8 @@ STDMETHODIMP ScriptedObject::GetTypeInfoCount(UINT* count) {
 
 STDMETHODIMP ScriptedObject::GetTypeInfo(UINT, LCID, ITypeInfo** info) {
   *info = nullptr;
+  ++typeInfosAsked;
+  if (newTypeInfo) typeInfo = newTypeInfo();
   if (typeInfoStatus != S_OK) return typeInfoStatus;
   if (!typeInfo) return E_NOTIMPL;
   *info = ComPtr<ITypeInfo>(typeInfo).Detach();

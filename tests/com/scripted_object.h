@@ -88,7 +88,10 @@ class ScriptedObject : public IDispatchEx {
   bool isExtended = false;
   /// What GetTypeInfo hands out.
   ComPtr<ITypeInfo> typeInfo;
+  /// When set, each time anew in the place of `typeInfo`.
+  std::function<ComPtr<ITypeInfo>()> newTypeInfo;
   HRESULT typeInfoStatus = S_OK;
+  std::size_t typeInfosAsked = 0;
   /// One more interface that it answers to, as itself.
   IID marker = IID_NULL;
 
