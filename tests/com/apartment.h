@@ -21,7 +21,9 @@ void InApartment(Body&& body) {
 inline void ServeUntil(HANDLE ended) {
   constexpr DWORD kLongest = 20000;
   while (MsgWaitForMultipleObjects(1, &ended, FALSE, kLongest, QS_ALLINPUT) == WAIT_OBJECT_0 + 1) {
-    for (MSG message; PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE);) DispatchMessageW(&message);
+    for (MSG message; PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE) != FALSE;) {
+      DispatchMessageW(&message);
+    }
   }
 }
 

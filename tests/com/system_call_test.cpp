@@ -285,7 +285,7 @@ TEST_F(OddRunTimeTest, AFailureWithoutANumberReachesTheHostAsItIs) {
 // ---- Registration and type information ---------------------------------------------------------
 
 LSTATUS WINAPI RefuseTheSecond(HKEY root, LPCWSTR path, DWORD reserved, LPWSTR name, DWORD options,
-                               REGSAM rights, const LPSECURITY_ATTRIBUTES security, PHKEY key,
+                               REGSAM rights, LPSECURITY_ATTRIBUTES security, PHKEY key,
                                LPDWORD disposition) {
   if (++calls == 2) return ERROR_ACCESS_DENIED;
   return RegCreateKeyExW(root, path, reserved, name, options, rights, security, key, disposition);
@@ -448,7 +448,7 @@ class OddWindowTest : public OddSystemTest {
     EXPECT_EQ(S_OK, files->SaveTextFile(Bstr(u"C:\\no such folder\\f").Get(),
                                         Bstr(Units(5000, u'x')).Get(), VARIANT_FALSE, &saved));
     EXPECT_EQ(1U, Boxes().Boxes().size());
-    const Units text = Boxes().Boxes().empty() ? Units() : Boxes().Boxes()[0].text;
+    Units text = Boxes().Boxes().empty() ? Units() : Boxes().Boxes()[0].text;
     Boxes().Forget();
     return text;
   }
@@ -531,7 +531,7 @@ TEST_F(OddWindowTest, AWindowThatWillNotCloseIsClosedNextTime) {
     wchar_t none = L'x';
     EXPECT_EQ(0, SendMessageW(pane, WM_GETTEXT, 0, reinterpret_cast<LPARAM>(&none)));
     EXPECT_EQ(L'x', none);
-    HWND const window = GetParent(pane);
+    auto* const window = GetParent(pane);
     SendMessageW(window, WM_COMMAND, IDRETRY, 0);
     EXPECT_EQ(0, calls);
     SendMessageW(window, WM_COMMAND, IDCANCEL, 0);
