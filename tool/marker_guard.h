@@ -3,6 +3,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "tool/encoding.h"
@@ -13,7 +14,7 @@ namespace brindlex::tool {
 /// Encodes texts of which none may hold certain markers.
 class MarkerGuard {
  public:
-  explicit MarkerGuard(const Encoding& encoding) : encoding_(encoding) {}
+  explicit MarkerGuard(Encoding encoding) : encoding_(std::move(encoding)) {}
 
   /// The markers of `pair` are forbidden from here on. Failure as CheckedMarkers.
   void Forbid(const MarkerPair& pair);

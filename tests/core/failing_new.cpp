@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <new>
 
 namespace brindlex {
@@ -49,10 +50,19 @@ void* AllocateOrNull(std::size_t size) noexcept {
   }
 }
 
+/// So that who still uses what was freed does not find what it looks for. By way of a volatile
+/// pointer: compilers know that nobody may read it any more.
+void Spoil(void* block, std::size_t size) noexcept {
+  static void* (*const volatile kFill)(void*, int, std::size_t) = std::memset;
+  kFill(block, 0xDD, size);
+}
+
 void Free(void* block) noexcept {
   if (block == nullptr) return;
   --live;
-  liveBytes -= SizeOf(block);
+  const std::size_t size = SizeOf(block);
+  liveBytes -= size;
+  Spoil(block, size);
   std::free(block);
 }
 

@@ -487,6 +487,29 @@ TEST(KeyedListTest, HandsItsValuesAndKeysOverAndIsEmptyThen) {
   EXPECT_EQ(5, taken.At(2));
 }
 
+TEST(KeyedListTest, AListThatWasMovedFromIsEmptyAndOfUse) {
+  KeyedList<int> list;
+  list.Add(1, u"a");
+  const KeyedList<int> taken(std::move(list));
+  // NOLINTNEXTLINE(bugprone-use-after-move,clang-analyzer-cplusplus.Move): it is what is tested.
+  EXPECT_EQ(0U, list.Count());
+  list.Add(2, u"a");
+  EXPECT_EQ(2, list.At(u"a"));
+  EXPECT_EQ(1, taken.At(u"a"));
+}
+
+TEST(KeyedListTest, TakesTheMemoryOverWithTheEntries) {
+  KeyedList<int> list;
+  for (int n = 1; n <= 3; ++n) list.Add(n);
+  KeyedList<int> taken;
+  taken.Add(9);
+  taken.Add(8);
+  taken.Remove(1);
+  taken = std::move(list);
+  for (int n = 4; n <= 7; ++n) taken.Add(n);
+  for (int n = 1; n <= 7; ++n) EXPECT_EQ(n, taken.At(static_cast<std::size_t>(n)));
+}
+
 TEST(KeyedListTest, AValueThatGoesAwayWithAllOthersMayUseTheList) {
   SharedList list;
   bool keyGone = false;
