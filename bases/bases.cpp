@@ -65,24 +65,27 @@ class NumberReader {
   }
 
  private:
+  /// Numerals are stored as one more than their value.
+  static constexpr std::int32_t kNoNumeral = -1;
+
   /// The host's way to read a number is asked for what is no plain numeral only.
   std::int32_t DigitOf(TextView token) const {
     const std::int32_t digit = base_ == 60 ? Sexagesimal(token) : NumeralAt(token, 0);
-    return digit >= 0 ? digit : DeconvertDigit(token, base_, reading_);
+    return digit != kNoNumeral ? digit : DeconvertDigit(token, base_, reading_);
   }
 
-  /// -1 where there is no numeral.
   std::int32_t NumeralAt(TextView token, std::size_t index) const {
     const char16_t unit = token[index];
-    return unit < numerals_.size() ? numerals_[unit] - 1 : -1;
+    return unit < numerals_.size() ? numerals_[unit] - 1 : kNoNumeral;
   }
 
-  /// -1 for what is not two numerals below 60 and a colon.
+  /// Two numerals below 60 and a colon.
   std::int32_t Sexagesimal(TextView token) const {
-    if (token.size() != 3 || token[2] != u':') return -1;
+    if (token.size() != 3 || token[2] != u':') return kNoNumeral;
     const std::int32_t tens = NumeralAt(token, 0);
     const std::int32_t ones = NumeralAt(token, 1);
-    return tens >= 0 && tens < 6 && ones >= 0 ? 10 * tens + ones : -1;
+    const bool isDigit = tens != kNoNumeral && tens < 6 && ones != kNoNumeral;
+    return isDigit ? 10 * tens + ones : kNoNumeral;
   }
 
   void PassPoint() {

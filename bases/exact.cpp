@@ -4,6 +4,7 @@
 #include <array>
 #include <bit>
 #include <cstddef>
+#include <cstdlib>
 #include <iterator>
 
 #include "bases/double_bits.h"
@@ -67,27 +68,29 @@ struct Limbs {
 
   constexpr void DivideBy(Limb divisor) {
     std::uint64_t rest = 0;
-    for (std::size_t i = kSize; i-- > 0;) {
-      rest = (rest << kLimbBits) | limb[i];
-      limb[i] = static_cast<Limb>(rest / divisor);
+    for (auto l = limb.rbegin(); l != limb.rend(); ++l) {
+      rest = (rest << kLimbBits) | *l;
+      *l = static_cast<Limb>(rest / divisor);
       rest %= divisor;
     }
   }
 
   constexpr void Add(const Limbs& other) {
     std::uint64_t carry = 0;
-    for (std::size_t i = 0; i < kSize; ++i) {
-      carry += std::uint64_t{limb[i]} + other.limb[i];
-      limb[i] = static_cast<Limb>(carry);
+    auto added = other.limb.begin();
+    for (Limb& l : limb) {
+      carry += std::uint64_t{l} + *added++;
+      l = static_cast<Limb>(carry);
       carry >>= kLimbBits;
     }
   }
 
   void Subtract(const Limbs& other) {
     std::uint64_t borrow = 0;
-    for (std::size_t i = 0; i < kSize; ++i) {
-      const std::uint64_t difference = std::uint64_t{limb[i]} - other.limb[i] - borrow;
-      limb[i] = static_cast<Limb>(difference);
+    auto taken = other.limb.begin();
+    for (Limb& l : limb) {
+      const std::uint64_t difference = std::uint64_t{l} - *taken++ - borrow;
+      l = static_cast<Limb>(difference);
       borrow = difference >> 63U;
     }
   }
@@ -139,17 +142,19 @@ constexpr int kPlaces = (kFixedSize - 1) * kLimbBits;
 
 constexpr Fixed Product(const Fixed& left, const Fixed& right) {
   std::array<Limb, 2 * kFixedSize> wide{};
-  for (std::size_t i = 0; i < kFixedSize; ++i) {
+  auto lowest = wide.begin();
+  for (const Limb one : left.limb) {
     std::uint64_t carry = 0;
-    for (std::size_t j = 0; j < kFixedSize; ++j) {
-      carry += std::uint64_t{left.limb[i]} * right.limb[j] + wide[i + j];
-      wide[i + j] = static_cast<Limb>(carry);
+    auto place = lowest++;
+    for (const Limb other : right.limb) {
+      carry += std::uint64_t{one} * other + *place;
+      *place++ = static_cast<Limb>(carry);
       carry >>= kLimbBits;
     }
-    wide[i + kFixedSize] = static_cast<Limb>(carry);
+    *place = static_cast<Limb>(carry);
   }
   Fixed product;
-  for (std::size_t i = 0; i < kFixedSize; ++i) product.limb[i] = wide[i + kFixedSize - 1];
+  std::copy_n(wide.begin() + kFixedSize - 1, kFixedSize, product.limb.begin());
   return product;
 }
 
@@ -208,7 +213,7 @@ double RoundedLn(double x) {
                                         ? (bits & kFractionMask) | kOne
                                         : bits << (kLowestNormalExponent - exponent);
   Fixed sum = kLnOf2;
-  sum.MultiplyBy(static_cast<Limb>(exponent < 0 ? -exponent : exponent));
+  sum.MultiplyBy(static_cast<Limb>(std::abs(exponent)));
   const Fixed rest = TwiceAtanh(significand - kOne, significand + kOne);
   if (exponent < 0) {
     sum.Subtract(rest);

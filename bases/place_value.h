@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 
 namespace brindlex {
@@ -26,17 +27,19 @@ std::int32_t CountSteps(double rest, double place);
 
 /// A place value with what TakeAtOnce needs of it, which takes longer to find out than a digit.
 struct PlaceValue {
+  static constexpr std::size_t kRanges = 8;
+
   explicit constexpr PlaceValue(double value);
 
   double place;
   double inverse;
   /// The place value without its last seven bits.
-  double high = 0;
+  double high{};
   /// Where each range begins, in place values; 1 more for the first step and 0.5 more so that
   /// rounding what lies above it cuts.
-  std::array<double, 8> lower{};
+  std::array<double, kRanges> lower{};
   /// By how much a step that ends in each range takes away more than in the range below.
-  std::array<double, 8> excess{};
+  std::array<double, kRanges> excess{};
 };
 
 /// As TakeStepwise, without the loop where the machine has SSE2; for bases with large digits.

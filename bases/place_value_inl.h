@@ -16,7 +16,6 @@ namespace brindlex {
 namespace place_value {
 
 inline constexpr int kLowPatterns = 128;
-inline constexpr std::size_t kLanes = 8;
 
 /// By how much a step that ends in range s takes away more than the place value, in units, when the
 /// place value ends in the seven bits `low`.
@@ -31,7 +30,7 @@ constexpr int Excess(unsigned low, unsigned s) {
 /// the rest of the place value; then, for s = 1 to 6, how much a step that ends in range s or above
 /// adds to what the ranges below it have.
 inline constexpr auto kExcesses = [] {
-  std::array<std::array<double, kLanes>, kLowPatterns> excesses{};
+  std::array<std::array<double, PlaceValue::kRanges>, kLowPatterns> excesses{};
   for (unsigned low = 0; low < unsigned{kLowPatterns}; ++low) {
     excesses[low][0] = low;
     for (unsigned s = 1; s <= 6; ++s) excesses[low][s] = Excess(low, s) - Excess(low, s - 1);
@@ -40,7 +39,7 @@ inline constexpr auto kExcesses = [] {
 }();
 
 /// The lower ends of the ranges as multiples of the power of two below the place value.
-inline constexpr std::array<double, kLanes> kLowerEnds = {0, 2, 4, 8, 16, 32, 64, 128};
+inline constexpr std::array<double, PlaceValue::kRanges> kLowerEnds = {0, 2, 4, 8, 16, 32, 64, 128};
 
 }  // namespace place_value
 
@@ -60,7 +59,7 @@ constexpr PlaceValue::PlaceValue(double value) : place(value), inverse(1 / value
   const auto lead = std::bit_cast<double>(bits & kInfinityBits);
   const double end = lead * inverse;
   const double unit = lead * 0x1p-52;
-  for (std::size_t i = 0; i < place_value::kLanes; ++i) {
+  for (std::size_t i = 0; i < kRanges; ++i) {
     lower[i] = end * place_value::kLowerEnds[i] + 1.5;
     excess[i] = place_value::kExcesses[low][i] * unit;
   }

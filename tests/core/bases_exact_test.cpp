@@ -114,6 +114,21 @@ TEST(RoundedPower, TheLastBitsDecide) {
   EXPECT_EQ(RoundedPower(262143, 3), 0x1.fffe800060000p+53);
 }
 
+// The 64 bits of each are exactly half way between two doubles, of which the lower one is even.
+// From Python's integers.
+TEST(RoundedPower, WhatStandsBehindItsBitsDecidesBetweenTwoHalves) {
+  // A single 1 behind them.
+  EXPECT_EQ(RoundedPower(2643969, 3), 0x1.00804b78db391p+64);
+  EXPECT_EQ(RoundedPower(2652161, 3), 0x1.02e48b8f29397p+64);
+  EXPECT_EQ(RoundedPower(2660353, 3), 0x1.054c96e58f39dp+64);
+  EXPECT_EQ(RoundedPower(2134713759, 13), 0x1.d9cd626b8ac2fp+402);
+  EXPECT_EQ(RoundedPower(2092530379, 18), 0x1.411690b06b59dp+557);
+  EXPECT_EQ(RoundedPower(370651287, 13), 0x1.0945eaa2a68bdp+370);
+  EXPECT_EQ(RoundedPower(1662504627, -9), 0x1.405ef08dc8a3dp-276);
+  EXPECT_EQ(RoundedPower(891396503, -10), 0x1.9b9827dd56fe5p-298);
+  EXPECT_EQ(RoundedPower(1554201931, -5), 0x1.4252d64680b79p-153);
+}
+
 TEST(RoundedPower, IsTheNearestDouble) {
   NumberSource source(2);
   for (int i = 0; i < 200; ++i) {

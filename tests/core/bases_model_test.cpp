@@ -119,10 +119,10 @@ TEST(BasesModel, NextToThePowersOfTheBase) {
   for (const std::int32_t base : kBases) {
     for (std::int32_t exponent = -350; exponent <= 350;
          exponent += Count() > 1000 || std::abs(exponent) < 8 ? 1 : 37) {
-      const std::uint64_t power = std::bit_cast<std::uint64_t>(RoundedPower(base, exponent));
+      const auto power = std::bit_cast<std::uint64_t>(RoundedPower(base, exponent));
       for (std::uint64_t step = 0; step < 17; ++step) {
         const std::uint64_t bits = power + step - 8;
-        const double x = std::bit_cast<double>(bits);
+        const auto x = std::bit_cast<double>(bits);
         if (bits >> 63U != 0 || !(x <= std::numeric_limits<double>::max()) || x == 0) continue;
         ASSERT_NO_FATAL_FAILURE(ExpectTextbookText(x, base, {6, 1e-27, exponent % 5}));
       }
@@ -136,15 +136,15 @@ TEST(BasesModel, TheEndsOfTheDoubles) {
   for (const std::int32_t base : kBases) {
     for (std::uint64_t step = 0; step < 40; ++step) {
       for (const double edge : {kLargest, kLeastNormal, 0x1p53, 0x1p52, 0x1p31, 0x1p32, 1.0}) {
-        const std::uint64_t bits = std::bit_cast<std::uint64_t>(edge);
+        const auto bits = std::bit_cast<std::uint64_t>(edge);
         for (const std::uint64_t moved : {bits - step, bits + step}) {
-          const double x = std::bit_cast<double>(moved);
+          const auto x = std::bit_cast<double>(moved);
           if (!(x <= kLargest)) continue;
           ASSERT_NO_FATAL_FAILURE(ExpectTextbookText(x, base, {}));
           ASSERT_NO_FATAL_FAILURE(ExpectTextbookText(-x, base, {40, 0, 3}));
         }
       }
-      const double denormal = std::bit_cast<double>(std::uint64_t{1} + step * step * step);
+      const auto denormal = std::bit_cast<double>(std::uint64_t{1} + step * step * step);
       ASSERT_NO_FATAL_FAILURE(ExpectTextbookText(denormal, base, {}));
       ASSERT_NO_FATAL_FAILURE(ExpectTextbookText(denormal, base, {-1, 1e-27, 2000}));
     }

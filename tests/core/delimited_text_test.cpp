@@ -503,7 +503,7 @@ class MeasuredBuilder final : public TextBuilder {
 TEST(ExpectRecordsTest, ExpectsAsMuchForEachRecordAsThoseBeforeTook) {
   for (std::int32_t written = 1; written < 1000; ++written) {
     MeasuredBuilder builder;
-    builder.Append(Text(10U * static_cast<unsigned>(written), u'x'));
+    builder.Append(Text(std::size_t{10} * static_cast<std::size_t>(written), u'x'));
     ExpectRecords(1000, written, builder);
     const bool isTime = written >= 8 && std::has_single_bit(static_cast<unsigned>(written));
     // 1000 records of 10 units, and a fifth more.

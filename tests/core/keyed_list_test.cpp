@@ -510,6 +510,20 @@ TEST(KeyedListTest, TakesTheMemoryOverWithTheEntries) {
   for (int n = 1; n <= 7; ++n) EXPECT_EQ(n, taken.At(static_cast<std::size_t>(n)));
 }
 
+// Of four places one was never used, or is left by an entry.
+TEST(KeyedListTest, ThePlacesThatAreFreeAreTakenOverToo) {
+  for (const int count : {3, 4}) {
+    KeyedList<int> list;
+    for (int n = 1; n <= count; ++n) list.Add(n);
+    if (count == 4) list.Remove(4);
+    KeyedList<int> taken;
+    taken = std::move(list);
+    const std::size_t before = LiveAllocations();
+    taken.Add(4);
+    EXPECT_EQ(before, LiveAllocations()) << count;
+  }
+}
+
 TEST(KeyedListTest, AValueThatGoesAwayWithAllOthersMayUseTheList) {
   SharedList list;
   bool keyGone = false;

@@ -295,39 +295,41 @@ std::int32_t DigitCount(double x, std::int32_t groupSize, std::int32_t base) {
 Text ConvertDigit(std::int32_t digit, std::int32_t base) {
   const std::string numeral = std::to_string(digit);
   if (digit >= base) throw RuntimeError(13, u"Invalid digit for base", u"ConvertDigit");
-  if (IsNumeralBase(base)) return Text(numeral.begin(), numeral.end());
+  if (IsNumeralBase(base)) return {numeral.begin(), numeral.end()};
   if (const char16_t* const alphabet = Alphabet(base)) {
     if (digit < 0) throw RuntimeError(5);
-    return Text(1, alphabet[digit]);
+    return {alphabet[digit]};
   }
   if (base != 60) throw RuntimeError(13, u"Unknown base", u"ConvertDigit");
   std::string padded = "00";
   padded += numeral;
   padded += ":";
-  return Text(padded.end() - 3, padded.end());
+  return {padded.end() - 3, padded.end()};
 }
 
 std::int32_t DeconvertDigit(const Text& digitText, std::int32_t base, const NumberText& reading) {
-  const RuntimeError invalid(13, u"Invalid digit for base", u"DeconvertDigit");
+  const auto invalid = [] {
+    return RuntimeError(13, u"Invalid digit for base", u"DeconvertDigit");
+  };
   if (IsNumeralBase(base)) {
     if (!reading.IsNumeric(digitText)) {
       throw RuntimeError(13, u"Invalid character", u"DeconvertDigit");
     }
     const std::int32_t digit = reading.ToWhole(digitText);
-    if (digit >= base) throw invalid;
+    if (digit >= base) throw invalid();
     return digit;
   }
   if (const char16_t* const alphabet = Alphabet(base)) {
     const std::size_t at = Text(alphabet).find(digitText);
     if (at != Text::npos) return static_cast<std::int32_t>(at);
-    if (base == 16) throw invalid;
+    if (base == 16) throw invalid();
     throw RuntimeError(13, u"Invalid Alpha Character", u"DeconvertDigit");
   }
   if (base != 60) throw RuntimeError(13, u"Unknown base", u"DeconvertDigit");
-  if (digitText.size() != 3) throw invalid;
-  if (digitText[2] != u':' || !reading.IsNumeric(digitText.substr(0, 2))) throw invalid;
+  if (digitText.size() != 3) throw invalid();
+  if (digitText[2] != u':' || !reading.IsNumeric(digitText.substr(0, 2))) throw invalid();
   const std::int32_t digit = reading.ToWhole(digitText.substr(0, 2));
-  if (digit >= 60) throw invalid;
+  if (digit >= 60) throw invalid();
   return digit;
 }
 
