@@ -370,16 +370,12 @@ Text clsCollectionSaveRestore::MultiDataColString(const CollectionRef& newCol, T
         const bool isSaved = Save(newCol, internal_.recordEnd, internal_.fieldEnd, &outer, inner);
         if (needsInner && !isSaved) return;
         clsTextData data{inner.Take(), Text(name)};
-        StringTextBuilder text;
-        // At most, but for markers and the header. A few large blocks say their own length late.
-        text.Expect(multiDataString_->size() + data.DataString.size() + data.Name.size());
         if (ObjectItemExists(blocks, name)) {
           textData_.Block(blocks->ObjectUnder(name)) = std::move(data);
         } else {
           blocks->Add(textData_.NewBlock(std::move(data)), name);
         }
-        AsDelimitedFromCollection(blocks, {}, {}, text);
-        result = text.Take();
+        result = AsDelimitedFromCollection(blocks);
       },
       [&](const PendingError& pending) {
         platform_.ShowReport(

@@ -179,6 +179,17 @@ TEST(Digits, AgreeWithTheTextbookForEveryUnitAndSmallDigit) {
   }
 }
 
+TEST(AlphabetOf, HasACharacterForEveryDigit) {
+  for (std::int32_t base = 0; base < 70; ++base) {
+    const TextView alphabet = AlphabetOf(base);
+    for (std::size_t digit = 0; digit < alphabet.size() && base != 60; ++digit) {
+      EXPECT_EQ(Text(1, alphabet[digit]), ConvertDigit(static_cast<std::int32_t>(digit), base));
+    }
+    const bool hasDigits = Convert(0, base).number == 0;
+    EXPECT_EQ(hasDigits ? static_cast<std::size_t>(base == 60 ? 10 : base) : 0, alphabet.size());
+  }
+}
+
 TEST(DigitWidth, IsThreeInBase60Only) {
   EXPECT_EQ(DigitWidth(60), 3);
   for (const std::int32_t base : {-60, 0, 2, 10, 32, 59, 61}) EXPECT_EQ(DigitWidth(base), 1);

@@ -60,7 +60,7 @@ TEST(PortableNumberText, BeyondTheDoubles) {
   }
 }
 
-Text Zeros(std::size_t count) { return Text(count, u'0'); }
+Text Zeros(std::size_t count) { return Text().append(count, u'0'); }
 
 TEST(PortableNumberText, BeyondTheDoublesByDigitsAgainstTheExponent) {
   const Text large[] = {u"1" + Zeros(400),
