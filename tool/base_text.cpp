@@ -14,7 +14,8 @@ namespace {
 /// In the component's words; its general source says nothing that the user does not know.
 std::string Described(const RuntimeError& error) {
   std::string text = Utf8OfUtf16(error.description) + " (error " + std::to_string(error.number);
-  if (error.source != RuntimeError(error.number).source) {
+  const RuntimeError plain(error.number);
+  if (error.source != plain.source) {
     text += " in " + Utf8OfUtf16(error.source);
   }
   return text + ")";

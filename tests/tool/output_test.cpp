@@ -23,12 +23,12 @@ TEST(Output, IsThereWholeOrNotAtAll) {
     Output output({path, false});
     output.Write("half");
     output.Flush();
-    EXPECT_EQ("", folder.ContentOf(path)) << "half a file";
+    EXPECT_EQ("", PassingFolder::ContentOf(path)) << "half a file";
     EXPECT_EQ(1U, folder.Files()) << "the passing file alone";
   }
   EXPECT_EQ(0U, folder.Files()) << "a passing file that was left behind";
   Put(path, "whole");
-  EXPECT_EQ("whole", folder.ContentOf(path));
+  EXPECT_EQ("whole", PassingFolder::ContentOf(path));
   EXPECT_EQ(1U, folder.Files());
 }
 
@@ -41,10 +41,10 @@ TEST(Output, ReplacesOnlyWhenForced) {
     Output output({path, true});
     output.Write("second");
     output.Flush();
-    EXPECT_EQ("first", folder.ContentOf(path));
+    EXPECT_EQ("first", PassingFolder::ContentOf(path));
     output.Commit();
   }
-  EXPECT_EQ("second", folder.ContentOf(path));
+  EXPECT_EQ("second", PassingFolder::ContentOf(path));
 }
 
 TEST(Output, RefusesAFileThatCameUpMeanwhile) {
@@ -54,7 +54,7 @@ TEST(Output, RefusesAFileThatCameUpMeanwhile) {
   output.Write("mine");
   Put(path, "another's");
   EXPECT_EQ(ExitCode::kUsage, FailureOf([&] { output.Commit(); }));
-  EXPECT_EQ("another's", folder.ContentOf(path));
+  EXPECT_EQ("another's", PassingFolder::ContentOf(path));
 }
 
 TEST(Output, WritesMoreThanABlock) {
@@ -65,7 +65,7 @@ TEST(Output, WritesMoreThanABlock) {
   for (int i = 0; i < 7; ++i) output.Write(part);
   EXPECT_EQ(700'000U, output.Written());
   output.Commit();
-  EXPECT_EQ(std::string(700'000, 'x'), folder.ContentOf(path));
+  EXPECT_EQ(std::string(700'000, 'x'), PassingFolder::ContentOf(path));
 }
 
 TEST(Output, FailsWhereNoFileCanBe) {

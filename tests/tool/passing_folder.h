@@ -28,12 +28,12 @@ class PassingFolder {
 
   /// Makes a file and returns its path.
   std::string Put(const std::string& name, const std::string& content) const {
-    const std::string path = Path(name);
+    std::string path = Path(name);
     std::ofstream(Native(path), std::ios::binary) << content;
     return path;
   }
 
-  std::string ContentOf(const std::string& path) const {
+  static std::string ContentOf(const std::string& path) {
     std::ifstream file(Native(path), std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};
   }

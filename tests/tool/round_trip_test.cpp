@@ -106,7 +106,7 @@ class Generator {
     for (unsigned rows = 1 + Below(4); rows > 0; --rows) {
       for (unsigned column = 0; column < columns; ++column) {
         std::string value = Text();
-        if (column == 0 && value.starts_with("\r\n")) value = "x" + value;
+        if (column == 0 && value.starts_with("\r\n")) value.insert(0, 1, 'x');
         text += value + pair.fieldEnd;
       }
       text += pair.recordEnd;
