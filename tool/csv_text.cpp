@@ -20,7 +20,7 @@ bool IsDigit(char byte) { return byte >= '0' && byte <= '9'; }
 bool IsSignedNumber(std::string_view text) {
   if (text.size() > kMostDigits) return false;
   text.remove_prefix(text.front() == '+' || text.front() == '-' ? 1 : 0);
-  const auto point = std::find_if_not(text.begin(), text.end(), IsDigit);
+  const auto* const point = std::find_if_not(text.begin(), text.end(), IsDigit);
   if (point == text.begin()) return false;
   if (point == text.end()) return true;
   return (*point == '.' || *point == ',') && point + 1 != text.end() &&
@@ -40,7 +40,8 @@ bool NeedsQuotes(std::string_view value, char delimiter) {
 
 bool LooksLikeFormula(std::string_view value) {
   const std::size_t start = value.find_first_not_of('\'');
-  if (start == std::string_view::npos || start > kMostApostrophes) return false;
+  // Also where nothing else is found.
+  if (start > kMostApostrophes) return false;
   value.remove_prefix(start);
   constexpr std::string_view kStarts = "=+-@\t\r";
   return kStarts.find(value.front()) != std::string_view::npos && !IsSignedNumber(value);
