@@ -171,7 +171,7 @@ class InfoWriter {
   }
 
  private:
-  std::string MarkerLine(const std::string& text, const std::string& bytes) const {
+  static std::string MarkerLine(const std::string& text, const std::string& bytes) {
     std::string digits;
     for (const char byte : bytes)
       digits += fmt::format(" {:02X}", static_cast<unsigned char>(byte));

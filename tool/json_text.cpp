@@ -101,7 +101,7 @@ bool IsPlainNumber(std::string_view value) {
   constexpr std::size_t kMostCharacters = 32;
   if (value.empty() || value.size() > kMostCharacters) return false;
   const std::string_view magnitude = value.substr(value.front() == '-' ? 1 : 0);
-  const auto wholeEnd = std::find_if_not(magnitude.begin(), magnitude.end(), IsDigit);
+  const auto* const wholeEnd = std::find_if_not(magnitude.begin(), magnitude.end(), IsDigit);
   const auto digits = static_cast<std::size_t>(wholeEnd - magnitude.begin());
   if (digits == 0 || (digits > 1 && magnitude.front() == '0')) return false;
   if (wholeEnd == magnitude.end()) return IsExactWhole(magnitude) && value != "-0";

@@ -17,7 +17,7 @@ std::string Counted(std::size_t count) {
 
 }  // namespace
 
-RecordReader::RecordReader(Encoding encoding, TableWriter& writer, Losses& losses)
+RecordReader::RecordReader(const Encoding& encoding, TableWriter& writer, Losses& losses)
     : decoder_(encoding),
       encodingName_(encoding.Name()),
       isAscii_(encoding.UnitSize() == 1),

@@ -15,7 +15,7 @@ namespace brindlex::tool {
 class RecordReader {
  public:
   /// Both references must outlive it.
-  RecordReader(Encoding encoding, TableWriter& writer, Losses& losses);
+  RecordReader(const Encoding& encoding, TableWriter& writer, Losses& losses);
 
   /// A collection begins at byte `at`. `name` is empty when it is the only one.
   void Begin(std::string_view name, std::uint64_t at);
