@@ -27,8 +27,6 @@ constexpr TextView AlphabetOf(std::int32_t base) {
     case 8:
     case 10:
       return kAlphabet16.substr(0, static_cast<std::size_t>(base));
-    case 60:
-      return AlphabetOf(10);
     case 16:
       return kAlphabet16;
     case 26:
@@ -39,6 +37,8 @@ constexpr TextView AlphabetOf(std::int32_t base) {
       return kAlphabet31;
     case 32:
       return kAlphabet32;
+    case 60:
+      return AlphabetOf(10);
     default:
       return {};
   }

@@ -14,7 +14,7 @@ namespace brindlex::tool {
 /// ConversionError and losses as ReadTables has them.
 class RecordReader {
  public:
-  /// Both references must outlive it.
+  /// `writer` and `losses` must outlive it.
   RecordReader(const Encoding& encoding, TableWriter& writer, Losses& losses);
 
   /// A collection begins at byte `at`. `name` is empty when it is the only one.
