@@ -17,11 +17,11 @@ void MemberAccess::AppendTexts(const Object& object, TextView end, TextBuilder& 
                                std::size_t& reading) {
   for (reading = 0; reading < names_.size(); ++reading) {
     AppendText(object, reading, text);
-    text.Append(end);
+    text.AppendMarker(end);
   }
 }
 
-void MemberAccess::LetTexts(const Object& object, const std::vector<TextView>& values) {
+void MemberAccess::LetTexts(const Object& object, const FieldViews& values) {
   for (std::size_t member = 0; member < values.size(); ++member) {
     if (!names_[member].empty()) LetText(object, member, values[member]);
   }

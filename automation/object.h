@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "automation/field_views.h"
 #include "automation/text.h"
 #include "automation/text_builder.h"
 
@@ -42,7 +43,7 @@ class MemberAccess {
 
   /// Hands `values`, one for each name, to the members in the order of the names, as LetText has
   /// it. A blank name is passed over.
-  virtual void LetTexts(const Object& object, const std::vector<TextView>& values);
+  virtual void LetTexts(const Object& object, const FieldViews& values);
 
   /// The object that the member with index `member` yields, as ObjectFamily::CallForObject has it.
   virtual Object CallForObject(const Object& object, std::size_t member);

@@ -44,13 +44,13 @@ void TextBuilder::MakeRoom(std::size_t wanted) {
   const Memory memory = Provide(size + wanted);
   begin_ = memory.begin;
   end_ = begin_ + size;
-  room_ = memory.size - size;
+  limit_ = begin_ + memory.size;
 }
 
 void TextBuilder::Forget() noexcept {
   begin_ = nullptr;
   end_ = nullptr;
-  room_ = 0;
+  limit_ = nullptr;
   expected_ = 0;
 }
 

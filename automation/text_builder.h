@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstring>
 
@@ -20,10 +21,15 @@ class TextBuilder {
   /// Appends `run`, which must not be part of this text. Throws std::bad_alloc or
   /// std::length_error; the text is then as it was.
   void Append(TextView run) {
-    if (run.size() > room_) MakeRoom(run.size());
+    if (run.size() > Room()) MakeRoom(run.size());
     CopyUnits(run, end_);
     end_ += run.size();
-    room_ -= run.size();
+  }
+
+  /// As Append, for a run that is nearly always a single unit.
+  void AppendMarker(TextView marker) {
+    if (marker.size() != 1 || Room() == 0) return Append(marker);
+    *end_++ = marker.front();
   }
 
   std::size_t Size() const noexcept { return static_cast<std::size_t>(end_ - begin_); }
@@ -54,36 +60,35 @@ class TextBuilder {
   void Forget() noexcept;
 
  private:
-  /// As std::memcpy, without the call for runs as short as most values are.
+  /// As std::memcpy, without the call for runs as short as most values are, and with few branches
+  /// on their length: it differs from value to value, so that the processor would guess wrong.
   static void CopyUnits(TextView run, char16_t* to) noexcept {
-    constexpr std::size_t kEight = 8 * sizeof(char16_t);
-    constexpr std::size_t kFour = 4 * sizeof(char16_t);
-    constexpr std::size_t kTwo = 2 * sizeof(char16_t);
     const char16_t* const from = run.data();
     const std::size_t count = run.size();
     if (count > 32) {
       std::memcpy(to, from, count * sizeof(char16_t));
-    } else if (count >= 8) {
-      for (std::size_t done = 0; done + 8 <= count; done += 8) {
-        std::memcpy(to + done, from + done, kEight);
-      }
-      std::memcpy(to + count - 8, from + count - 8, kEight);
     } else if (count >= 4) {
-      std::memcpy(to, from, kFour);
-      std::memcpy(to + count - 4, from + count - 4, kFour);
-    } else if (count >= 2) {
-      std::memcpy(to, from, kTwo);
-      std::memcpy(to + count - 2, from + count - 2, kTwo);
-    } else if (count == 1) {
-      *to = *from;
+      // Eight times four units, of which those that would go beyond the run are its last four.
+      for (std::size_t done = 0; done < 32; done += 4) {
+        const std::size_t at = std::min(done, count - 4);
+        std::memcpy(to + at, from + at, 4 * sizeof(char16_t));
+      }
+    } else if (count > 0) {
+      // The first, the middle and the last, which may be the same.
+      const std::size_t middle = count / 2;
+      to[0] = from[0];
+      to[middle] = from[middle];
+      to[count - 1] = from[count - 1];
     }
   }
 
+  std::size_t Room() const noexcept { return static_cast<std::size_t>(limit_ - end_); }
   void MakeRoom(std::size_t wanted);
 
   char16_t* begin_ = nullptr;
   char16_t* end_ = nullptr;
-  std::size_t room_ = 0;
+  /// Behind the memory that may be written to.
+  char16_t* limit_ = nullptr;
   std::size_t expected_ = 0;
 };
 

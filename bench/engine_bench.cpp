@@ -8,8 +8,11 @@
 #include <rapidjson/writer.h>
 #include <simdjson.h>
 
+#include <array>
+#include <cstdint>
 #include <cstring>
 #include <memory>
+#include <random>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -26,13 +29,19 @@ struct Data {
   std::size_t columns;
   std::vector<Text> wide;
   std::vector<std::string> narrow;
+  /// Which value each field has: in no order, since the processor learns what repeats itself, and
+  /// takes half the time for it then.
+  std::array<std::uint16_t, 65536> order;
 };
 
-/// A few hundred values of the kinds that records hold, which every record takes in turn; so that
-/// the values themselves are in the cache and the time is that of the engine.
+/// A few hundred values of the kinds that records hold; so that the values themselves are in the
+/// cache and the time is that of the engine.
 Data DataFor(benchmark::State& state) {
-  Data data{
-      static_cast<std::size_t>(state.range(0)), static_cast<std::size_t>(state.range(1)), {}, {}};
+  Data data{static_cast<std::size_t>(state.range(0)),
+            static_cast<std::size_t>(state.range(1)),
+            {},
+            {},
+            {}};
   for (int value = 0; value < 400; ++value) {
     const std::string kinds[] = {"Title " + std::to_string(value * 7919), "2026-01-12",
                                  std::to_string(value), "12.50", "a remark of some length"};
@@ -40,16 +49,21 @@ Data DataFor(benchmark::State& state) {
     data.narrow.push_back(text);
     data.wide.emplace_back(text.begin(), text.end());
   }
+  std::minstd_rand random;
+  for (std::uint16_t& value : data.order) {
+    value = static_cast<std::uint16_t>(random() % data.wide.size());
+  }
   return data;
 }
 
+/// The values in no order, though the same each time: what repeats itself, the processor learns,
+/// and takes half the time for it.
 template <class Values, class Use>
 void ForEachField(const Data& data, const Values& values, Use&& use) {
   std::size_t next = 0;
   for (std::size_t record = 0; record < data.records; ++record) {
     for (std::size_t column = 0; column < data.columns; ++column) {
-      use(values[next], column + 1 == data.columns);
-      if (++next == values.size()) next = 0;
+      use(values[data.order[next++ % data.order.size()]], column + 1 == data.columns);
     }
   }
 }
@@ -67,8 +81,8 @@ Text Written(const Data& data) {
   ForEachField(data, data.wide, [&](const Text& value, bool isLast) {
     if (text.Size() == 0) text.Expect(expected);
     text.Append(value);
-    text.Append(markers.fieldEnd);
-    if (isLast) text.Append(markers.recordEnd);
+    text.AppendMarker(markers.fieldEnd);
+    if (isLast) text.AppendMarker(markers.recordEnd);
   });
   return text.Take();
 }

@@ -146,7 +146,7 @@ struct ManyCollections {
   std::vector<Text> CopyOfAll() const {
     std::vector<Text> texts;
     const auto walk = WalkRecords(store.MultiDataString(), DefaultMarkers());
-    for (walk->Next(); walk->Next();) texts.emplace_back(walk->Fields().front());
+    for (walk->Next(); walk->Next();) texts.emplace_back(walk->Fields()[0]);
     return texts;
   }
 

@@ -1,8 +1,9 @@
-// Any units, scanned for any two from any start: the scan of several units at a time stops where
-// the scan of one after the other stops, and neither reads beyond the text.
+// Any units, scanned for any two from any start: the scan of several units at a time lists what
+// the scan of one after the other lists and what is there, and neither reads beyond the text.
 
 #include <algorithm>
 #include <memory>
+#include <vector>
 
 #include "fuzz/agreement.h"
 #include "fuzz/input.h"
@@ -11,16 +12,27 @@
 namespace brindlex {
 namespace {
 
-void CompareFrom(TextView text, char16_t one, char16_t other) {
-  MarkerScan<FastestMatch> scan(text, one, other);
-  MarkerScan<ScalarMatch> model(text, one, other);
-  const char16_t* const end = text.data() + text.size();
-  for (const char16_t* expected = model.Next(); expected != end; expected = model.Next()) {
-    Require(expected == scan.Next(), "where a unit stands");
-    Require(*expected == one || *expected == other, "which unit stands there");
+template <class Matcher>
+std::vector<const char16_t*> PlacesIn(TextView text, char16_t one, char16_t other) {
+  using Scan = MarkerScan<Matcher>;
+  Scan scan(text, one, other);
+  std::vector<const char16_t*> places;
+  while (!scan.IsAtEnd()) {
+    const std::size_t listed = places.size();
+    places.resize(listed + Scan::kRoom);
+    const char16_t** const end = scan.List(places.data() + listed);
+    places.resize(static_cast<std::size_t>(end - places.data()));
   }
-  Require(scan.Next() == end, "the end of the text");
-  Require(scan.Next() == end, "a scan behind its end");
+  return places;
+}
+
+void CompareFrom(TextView text, char16_t one, char16_t other) {
+  std::vector<const char16_t*> expected;
+  for (const char16_t& unit : text) {
+    if (unit == one || unit == other) expected.push_back(&unit + 1);
+  }
+  Require(PlacesIn<ScalarMatcher>(text, one, other) == expected, "the places, one by one");
+  Require(PlacesIn<FastestMatcher>(text, one, other) == expected, "the places, together");
 }
 
 void Compare(Input input) {

@@ -156,7 +156,7 @@ bool clsCollectionSaveRestore::Save(const CollectionRef& myObjects,
             guarded->AppendRecord(object, *access, names.size());
           } else {
             access->AppendTexts(object, markers.fieldEnd, result, reading);
-            result.Append(markers.recordEnd);
+            result.AppendMarker(markers.recordEnd);
           }
           ExpectRecords(count, ++written, result);
         }
@@ -210,8 +210,8 @@ std::unique_ptr<RecordWalk> clsCollectionSaveRestore::RecordsOf(TextView text,
   return records;
 }
 
-const std::vector<TextView>& clsCollectionSaveRestore::FieldsOf(const RecordWalk& record) {
-  const std::vector<TextView>* fields = nullptr;
+const FieldViews& clsCollectionSaveRestore::FieldsOf(const RecordWalk& record) {
+  const FieldViews* fields = nullptr;
   SplitString([&] { fields = &record.Fields(); });
   return *fields;
 }
@@ -235,8 +235,9 @@ Text OwnSpelling(const Collection& members, TextView name) {
 
 }  // namespace
 
-clsCollectionSaveRestore::Header clsCollectionSaveRestore::ReadHeader(
-    const std::vector<TextView>& names, const Collection& members, TextView keyProperty) {
+clsCollectionSaveRestore::Header clsCollectionSaveRestore::ReadHeader(const FieldViews& names,
+                                                                      const Collection& members,
+                                                                      TextView keyProperty) {
   Header header;
   for (const TextView name : names) {
     Text property;
@@ -252,16 +253,14 @@ clsCollectionSaveRestore::Header clsCollectionSaveRestore::ReadHeader(
 namespace {
 
 /// GoToHandler when a record has not as many values as the header has names.
-void RequireAll(const std::vector<TextView>& values, std::size_t expected,
-                std::size_t recordNumber) {
+void RequireAll(const FieldViews& values, std::size_t expected, std::size_t recordNumber) {
   if (values.size() == expected) return;
   GoToHandler(Text(u"Fields in record don't match field list, record number ")
                   .append(DecimalText(static_cast<std::int32_t>(recordNumber))));
 }
 
 /// The first value that is not empty in one of `columns`.
-std::optional<TextView> KeyOf(const std::vector<TextView>& values,
-                              const std::vector<std::size_t>& columns) {
+std::optional<TextView> KeyOf(const FieldViews& values, const std::vector<std::size_t>& columns) {
   for (const std::size_t column : columns) {
     if (!values[column].empty()) return values[column];
   }
@@ -297,7 +296,7 @@ CollectionRef clsCollectionSaveRestore::AsDelimitedToCollection(TextView savedIn
         const CollectionRef collection = sample.Family().NewCollection();
         for (std::size_t number = 1; records->Next(); ++number) {
           line = 6;
-          const std::vector<TextView>& values = FieldsOf(*records);
+          const FieldViews& values = FieldsOf(*records);
           RequireAll(values, header.properties.size(), number);
           line = 7;
           Object object = creator->CallForObject(createObject, 0);

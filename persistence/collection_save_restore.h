@@ -98,7 +98,7 @@ class clsCollectionSaveRestore {
   template <class Split>
   void SplitString(Split&& split);
   std::unique_ptr<RecordWalk> RecordsOf(TextView text, const Markers& markers);
-  const std::vector<TextView>& FieldsOf(const RecordWalk& record);
+  const FieldViews& FieldsOf(const RecordWalk& record);
   static bool ObjectItemExists(const CollectionRef& myCol, TextView myKey) noexcept;
 
   /// AsDelimitedFromCollection; says whether there was no report. `around` are the markers of the
@@ -108,7 +108,7 @@ class clsCollectionSaveRestore {
 
   CollectionRef MembersOf(const Object& sample);
   std::vector<Text> NamesToSave(const Object& first);
-  static Header ReadHeader(const std::vector<TextView>& names, const Collection& members,
+  static Header ReadHeader(const FieldViews& names, const Collection& members,
                            TextView keyProperty);
   CollectionRef RestoreBlocks();
 

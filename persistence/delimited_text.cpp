@@ -1,6 +1,7 @@
 #include "persistence/delimited_text.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <utility>
 
@@ -55,10 +56,7 @@ TextView StripRecordBreaks(TextView text, TextView recordEnd, Text& storage) {
   return storage;
 }
 
-const std::vector<TextView>& RecordWalk::Fields() const {
-  if (!HasFields()) throw RuntimeError(error_number::kInvalidCall);
-  return fields_;
-}
+void RecordWalk::ThrowNoFields() { throw RuntimeError(error_number::kInvalidCall); }
 
 namespace {
 
@@ -75,70 +73,108 @@ class OnePassWalk : public RecordWalk {
   OnePassWalk(TextView text, char16_t fieldEnd, char16_t recordEnd)
       : OnePassWalk(WithoutRest(text, {&recordEnd, 1}), fieldEnd) {}
 
-  bool Next() override {
-    std::vector<TextView>& fields = Record();
-    fields.clear();
-    if (!More()) return false;
-    const char16_t* marker = scan_.Next();
-    while (*marker == fieldEnd_) {
-      fields.emplace_back(at_, static_cast<std::size_t>(marker - at_));
-      at_ = marker + 1;
-      marker = scan_.Next();
+ private:
+  using Scan = MarkerScan<FastestMatcher>;
+
+  OnePassWalk(TextView text, char16_t fieldEnd)
+      : scan_(text, fieldEnd, text.back()), end_(text.data() + text.size()), fieldEnd_(fieldEnd) {
+    starts_.front() = text.data();
+    SetRecords(starts_.data(), {});
+  }
+
+  bool IsListed() const override { return scan_.IsAtEnd(); }
+
+  bool ListMore() override {
+    if (IsListed()) return false;
+    ForgetPassed();
+    // The text ends with a record end, so there is one.
+    std::size_t count = 0;
+    while (count == 0) {
+      if (starts_.size() - listed_ < Scan::kRoom) starts_.resize(2 * starts_.size());
+      Place* const first = starts_.data() + listed_;
+      Place* const behind = scan_.List(first);
+      listed_ = static_cast<std::size_t>(behind - starts_.data());
+      count = FindEnds(first, behind);
     }
-    at_ = BehindBreaks(marker + 1);
+    for (std::size_t number = 0; number < count; ++number) PassBreaks(*ends_[number]);
+    SetRecords(starts_.data(), {ends_.data(), count});
     return true;
   }
 
-  bool More() const override { return at_ != end_; }
-
- private:
-  OnePassWalk(TextView text, char16_t fieldEnd)
-      : scan_(text, fieldEnd, text.back()),
-        at_(text.data()),
-        end_(text.data() + text.size()),
-        fieldEnd_(fieldEnd) {}
-
-  const char16_t* BehindBreaks(const char16_t* at) const noexcept {
-    constexpr int kMost = 3;
-    for (int passed = 0; passed < kMost; ++passed) {
-      // The last unit of all is a record end, which begins no break.
-      const bool isBreak = at != end_ && at[0] == kLineBreak[0] && at[1] == kLineBreak[1];
-      if (!isBreak) break;
-      at += kLineBreak.size();
-    }
-    return at;
+  /// Moves what is listed of a record whose end is not to the front.
+  void ForgetPassed() noexcept {
+    Place* const front = starts_.data();
+    const std::ptrdiff_t passed = Record() - front;
+    if (passed == 0) return;
+    std::copy(Record(), front + listed_, front);
+    listed_ -= static_cast<std::size_t>(passed);
+    SetRecords(front, {});
   }
 
-  MarkerScan<FastestMatch> scan_;
-  const char16_t* at_;
+  /// Fills ends_ with the places behind record ends and returns how many they are. Each is written
+  /// down, to be overwritten by the next when it is none.
+  std::size_t FindEnds(Place* first, const Place* behind) noexcept {
+    std::size_t count = 0;
+    for (Place* place = first; place != behind; ++place) {
+      ends_[count] = place;
+      count += (*place)[-1] != fieldEnd_ ? 1 : 0;
+    }
+    return count;
+  }
+
+  /// Moves `start`, of a record, behind the line breaks that are there.
+  void PassBreaks(Place& start) const noexcept {
+    constexpr int kMost = 3;
+    // The last unit of all is a record end, which begins no break.
+    for (int passed = 0; passed < kMost && start != end_; ++passed) {
+      if (start[0] != kLineBreak[0] || start[1] != kLineBreak[1]) break;
+      start += kLineBreak.size();
+    }
+  }
+
+  Scan scan_;
   const char16_t* end_;
   char16_t fieldEnd_;
+  /// Places where fields and records start, and how many are listed: those of the stretch that was
+  /// listed last, and of the record that it began in.
+  std::vector<Place> starts_ = std::vector<Place>(2 * Scan::kRoom);
+  std::size_t listed_ = 1;
+  /// Of the places, those where a record starts.
+  std::array<Place*, Scan::kRoom> ends_;
 };
 
 /// For markers of any length, which may begin alike or hold line breaks: step by step.
 class StepwiseWalk : public RecordWalk {
  public:
   StepwiseWalk(TextView text, const Markers& markers)
-      : markers_(markers),
+      : RecordWalk(markers.fieldEnd.size()),
+        fieldEnd_(markers.fieldEnd),
         records_(StripRecordBreaks(text, markers.recordEnd, stripped_), markers.recordEnd) {}
 
-  bool Next() override {
-    std::vector<TextView>& fields = Record();
-    fields.clear();
+ private:
+  bool IsListed() const override { return !records_.More(); }
+
+  bool ListMore() override {
     TextView record;
     if (!records_.Next(record)) return false;
-    if (record.find(markers_.fieldEnd) == TextView::npos) return true;
-    DelimitedItems items(record, markers_.fieldEnd);
-    for (TextView field; items.Next(field);) fields.push_back(field);
+    starts_.assign({record.data()});
+    if (record.find(fieldEnd_) != TextView::npos) {
+      DelimitedItems items(record, fieldEnd_);
+      for (TextView field; items.Next(field);) {
+        starts_.push_back(field.data() + field.size() + fieldEnd_.size());
+      }
+    }
+    end_ = starts_.data() + starts_.size();
+    SetRecords(starts_.data(), {&end_, 1});
     return true;
   }
 
-  bool More() const override { return records_.More(); }
-
- private:
-  const Markers& markers_;
+  TextView fieldEnd_;
   Text stripped_;
   DelimitedItems records_;
+  /// Where the fields of the record start.
+  std::vector<Place> starts_;
+  Place* end_ = nullptr;
 };
 
 bool AreOnePass(const Markers& markers) {
@@ -173,9 +209,9 @@ std::optional<std::vector<TextView>> HeaderNames(TextView text, const Markers& m
 void AppendHeader(const std::vector<Text>& names, const Markers& markers, TextBuilder& text) {
   for (const Text& name : names) {
     text.Append(name);
-    text.Append(markers.fieldEnd);
+    text.AppendMarker(markers.fieldEnd);
   }
-  text.Append(markers.recordEnd);
+  text.AppendMarker(markers.recordEnd);
 }
 
 void ExpectRecords(std::int32_t count, std::int32_t written, TextBuilder& text) {

@@ -3,8 +3,10 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <vector>
 
+#include "automation/field_views.h"
 #include "automation/optional_text.h"
 #include "automation/text.h"
 #include "automation/text_builder.h"
@@ -63,23 +65,59 @@ class RecordWalk {
   virtual ~RecordWalk() = default;
 
   /// Goes to the next record, the first at first; false behind the last.
-  virtual bool Next() = 0;
+  bool Next() {
+    fields_ = {};
+    if (listed_.empty() && !ListMore()) return false;
+    Place* const end = listed_.front();
+    fields_ = {record_, static_cast<std::size_t>(end - record_) - 1, marker_};
+    record_ = end;
+    listed_ = listed_.subspan(1);
+    return true;
+  }
 
   /// True while Next has another record.
-  virtual bool More() const = 0;
+  bool More() const { return !listed_.empty() || !IsListed(); }
 
   /// True when the record that the walk is at holds a field end.
   bool HasFields() const { return !fields_.empty(); }
 
   /// The fields of the record that the walk is at, valid until Next is called. Error 5 when the
   /// record holds no field end.
-  const std::vector<TextView>& Fields() const;
+  const FieldViews& Fields() const {
+    if (!HasFields()) ThrowNoFields();
+    return fields_;
+  }
 
  protected:
-  std::vector<TextView>& Record() { return fields_; }
+  using Place = const char16_t*;
+
+  explicit RecordWalk(std::size_t marker) : marker_(marker) {}
+
+  /// Goes on with records that are listed one behind the other: from `record` on the places where
+  /// the fields of the first start, behind them the place behind its last field, and then those of
+  /// the next. `ends` are where the places of a record end and those of the next begin.
+  void SetRecords(Place* record, std::span<Place* const> ends) noexcept {
+    record_ = record;
+    listed_ = ends;
+  }
+
+  /// Where the places begin of the record behind those that were listed.
+  Place* Record() const noexcept { return record_; }
 
  private:
-  std::vector<TextView> fields_;
+  /// Sets records, at least one, when all that were listed are passed; false when there are none.
+  virtual bool ListMore() = 0;
+
+  /// True when the last record is listed.
+  virtual bool IsListed() const = 0;
+
+  [[noreturn]] static void ThrowNoFields();
+
+  FieldViews fields_;
+  /// Units that end a field.
+  std::size_t marker_ = 1;
+  Place* record_ = nullptr;
+  std::span<Place* const> listed_;
 };
 
 /// A walk over the records of `text`, to which the fields are views: one pass and no copy when each

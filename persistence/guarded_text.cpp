@@ -52,14 +52,14 @@ void GuardedText::AppendRecord(const Object& object, MemberAccess& access, std::
 void GuardedText::StartRecord() { record_ = field_ = text_.Size(); }
 
 void GuardedText::EndField() {
-  text_.Append(markers_.fieldEnd);
+  text_.AppendMarker(markers_.fieldEnd);
   const TextView fault = FaultOfField();
   if (!fault.empty()) Refuse(fault);
   field_ = text_.Size();
 }
 
 void GuardedText::EndRecord() {
-  text_.Append(markers_.recordEnd);
+  text_.AppendMarker(markers_.recordEnd);
   const TextView fault = FaultOfRecord();
   if (!fault.empty()) Refuse(fault);
 }

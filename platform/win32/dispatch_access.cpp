@@ -115,7 +115,7 @@ class DispatchAccess : public MemberAccess {
     Way way = WayTo(object);
     for (; reading < names_.size(); ++reading) {
       Append(way, reading, text);
-      text.Append(end);
+      text.AppendMarker(end);
     }
   }
 
@@ -124,7 +124,7 @@ class DispatchAccess : public MemberAccess {
     Let(way, member, value);
   }
 
-  void LetTexts(const Object& object, const std::vector<TextView>& values) override {
+  void LetTexts(const Object& object, const FieldViews& values) override {
     Way way = WayTo(object);
     for (std::size_t member = 0; member < values.size(); ++member) {
       if (!Names()[member].empty()) Let(way, member, values[member]);

@@ -169,7 +169,7 @@ TEST(RecordWalkTest, FieldsAreViewsIntoTheText) {
   const auto walk = WalkRecords(text, markers);
   walk->Next();
   walk->Next();
-  EXPECT_EQ(text.data() + 6, walk->Fields().front().data());
+  EXPECT_EQ(text.data() + 6, walk->Fields()[0].data());
 }
 
 /// What the naive model makes of `text`; nothing when it cannot be split.
@@ -205,11 +205,14 @@ TEST(RecordWalkTest, WalksEveryShortTextLikeTheNaiveModel) {
 TEST(RecordWalkTest, WalksLongTextsLikeTheNaiveModel) {
   std::mt19937 random(7);
   const Markers markers = DefaultMarkers();
-  for (int round = 0; round < 200; ++round) {
+  std::size_t walked = 0;
+  for (int round = 0; round < 400; ++round) {
     Text text;
-    const std::size_t length = random() % 400;
+    const std::size_t length = random() % 4000;
+    // From a marker in every other place to one in five hundred.
+    const std::size_t variety = std::size_t{8} << random() % 8;
     while (text.size() < length) {
-      const std::size_t kind = random() % 16;
+      const std::size_t kind = random() % variety;
       if (kind == 0) {
         text.append(markers.recordEnd);
       } else if (kind < 4) {
@@ -217,13 +220,48 @@ TEST(RecordWalkTest, WalksLongTextsLikeTheNaiveModel) {
       } else if (kind == 4) {
         text.append(u"\r\n");
       } else {
-        text += static_cast<char16_t>(u'a' + kind);
+        text += static_cast<char16_t>(u'a' + kind % 26);
       }
     }
     const auto expected = NaiveRecordsIn(text, markers);
     if (!expected) continue;
+    ++walked;
     ASSERT_EQ(*expected, RecordsIn(text, markers)) << testing::PrintToString(text);
   }
+  EXPECT_LT(300U, walked);
+}
+
+TEST(RecordWalkTest, ARecordMayHaveAnyNumberOfFields) {
+  const Markers markers = DefaultMarkers();
+  const auto recordOf = [&markers](std::size_t count) {
+    Text record;
+    for (std::size_t field = 0; field < count; ++field) {
+      record.append(field % 7, u'x').append(markers.fieldEnd);
+    }
+    return record.append(markers.recordEnd);
+  };
+  const std::size_t counts[] = {1, 510, 511, 512, 513, 2, 5000, 3, 20000, 1};
+  Text text;
+  for (const std::size_t count : counts) text.append(recordOf(count));
+  const auto walk = WalkRecords(text, markers);
+  for (const std::size_t count : counts) {
+    ASSERT_TRUE(walk->Next());
+    ASSERT_EQ(count, walk->Fields().size());
+    std::size_t number = 0;
+    for (const TextView field : walk->Fields()) ASSERT_EQ(Text(number++ % 7, u'x'), field);
+    EXPECT_EQ(Text((count - 1) % 7, u'x'), walk->Fields()[count - 1]);
+  }
+  EXPECT_FALSE(walk->More());
+}
+
+TEST(RecordWalkTest, AVeryLongRecordIsWalked) {
+  // Walking it again from its start for every stretch would take minutes.
+  constexpr std::size_t kFields = 4000000;
+  const Markers markers = DefaultMarkers();
+  const Text text = Text(kFields, markers.fieldEnd.front()).append(markers.recordEnd);
+  const auto walk = WalkRecords(text, markers);
+  ASSERT_TRUE(walk->Next());
+  EXPECT_EQ(kFields, walk->Fields().size());
 }
 
 TEST(HeaderNamesTest, Rows) {

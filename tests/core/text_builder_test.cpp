@@ -30,6 +30,20 @@ TEST(TextBuilderTest, AppendsRunsOfEveryLength) {
   EXPECT_EQ(expected, builder.Take());
 }
 
+TEST(TextBuilderTest, AppendsMarkersOfEveryLength) {
+  const Text source = Numbered(10);
+  StringTextBuilder builder;
+  Text expected;
+  for (int round = 0; round < 1000; ++round) {
+    for (std::size_t length = 0; length <= source.size(); ++length) {
+      const TextView marker = TextView(source).substr(0, length < 8 ? 1 : length);
+      builder.AppendMarker(marker);
+      expected.append(marker);
+    }
+  }
+  EXPECT_EQ(expected, builder.Take());
+}
+
 TEST(TextBuilderTest, IsEmptyAtFirstAndAfterTaking) {
   StringTextBuilder builder;
   EXPECT_EQ(u"", builder.View());
