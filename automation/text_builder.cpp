@@ -47,6 +47,8 @@ void TextBuilder::MakeRoom(std::size_t wanted) {
   limit_ = begin_ + memory.size;
 }
 
+void TextBuilder::AppendOutOfLine(TextView run) { Append(run); }
+
 void TextBuilder::Forget() noexcept {
   begin_ = nullptr;
   end_ = nullptr;

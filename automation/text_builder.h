@@ -1,8 +1,11 @@
 #pragma once
 
-#include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
 
 #include "automation/text.h"
 
@@ -28,7 +31,7 @@ class TextBuilder {
 
   /// As Append, for a run that is nearly always a single unit.
   void AppendMarker(TextView marker) {
-    if (marker.size() != 1 || Room() == 0) return Append(marker);
+    if (marker.size() != 1 || Room() == 0) return AppendOutOfLine(marker);
     *end_++ = marker.front();
   }
 
@@ -67,12 +70,10 @@ class TextBuilder {
     const std::size_t count = run.size();
     if (count > 32) {
       std::memcpy(to, from, count * sizeof(char16_t));
+    } else if (count > 16) {
+      CopyEnds<8>(from, count, to);
     } else if (count >= 4) {
-      // Eight times four units, of which those that would go beyond the run are its last four.
-      for (std::size_t done = 0; done < 32; done += 4) {
-        const std::size_t at = std::min(done, count - 4);
-        std::memcpy(to + at, from + at, 4 * sizeof(char16_t));
-      }
+      CopyEnds<4>(from, count, to);
     } else if (count > 0) {
       // The first, the middle and the last, which may be the same.
       const std::size_t middle = count / 2;
@@ -82,8 +83,34 @@ class TextBuilder {
     }
   }
 
+  /// Copies `count` units, from `Run` to four times as many: one or two runs from their start and
+  /// as many up to their end, which may overlap.
+  template <std::size_t Run>
+  static void CopyEnds(const char16_t* from, std::size_t count, char16_t* to) noexcept {
+    const std::size_t second = count >= 2 * Run ? Run : 0;
+    const std::size_t last = count - Run;
+    CopyRun<Run>(from, to);
+    CopyRun<Run>(from + second, to + second);
+    CopyRun<Run>(from + last - second, to + last - second);
+    CopyRun<Run>(from + last, to + last);
+  }
+
+  template <std::size_t Run>
+  static void CopyRun(const char16_t* from, char16_t* to) noexcept {
+#ifdef __SSE2__
+    if constexpr (Run * sizeof(char16_t) == sizeof(std::uint64_t)) {
+      // A compiler for 32 bits would make two copies of it.
+      const __m128i units = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(from));
+      _mm_storel_epi64(reinterpret_cast<__m128i*>(to), units);
+      return;
+    }
+#endif
+    std::memcpy(to, from, Run * sizeof(char16_t));
+  }
+
   std::size_t Room() const noexcept { return static_cast<std::size_t>(limit_ - end_); }
   void MakeRoom(std::size_t wanted);
+  void AppendOutOfLine(TextView run);
 
   char16_t* begin_ = nullptr;
   char16_t* end_ = nullptr;

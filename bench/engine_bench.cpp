@@ -23,47 +23,51 @@
 namespace brindlex {
 namespace {
 
-/// Records of `columns` short fields, as wide and as narrow text.
+/// What a column of records holds: values of one kind, as wide and as narrow text.
+struct Column {
+  std::vector<Text> wide;
+  std::vector<std::string> narrow;
+};
+
+/// Records of `columns` short fields, each with a value of its column's kind.
 struct Data {
   std::size_t records;
   std::size_t columns;
-  std::vector<Text> wide;
-  std::vector<std::string> narrow;
-  /// Which value each field has: in no order, since the processor learns what repeats itself, and
-  /// takes half the time for it then.
+  std::array<Column, 5> kinds;
+  /// Which of the values each field has: in no order, since the processor learns what repeats
+  /// itself, and takes half the time for it then.
   std::array<std::uint16_t, 65536> order;
 };
 
-/// A few hundred values of the kinds that records hold; so that the values themselves are in the
-/// cache and the time is that of the engine.
+/// Few enough values to be in the cache, so that the time is that of the engine.
 Data DataFor(benchmark::State& state) {
-  Data data{static_cast<std::size_t>(state.range(0)),
-            static_cast<std::size_t>(state.range(1)),
-            {},
-            {},
-            {}};
-  for (int value = 0; value < 400; ++value) {
-    const std::string kinds[] = {"Title " + std::to_string(value * 7919), "2026-01-12",
-                                 std::to_string(value), "12.50", "a remark of some length"};
-    const std::string& text = kinds[value % 5];
-    data.narrow.push_back(text);
-    data.wide.emplace_back(text.begin(), text.end());
+  Data data{
+      static_cast<std::size_t>(state.range(0)), static_cast<std::size_t>(state.range(1)), {}, {}};
+  constexpr int kValues = 80;
+  for (int value = 0; value < kValues; ++value) {
+    const std::string number = std::to_string(value * 7919);
+    const std::string kinds[] = {
+        "Title " + number, "2026-01-" + std::to_string(value % 28 + 1),
+        std::to_string(value * value), std::to_string(value) + ".50",
+        "a remark " + std::string(static_cast<std::size_t>(value % 27), 'x')};
+    for (std::size_t kind = 0; kind < data.kinds.size(); ++kind) {
+      data.kinds[kind].narrow.push_back(kinds[kind]);
+      data.kinds[kind].wide.emplace_back(kinds[kind].begin(), kinds[kind].end());
+    }
   }
   std::minstd_rand random;
-  for (std::uint16_t& value : data.order) {
-    value = static_cast<std::uint16_t>(random() % data.wide.size());
-  }
+  for (std::uint16_t& value : data.order) value = static_cast<std::uint16_t>(random() % kValues);
   return data;
 }
 
-/// The values in no order, though the same each time: what repeats itself, the processor learns,
-/// and takes half the time for it.
-template <class Values, class Use>
-void ForEachField(const Data& data, const Values& values, Use&& use) {
+/// Calls `use` with every field, as `Column` has it in `values`, and whether it ends a record.
+template <class Value, class Use>
+void ForEachField(const Data& data, std::vector<Value> Column::*values, Use&& use) {
   std::size_t next = 0;
   for (std::size_t record = 0; record < data.records; ++record) {
     for (std::size_t column = 0; column < data.columns; ++column) {
-      use(values[data.order[next++ % data.order.size()]], column + 1 == data.columns);
+      const Column& kind = data.kinds[column % data.kinds.size()];
+      use((kind.*values)[data.order[next++ % data.order.size()]], column + 1 == data.columns);
     }
   }
 }
@@ -78,7 +82,7 @@ Text Written(const Data& data) {
   const Markers markers = DefaultMarkers();
   StringTextBuilder text;
   const auto expected = data.records * data.columns * 13;
-  ForEachField(data, data.wide, [&](const Text& value, bool isLast) {
+  ForEachField(data, &Column::wide, [&](const Text& value, bool isLast) {
     if (text.Size() == 0) text.Expect(expected);
     text.Append(value);
     text.AppendMarker(markers.fieldEnd);
@@ -124,7 +128,7 @@ std::string AsJson(const Data& data) {
   rapidjson::Writer<rapidjson::StringBuffer> writer(buffer);
   writer.StartArray();
   bool isFirst = true;
-  ForEachField(data, data.narrow, [&](const std::string& value, bool isLast) {
+  ForEachField(data, &Column::narrow, [&](const std::string& value, bool isLast) {
     if (isFirst) writer.StartArray();
     writer.String(value.data(), static_cast<rapidjson::SizeType>(value.size()));
     if (isLast) writer.EndArray();
@@ -167,7 +171,7 @@ void BM_WalkSimdJson(benchmark::State& state) {
 std::string AsCsv(const Data& data) {
   std::string csv;
   std::string quoted;
-  ForEachField(data, data.narrow, [&](const std::string& value, bool isLast) {
+  ForEachField(data, &Column::narrow, [&](const std::string& value, bool isLast) {
     quoted.resize(2 * value.size() + 2);
     quoted.resize(csv_write(quoted.data(), quoted.size(), value.data(), value.size()));
     csv += quoted;

@@ -4,8 +4,10 @@
 #include <benchmark/benchmark.h>
 
 #include <array>
+#include <cstring>
 #include <memory>
 #include <optional>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -119,6 +121,51 @@ void RestoreUnder(TextView key, benchmark::State& state) {
   ReportPerField(state);
 }
 
+/// What no saving can go below: the same texts of the same records, copied one behind the other
+/// into fresh memory.
+void BM_FloorSave(benchmark::State& state) {
+  RecordFamily family;
+  const Markers markers = DefaultMarkers();
+  const auto count = static_cast<std::int32_t>(state.range(0));
+  std::vector<Object> objects;
+  std::size_t size = 0;
+  const CollectionRef records = RecordsOf(family, count);
+  const auto walk = records->Enumerate();
+  for (Object object; walk->NextObject(object);) {
+    for (const Text& field : family.RecordOf(object).fields) size += field.size() + 2;
+    objects.push_back(std::move(object));
+  }
+  for ([[maybe_unused]] auto _ : state) {
+    const std::unique_ptr<char16_t[]> text(new char16_t[size]);
+    char16_t* end = text.get();
+    for (const Object& object : objects) {
+      for (const Text& field : family.RecordOf(object).fields) {
+        std::memcpy(end, field.data(), field.size() * sizeof(char16_t));
+        end += field.size();
+        *end++ = markers.fieldEnd.front();
+      }
+      *end++ = markers.recordEnd.front();
+    }
+    benchmark::DoNotOptimize(text.get());
+    benchmark::ClobberMemory();
+  }
+  ReportPerField(state);
+}
+
+/// The same keys in the standard library's hash table, made for so many of them at once.
+void BM_FloorKeys(benchmark::State& state) {
+  const auto count = static_cast<std::int32_t>(state.range(0));
+  for ([[maybe_unused]] auto _ : state) {
+    std::unordered_map<Text, std::int32_t> numbers;
+    numbers.reserve(static_cast<std::size_t>(count));
+    for (std::int32_t number = 0; number < count; ++number) {
+      numbers.emplace(DecimalText(number), number);
+    }
+    benchmark::DoNotOptimize(numbers.size());
+  }
+  ReportPerField(state);
+}
+
 void BM_Restore(benchmark::State& state) { RestoreUnder({}, state); }
 void BM_RestoreKeyed(benchmark::State& state) { RestoreUnder(u"Title", state); }
 
@@ -208,9 +255,16 @@ BENCHMARK(BM_FloorWorkingCol);
 BENCHMARK(BM_WorkingCol);
 BENCHMARK(BM_FloorMultiDataColString);
 BENCHMARK(BM_MultiDataColString);
-BENCHMARK(BM_Save)->RangeMultiplier(10)->Range(1000, 1000000);
-BENCHMARK(BM_Restore)->RangeMultiplier(10)->Range(1000, 1000000);
-BENCHMARK(BM_RestoreKeyed)->RangeMultiplier(10)->Range(1000, 1000000);
+
+void Sizes(benchmark::internal::Benchmark* bench) {
+  bench->RangeMultiplier(10)->Range(1000, 1000000);
+}
+
+BENCHMARK(BM_Save)->Apply(Sizes);
+BENCHMARK(BM_FloorSave)->Apply(Sizes);
+BENCHMARK(BM_Restore)->Apply(Sizes);
+BENCHMARK(BM_RestoreKeyed)->Apply(Sizes);
+BENCHMARK(BM_FloorKeys)->Apply(Sizes);
 
 }  // namespace
 }  // namespace brindlex

@@ -3,6 +3,7 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #ifdef __SSE2__
 #include <emmintrin.h>
 #endif
@@ -123,23 +124,32 @@ class MarkerScan {
   /// that is less than a block.
   static constexpr std::ptrdiff_t kStretch = std::ptrdiff_t{kRoom} - kScanBlock;
 
+  /// What is left of a mask, in a word of the processor's.
+  using Bits = std::size_t;
+  static constexpr int kBits = std::numeric_limits<Bits>::digits;
+
   const char16_t** ListBlock(const char16_t* block, const char16_t** places) const noexcept {
     constexpr std::uint32_t kUsual = 6;
-    // Bits behind those of the block, so that there is always one to find.
-    constexpr std::uint64_t kBehind = ~std::uint64_t{0} << kScanBlock;
     const char16_t* const behindFirst = block + 1;
     const auto [mask, count] = matcher_.Match(block);
-    std::uint64_t bits = mask | kBehind;
+    // Those behind the block, if a word has so many, are set, so that there is always one to find.
+    Bits bits = mask | static_cast<Bits>(~std::uint64_t{0} << kScanBlock);
     // Written for nothing when there are fewer.
     for (std::uint32_t number = 0; number < kUsual; ++number) {
-      places[number] = behindFirst + std::countr_zero(bits);
+      places[number] = behindFirst + FirstOf(bits);
       bits &= bits - 1;
     }
     for (std::uint32_t number = kUsual; number < count; ++number) {
-      places[number] = behindFirst + std::countr_zero(bits);
+      places[number] = behindFirst + FirstOf(bits);
       bits &= bits - 1;
     }
     return places + count;
+  }
+
+  /// The first bit that is set; any when there is none.
+  static int FirstOf(Bits bits) noexcept {
+    if constexpr (kBits == kScanBlock) bits |= Bits{1} << (kBits - 1);
+    return std::countr_zero(bits);
   }
 
   const char16_t** ListRest(const char16_t** places) noexcept {

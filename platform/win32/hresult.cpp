@@ -87,8 +87,8 @@ RuntimeError ErrorOf(HRESULT status, EXCEPINFO& exception) {
   return error;
 }
 
-void Check(HRESULT status) {
-  if (FAILED(status)) throw ErrorOf(status);
-}
+void ThrowErrorOf(HRESULT status) { throw ErrorOf(status); }
+
+void ThrowErrorOf(HRESULT status, EXCEPINFO& exception) { throw ErrorOf(status, exception); }
 
 }  // namespace brindlex

@@ -14,7 +14,13 @@ RuntimeError ErrorOf(HRESULT status);
 /// Fills a deferred description in and releases the texts of `exception`.
 RuntimeError ErrorOf(HRESULT status, EXCEPINFO& exception);
 
+/// Throws ErrorOf(status); with `exception`, as ErrorOf has it.
+[[noreturn]] void ThrowErrorOf(HRESULT status);
+[[noreturn]] void ThrowErrorOf(HRESULT status, EXCEPINFO& exception);
+
 /// Throws ErrorOf(status) when `status` says failure.
-void Check(HRESULT status);
+inline void Check(HRESULT status) {
+  if (FAILED(status)) ThrowErrorOf(status);
+}
 
 }  // namespace brindlex

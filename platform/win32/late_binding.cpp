@@ -8,14 +8,6 @@
 namespace brindlex {
 namespace {
 
-/// Asks IDispatchEx after IDispatch has refused with `refusal`, which stands without it.
-HRESULT IdByDispatchEx(IDispatch& object, BSTR name, HRESULT refusal, ComPtr<IDispatchEx>& extended,
-                       DISPID& member) {
-  if (!extended) extended = ComPtr<IDispatch>(&object).As<IDispatchEx>();
-  if (!extended) return refusal == E_NOTIMPL ? DISP_E_UNKNOWNNAME : refusal;
-  return extended->GetDispID(name, fdexNameCaseInsensitive, &member);
-}
-
 void InvokeRaw(IDispatch& object, DISPID member, WORD flags, DISPPARAMS& parameters,
                VARIANT* result, LCID locale, DWORD* lastError = nullptr) {
   EXCEPINFO exception{};
@@ -34,11 +26,12 @@ DISPID MemberId(IDispatch& object, BSTR name, LCID locale) {
   return MemberId(object, name, locale, extended);
 }
 
-DISPID MemberId(IDispatch& object, BSTR name, LCID locale, ComPtr<IDispatchEx>& extended) {
+DISPID MemberIdByDispatchEx(IDispatch& object, BSTR name, HRESULT refusal,
+                            ComPtr<IDispatchEx>& extended) {
+  if (!extended) extended = ComPtr<IDispatch>(&object).As<IDispatchEx>();
+  if (!extended) ThrowErrorOf(refusal == E_NOTIMPL ? DISP_E_UNKNOWNNAME : refusal);
   DISPID member = DISPID_UNKNOWN;
-  HRESULT status = object.GetIDsOfNames(IID_NULL, &name, 1, locale, &member);
-  if (FAILED(status)) status = IdByDispatchEx(object, name, status, extended, member);
-  Check(status);
+  Check(extended->GetDispID(name, fdexNameCaseInsensitive, &member));
   return member;
 }
 
@@ -49,11 +42,6 @@ Variant Invoke(IDispatch& object, DISPID member, WORD flags, std::span<VARIANT> 
   Variant result;
   InvokeRaw(object, member, flags, parameters, result.Receive(), GetUserDefaultLCID(), lastError);
   return result;
-}
-
-void GetInto(Variant& result, IDispatch& object, DISPID member, LCID locale) {
-  DISPPARAMS none{};
-  InvokeRaw(object, member, kGet, none, result.Receive(), locale);
 }
 
 void Let(IDispatch& object, DISPID member, VARIANT& value, LCID locale, DWORD* lastError) {

@@ -7,6 +7,7 @@
 #include <span>
 
 #include "platform/win32/com_ptr.h"
+#include "platform/win32/hresult.h"
 #include "platform/win32/variant.h"
 
 namespace brindlex {
@@ -21,9 +22,18 @@ inline constexpr WORD kCallOrGet = DISPATCH_METHOD | DISPATCH_PROPERTYGET;
 /// refuses, without regard to letter case, by IDispatchEx. Error 438 when there is no such member.
 DISPID MemberId(IDispatch& object, BSTR name, LCID locale = GetUserDefaultLCID());
 
-/// As above, for a caller that asks one object for many names: `extended`, null at first, keeps the
-/// object's IDispatchEx once that had to be asked.
-DISPID MemberId(IDispatch& object, BSTR name, LCID locale, ComPtr<IDispatchEx>& extended);
+/// As MemberId, of an object whose GetIDsOfNames has refused with `refusal`. `extended`, null at
+/// first, keeps its IDispatchEx.
+DISPID MemberIdByDispatchEx(IDispatch& object, BSTR name, HRESULT refusal,
+                            ComPtr<IDispatchEx>& extended);
+
+/// As MemberId, for a caller that asks one object for many names: `extended`, null at first, keeps
+/// the object's IDispatchEx once that had to be asked.
+inline DISPID MemberId(IDispatch& object, BSTR name, LCID locale, ComPtr<IDispatchEx>& extended) {
+  DISPID member = DISPID_UNKNOWN;
+  const HRESULT status = object.GetIDsOfNames(IID_NULL, &name, 1, locale, &member);
+  return SUCCEEDED(status) ? member : MemberIdByDispatchEx(object, name, status, extended);
+}
 
 /// What the member yields for `arguments` (in their written order, which this function reverses in
 /// place for the call). Throws the member's own error as ErrorOf has it. `lastError` receives what
@@ -31,9 +41,16 @@ DISPID MemberId(IDispatch& object, BSTR name, LCID locale, ComPtr<IDispatchEx>& 
 Variant Invoke(IDispatch& object, DISPID member, WORD flags, std::span<VARIANT> arguments = {},
                DWORD* lastError = nullptr);
 
-/// As above, without arguments, for a caller that asks many objects: the locale is the caller's to
-/// find, and what the member yields replaces the content of `result`.
-void GetInto(Variant& result, IDispatch& object, DISPID member, LCID locale);
+/// What the property yields, as Invoke has it, for a caller that asks many objects: the locale is
+/// the caller's to find, and the value replaces the content of `result`.
+inline void GetInto(Variant& result, IDispatch& object, DISPID member, LCID locale) {
+  DISPPARAMS none{};
+  EXCEPINFO exception{};
+  UINT wrongArgument = 0;
+  const HRESULT status = object.Invoke(member, IID_NULL, locale, kGet, &none, result.Receive(),
+                                       &exception, &wrongArgument);
+  if (FAILED(status)) ThrowErrorOf(status, exception);
+}
 
 /// Sets a property. Throws the property's own error, with `lastError` as above.
 void Let(IDispatch& object, DISPID member, VARIANT& value, LCID locale = GetUserDefaultLCID(),

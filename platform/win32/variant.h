@@ -11,9 +11,12 @@
 
 namespace brindlex {
 
-/// The units of `text`, which may be null (empty); valid as long as the BSTR.
+/// The units of `text`, which may be null (empty); valid as long as the BSTR. Their length, in
+/// bytes, stands in the four bytes before them.
 inline TextView ViewOf(BSTR text) noexcept {
-  return {reinterpret_cast<const char16_t*>(text), SysStringLen(text)};
+  if (text == nullptr) return {};
+  const UINT bytes = reinterpret_cast<const UINT*>(text)[-1];
+  return {reinterpret_cast<const char16_t*>(text), bytes / sizeof(OLECHAR)};
 }
 
 /// A new BSTR with the units of `text`, which the caller frees; never null. Throws std::bad_alloc.
