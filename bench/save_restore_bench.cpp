@@ -3,8 +3,8 @@
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <array>
-#include <cstring>
 #include <memory>
 #include <optional>
 #include <unordered_map>
@@ -128,7 +128,7 @@ void BM_FloorSave(benchmark::State& state) {
   const Markers markers = DefaultMarkers();
   const auto count = static_cast<std::int32_t>(state.range(0));
   std::vector<Object> objects;
-  std::size_t size = 0;
+  std::size_t size = 1;
   const CollectionRef records = RecordsOf(family, count);
   const auto walk = records->Enumerate();
   for (Object object; walk->NextObject(object);) {
@@ -140,8 +140,7 @@ void BM_FloorSave(benchmark::State& state) {
     char16_t* end = text.get();
     for (const Object& object : objects) {
       for (const Text& field : family.RecordOf(object).fields) {
-        std::memcpy(end, field.data(), field.size() * sizeof(char16_t));
-        end += field.size();
+        end = std::copy(field.begin(), field.end(), end);
         *end++ = markers.fieldEnd.front();
       }
       *end++ = markers.recordEnd.front();

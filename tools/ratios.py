@@ -99,13 +99,13 @@ def main(native: str, windows: str, component: str, *rest: str) -> int:
     of: Callable[[str], float] = lambda name: com[f"{name}/100000"]
     pages = of("BM_FreshText")
     table.at_most("save, any objects : name + get",
-                  of("BM_Save"), of("BM_FloorNameAndGet"), 1.15, 1.3)
+                  of("BM_Save"), of("BM_FloorNameAndGet"), 1.15)
     table.at_most("save, any objects : name + get + pages of the text",
-                  of("BM_Save"), of("BM_FloorNameAndGet") + pages, 1.15, 1.2)
+                  of("BM_Save"), of("BM_FloorNameAndGet") + pages, 1.15)
     table.at_most("save, described : get alone",
-                  of("BM_SaveDescribed"), of("BM_FloorGet"), 1.15, 1.3)
+                  of("BM_SaveDescribed"), of("BM_FloorGet"), 1.15)
     table.at_most("save, described : get alone + pages of the text",
-                  of("BM_SaveDescribed"), of("BM_FloorGet") + pages, 1.15, 1.2)
+                  of("BM_SaveDescribed"), of("BM_FloorGet") + pages, 1.15)
     table.at_most("save, JScript's objects : name + get",
                   com["BM_SaveJScript/20000"], com["BM_FloorJScript/20000"], 1.15)
     table.at_most("save, VBScript's objects : name + get",

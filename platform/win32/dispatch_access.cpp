@@ -14,9 +14,9 @@
 namespace brindlex {
 namespace {
 
-ComPtr<ITypeInfo> DescriptionOf(IDispatch& object) {
+ComPtr<ITypeInfo> DescriptionOf(IDispatch& object, LCID locale) {
   ComPtr<ITypeInfo> description;
-  if (FAILED(object.GetTypeInfo(0, GetUserDefaultLCID(), description.Receive()))) return nullptr;
+  if (FAILED(object.GetTypeInfo(0, locale, description.Receive()))) return nullptr;
   return description;
 }
 
@@ -25,9 +25,9 @@ DISPID IdIn(ITypeInfo& description, BSTR name) {
   return SUCCEEDED(description.GetIDsOfNames(&name, 1, &id)) ? id : DISPID_UNKNOWN;
 }
 
-DISPID IdIn(IDispatch& object, BSTR name) {
+DISPID IdIn(IDispatch& object, BSTR name, LCID locale) {
   DISPID id = DISPID_UNKNOWN;
-  const HRESULT status = object.GetIDsOfNames(IID_NULL, &name, 1, GetUserDefaultLCID(), &id);
+  const HRESULT status = object.GetIDsOfNames(IID_NULL, &name, 1, locale, &id);
   return SUCCEEDED(status) ? id : DISPID_UNKNOWN;
 }
 
@@ -37,12 +37,12 @@ class DescribedIds {
   /// Holds nothing unless the description of `first` lists all `names` with the ids that `first`
   /// itself uses. Nor when it is made anew each time, as JScript's objects do: no two objects have
   /// the same then, and to ask each of them takes longer than its names.
-  DescribedIds(IDispatch& first, const std::vector<Bstr>& names) {
-    auto description = DescriptionOf(first);
-    if (!description || DescriptionOf(first).Get() != description.Get()) return;
+  DescribedIds(IDispatch& first, const std::vector<Bstr>& names, LCID locale) : locale_(locale) {
+    auto description = DescriptionOf(first, locale);
+    if (!description || DescriptionOf(first, locale).Get() != description.Get()) return;
     for (const Bstr& name : names) {
       const DISPID id = IdIn(*description.Get(), name.Get());
-      if (id == DISPID_UNKNOWN || id != IdIn(first, name.Get())) return;
+      if (id == DISPID_UNKNOWN || id != IdIn(first, name.Get(), locale)) return;
       ids_.push_back(id);
     }
     description_ = std::move(description);
@@ -50,11 +50,12 @@ class DescribedIds {
 
   bool AreKnown() const { return static_cast<bool>(description_); }
   bool HoldFor(IDispatch& object) const {
-    return description_.Get() == DescriptionOf(object).Get();
+    return description_.Get() == DescriptionOf(object, locale_).Get();
   }
   DISPID Of(std::size_t member) const { return ids_[member]; }
 
  private:
+  LCID locale_;
   ComPtr<ITypeInfo> description_;
   std::vector<DISPID> ids_;
 };
@@ -158,7 +159,7 @@ class DispatchAccess : public MemberAccess {
     own_.emplace(first, Names());
     if (own_->IsKnown()) return;
     own_.reset();
-    described_.emplace(first, names_);
+    described_.emplace(first, names_, locale_);
     if (!described_->AreKnown()) described_.reset();
   }
 
