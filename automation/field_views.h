@@ -21,13 +21,12 @@ class FieldViews {
 
   class const_iterator {
    public:
-    using iterator_category = std::forward_iterator_tag;
+    using iterator_category = std::input_iterator_tag;
     using value_type = TextView;
     using difference_type = std::ptrdiff_t;
     using pointer = const TextView*;
     using reference = TextView;
 
-    const_iterator() = default;
     const_iterator(const char16_t* const* start, std::size_t marker) noexcept
         : start_(start), marker_(marker) {}
 
@@ -46,8 +45,8 @@ class FieldViews {
     bool operator==(const const_iterator& other) const noexcept { return start_ == other.start_; }
 
    private:
-    const char16_t* const* start_ = nullptr;
-    std::size_t marker_ = 0;
+    const char16_t* const* start_;
+    std::size_t marker_;
   };
   using value_type = TextView;
   using const_reference = TextView;

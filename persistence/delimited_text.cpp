@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <cstring>
 #include <utility>
 
 #include "automation/runtime_error.h"
@@ -104,10 +105,8 @@ class OnePassWalk : public RecordWalk {
   /// Moves what is listed of a record whose end is not to the front.
   void ForgetPassed() noexcept {
     Place* const front = starts_.data();
-    const std::ptrdiff_t passed = Record() - front;
-    if (passed == 0) return;
-    std::copy(Record(), front + listed_, front);
-    listed_ -= static_cast<std::size_t>(passed);
+    listed_ -= static_cast<std::size_t>(Record() - front);
+    std::memmove(front, Record(), listed_ * sizeof(Place));
     SetRecords(front, {});
   }
 

@@ -127,7 +127,7 @@ STDMETHODIMP CoCollectionSaveRestore::FieldNamesCollection(BSTR asDelimitedStrin
 STDMETHODIMP CoCollectionSaveRestore::ItemExists(IDispatch* myCol, BSTR myKey,
                                                  VARIANT_BOOL* result) {
   return RunFor(result, [&] {
-    const bool exists = operations_.ItemExists(CollectionOf(myCol), ViewOf(myKey));
+    const bool exists = clsCollectionSaveRestore::ItemExists(CollectionOf(myCol), ViewOf(myKey));
     *result = exists ? VARIANT_TRUE : VARIANT_FALSE;
   });
 }

@@ -76,9 +76,10 @@ LSTATUS WriteKey(HKEY classesRoot, const RegistryKey& key) {
                                    nullptr, &opened, nullptr);
   if (status != ERROR_SUCCESS) return status;
   for (const RegistryKey::Value& value : key.values) {
-    const auto bytes = static_cast<DWORD>((value.text.size() + 1) * sizeof(wchar_t));
+    const std::size_t bytes = (value.text.size() + 1) * sizeof(wchar_t);
     status = RegSetValueExW(opened, value.name.c_str(), 0, REG_SZ,
-                            reinterpret_cast<const BYTE*>(value.text.c_str()), bytes);
+                            reinterpret_cast<const BYTE*>(value.text.c_str()),
+                            static_cast<DWORD>(bytes));
     if (status != ERROR_SUCCESS) break;
   }
   RegCloseKey(opened);

@@ -26,11 +26,10 @@ SalvageCounts& SalvageCounts::operator+=(const SalvageCounts& other) {
   return *this;
 }
 
-TextSalvage::TextSalvage(const std::string& path, const Encoding& encoding,
-                         const ByteMarkers& markers, const JoinOptions& options, Output& output,
-                         Tell tell)
-    : encoding_(encoding),
-      markers_(markers),
+TextSalvage::TextSalvage(const std::string& path, Encoding encoding, ByteMarkers markers,
+                         const JoinOptions& options, Output& output, Tell tell)
+    : encoding_(std::move(encoding)),
+      markers_(std::move(markers)),
       options_(options),
       output_(output),
       tell_(std::move(tell)),

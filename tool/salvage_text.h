@@ -54,7 +54,7 @@ class TextSalvage {
 
   /// Everything must outlive it. The file is read in several places at a time, so it must be one
   /// that can.
-  TextSalvage(const std::string& path, const Encoding& encoding, const ByteMarkers& markers,
+  TextSalvage(const std::string& path, Encoding encoding, ByteMarkers markers,
               const JoinOptions& options, Output& output, Tell tell);
   TextSalvage(const TextSalvage&) = delete;
   TextSalvage& operator=(const TextSalvage&) = delete;

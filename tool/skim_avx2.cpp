@@ -67,8 +67,8 @@ Skimmed SkimWide(std::string_view text, const SoundRecord& sound) {
 }  // namespace
 
 SkimFunction WideSkim() {
-  const bool isThere = __builtin_cpu_supports("avx2") != 0 && __builtin_cpu_supports("bmi") != 0 &&
-                       __builtin_cpu_supports("bmi2") != 0 && __builtin_cpu_supports("popcnt") != 0;
+  const bool isThere = __builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi") &&
+                       __builtin_cpu_supports("bmi2") && __builtin_cpu_supports("popcnt");
   return isThere ? SkimWide : nullptr;
 }
 

@@ -12,7 +12,7 @@
 namespace brindlex::tool {
 namespace {
 
-constexpr std::size_t kBlock = 64;
+inline constexpr std::size_t kBlock = 64;
 
 /// Where in a block the markers stand, and the bytes that a record may perhaps not hold; the first
 /// byte in the lowest bit.
@@ -65,7 +65,7 @@ class Pattern {
 
  private:
   std::uint64_t period_;
-  std::uint64_t masks_[kBlock];
+  std::uint64_t masks_[kBlock] = {};
 };
 
 /// `Vectors(sound, mayHold).Of(block)` makes the masks of a block; `Vectors::Extract(bits, mask)`

@@ -23,7 +23,7 @@ Source::Source(const std::string& path) : path_(path), name_(path) {
 
 Source::~Source() { Close(); }
 
-void Source::Close() {
+void Source::Close() const {
   if (kept_ >= 0) system::Close(kept_);
 }
 

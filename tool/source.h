@@ -30,7 +30,7 @@ class Source {
 
  private:
   void Keep(Input& input);
-  void Close();
+  void Close() const;
 
   std::string path_;
   std::string name_;

@@ -227,7 +227,7 @@ std::error_code WriteToTerminal(Descriptor to, std::string_view text) { return W
 
 std::optional<CodePageTable> ReadCodePage(unsigned number) {
   const std::string name = "CP" + std::to_string(number);
-  const iconv_t converter = ::iconv_open("UTF-16LE", name.c_str());
+  auto* const converter = ::iconv_open("UTF-16LE", name.c_str());
   // iconv's own way to say that it does not know the name.
   if (converter == reinterpret_cast<iconv_t>(-1)) return std::nullopt;
   CodePageTable table{};

@@ -74,7 +74,10 @@ class Viewer {
   }
 
   void Finish() {
-    if (!hasHeader_) return notes_.push_back("there is nothing in it");
+    if (!hasHeader_) {
+      notes_.emplace_back("there is nothing in it");
+      return;
+    }
     if (options_.record && !isDone_) {
       throw Failure(ExitCode::kUsage, fmt::format("there is no record {}", *options_.record));
     }
@@ -140,7 +143,7 @@ class Viewer {
     }
     if (note.empty()) return;
     if (notes_.size() == kMostNotes) {
-      notes_.push_back("there are more such records; brindlex check tells them all");
+      notes_.emplace_back("there are more such records; brindlex check tells them all");
     } else if (notes_.size() < kMostNotes) {
       notes_.push_back(note);
     }

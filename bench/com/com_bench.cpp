@@ -179,6 +179,7 @@ void ReportPerField(benchmark::State& state, std::size_t fields = kFields) {
 
 std::vector<Bstr> Bstrs(const std::vector<const wchar_t*>& names) {
   std::vector<Bstr> bstrs;
+  bstrs.reserve(names.size());
   for (const wchar_t* const name : names) {
     bstrs.emplace_back(TextView(reinterpret_cast<const char16_t*>(name)));
   }
@@ -242,6 +243,7 @@ void NameAndGet(benchmark::State& state, const Records& records, const std::vect
 
 void GetOnly(benchmark::State& state, const Records& records, const std::vector<Bstr>& names) {
   std::vector<DISPID> ids;
+  ids.reserve(names.size());
   for (const Bstr& name : names) ids.push_back(IdOf(*records.front().Get(), name));
   for ([[maybe_unused]] auto _ : state) {
     for (const auto& record : records) {

@@ -27,7 +27,7 @@ std::wstring ServerOf(REFCLSID classId) {
 }
 
 HRESULT Register(HMODULE module) {
-  const FARPROC entry = module == nullptr ? nullptr : GetProcAddress(module, "DllRegisterServer");
+  auto* const entry = module == nullptr ? nullptr : GetProcAddress(module, "DllRegisterServer");
   if (entry == nullptr) return E_NOINTERFACE;
   return reinterpret_cast<RegisterServer>(reinterpret_cast<void*>(entry))();
 }

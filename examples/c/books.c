@@ -167,7 +167,8 @@ static HRESULT Put(LateBound* self, DISPID id, VARIANT* value) {
 static HRESULT STDMETHODCALLTYPE Invoke(IDispatch* self, DISPID id, REFIID reserved, LCID locale,
                                         WORD flags, DISPPARAMS* arguments, VARIANT* result,
                                         EXCEPINFO* exception, UINT* wrongArgument) {
-  (void)reserved, (void)locale, (void)exception, (void)wrongArgument;
+  (void)reserved, (void)locale, (void)exception;
+  if (wrongArgument != NULL) *wrongArgument = 0;
   if ((flags & DISPATCH_PROPERTYPUT) != 0) return Put(Self(self), id, arguments->rgvarg);
   return result == NULL ? S_OK : Get(Self(self), id, result);
 }

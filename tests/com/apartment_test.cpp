@@ -60,7 +60,7 @@ void OnAnotherThread(DWORD kind, const std::function<void()>& body) {
     body();
     CoUninitialize();
   };
-  const HANDLE thread = CreateThread(nullptr, 0, RunBody, &inApartment, 0, nullptr);
+  auto* const thread = CreateThread(nullptr, 0, RunBody, &inApartment, 0, nullptr);
   ASSERT_NE(nullptr, thread);
   ServeUntil(thread);
   CloseHandle(thread);
@@ -257,6 +257,7 @@ TEST_F(ApartmentTest, WhatHoldsNothingMayBeUsedOnManyThreadsAtOnce) {
     uses.push_back(use);
   }
   std::vector<std::thread> threads;
+  threads.reserve(kThreads);
   for (int number = 0; number < kThreads; ++number) {
     threads.emplace_back([&] {
       CoInitializeEx(nullptr, COINIT_MULTITHREADED);

@@ -2,11 +2,15 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <bit>
+#include <memory>
+#include <new>
 #include <random>
 #include <string>
 #include <vector>
 
+#include "tests/core/failing_new.h"
 #include "tests/core/naive_format.h"
 #include "tests/core/persistence_test.h"
 
@@ -229,6 +233,59 @@ TEST(RecordWalkTest, WalksLongTextsLikeTheNaiveModel) {
     ASSERT_EQ(*expected, RecordsIn(text, markers)) << testing::PrintToString(text);
   }
   EXPECT_LT(300U, walked);
+}
+
+TEST(RecordWalkTest, IsAtNoRecordAtFirst) {
+  const Markers markers{u",", u";"};
+  const auto walk = WalkRecords(u"a,;", markers);
+  EXPECT_FALSE(walk->HasFields());
+  EXPECT_EQ(5, ErrorOf([&] { static_cast<void>(walk->Fields()); }));
+}
+
+TEST(RecordWalkTest, ReadsNothingBehindTheText) {
+  const Text text = u"a,;\r\nb,;";
+  // Memory of exactly this size, so that a read beyond it is seen where memory is checked.
+  const auto memory = std::make_unique<char16_t[]>(text.size());
+  std::copy(text.begin(), text.end(), memory.get());
+  EXPECT_EQ((Records{{u"a"}, {u"b"}}), RecordsIn({memory.get(), text.size()}, Markers{u",", u";"}));
+}
+
+TEST(RecordWalkTest, GoesOnWhereMemoryRanOut) {
+  const Markers markers{u",", u";"};
+  constexpr std::size_t kMany = 5000;
+  const Text text = Text(u"a,;b,;") + Text(kMany, u',') + u";c,;";
+  const auto walk = WalkRecords(text, markers);
+  ASSERT_TRUE(walk->Next());
+  EXPECT_THAT(walk->Fields(), ElementsAre(u"a"));
+  ASSERT_TRUE(walk->Next());
+  EXPECT_THAT(walk->Fields(), ElementsAre(u"b"));
+  const auto runsOutOfMemory = [&walk] {
+    const FailingNew failing(1, FailingNew::Extent::kFromThere);
+    try {
+      static_cast<void>(walk->Next());
+    } catch (const std::bad_alloc&) {
+      return true;
+    }
+    return false;
+  };
+  EXPECT_TRUE(runsOutOfMemory());
+  EXPECT_TRUE(runsOutOfMemory());
+  EXPECT_TRUE(walk->More());
+  ASSERT_TRUE(walk->Next());
+  EXPECT_EQ(kMany, walk->Fields().size());
+  ASSERT_TRUE(walk->Next());
+  EXPECT_THAT(walk->Fields(), ElementsAre(u"c"));
+  EXPECT_FALSE(walk->Next());
+}
+
+TEST(FieldViewsTest, AreWalkedByEitherStep) {
+  const Markers markers{u",", u";"};
+  const auto walk = WalkRecords(u"a,bc,;", markers);
+  walk->Next();
+  auto field = walk->Fields().begin();
+  EXPECT_EQ(u"a", *field++);
+  EXPECT_EQ(u"bc", *field);
+  EXPECT_EQ(walk->Fields().end(), ++field);
 }
 
 TEST(RecordWalkTest, ARecordMayHaveAnyNumberOfFields) {
