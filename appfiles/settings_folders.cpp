@@ -29,14 +29,15 @@ Text Joined(TextView folder, TextView name) { return Text(folder).append(u"\\").
 /// The application's folder in the tree that all users share, made where it is missing; nothing
 /// when the tree cannot be used. The company level is handed to `companyFolder` and to the cache as
 /// soon as it exists.
-std::optional<Text> FolderInCommonTree(Platform& platform, HostState& state, Text& companyFolder) {
+std::optional<Text> FolderInCommonTree(Platform& platform, const HostState& state,
+                                       FolderCache& cache, Text& companyFolder) {
   const Text root = FindSystemFolder(platform, kCommonAppData);
   if (root.empty() || !EnsureFolder(platform, root)) return std::nullopt;
 
   const Text company = Joined(root, state.companyFolderName);
   if (!EnsureFolder(platform, company)) return std::nullopt;
   companyFolder = company;
-  state.folderCache.companySettingsFolder = company;
+  cache.companySettingsFolder = company;
 
   Text application = Joined(company, state.appFolderName);
   if (!EnsureFolder(platform, application)) return std::nullopt;
@@ -74,10 +75,10 @@ bool EnsureFolder(Platform& platform, TextView path) noexcept {
   return exists;
 }
 
-Text SettingsFolderAllUsers(Platform& platform, HostState& state, Text& companyFolder) noexcept {
+Text SettingsFolderAllUsers(Platform& platform, const HostState& state, FolderCache& cache,
+                            Text& companyFolder) noexcept {
   Text result;
   TrapSilently([&] {
-    FolderCache& cache = state.folderCache;
     if (!cache.appSettingsFolder.empty()) {
       result = cache.appSettingsFolder;
       companyFolder = cache.companySettingsFolder;
@@ -86,7 +87,7 @@ Text SettingsFolderAllUsers(Platform& platform, HostState& state, Text& companyF
     // References of their own: the host may hand another object over from inside a property.
     const bool wantsProgDir = Object(state.hostObject).GetFlag(kUsingFarOrFarBar);
     if (IsWindowsVista(platform) || !wantsProgDir) {
-      if (const auto folder = FolderInCommonTree(platform, state, companyFolder)) {
+      if (const auto folder = FolderInCommonTree(platform, state, cache, companyFolder)) {
         cache.appSettingsFolder = *folder;
         result = *folder;
         return;

@@ -6,24 +6,22 @@
 
 namespace brindlex {
 
-/// The folders that one thread has found; empty until then.
+/// The folders that one thread has found; empty until then. Lives as long as its thread.
 struct FolderCache {
   Text appSettingsFolder;
   Text companySettingsFolder;
 };
 
-/// What the host has handed over on one thread, and what was found with it. Nothing of it is shared
-/// between threads.
+/// What the host has handed over on one thread. Nothing of it is shared between threads.
 struct HostState {
   /// Read late-bound, at the moment of use: UsingFarOrFarBar (a flag) and ProgDir (a text).
   Object hostObject;
   Text appFolderName;
   Text companyFolderName;
-  FolderCache folderCache;
 };
 
-/// Takes the host's object and names over in place of those before. What was found before stays
-/// found: a thread has one settings folder for as long as it uses the component.
+/// Takes the host's object and names over in place of those before. A folder that was found stays
+/// in the thread's cache.
 void StartUp(HostState& state, Object hostObject, TextView appFolderName,
              TextView companyFolderName);
 
@@ -38,8 +36,9 @@ bool EnsureFolder(Platform& platform, TextView path) noexcept;
 /// The settings folder that all users share, made when it is missing: company and application
 /// folder below the common application-data folder; where that cannot be used, or an old system's
 /// host does not want it, the host's ProgDir. `companyFolder` receives the company level, and stays
-/// as it is without one. Answered from the thread's cache once it was found. Never reports; a
+/// as it is without one. Answered from `cache`, the thread's, once it was found. Never reports; a
 /// failure ends the search with what was found so far, mostly the empty text.
-Text SettingsFolderAllUsers(Platform& platform, HostState& state, Text& companyFolder) noexcept;
+Text SettingsFolderAllUsers(Platform& platform, const HostState& state, FolderCache& cache,
+                            Text& companyFolder) noexcept;
 
 }  // namespace brindlex

@@ -49,8 +49,11 @@ class Collection {
   virtual void Add(Object entry, std::optional<TextView> key) = 0;
   virtual void Add(TextView entry, std::optional<TextView> key) = 0;
 
-  /// The collection itself as an object, to hand out. Error 424 when it has no such form.
+  /// The collection itself as an object, for the host. Error 424 when it has no such form.
   virtual Object AsObject() const = 0;
+
+  /// Whether it is of the component's own class, which the host can receive as it is.
+  virtual bool IsOwn() const = 0;
 };
 
 /// The first entry of `collection`, which must be an object or Nothing. Error 9 when it is empty,
@@ -67,6 +70,7 @@ class InnerCollection : public Collection {
   void Add(Object entry, std::optional<TextView> key) override;
   void Add(TextView entry, std::optional<TextView> key) override;
   Object AsObject() const override;
+  bool IsOwn() const override { return false; }
 
  private:
   using Entry = std::variant<Text, Object>;

@@ -17,7 +17,8 @@ class NumberText {
   NumberText& operator=(const NumberText&) = delete;
   virtual ~NumberText() = default;
 
-  /// True when the whole of `text` reads as a number (`IsNumeric` of a string). Raises no error.
+  /// True when the whole of `text` reads as a number that is not beyond the largest double
+  /// (`IsNumeric` of a string). Raises no error.
   virtual bool IsNumeric(TextView text) const = 0;
 
   /// The number that the whole of `text` reads as. Error 13 when it reads as none, 6 when it is

@@ -4,6 +4,7 @@
 #include <charconv>
 #include <cstddef>
 #include <iterator>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -69,14 +70,21 @@ bool IsLarge(std::string_view number) {
          0;
 }
 
-/// The value of `number`; 0 when it is empty.
-double Value(std::string_view number) {
+/// The value of `number`, 0 when it is empty; none when it is beyond the largest double.
+std::optional<double> FindValue(std::string_view number) {
   if (number.starts_with('+')) number.remove_prefix(1);
   double value = 0;
   const auto result = std::from_chars(number.data(), number.data() + number.size(), value);
   if (result.ec != std::errc::result_out_of_range) return value;
-  if (IsLarge(number)) throw RuntimeError(error_number::kOverflow);
+  if (IsLarge(number)) return std::nullopt;
   return 0;
+}
+
+/// As FindValue. Error 6 beyond the largest double.
+double Value(std::string_view number) {
+  const std::optional<double> value = FindValue(number);
+  if (!value) throw RuntimeError(error_number::kOverflow);
+  return *value;
 }
 
 /// The number that is the whole of `text` but for blanks around it; empty when it is none.
@@ -91,7 +99,10 @@ std::string WholeNumber(TextView text) {
 
 }  // namespace
 
-bool IsPlainDecimal(TextView text) { return !WholeNumber(text).empty(); }
+bool IsPlainDecimal(TextView text) {
+  const std::string number = WholeNumber(text);
+  return !number.empty() && FindValue(number).has_value();
+}
 
 double PlainDecimalValue(TextView text) {
   const std::string number = WholeNumber(text);

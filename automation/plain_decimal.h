@@ -10,7 +10,7 @@ namespace brindlex {
 /// line feed. No grouping, currency, hexadecimal or trailing signs. Values are rounded to the
 /// nearest double. Any thread may call.
 
-/// Whether the whole of `text`, but for blanks around it, is a number, however large.
+/// Whether the whole of `text`, but for blanks around it, is a number within the range of doubles.
 bool IsPlainDecimal(TextView text);
 
 /// The number that the whole of `text` is, but for blanks around it. Error 13 when it is none, 6

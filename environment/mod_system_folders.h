@@ -7,6 +7,8 @@
 
 namespace brindlex {
 
+/// The module modSystemFolders: where the shell's special folders are.
+
 /// The shell's number of the application-data folder that all users share.
 inline constexpr std::int32_t kCommonAppData = 35;
 

@@ -1,10 +1,13 @@
 #pragma once
 
+#include <array>
+#include <cstdint>
+
 #include "environment/report.h"
 
 namespace brindlex {
 
-/// Who receives the reports of one thread in place of its user. Lives on that thread.
+/// The object that receives the reports of one thread in place of its user. Lives on that thread.
 class ReportListener {
  public:
   ReportListener() = default;
@@ -12,15 +15,33 @@ class ReportListener {
   ReportListener& operator=(const ReportListener&) = delete;
   virtual ~ReportListener() = default;
 
-  /// Hands `report` over. False when the listener failed, or is still at an earlier report: what it
-  /// does then may fail itself, and would have it listen to itself without an end.
-  bool Tell(const Report& report) noexcept;
+  /// Passes `report` on. False when the listener failed, or is still handling an earlier report: a
+  /// failure of its own would otherwise notify it without an end.
+  ///
+  /// A host may leave OnReport by a non-local jump (longjmp, as the errors of some script engines
+  /// do), and this function then never returns. That is noticed at the next report.
+  bool Notify(const Report& report) noexcept;
+
+ protected:
+  /// Whether `address`, which was on the stack of this thread, still is. Only hosts that run code
+  /// on several stacks of one thread (fibers) make a difference.
+  virtual bool IsOnStack(const void* address) const noexcept;
 
  private:
+  /// Written into the stack frame of a running Notify. After a jump the frame is outside the stack,
+  /// or is overwritten by later calls.
+  using Mark = std::array<volatile std::uintptr_t, 8>;
+
   /// May throw anything, and call the component again.
   virtual void OnReport(const Report& report) = 0;
 
-  bool isListening_ = false;
+  void Write(Mark& mark) noexcept;
+  bool IsIntact(const Mark& mark) const noexcept;
+  bool IsRunningOutside(const Mark& mark) const noexcept;
+
+  /// Of the call that runs; null for none.
+  const Mark* running_ = nullptr;
+  std::uintptr_t runs_ = 0;
 };
 
 }  // namespace brindlex

@@ -6,7 +6,7 @@ void SystemServices::ShowReport(const Report& report) {
   // A reference of its own: the host may put another listener in its place meanwhile.
   const std::shared_ptr<ReportListener> listener = Listener();
   if (listener != nullptr) {
-    if (!listener->Tell(report)) WriteToErrorChannel(report);
+    if (!listener->Notify(report)) WriteToErrorChannel(report);
   } else if (IsDesktopVisible()) {
     ShowBox(report);
   } else {

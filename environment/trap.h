@@ -41,15 +41,15 @@ void Trap(Body&& body, Handler&& handler) {
   if (pending) std::forward<Handler>(handler)(*pending);
 }
 
-/// Runs `body()`, a step whose run-time errors a procedure ignores: the first ends the step. Only a
-/// failed allocation (error 7) travels on, since going on without what the step could not hold
-/// would pass for a result.
+/// Runs `body()`, a step whose run-time errors a procedure ignores, whatever their number: the
+/// first ends the step. A failed allocation of the component's own (std::bad_alloc) is passed on,
+/// because the result would otherwise lack what the step could not hold.
 template <class Body>
 void IgnoreErrors(Body&& body) {
   try {
     std::forward<Body>(body)();
-  } catch (const RuntimeError& error) {
-    if (error.number == error_number::kOutOfMemory) throw;
+  } catch (const RuntimeError&) {
+    return;
   }
 }
 

@@ -54,16 +54,39 @@ CollectionRef clsCollectionSaveRestore::GetMemberNamesLate(const Object& myObj) 
       [&](CurrentLine&) {
         CollectionRef listed;
         IgnoreErrors([&] { listed = myObj.CallForCollection(kMembersCol); });
-        const std::vector<Text> names =
-            HoldsEntries(listed) ? TextsOf(*listed) : myObj.PropertyGetNames();
-        CollectionRef collection = platform_.NewCollection();
-        for (const Text& name : names) collection->Add(name, name);
-        result = std::move(collection);
+        if (!HoldsEntries(listed)) {
+          result = PropertiesOf(myObj);
+        } else {
+          result = listed->IsOwn() ? listed : CopyOf(*listed);
+        }
       },
       [&](const PendingError& pending) {
         platform_.ShowReport(TaggedReport(u"Error GMNL", u"Error GMNL", pending));
       });
   return result;
+}
+
+CollectionRef clsCollectionSaveRestore::PropertiesOf(const Object& object) {
+  CollectionRef names = platform_.NewCollection();
+  for (const Text& name : object.PropertyGetNames()) names->Add(name, name);
+  return names;
+}
+
+CollectionRef clsCollectionSaveRestore::CopyOf(const Collection& foreign) {
+  CollectionRef copy = platform_.NewCollection();
+  for (const Text& name : TextsOf(foreign)) {
+    bool isKey = false;
+    IgnoreErrors([&] {
+      foreign.TextUnder(name);
+      isKey = true;
+    });
+    if (isKey && !ItemExists(copy, name)) {
+      copy->Add(name, name);
+    } else {
+      copy->Add(name, std::nullopt);
+    }
+  }
+  return copy;
 }
 
 std::vector<Text> clsCollectionSaveRestore::NamesToSave(const Object& first) {
@@ -346,7 +369,7 @@ CollectionRef clsCollectionSaveRestore::WorkingCol(TextView collectionName, cons
         IgnoreErrors([&] { block = blocks->ObjectUnder(collectionName); });
         if (block.IsNothing()) return;
         const Text& data = textData_.Block(block).DataString;
-        result = AsDelimitedToCollection(data, myCreator, internal_.recordEnd, internal_.fieldEnd,
+        result = AsDelimitedToCollection(data, myCreator, InternalRecordEnd, InternalFieldEnd,
                                          workingColKey);
       },
       [&](const PendingError& pending) {
@@ -360,13 +383,12 @@ Text clsCollectionSaveRestore::MultiDataColString(const CollectionRef& newCol, T
   Text result;
   Trap(
       [&](CurrentLine&) {
-        Given(newCol);
         CollectionRef blocks = RestoreBlocks();
         if (blocks == nullptr) blocks = textData_.NewCollection();
         const bool needsInner = refuseMarkers_;
         const Markers outer = DefaultMarkers();
         StringTextBuilder inner;
-        const bool isSaved = Save(newCol, internal_.recordEnd, internal_.fieldEnd, &outer, inner);
+        const bool isSaved = Save(newCol, InternalRecordEnd, InternalFieldEnd, &outer, inner);
         if (needsInner && !isSaved) return;
         clsTextData data{inner.Take(), Text(name)};
         if (ObjectItemExists(blocks, name)) {

@@ -25,8 +25,10 @@ class clsCollectionSaveRestore {
   /// `platform` must outlive the instance and what it returns.
   explicit clsCollectionSaveRestore(Platform& platform);
 
-  /// The member names of any object: those of its MembersCol, otherwise its readable properties in
-  /// declaration order; each name is its own key. A failure shows "Error GMNL".
+  /// The member names of any object: the collection of its MembersCol as it is, if that has
+  /// entries; otherwise its readable properties in declaration order, each name under itself as
+  /// key. A MembersCol of a foreign class is copied: each name has itself as key if the foreign
+  /// collection finds it under that key and no earlier name has it. A failure shows "Error GMNL".
   CollectionRef GetMemberNamesLate(const Object& myObj);
 
   /// The field names in the header of `asDelimitedString`, each under itself as key; no collection
@@ -106,6 +108,8 @@ class clsCollectionSaveRestore {
   bool Save(const CollectionRef& myObjects, const OptionalText& recordEndMarker,
             const OptionalText& fieldEndMarker, const Markers* around, TextBuilder& result);
 
+  CollectionRef PropertiesOf(const Object& object);
+  CollectionRef CopyOf(const Collection& foreign);
   CollectionRef MembersOf(const Object& sample);
   std::vector<Text> NamesToSave(const Object& first);
   static Header ReadHeader(const FieldViews& names, const Collection& members,
@@ -114,7 +118,9 @@ class clsCollectionSaveRestore {
 
   Platform& platform_;
   TextDataFamily textData_;
-  const Markers internal_ = InternalMarkers();
+  /// The markers of the inner layer, set when the instance is made.
+  const Text InternalFieldEnd = InternalMarkers().fieldEnd;
+  const Text InternalRecordEnd = InternalMarkers().recordEnd;
   bool refuseMarkers_ = false;
   /// Shared, so that a call keeps its text while the host, re-entering, sets another.
   std::shared_ptr<const Text> multiDataString_ = std::make_shared<const Text>();

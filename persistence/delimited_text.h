@@ -19,8 +19,10 @@ struct Markers {
   Text recordEnd;
 };
 
-/// The markers of a text that stands alone, and of the outer layer of a multi-collection text:
-/// yen sign and capital ligature OE, codes 165 and 140 of Windows-1252.
+/// The markers of a single collection, and of the outer layer of a multi-collection text: yen sign
+/// and capital ligature OE, codes 165 and 140 of Windows-1252.
+Text DefaultFieldEnd();
+Text DefaultRecordEnd();
 Markers DefaultMarkers();
 
 /// The markers of the inner layer of a multi-collection text: right guillemet and capital S with

@@ -113,7 +113,7 @@ STDMETHODIMP CoAppFiles::SettingsFolderAllUsers(BSTR* companyFolder, BSTR* resul
     HostState none;
     Text company(ViewOf(*companyFolder));
     const Text folder = brindlex::SettingsFolderAllUsers(
-        ThePlatform(), state == nullptr ? none : state->host, company);
+        ThePlatform(), state == nullptr ? none : state->host, ThreadFolderCache(), company);
     Bstr made(folder);
     Assign(company, *companyFolder);
     *result = made.Detach();

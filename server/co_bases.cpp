@@ -2,8 +2,10 @@
 
 #include "bases/bases.h"
 #include "bases/double_bits.h"
+#include "platform/win32/floating_point_scope.h"
 #include "platform/win32/number_text.h"
 #include "server/given_number.h"
+#include "server/never_destroyed.h"
 
 namespace brindlex {
 namespace {
@@ -60,8 +62,8 @@ constexpr Member kBasesMembers[] = {
 };
 
 const NumberText& Reading() {
-  static const Win32NumberText reading;
-  return reading;
+  static const NeverDestroyed<Win32NumberText> reading;
+  return reading.Get();
 }
 
 /// The limits in the caller's variables. At its end, whatever that is, the tolerance goes back
@@ -101,6 +103,7 @@ STDMETHODIMP CoBases::ConvertBase(VARIANT number, long fromBase, long toBase,
                                   VARIANT* result) {
   return RunFor(result, [&] {
     const GivenNumber given(number);
+    const FloatingPointScope ownEnvironment;
     GivenLimits limits(maxFractionDigits, tolerance, groupSize);
     DigitBuffer text;
     const auto value =
@@ -119,6 +122,7 @@ STDMETHODIMP CoBases::ConvertDec2Base(VARIANT number, long base, long* maxFracti
                                       double* tolerance, long* groupSize, BSTR* result) {
   return RunFor(result, [&] {
     const GivenNumber given(number);
+    const FloatingPointScope ownEnvironment;
     GivenLimits limits(maxFractionDigits, tolerance, groupSize);
     DigitBuffer text;
     brindlex::ConvertDec2Base(given, base, limits.Get(), Reading(), text);
@@ -127,8 +131,10 @@ STDMETHODIMP CoBases::ConvertDec2Base(VARIANT number, long base, long* maxFracti
 }
 
 STDMETHODIMP CoBases::ConvertBase2Dec(BSTR text, long base, double* result) {
-  return RunFor(result,
-                [&] { *result = brindlex::ConvertBase2Dec(ViewOf(text), base, Reading()); });
+  return RunFor(result, [&] {
+    const FloatingPointScope ownEnvironment;
+    *result = brindlex::ConvertBase2Dec(ViewOf(text), base, Reading());
+  });
 }
 
 STDMETHODIMP CoBases::ConvertDigit(long digit, long base, BSTR* result) {
@@ -136,8 +142,10 @@ STDMETHODIMP CoBases::ConvertDigit(long digit, long base, BSTR* result) {
 }
 
 STDMETHODIMP CoBases::DeconvertDigit(BSTR digitText, long base, long* result) {
-  return RunFor(result,
-                [&] { *result = brindlex::DeconvertDigit(ViewOf(digitText), base, Reading()); });
+  return RunFor(result, [&] {
+    const FloatingPointScope ownEnvironment;
+    *result = brindlex::DeconvertDigit(ViewOf(digitText), base, Reading());
+  });
 }
 
 }  // namespace brindlex

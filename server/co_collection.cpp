@@ -229,6 +229,8 @@ class DirectCollection : public Collection {
     return ThePlatform().Dispatch().Wrap(ComPtr<IDispatch>(collection_.Get()));
   }
 
+  bool IsOwn() const override { return true; }
+
  private:
   KeyedList<Variant>& All() const { return collection_->Entries(); }
 

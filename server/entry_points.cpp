@@ -2,9 +2,10 @@
 
 #include "platform/win32/hresult.h"
 #include "server/classes.h"
-#include "server/exception_reserve.h"
+#include "server/emergency_pool.h"
 #include "server/module.h"
 #include "server/registration.h"
+#include "server/thread_state.h"
 
 namespace brindlex {
 namespace {
@@ -35,6 +36,7 @@ class OpenRoot {
 };
 
 HRESULT OnKeys(HKEY owner, KeyOperation operation) noexcept {
+  PrepareToThrow();
   try {
     const std::vector<RegistryKey> keys = KeysOf(module::Path());
     const OpenRoot own(owner, 0);
@@ -50,10 +52,10 @@ HRESULT OnKeys(HKEY owner, KeyOperation operation) noexcept {
 }  // namespace
 }  // namespace brindlex
 
-/// Nothing may happen here that the loader lock forbids, so nothing but remembering does.
-extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, void* reserved) {
-  if (reason == DLL_PROCESS_ATTACH) brindlex::module::SetInstance(instance);
-  if (reason == DLL_PROCESS_DETACH && reserved != nullptr) brindlex::module::SetProcessEnding();
+/// Only what the loader lock allows: pinning, and freeing memory.
+extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, void* /*reserved*/) {
+  if (reason == DLL_PROCESS_ATTACH) brindlex::module::KeepLoaded(instance);
+  if (reason == DLL_THREAD_DETACH) brindlex::FreeThreadFolderCache();
   return TRUE;
 }
 

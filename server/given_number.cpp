@@ -1,7 +1,6 @@
 #include "server/given_number.h"
 
 #include "automation/runtime_error.h"
-#include "platform/win32/fpu_precision.h"
 #include "platform/win32/hresult.h"
 #include "platform/win32/late_binding.h"
 
@@ -70,7 +69,6 @@ void GivenNumber::Read(const VARIANT& value) {
 }
 
 void GivenNumber::ReadWritten(const VARIANT& value) {
-  const DoublePrecision precision;
   Variant number;
   Check(ChangeType(number.Get(), value, 0, VT_R8));
   Variant text;

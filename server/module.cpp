@@ -9,15 +9,15 @@ namespace {
 
 HINSTANCE theInstance = nullptr;
 std::atomic<long> useCount{0};
-bool isProcessEnding = false;
 
 }  // namespace
 
-void SetInstance(HINSTANCE instance) noexcept { theInstance = instance; }
-
-void SetProcessEnding() noexcept { isProcessEnding = true; }
-
-bool IsProcessEnding() noexcept { return isProcessEnding; }
+void KeepLoaded(HINSTANCE instance) noexcept {
+  theInstance = instance;
+  HMODULE self = nullptr;
+  GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_PIN | GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
+                     reinterpret_cast<PCWSTR>(instance), &self);
+}
 
 std::wstring Path() {
   std::wstring path(MAX_PATH, L'\0');

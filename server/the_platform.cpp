@@ -1,6 +1,7 @@
 #include "server/the_platform.h"
 
 #include "server/co_collection.h"
+#include "server/never_destroyed.h"
 #include "server/thread_state.h"
 
 namespace brindlex {
@@ -15,8 +16,8 @@ std::shared_ptr<ReportListener> FindListener() {
 }  // namespace
 
 Win32Platform& ThePlatform() {
-  static Win32Platform platform(MakeCollection, FindListener);
-  return platform;
+  static NeverDestroyed<Win32Platform> platform(MakeCollection, CollectionOf, FindListener);
+  return platform.Get();
 }
 
 }  // namespace brindlex

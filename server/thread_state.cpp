@@ -4,9 +4,11 @@
 
 #include <objidl.h>
 
+#include <atomic>
+#include <memory>
+#include <new>
 #include <utility>
 
-#include "automation/runtime_error.h"
 #include "platform/win32/com_ptr.h"
 #include "platform/win32/hresult.h"
 #include "server/counted_object.h"
@@ -14,26 +16,34 @@
 namespace brindlex {
 namespace {
 
-/// A place for one pointer on every thread. Plain slots of the system, since nothing of ours may
-/// run at the end of a thread by means of the loader, whose lock is held then.
+/// A place for one pointer on every thread: a plain slot of the system, taken at its first use and
+/// kept until the process ends.
 class ThreadSlot {
  public:
-  ThreadSlot() noexcept : index_(TlsAlloc()) {}
-  ThreadSlot(const ThreadSlot&) = delete;
-  ThreadSlot& operator=(const ThreadSlot&) = delete;
-  ~ThreadSlot() { TlsFree(index_); }
+  /// Null where none was set.
+  void* Get() const noexcept {
+    const DWORD index = index_;
+    return index == TLS_OUT_OF_INDEXES ? nullptr : TlsGetValue(index);
+  }
 
-  void* Get() const noexcept { return TlsGetValue(index_); }
-  bool Set(void* value) const noexcept { return TlsSetValue(index_, value) != FALSE; }
+  /// False when there is no slot or no memory for it.
+  bool Set(void* value) noexcept { return HasIndex() && TlsSetValue(index_, value) != FALSE; }
 
  private:
-  DWORD index_;
+  bool HasIndex() noexcept {
+    if (index_ != TLS_OUT_OF_INDEXES) return true;
+    const DWORD taken = TlsAlloc();
+    if (taken == TLS_OUT_OF_INDEXES) return false;
+    DWORD none = TLS_OUT_OF_INDEXES;
+    if (!index_.compare_exchange_strong(none, taken)) TlsFree(taken);
+    return true;
+  }
+
+  std::atomic<DWORD> index_{TLS_OUT_OF_INDEXES};
 };
 
-const ThreadSlot& Slot() noexcept {
-  static const ThreadSlot slot;
-  return slot;
-}
+constinit ThreadSlot watchSlot;
+constinit ThreadSlot cacheSlot;
 
 /// Told by COM when the thread leaves its apartment. COM holds the only lasting reference, from
 /// Register until the last CoUninitialize, or the thread's end.
@@ -43,19 +53,19 @@ class ApartmentWatch final : public CountedObject<ApartmentWatch, IInitializeSpy
   ApartmentWatch(const ApartmentWatch&) = delete;
   ApartmentWatch& operator=(const ApartmentWatch&) = delete;
   ~ApartmentWatch() {
-    if (OfThisThread() == this) Slot().Set(nullptr);
+    if (OfThisThread() == this) watchSlot.Set(nullptr);
   }
 
   static ApartmentWatch* OfThisThread() noexcept {
-    return static_cast<ApartmentWatch*>(Slot().Get());
+    return static_cast<ApartmentWatch*>(watchSlot.Get());
   }
 
   const std::shared_ptr<ThreadState>& State() const noexcept { return state_; }
 
   void Register() {
-    if (!Slot().Set(this)) throw RuntimeError(error_number::kOutOfMemory);
+    if (!watchSlot.Set(this)) throw std::bad_alloc();
     const HRESULT status = CoRegisterInitializeSpy(this, &cookie_);
-    if (FAILED(status)) Slot().Set(nullptr);
+    if (FAILED(status)) watchSlot.Set(nullptr);
     Check(status);
   }
 
@@ -70,7 +80,7 @@ class ApartmentWatch final : public CountedObject<ApartmentWatch, IInitializeSpy
   void End() {
     const ComPtr<ApartmentWatch> alive(this);
     // First, so that a host that calls from inside its object's end finds nothing half gone.
-    Slot().Set(nullptr);
+    watchSlot.Set(nullptr);
     state_.reset();
     CoRevokeInitializeSpy(cookie_);
   }
@@ -94,6 +104,18 @@ void ForgetEmptyThreadState() noexcept {
   const bool isStarted = !state.host.hostObject.IsNothing() || !state.host.appFolderName.empty() ||
                          !state.host.companyFolderName.empty();
   if (!isStarted && state.listener == nullptr) watch->End();
+}
+
+FolderCache& ThreadFolderCache() {
+  if (auto* const cache = static_cast<FolderCache*>(cacheSlot.Get())) return *cache;
+  auto made = std::make_unique<FolderCache>();
+  if (!cacheSlot.Set(made.get())) throw std::bad_alloc();
+  return *made.release();
+}
+
+void FreeThreadFolderCache() noexcept {
+  const std::unique_ptr<FolderCache> cache(static_cast<FolderCache*>(cacheSlot.Get()));
+  if (cache != nullptr) cacheSlot.Set(nullptr);
 }
 
 std::shared_ptr<ThreadState> EnsureThreadState() {

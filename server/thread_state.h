@@ -17,13 +17,20 @@ struct ThreadState {
 /// What the host has handed over on the calling thread; null before it has.
 ///
 /// It is released while the thread's apartment is still there, in the last CoUninitialize of the
-/// thread; on a thread that ends without one, when COM cleans up behind it. Until then it keeps the
-/// DLL loaded, as an object of the DLL does, since COM must tell it of the apartment's end.
+/// thread; on a thread that ends without one, when COM cleans up after it. Until then it counts as
+/// a use of the DLL, as an object does.
 std::shared_ptr<ThreadState> CurrentThreadState() noexcept;
 
-/// Gives the calling thread's state up when the host has taken everything back; the DLL can be
-/// unloaded then.
+/// Releases the calling thread's state if the host has taken everything back; it is no use of the
+/// DLL then.
 void ForgetEmptyThreadState() noexcept;
+
+/// The folders that the calling thread has found. Lives until the thread ends, whatever its
+/// apartment does meanwhile. Throws std::bad_alloc.
+FolderCache& ThreadFolderCache();
+
+/// Frees the cache of the calling thread; to be called when the thread ends.
+void FreeThreadFolderCache() noexcept;
 
 /// As CurrentThreadState, made when the thread has none. Throws RuntimeError or std::bad_alloc.
 std::shared_ptr<ThreadState> EnsureThreadState();

@@ -76,6 +76,7 @@ class View : public Collection {
   void Add(TextView entry, std::optional<TextView> key) override { AddValue(Text(entry), key); }
 
   Object AsObject() const override { return self_; }
+  bool IsOwn() const override { return collection_.isOwn; }
 
  private:
   const MemoryCollection::Entry* Find(TextView key) const {

@@ -33,6 +33,9 @@ class MemoryCollection : public MemoryObject {
   /// Runs before each use and may do anything, failing and changing the entries included.
   std::function<void(Use use)> onUse;
 
+  /// Whether it counts as one of the component's own class.
+  bool isOwn = false;
+
   /// What Count says instead of the truth.
   std::optional<std::int32_t> claimedCount;
 };

@@ -128,7 +128,9 @@ std::unique_ptr<MemberAccess> MemoryFamily::Access(std::vector<Text> names) cons
 }
 
 CollectionRef MemoryFamily::NewCollection() const {
-  return CollectionOf(*this, New<MemoryCollection>());
+  Object collection = New<MemoryCollection>();
+  In<MemoryCollection>(collection).isOwn = true;
+  return CollectionOf(*this, std::move(collection));
 }
 
 std::size_t MemoryFamily::References(const Object& object) const {

@@ -16,8 +16,9 @@ namespace {
 
 ComPtr<ITypeInfo> DescriptionOf(IDispatch& object, LCID locale) {
   ComPtr<ITypeInfo> description;
-  if (FAILED(object.GetTypeInfo(0, locale, description.Receive()))) return nullptr;
-  return description;
+  if (SUCCEEDED(object.GetTypeInfo(0, locale, description.Receive()))) return description;
+  ClearErrorObject();
+  return nullptr;
 }
 
 DISPID IdIn(ITypeInfo& description, BSTR name) {
@@ -27,8 +28,9 @@ DISPID IdIn(ITypeInfo& description, BSTR name) {
 
 DISPID IdIn(IDispatch& object, BSTR name, LCID locale) {
   DISPID id = DISPID_UNKNOWN;
-  const HRESULT status = object.GetIDsOfNames(IID_NULL, &name, 1, locale, &id);
-  return SUCCEEDED(status) ? id : DISPID_UNKNOWN;
+  if (SUCCEEDED(object.GetIDsOfNames(IID_NULL, &name, 1, locale, &id))) return id;
+  ClearErrorObject();
+  return DISPID_UNKNOWN;
 }
 
 /// A type description and the ids that it gives to the members.

@@ -50,7 +50,7 @@ class EnumeratedWalk : public VariantWalk {
     // Some enumerators do not say how many they fetched, and some not that they are at their end.
     ULONG fetched = 1;
     const HRESULT status = entries_->Next(1, entry.Receive(), &fetched);
-    Check(status);
+    CheckHost(status);
     return status == S_OK && fetched == 1;
   }
 

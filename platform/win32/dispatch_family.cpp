@@ -31,6 +31,7 @@ Object DispatchFamily::CallForObject(void* object, TextView name) const {
 CollectionRef DispatchFamily::CallForCollection(void* object, TextView name) const {
   ComPtr<IDispatch> collection = ObjectYieldedBy(DispatchOf(object), Bstr(name).Get());
   if (!collection) return nullptr;
+  if (adapt_ != nullptr) return adapt_(collection.Get());
   return std::make_shared<DispatchCollection>(*this, std::move(collection));
 }
 

@@ -11,14 +11,20 @@
 
 namespace brindlex {
 
-/// Makes the collections that are handed out to the host.
+/// Makes the collections that the host receives.
 using CollectionMaker = CollectionRef (*)();
+
+/// The collection that an object, which is not null, stands for: one of the component's own
+/// directly, any other through IDispatch.
+using CollectionAdapter = CollectionRef (*)(IDispatch* object);
 
 /// The family of all objects that are reached through IDispatch: the host's own, and the
 /// component's as a host sees them.
 class DispatchFamily : public ObjectFamily {
  public:
-  explicit DispatchFamily(CollectionMaker makeCollection) : makeCollection_(makeCollection) {}
+  /// Without `adapt`, every collection is used through IDispatch.
+  explicit DispatchFamily(CollectionMaker makeCollection, CollectionAdapter adapt = nullptr)
+      : makeCollection_(makeCollection), adapt_(adapt) {}
 
   /// `object` as an object of this family; Nothing for null.
   Object Wrap(ComPtr<IDispatch> object) const noexcept;
@@ -34,6 +40,7 @@ class DispatchFamily : public ObjectFamily {
 
  private:
   CollectionMaker makeCollection_;
+  CollectionAdapter adapt_;
 };
 
 /// A collection that is reached through IDispatch: Count, Item, and _NewEnum where it has that.
@@ -51,6 +58,7 @@ class DispatchCollection : public Collection {
   void Add(Object entry, std::optional<TextView> key) override;
   void Add(TextView entry, std::optional<TextView> key) override;
   Object AsObject() const override { return family_.Wrap(object_); }
+  bool IsOwn() const override { return false; }
 
  protected:
   const DispatchFamily& Family() const { return family_; }

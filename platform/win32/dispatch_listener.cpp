@@ -1,5 +1,7 @@
 #include "platform/win32/dispatch_listener.h"
 
+#include <windows.h>
+
 #include <algorithm>
 #include <array>
 
@@ -16,6 +18,12 @@ Variant NumberArgument(std::int32_t number) {
   return made;
 }
 
+MEMORY_BASIC_INFORMATION RegionOf(const void* address) noexcept {
+  MEMORY_BASIC_INFORMATION region{};
+  VirtualQuery(address, &region, sizeof region);
+  return region;
+}
+
 }  // namespace
 
 void DispatchListener::OnReport(const Report& report) {
@@ -28,6 +36,13 @@ void DispatchListener::OnReport(const Report& report) {
                  [](const Variant& argument) { return argument.Get(); });
   const ComPtr<IDispatch> alive = object_;
   Invoke(*alive.Get(), MemberId(*alive.Get(), Bstr(u"OnReport").Get()), kCall, borrowed);
+}
+
+bool DispatchListener::IsOnStack(const void* address) const noexcept {
+  // Each stack is one allocation of address space.
+  const MEMORY_BASIC_INFORMATION own = RegionOf(&own);
+  const MEMORY_BASIC_INFORMATION other = RegionOf(address);
+  return own.AllocationBase != nullptr && own.AllocationBase == other.AllocationBase;
 }
 
 }  // namespace brindlex

@@ -18,6 +18,7 @@ class DispatchListener final : public ReportListener {
 
  private:
   void OnReport(const Report& report) override;
+  bool IsOnStack(const void* address) const noexcept override;
 
   ComPtr<IDispatch> object_;
 };

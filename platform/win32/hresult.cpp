@@ -65,7 +65,12 @@ std::int32_t NumberOf(HRESULT status) {
 
 }  // namespace
 
-RuntimeError ErrorOf(HRESULT status) { return RuntimeError(NumberOf(status)); }
+void ClearErrorObject() noexcept { SetErrorInfo(0, nullptr); }
+
+RuntimeError ErrorOf(HRESULT status) {
+  ClearErrorObject();
+  return RuntimeError(NumberOf(status));
+}
 
 RuntimeError ErrorOf(HRESULT status, EXCEPINFO& exception) {
   if (status == DISP_E_EXCEPTION && exception.pfnDeferredFillIn != nullptr) {

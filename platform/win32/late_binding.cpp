@@ -28,10 +28,11 @@ DISPID MemberId(IDispatch& object, BSTR name, LCID locale) {
 
 DISPID MemberIdByDispatchEx(IDispatch& object, BSTR name, HRESULT refusal,
                             ComPtr<IDispatchEx>& extended) {
+  if (refusal != E_NOTIMPL) ClearErrorObject();
   if (!extended) extended = ComPtr<IDispatch>(&object).As<IDispatchEx>();
   if (!extended) ThrowErrorOf(refusal == E_NOTIMPL ? DISP_E_UNKNOWNNAME : refusal);
   DISPID member = DISPID_UNKNOWN;
-  Check(extended->GetDispID(name, fdexNameCaseInsensitive, &member));
+  CheckHost(extended->GetDispID(name, fdexNameCaseInsensitive, &member));
   return member;
 }
 
@@ -47,7 +48,10 @@ Variant Invoke(IDispatch& object, DISPID member, WORD flags, std::span<VARIANT> 
 void Let(IDispatch& object, DISPID member, VARIANT& value, LCID locale, DWORD* lastError) {
   DISPID valueName = DISPID_PROPERTYPUT;
   DISPPARAMS parameters{&value, &valueName, 1, 1};
-  InvokeRaw(object, member, DISPATCH_PROPERTYPUT, parameters, nullptr, locale, lastError);
+  // Nobody wants the result, yet some objects write one without asking whether there is a place.
+  Variant unwanted;
+  InvokeRaw(object, member, DISPATCH_PROPERTYPUT, parameters, unwanted.Receive(), locale,
+            lastError);
 }
 
 Variant DefaultValueOf(const VARIANT& object) {

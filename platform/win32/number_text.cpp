@@ -12,7 +12,7 @@
 
 #include "automation/plain_decimal.h"
 #include "automation/runtime_error.h"
-#include "platform/win32/fpu_precision.h"
+#include "platform/win32/floating_point_scope.h"
 #include "platform/win32/hresult.h"
 #include "platform/win32/variant.h"
 
@@ -21,7 +21,7 @@ namespace {
 
 HRESULT Read(TextView text, double& value) {
   Text terminated(text);
-  const DoublePrecision precision;
+  const FloatingPointScope ownEnvironment;
   return VarR8FromStr(reinterpret_cast<wchar_t*>(terminated.data()), GetUserDefaultLCID(), 0,
                       &value);
 }
@@ -71,8 +71,7 @@ double LeadingPattern(TextView digits, unsigned bits) {
 
 bool Win32NumberText::IsNumeric(TextView text) const {
   double value = 0;
-  const HRESULT status = Read(text, value);
-  return SUCCEEDED(status) || status == DISP_E_OVERFLOW;
+  return SUCCEEDED(Read(text, value));
 }
 
 double Win32NumberText::ToDouble(TextView text) const {
@@ -84,7 +83,7 @@ double Win32NumberText::ToDouble(TextView text) const {
 std::int32_t Win32NumberText::ToWhole(TextView text) const {
   Text terminated(text);
   LONG value = 0;
-  const DoublePrecision precision;
+  const FloatingPointScope ownEnvironment;
   Check(
       VarI4FromStr(reinterpret_cast<wchar_t*>(terminated.data()), GetUserDefaultLCID(), 0, &value));
   return value;
@@ -101,7 +100,7 @@ double Win32NumberText::LeadingNumber(TextView text) const {
 
 Text Win32NumberText::ToText(double value) const {
   Bstr text;
-  const DoublePrecision precision;
+  const FloatingPointScope ownEnvironment;
   Check(VarBstrFromR8(value, GetUserDefaultLCID(), 0, text.Receive()));
   return Text(text.View());
 }

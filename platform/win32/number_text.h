@@ -4,8 +4,8 @@
 
 namespace brindlex {
 
-/// The readings of the system, by the user's locale and settings; the same whatever precision the
-/// host has set the floating-point unit to, which stays as it is. Text is read up to its first NUL.
+/// The readings of the system, by the user's locale and settings, in the component's own
+/// floating-point environment (FloatingPointScope). Text is read up to its first NUL.
 ///
 /// LeadingNumber alone knows no locale. Beside decimal numbers, whose exponent may also be a "D",
 /// it reads "&H" with hexadecimal and "&O" or a bare "&" with octal digits: up to 16 bits as a

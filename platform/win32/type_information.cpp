@@ -3,6 +3,7 @@
 #include <objbase.h>
 
 #include <algorithm>
+#include <new>
 #include <utility>
 
 #include "platform/win32/com_ptr.h"
@@ -31,7 +32,7 @@ ComPtr<IDispatch> InformationService() {
   ComPtr<IDispatch> service;
   const HRESULT status = CoCreateInstance(kTypeLibraryInformation, nullptr, CLSCTX_INPROC_SERVER,
                                           __uuidof(IDispatch), service.ReceiveVoid());
-  if (status == E_OUTOFMEMORY) throw ErrorOf(status);
+  if (status == E_OUTOFMEMORY) throw std::bad_alloc();
   return FAILED(status) ? nullptr : service;
 }
 
@@ -92,7 +93,7 @@ using DescribedVariable = Described<VARDESC, &ITypeInfo::ReleaseVarDesc>;
 void AddName(ITypeInfo& info, MEMBERID member, std::vector<Text>& names) {
   Bstr name;
   UINT count = 0;
-  Check(info.GetNames(member, name.Receive(), 1, &count));
+  CheckHost(info.GetNames(member, name.Receive(), 1, &count));
   if (count == 1) AddOnce(name.View(), names);
 }
 
@@ -103,16 +104,16 @@ void AddInheritedNames(ITypeInfo& info, const TYPEATTR& type, std::vector<Text>&
 
 void AddNames(ITypeInfo& info, std::vector<Text>& names) {
   DescribedType type(info);
-  Check(info.GetTypeAttr(type.Receive()));
+  CheckHost(info.GetTypeAttr(type.Receive()));
   AddInheritedNames(info, *type.operator->(), names);
   for (UINT index = 0; index < type->cVars; ++index) {
     DescribedVariable variable(info);
-    Check(info.GetVarDesc(index, variable.Receive()));
+    CheckHost(info.GetVarDesc(index, variable.Receive()));
     if (variable->varkind == VAR_DISPATCH) AddName(info, variable->memid, names);
   }
   for (UINT index = 0; index < type->cFuncs; ++index) {
     DescribedFunction function(info);
-    Check(info.GetFuncDesc(index, function.Receive()));
+    CheckHost(info.GetFuncDesc(index, function.Receive()));
     if (function->invkind == INVOKE_PROPERTYGET && !IsRestricted(function->wFuncFlags)) {
       AddName(info, function->memid, names);
     }
@@ -124,14 +125,16 @@ void AddInheritedNames(ITypeInfo& info, const TYPEATTR& type, std::vector<Text>&
   if (type.typekind != TKIND_INTERFACE || type.cImplTypes == 0) return;
   HREFTYPE reference = 0;
   ComPtr<ITypeInfo> inherited;
-  Check(info.GetRefTypeOfImplType(0, &reference));
-  Check(info.GetRefTypeInfo(reference, inherited.Receive()));
+  CheckHost(info.GetRefTypeOfImplType(0, &reference));
+  CheckHost(info.GetRefTypeInfo(reference, inherited.Receive()));
   AddNames(*inherited.Get(), names);
 }
 
 std::vector<Text> NamesFromTypeInfo(IDispatch& object) {
+  UINT count = 0;
+  if (FAILED(object.GetTypeInfoCount(&count)) || count == 0) throw ErrorOf(E_NOTIMPL);
   ComPtr<ITypeInfo> info;
-  Check(object.GetTypeInfo(0, GetUserDefaultLCID(), info.Receive()));
+  CheckHost(object.GetTypeInfo(0, GetUserDefaultLCID(), info.Receive()));
   if (!info) throw ErrorOf(E_NOTIMPL);
   std::vector<Text> names;
   AddNames(*info.Get(), names);

@@ -3,6 +3,7 @@
 #include <new>
 
 #include "automation/runtime_error.h"
+#include "platform/win32/floating_point_scope.h"
 #include "platform/win32/hresult.h"
 #include "platform/win32/late_binding.h"
 
@@ -57,6 +58,25 @@ Variant Converted(const VARIANT& value, VARTYPE type) {
   return converted;
 }
 
+HRESULT SystemChangeType(VARIANT& converted, const VARIANT& value, USHORT flags,
+                         VARTYPE type) noexcept {
+  return VariantChangeTypeEx(&converted, const_cast<VARIANT*>(&value), GetUserDefaultLCID(), flags,
+                             type);
+}
+
+/// What the default property of `object` yields, with the statuses that the system's conversion of
+/// an object has: a value of the wrong type when it yields nothing.
+HRESULT ReadDefaultValue(const VARIANT& object, Variant& value) noexcept {
+  try {
+    value = DefaultValueOf(object);
+    return S_OK;
+  } catch (const std::bad_alloc&) {
+    return E_OUTOFMEMORY;
+  } catch (...) {
+    return DISP_E_TYPEMISMATCH;
+  }
+}
+
 constexpr std::size_t kLongestBstr = 0x7FFFFFF0U / sizeof(char16_t);
 
 BSTR Allocated(const char16_t* text, std::size_t length) {
@@ -101,8 +121,19 @@ Variant Variant::OfObject(IDispatch* object) noexcept {
 
 HRESULT ChangeType(VARIANT& converted, const VARIANT& value, USHORT flags, VARTYPE type) noexcept {
   if (LeadsNowhere(value) || IsBrokenDecimal(value)) return E_INVALIDARG;
-  return VariantChangeTypeEx(&converted, const_cast<VARIANT*>(&value), GetUserDefaultLCID(), flags,
-                             type);
+  if (type == VT_DISPATCH || type == VT_UNKNOWN)
+    return SystemChangeType(converted, value, flags, type);
+  // Read here and not by the system, so that the host's object runs in the host's environment and
+  // has all that a strict object asks for.
+  Variant read;
+  const VARIANT* source = &value;
+  if (IsObjectReference(value)) {
+    const HRESULT status = ReadDefaultValue(value, read);
+    if (FAILED(status)) return status;
+    source = &read.Get();
+  }
+  const FloatingPointScope ownEnvironment;
+  return SystemChangeType(converted, *source, flags, type);
 }
 
 HRESULT CopyValue(VARIANT& copy, const VARIANT& value) noexcept {

@@ -14,10 +14,10 @@ using ListenerSource = std::shared_ptr<ReportListener> (*)();
 /// The services of Windows.
 class Win32Platform : public Platform {
  public:
-  /// `makeCollection` makes the collections that are handed out to the host; without a
-  /// `findListener` no thread has a listener.
-  explicit Win32Platform(CollectionMaker makeCollection, ListenerSource findListener = nullptr)
-      : dispatch_(makeCollection), findListener_(findListener) {}
+  /// Without a `findListener` no thread has a listener.
+  explicit Win32Platform(CollectionMaker makeCollection, CollectionAdapter adapt = nullptr,
+                         ListenerSource findListener = nullptr)
+      : dispatch_(makeCollection, adapt), findListener_(findListener) {}
 
   CollectionRef NewCollection() override { return dispatch_.NewCollection(); }
   VersionRecord GetVersionRecord() override;
