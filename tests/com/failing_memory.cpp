@@ -1,5 +1,6 @@
 #include "tests/com/failing_memory.h"
 
+#include <cstdlib>
 #include <utility>
 
 #include "tests/com/malloc_spy.h"
@@ -20,16 +21,25 @@ bool HeapShallFail() {
   return true;
 }
 
-void* WINAPI Allocate(HANDLE heap, DWORD flags, SIZE_T size) {
-  if (HeapShallFail()) return nullptr;
-  void* const block = HeapAlloc(heap, flags, size);
+void* Counted(void* block) {
   if (block != nullptr) ++liveBlocks;
   return block;
 }
 
-BOOL WINAPI Free(HANDLE heap, DWORD flags, void* block) {
+void* Allocate(std::size_t size) { return HeapShallFail() ? nullptr : Counted(std::malloc(size)); }
+
+void* AllocateZeros(std::size_t count, std::size_t size) {
+  return HeapShallFail() ? nullptr : Counted(std::calloc(count, size));
+}
+
+void* Resize(void* block, std::size_t size) {
+  if (HeapShallFail()) return nullptr;
+  return block == nullptr ? Counted(std::malloc(size)) : std::realloc(block, size);
+}
+
+void Free(void* block) {
   if (block != nullptr) --liveBlocks;
-  return HeapFree(heap, flags, block);
+  std::free(block);
 }
 
 std::u16string Units(const wchar_t* text) { return reinterpret_cast<const char16_t*>(text); }
@@ -43,8 +53,10 @@ int WINAPI ShowInList(HWND, const wchar_t* text, const wchar_t* caption, UINT) {
 }  // namespace
 
 FailingMemory::FailingMemory(HMODULE module)
-    : malloc_(module, "HeapAlloc", reinterpret_cast<void*>(Allocate)),
-      free_(module, "HeapFree", reinterpret_cast<void*>(Free)),
+    : malloc_(module, "malloc", reinterpret_cast<void*>(Allocate)),
+      calloc_(module, "calloc", reinterpret_cast<void*>(AllocateZeros)),
+      realloc_(module, "realloc", reinterpret_cast<void*>(Resize)),
+      free_(module, "free", reinterpret_cast<void*>(Free)),
       messageBox_(module, "MessageBoxW", reinterpret_cast<void*>(ShowInList)) {
   liveBlocks = 0;
   StopFailing();

@@ -10,12 +10,12 @@
 namespace brindlex::testing {
 
 /// Where an allocation fails: in COM's task memory, from which the BSTRs of everybody come, or in
-/// the DLL's own heap.
+/// the run time's heap, which the DLL's own code uses.
 enum class Memory { kTask, kHeap };
 
-/// Makes chosen allocations of a loaded DLL fail while it lives, and counts what the DLL's own heap
-/// holds. A box that opens where memory has run out could fail as well, so the DLL's reports go
-/// into a list here and not to the screen. One at a time, on one thread.
+/// Makes chosen allocations of a loaded DLL fail while it lives, and counts what the DLL
+/// holds of the run time's heap. A box that opens where memory has run out could fail as well, so
+/// the DLL's reports go into a list here and not to the screen. One at a time, on one thread.
 class FailingMemory {
  public:
   explicit FailingMemory(HMODULE module);
@@ -28,7 +28,7 @@ class FailingMemory {
   /// Stops failing; says whether an allocation has failed since FailAfter.
   bool StopFailing();
 
-  /// The blocks that the DLL's heap has given out and not got back since the beginning.
+  /// The blocks of that heap that the DLL has allocated and not freed since the beginning.
   static long LiveBlocks();
 
   /// The reports that the DLL has shown since the last call.
@@ -36,6 +36,8 @@ class FailingMemory {
 
  private:
   PatchedImport malloc_;
+  PatchedImport calloc_;
+  PatchedImport realloc_;
   PatchedImport free_;
   PatchedImport messageBox_;
 };

@@ -151,14 +151,30 @@ TEST_F(LateErrorTest, AMemberListThatFailsIsPassedOverOnSaving) {
   }
 }
 
-TEST_F(LateErrorTest, AFailedAllocationIsNotPassedOverWhereOtherErrorsAre) {
+TEST_F(LateErrorTest, ErrorSevenOfTheHostsObjectIsIgnoredWhereOtherErrorsAre) {
   const auto record = NewTitle(u"Alpha", u"1");
-  record->operator[](u"GetMemberNames").get = {E_OUTOFMEMORY};
-  EXPECT_EQ(u"", SaveObject(record.Get()));
-  ExpectShown({Dfc(OutOfMemory(3))});
-  record->Property(u"MembersCol").get = {E_OUTOFMEMORY};
-  EXPECT_FALSE(NamesLate(record.Get()));
-  ExpectShown({Gmnl(OutOfMemory())});
+  record->Property(u"MembersCol", Variant::OfObject(ForeignCollection::OfNames({u"Count"}).Get()));
+  for (const Outcome& outcome :
+       {Outcome{E_OUTOFMEMORY}, Outcome::Raise(static_cast<HRESULT>(0x800A0007))}) {
+    record->operator[](u"GetMemberNames").get = outcome;
+    EXPECT_EQ(u"Count\u00A5\u01521\u00A5\u0152", SaveObject(record.Get()));
+  }
+  ExpectShown({});
+}
+
+TEST_F(LateErrorTest, ASuccessfulCallLeavesNoErrorObjectOfTheHosts) {
+  const auto leaveErrorObject = [] {
+    ComPtr<ICreateErrorInfo> made;
+    ASSERT_EQ(S_OK, CreateErrorInfo(made.Receive()));
+    SetErrorInfo(0, made.As<IErrorInfo>().Get());
+  };
+  const auto record = NewTitle(u"Alpha", u"1");
+  record->Property(u"MembersCol", Variant::OfObject(ForeignCollection::OfNames({u"Count"}).Get()));
+  record->operator[](u"GetMemberNames").get = {E_FAIL};
+  record->operator[](u"GetMemberNames").whenRead = leaveErrorObject;
+  EXPECT_EQ(u"Count\u00A5\u01521\u00A5\u0152", SaveObject(record.Get()));
+  ComPtr<IErrorInfo> left;
+  EXPECT_EQ(S_FALSE, GetErrorInfo(0, left.Receive()));
 }
 
 TEST_F(LateErrorTest, NamesAreAskedForByDispatchExWhereIDispatchRefuses) {

@@ -43,6 +43,39 @@ class LateLetTest : public SaveRestoreTest {
   ComPtr<TypedRecord> last_;
 };
 
+/// A record of a bridge that writes to each place of a call, whether there is one or not.
+class BridgedRecord final : public ScriptedObject {
+ public:
+  static ComPtr<BridgedRecord> New() { return ComPtr<BridgedRecord>::Adopt(new BridgedRecord); }
+
+  STDMETHODIMP Invoke(DISPID id, REFIID reserved, LCID locale, WORD flags, DISPPARAMS* params,
+                      VARIANT* result, EXCEPINFO* exception, UINT* wrongArgument) override {
+    *wrongArgument = 0;
+    *exception = {};
+    if (flags == DISPATCH_PROPERTYPUT) {
+      result->vt = VT_BSTR;
+      result->bstrVal = NewBstr(u"written unasked");
+    }
+    return ScriptedObject::Invoke(id, reserved, locale, flags, params, result, exception,
+                                  wrongArgument);
+  }
+};
+
+TEST_F(LateLetTest, ASetPropertyMayWriteAResult) {
+  const auto creator = NewCreator([] {
+    const auto record = BridgedRecord::New();
+    record->Property(u"Title");
+    record->Property(u"Count");
+    record->Method(u"GetMemberNames", [](const Arguments&) {
+      return Variant::OfObject(ForeignCollection::OfNames({u"Title", u"Count"}).Get());
+    });
+    return record.As<IDispatch>();
+  });
+  const auto restored =
+      Restore(u"Title\u00A5Count\u00A5\u0152Alpha\u00A51\u00A5\u0152", creator.Get());
+  EXPECT_EQ(std::vector<Units>{u"Alpha=1"}, Titles(restored));
+}
+
 /// `text` as the system reads it for the user; Empty when it is not of that type.
 Variant AsTheSystemReads(std::u16string_view text, VARTYPE type) {
   const Variant given = Variant::OfText(text);

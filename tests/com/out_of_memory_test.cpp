@@ -80,6 +80,7 @@ class OutOfMemoryTest : public SaveRestoreTest {
   bool PassesWithFailureAfter(long passed, Memory memory, bool everAfter, Call& call,
                               IsRight& isRight) {
     const long before = FailingMemory::LiveBlocks();
+    ScriptedObject::callsWithoutMemory = 0;
     memory_->FailAfter(memory, passed, everAfter);
     const HRESULT status = call();
     const bool hasFailed = memory_->StopFailing();
@@ -90,7 +91,9 @@ class OutOfMemoryTest : public SaveRestoreTest {
     EXPECT_TRUE(status == S_OK || toHost) << std::hex << status;
     EXPECT_FALSE(toHost && hasResult);
     if (hasFailed) {
-      EXPECT_TRUE(hasResult || toHost || TellsOfError7(reports))
+      // An error of the host's object is ignored where errors are, and may lead to another.
+      const bool isHosts = ScriptedObject::callsWithoutMemory != 0 && !reports.empty();
+      EXPECT_TRUE(hasResult || toHost || TellsOfError7(reports) || isHosts)
           << "allocation " << passed << ::testing::PrintToString(reports);
     } else {
       EXPECT_TRUE(hasResult) << ::testing::PrintToString(reports);
@@ -182,6 +185,8 @@ TEST_F(OutOfMemoryTest, RestoringACollection) {
         const auto taken = std::exchange(result, nullptr);
         if (!taken) return false;
         EXPECT_EQ(2, CountOf(taken));
+        // A column that the host's list could not look up counts as unknown to the class.
+        if (ScriptedObject::callsWithoutMemory != 0) return true;
         EXPECT_EQ(u"2", Read(At(taken, u"beta").Get(), u"Count"));
         return true;
       });
@@ -195,7 +200,7 @@ TEST_F(OutOfMemoryTest, RestoringAnObject) {
       },
       [&] {
         const auto taken = std::exchange(result, nullptr);
-        if (taken) {
+        if (taken && ScriptedObject::callsWithoutMemory == 0) {
           EXPECT_EQ(u"1", Read(taken.Get(), u"Count"));
         }
         return static_cast<bool>(taken);

@@ -379,11 +379,11 @@ class CopiedRegistrationTest : public RegistrationTest {
  protected:
   void SetUp() override {
     RegistrationTest::SetUp();
-    wchar_t temporary[MAX_PATH];
-    ASSERT_NE(0U, GetTempPathW(MAX_PATH, temporary));
-    folder_ = std::filesystem::path(temporary) / L"Brindlex test \u00E4\u0416\u65E5 & co";
-    ASSERT_TRUE(CreateDirectoryW(folder_.c_str(), nullptr));
-    ASSERT_TRUE(CopyFileW(Component::Path().c_str(), File().c_str(), TRUE));
+    // The copy stays loaded until the process ends, so its file is replaced in the next one.
+    folder_ =
+        std::filesystem::path(Component::Path()).parent_path() / L"copied \u00E4\u0416\u65E5 & co";
+    CreateDirectoryW(folder_.c_str(), nullptr);
+    ASSERT_TRUE(CopyFileW(Component::Path().c_str(), File().c_str(), FALSE));
     copy_ = std::make_unique<Component>(File().wstring());
   }
 
@@ -392,8 +392,6 @@ class CopiedRegistrationTest : public RegistrationTest {
     EXPECT_EQ(S_OK, copy_->CanUnloadNow());
     copy_.reset();
     RegistrationTest::TearDown();
-    EXPECT_TRUE(DeleteFileW(File().c_str()));
-    EXPECT_TRUE(RemoveDirectoryW(folder_.c_str()));
   }
 
   const Component& Copy() const { return *copy_; }

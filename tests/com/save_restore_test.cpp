@@ -92,12 +92,14 @@ void SaveRestoreTest::SetUp() {
   // Held by the program from the first test on, so that it does not count as left over.
   static const ComPtr<ITypeInfo> types = LoadedTypes();
   ComTest::SetUp();
+  ScriptedObject::callsWithoutPlaces = 0;
   operations_ = NewSaveRestore();
 }
 
 void SaveRestoreTest::TearDown() {
   EXPECT_EQ(std::vector<Report>(), Shown()) << "reports that nobody expected";
   operations_ = nullptr;
+  EXPECT_EQ(0, ScriptedObject::callsWithoutPlaces) << "calls that a strict object cannot answer";
   EXPECT_EQ(0, ScriptedObject::Alive()) << "objects of the host are still alive";
   EXPECT_EQ(0, TypedRecord::Alive()) << "records of the host are still alive";
   ComTest::TearDown();

@@ -136,8 +136,8 @@ STDMETHODIMP_(ULONG) ScriptedObject::Release() {
 }
 
 STDMETHODIMP ScriptedObject::GetTypeInfoCount(UINT* count) {
-  *count = typeInfo ? 1 : 0;
-  return S_OK;
+  *count = typeInfo || newTypeInfo ? 1 : 0;
+  return typeInfoCountStatus;
 }
 
 STDMETHODIMP ScriptedObject::GetTypeInfo(UINT, LCID, ITypeInfo** info) {
@@ -183,14 +183,19 @@ HRESULT ScriptedObject::Run(ScriptedMember& member, WORD flags, const DISPPARAMS
   }
 }
 
-STDMETHODIMP ScriptedObject::Invoke(DISPID id, REFIID, LCID, WORD flags, DISPPARAMS* params,
-                                    VARIANT* result, EXCEPINFO* exception, UINT*) {
+STDMETHODIMP ScriptedObject::Invoke(DISPID id, REFIID reserved, LCID, WORD flags,
+                                    DISPPARAMS* params, VARIANT* result, EXCEPINFO* exception,
+                                    UINT* wrongArgument) {
+  const bool hasPlaces = result != nullptr && exception != nullptr && wrongArgument != nullptr;
+  if (!hasPlaces || reserved != IID_NULL) ++callsWithoutPlaces;
   const auto member = std::find_if(members_.begin(), members_.end(), [=](const auto& m) {
     return m->id == id && (m->kinds & flags) != 0;
   });
   if (member == members_.end()) return DISP_E_MEMBERNOTFOUND;
   const ComPtr<ScriptedObject> alive(this);
-  return Run(**member, flags, *params, result, exception);
+  const HRESULT status = Run(**member, flags, *params, result, exception);
+  if (status == E_OUTOFMEMORY) ++callsWithoutMemory;
+  return status;
 }
 
 // ---- Collections -------------------------------------------------------------------------------

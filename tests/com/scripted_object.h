@@ -63,6 +63,13 @@ class ScriptedObject : public IDispatchEx {
   /// The scripted objects and enumerators that are alive.
   static long Alive() { return alive; }
 
+  /// The calls that came without what strict objects write to unasked: places for the result, the
+  /// exception and the wrong argument.
+  static inline long callsWithoutPlaces = 0;
+
+  /// The calls that failed because the object itself found no memory.
+  static inline long callsWithoutMemory = 0;
+
   ScriptedObject(const ScriptedObject&) = delete;
   ScriptedObject& operator=(const ScriptedObject&) = delete;
 
@@ -91,6 +98,7 @@ class ScriptedObject : public IDispatchEx {
   /// When set, each time anew in the place of `typeInfo`.
   std::function<ComPtr<ITypeInfo>()> newTypeInfo;
   HRESULT typeInfoStatus = S_OK;
+  HRESULT typeInfoCountStatus = S_OK;
   std::size_t typeInfosAsked = 0;
   /// One more interface that it answers to, as itself.
   IID marker = IID_NULL;

@@ -150,16 +150,24 @@ TEST_F(SettingsFolderTest, AThreadWithoutAnApartmentMayHandOver) {
   EXPECT_EQ(S_OK, Dll().CanUnloadNow());
 }
 
-TEST_F(SettingsFolderTest, AThreadMayBeginAnew) {
-  std::thread([&] {
-    for (const std::u16string_view application : {u"One", u"Other"}) {
-      CoInitialize(nullptr);
-      EXPECT_EQ(u"|before", Find());
-      StartUp(NewHost().Get(), application);
-      EXPECT_EQ(Found(application), Find());
-      CoUninitialize();
-    }
-  }).join();
+TEST_F(SettingsFolderTest, IsKeptUntilTheThreadEnds) {
+  for (const std::u16string_view application : {u"One", u"Other"}) {
+    std::thread([&] {
+      for (int apartment = 0; apartment < 2; ++apartment) {
+        CoInitialize(nullptr);
+        if (apartment == 0) {
+          EXPECT_EQ(u"|before", Find());
+          StartUp(NewHost().Get(), application);
+          EXPECT_EQ(Found(application), Find());
+        }
+        StartUp(nullptr, {});
+        const auto environment = Dll().New<_clsEnvironment, ::clsEnvironment>();
+        EXPECT_EQ(S_OK, environment->putref_ReportListener(nullptr));
+        EXPECT_EQ(Found(application), Find());
+        CoUninitialize();
+      }
+    }).join();
+  }
   ExpectSearches(2);
 }
 

@@ -80,9 +80,19 @@ TEST_F(WorkingCollectionTest, AnEmptyCollectionIsStoredAsAnEmptyBlock) {
   EXPECT_EQ(List{u"a=1"}, Stored(u"None"));
 }
 
-TEST_F(WorkingCollectionTest, WithoutACollectionNothingIsStored) {
+TEST_F(WorkingCollectionTest, NothingIsReportedAndStoredEmpty) {
+  constexpr View kEmptyItems = u"DataString\u00A5Name\u00A5\u0152\u00A5Items\u00A5\u0152";
+  EXPECT_EQ(kEmptyItems, MultiDataCol(nullptr, u"Items"));
+  ExpectShown({Dfc(NotSet(1))});
+  SetMultiData(u"no markers");
+  EXPECT_EQ(kEmptyItems, MultiDataCol(nullptr, u"Items"));
+  ExpectShown({SplitReport(InvalidCall()), Adtc(OutOfRange(4)), Dfc(NotSet(1))});
+}
+
+TEST_F(WorkingCollectionTest, NothingIsRefusedWhereMarkersAreRefused) {
+  EXPECT_EQ(S_OK, Operations().put_RefuseMarkers(VARIANT_TRUE));
   EXPECT_EQ(u"", MultiDataCol(nullptr, u"Items"));
-  ExpectShown({MultiDataReport(NotSet())});
+  ExpectShown({Dfc(NotSet(1))});
 }
 
 TEST_F(WorkingCollectionTest, ACollectionThatCannotBeSavedIsReportedAndStoredEmpty) {

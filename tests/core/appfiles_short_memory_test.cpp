@@ -124,9 +124,10 @@ TEST_F(AppFilesShortMemoryTest, ASearchForTheSettingsFolderEndsWithAFolderOrNoth
       NewRecord(Family(), ListingClass(Family(), {{u"UsingFarOrFarBar"}, {u"ProgDir"}}),
                 {u"False", u"D:\\Program files of this very host"});
   const auto find = [&] {
-    HostState state{host, u"A product with a long name", u"A maker with a long name", {}};
+    HostState state{host, u"A product with a long name", u"A maker with a long name"};
+    FolderCache cache;
     Text company;
-    return SettingsFolderAllUsers(platform_, state, company);
+    return SettingsFolderAllUsers(platform_, state, cache, company);
   };
   EXPECT_GT(Run(find,
                 [](const Text& folder, bool whole) {

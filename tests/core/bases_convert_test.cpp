@@ -314,7 +314,7 @@ TEST(ConvertBase, TheToleranceIsWrittenBackByAConversionToTextOnly) {
   EXPECT_EQ(Convert(5, 10, 7, negative).tolerance, 0.5);
   EXPECT_EQ(ToBase(1000, 10, negative).tolerance, 0.5);
   EXPECT_EQ(ToBase(std::monostate(), 10, negative).tolerance, 0.5);
-  EXPECT_EQ(ToBase(TextView(u"1e999"), 10, negative).tolerance, 0.5);
+  EXPECT_EQ(ToBase(TextView(u"1e999"), 10, negative).tolerance, -0.5);
   EXPECT_EQ(ToBase(1, 1, negative).tolerance, -0.5);
   EXPECT_EQ(ToBase(TextView(u"x"), 16, negative).tolerance, -0.5);
   EXPECT_EQ(Convert(0, 10, 2, negative).tolerance, -0.5);

@@ -196,11 +196,15 @@ TEST_F(MultiCollectionTest, AHeaderAloneGivesWayWithoutAWord) {
   ExpectReports({});
 }
 
-TEST_F(MultiCollectionTest, NoCollectionIsReported) {
+TEST_F(MultiCollectionTest, NoCollectionIsReportedAndStoredEmpty) {
+  constexpr TextView kEmptyItems = u"DataString\u00A5Name\u00A5\u0152\u00A5Items\u00A5\u0152";
   store_.SetMultiDataString(kOneBlock);
-  EXPECT_EQ(u"", store_.MultiDataColString(nullptr, u"Items"));
-  ExpectReports({StoringReport(kNotSet, 91)});
+  EXPECT_EQ(kEmptyItems, store_.MultiDataColString(nullptr, u"Items"));
+  ExpectReports({SaveReport(kNotSet, 91, 1, u"")});
   EXPECT_EQ(kOneBlock, store_.MultiDataString());
+  store_.SetRefuseMarkers(true);
+  EXPECT_EQ(u"", store_.MultiDataColString(nullptr, u"Items"));
+  ExpectReports({SaveReport(kNotSet, 91, 1, u"")});
 }
 
 TEST_F(MultiCollectionTest, ACollectionThatCannotBeSavedLeavesAnEmptyBlock) {

@@ -1,5 +1,6 @@
 // Where reports go: to the thread's listener, to a box, or to the error channel.
 
+#include <csetjmp>
 #include <functional>
 #include <new>
 
@@ -117,6 +118,62 @@ TEST_F(ReportListenerTest, AFailureOfTheListenersOwnIsNotToldToItself) {
   ExpectCounts(1, 0, 1);
   Fail();
   ExpectCounts(2, 0, 2);
+}
+
+/// Leaves its first call by a jump, as Ruby, Lua and C programs do; holds nothing that would leak.
+class JumpingListener : public ReportListener {
+ public:
+  /// Whether the report reached the listener.
+  [[gnu::noinline]] bool IsReachedBy(const Report& report) {
+    const int before = calls_;
+    if (setjmp(back_) == 0) Notify(report);
+    return calls_ == before + 1;
+  }
+
+  bool jumps = true;
+
+ private:
+  void OnReport(const Report& /*report*/) override {
+    ++calls_;
+    if (jumps) std::longjmp(back_, 1);
+  }
+
+  std::jmp_buf back_;
+  int calls_ = 0;
+};
+
+TEST(JumpingListenerTest, IsNotifiedAgainAfterItWasLeftByAJump) {
+  const Report report;
+  JumpingListener listener;
+  EXPECT_TRUE(listener.IsReachedBy(report));
+  EXPECT_TRUE(listener.IsReachedBy(report));
+  listener.jumps = false;
+  EXPECT_TRUE(listener.IsReachedBy(report));
+}
+
+/// Runs `action` from `depth` calls further down the stack, each with a frame that it fills.
+[[gnu::noinline]] void RunDeeper(int depth, const std::function<void()>& action) {
+  volatile char frame[512];
+  for (volatile char& byte : frame) byte = static_cast<char>(depth);
+  if (depth == 0) return action();
+  RunDeeper(depth - 1, action);
+  frame[0] = 1;
+}
+
+TEST(JumpingListenerTest, IsNotifiedAgainFromCallsThatGoDeeper) {
+  const Report report;
+  for (const int depth : {1, 2, 5, 20, 100}) {
+    JumpingListener listener;
+    EXPECT_TRUE(listener.IsReachedBy(report));
+    RunDeeper(depth, [&] { EXPECT_TRUE(listener.IsReachedBy(report)) << depth; });
+  }
+}
+
+TEST_F(ReportListenerTest, AReportFromInsideTheListenerIsNotItsOwnHoweverDeep) {
+  platform_.listener = listener_;
+  listener_->whenTold = [this] { RunDeeper(50, [this] { Fail(); }); };
+  Fail();
+  ExpectCounts(1, 0, 1);
 }
 
 TEST_F(ReportListenerTest, MayPutAnotherInItsPlaceMeanwhile) {

@@ -32,10 +32,11 @@ class SettingsFolderTest : public AppFilesTest {
 
   Text Find() {
     company_ = u"as passed";
-    return SettingsFolderAllUsers(platform_, state_, company_);
+    return SettingsFolderAllUsers(platform_, state_, cache_, company_);
   }
 
   HostState state_;
+  FolderCache cache_;
   std::shared_ptr<RecordClass> hostClass_;
   Text company_;
 };
@@ -51,7 +52,7 @@ TEST_F(SettingsFolderTest, IsMadeInTheCommonTree) {
 TEST_F(SettingsFolderTest, IsTheCommonTreeOnVistaWhateverTheHostUses) {
   for (const std::uint32_t major : {6U, 10U}) {
     HandOver(u"True");
-    state_.folderCache = {};
+    cache_ = {};
     platform_.version = {major, 0, 0, 2};
     EXPECT_EQ(kAppPath, Find());
     EXPECT_EQ(kCompanyPath, company_);
@@ -69,7 +70,7 @@ TEST_F(SettingsFolderTest, IsProgDirOnOlderSystemsWithTheFlag) {
   EXPECT_EQ(kProgDir, Find());
   EXPECT_EQ(u"as passed", company_);
   EXPECT_FALSE(HasFolder(kCompanyPath));
-  EXPECT_EQ(kProgDir, state_.folderCache.appSettingsFolder);
+  EXPECT_EQ(kProgDir, cache_.appSettingsFolder);
   EXPECT_EQ(kProgDir, Find());
   EXPECT_EQ(u"", company_);
 }
@@ -95,7 +96,7 @@ TEST_F(SettingsFolderTest, IsProgDirWhenAFileHasTheCompanysName) {
   Put(kCompanyPath, "");
   EXPECT_EQ(kProgDir, Find());
   EXPECT_EQ(u"as passed", company_);
-  EXPECT_EQ(u"", state_.folderCache.companySettingsFolder);
+  EXPECT_EQ(u"", cache_.companySettingsFolder);
 }
 
 TEST_F(SettingsFolderTest, KeepsTheCompanyLevelWhenOnlyTheApplicationsFails) {
@@ -160,7 +161,7 @@ TEST_F(SettingsFolderTest, IsNothingWhenTheFlagFailsOrIsNoFlag) {
   EXPECT_EQ(u"", Find());
   HandOver(u"neither");
   EXPECT_EQ(u"", Find());
-  EXPECT_EQ(u"", state_.folderCache.appSettingsFolder);
+  EXPECT_EQ(u"", cache_.appSettingsFolder);
   ExpectReports({});
 }
 
@@ -168,7 +169,7 @@ TEST_F(SettingsFolderTest, IsNothingWhenTheHostLacksProgDirOnTheFallback) {
   platform_.shellFolders.clear();
   HostProperty(1).name = u"Other";
   EXPECT_EQ(u"", Find());
-  EXPECT_EQ(u"", state_.folderCache.appSettingsFolder);
+  EXPECT_EQ(u"", cache_.appSettingsFolder);
   HostProperty(1).name = u"ProgDir";
   EXPECT_EQ(kProgDir, Find());
 }
@@ -185,7 +186,7 @@ TEST_F(SettingsFolderTest, IsFoundButNotCachedWhenTheSecondReadingOfProgDirFails
     if (member == u"ProgDir" && ++readings == 2) throw RuntimeError(1000);
   };
   EXPECT_EQ(kProgDir, Find());
-  EXPECT_EQ(u"", state_.folderCache.appSettingsFolder);
+  EXPECT_EQ(u"", cache_.appSettingsFolder);
 }
 
 TEST_F(SettingsFolderTest, TheHostMayHandOverAnewFromInsideItsProperty) {
@@ -208,7 +209,7 @@ TEST_F(SettingsFolderTest, EveryFailingCallLeavesAFolderOrNothing) {
   int failures = 0;
   bool failed = true;
   for (int call = 1; failed; ++call) {
-    state_.folderCache = {};
+    cache_ = {};
     platform_.disk.folders.erase(Text(kAppPath));
     platform_.disk.folders.erase(Text(kCompanyPath));
     platform_.fault = Fault(call, RuntimeError(51));
@@ -216,7 +217,7 @@ TEST_F(SettingsFolderTest, EveryFailingCallLeavesAFolderOrNothing) {
     failed = found != kAppPath;
     // The release cannot be told without the first call; every other failure falls back.
     EXPECT_EQ(call == 1 ? u"" : failed ? kProgDir : kAppPath, found) << call;
-    EXPECT_EQ(found, state_.folderCache.appSettingsFolder);
+    EXPECT_EQ(found, cache_.appSettingsFolder);
     if (failed) ++failures;
   }
   platform_.fault = {};
