@@ -372,7 +372,7 @@ func (e *exported) get(id int, result *variant) uintptr {
 		*result = variant{}
 		result.set(value)
 	}
-	// The reference that the method returned is in the result.
+	// The result owns a reference of its own.
 	if made, isObject := value.(*object); isObject {
 		made.release()
 	}
