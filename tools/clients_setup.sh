@@ -31,7 +31,7 @@ unpack_npm_package() {
   [[ -f $folder/.unpacked && $(<"$folder/.unpacked") == "$package" ]] && return
   say "unpacking the npm package $package into ${folder#"$root"/}"
   download=$(mktemp -d "$clients_tools/download.XXXXXX")
-  (cd "$download" && npm pack --silent "$package" >&2) ||
+  (cd "$download" && npm pack --loglevel=error "$package" >&2) ||
     fail "npm could not download $package; its reason is above"
   rm -rf "$folder"
   mkdir -p "$folder"
