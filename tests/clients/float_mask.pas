@@ -1,13 +1,15 @@
 { A host whose floating-point unit raises an exception for an overflow, a division by zero and an
   invalid operation: the default of Free Pascal and Delphi programs. The component raises its own
-  errors there, the same as in any other host, and leaves the exception mask as it is. }
+  errors there, the same as in any other host, and leaves the exception mask as it is: after each
+  call, and in each call that it makes to an object of the host. }
 program float_mask;
 
 {$mode delphi}
 {$apptype console}
+{$unitpath ../../examples/pascal}
 
 uses
-  Windows, ActiveX, ComObj, Variants, SysUtils, Math;
+  Windows, ActiveX, ComObj, Variants, SysUtils, Math, LateBound;
 
 var
   Bases, List: OleVariant;
@@ -23,6 +25,80 @@ end;
 procedure RequireDefaultMask(const After: string);
 begin
   Require(GetExceptionMask = DefaultMask, 'the exception mask is unchanged after ' + After);
+end;
+
+type
+  { A record, its creator, and a number that the component asks for its default value. }
+  THostObject = class(TLateBound, IDispatch)
+  private
+    FValue: OleVariant;
+  protected
+    function ReadMember(const Name: string; out Value: OleVariant): Boolean; override;
+    function WriteMember(const Name: string; const Value: OleVariant): Boolean; override;
+  public
+    function Invoke(DispID: Integer; const IID: TGUID; LocaleID: Integer; Flags: Word; var Params;
+      VarResult, ExcepInfo, ArgErr: Pointer): HResult; stdcall;
+  end;
+
+var
+  CallsToHost: Integer;
+
+function NewHostObject(const Value: OleVariant): OleVariant;
+var
+  Made: THostObject;
+begin
+  Made := THostObject.Create(['Value', 'GetMemberNames', 'GetNewObject']);
+  Made.FValue := Value;
+  Result := Made as IDispatch;
+end;
+
+function THostObject.ReadMember(const Name: string; out Value: OleVariant): Boolean;
+begin
+  Result := True;
+  if Name = 'Value' then
+    Value := FValue
+  else if Name = 'GetNewObject' then
+    Value := NewHostObject(0)
+  else
+  begin
+    Value := CreateOleObject('Brindlex.clsCollection');
+    Value.Add('Value', 'Value');
+  end;
+end;
+
+function THostObject.WriteMember(const Name: string; const Value: OleVariant): Boolean;
+begin
+  Result := True;
+  FValue := Value;
+end;
+
+function THostObject.Invoke(DispID: Integer; const IID: TGUID; LocaleID: Integer; Flags: Word;
+  var Params; VarResult, ExcepInfo, ArgErr: Pointer): HResult; stdcall;
+begin
+  RequireDefaultMask('a call to the host of member ' + IntToStr(DispID));
+  Inc(CallsToHost);
+  if DispID <> DISPID_VALUE then
+    Exit(inherited Invoke(DispID, IID, LocaleID, Flags, Params, VarResult, ExcepInfo, ArgErr));
+  OleVariant(VarResult^) := FValue;
+  Result := S_OK;
+end;
+
+procedure CallHost;
+var
+  Saver, Records, Restored: OleVariant;
+begin
+  Saver := CreateOleObject('Brindlex.clsCollectionSaveRestore');
+  Records := CreateOleObject('Brindlex.clsCollection');
+  Records.Add(NewHostObject(1.5));
+  Restored := Saver.AsDelimitedToCollection(Saver.AsDelimitedFromCollection(Records), NewHostObject(0));
+  Require(Restored.Item(1).Value = 1.5, 'the record is restored');
+  { GetMemberNames and Value of the record; GetNewObject twice, GetMemberNames, and Value, set and
+    then read by this program. }
+  Require(CallsToHost >= 7, 'the component has called the host');
+  CallsToHost := 0;
+  Require(Bases.ConvertBase(NewHostObject(255), 10, 16) = 'FF', 'the default value is converted');
+  Require(CallsToHost > 0, 'the component has asked for the default value');
+  RequireDefaultMask('the calls to the host');
 end;
 
 type
@@ -116,5 +192,6 @@ begin
   ExpectError('a position that is not a number', Entry, NaN, 9);
   Expect('an infinite tolerance', WithTolerance, Infinity, '0');
   Expect('a third in base 60', ToBase60, 1 / 3, '0.20:00:00:00:00:00:00:00:00:29:22:11:13:54:22:');
+  CallHost;
   WriteLn('float mask: done');
 end.
