@@ -17,6 +17,9 @@ readonly packages=(
   g++-mingw-w64-x86-64-posix
   mingw-w64-tools                       # widl, the compiler of its type library
   fp-compiler fpc-source                # compiles the examples in Pascal
+  golang-go                             # the example in Go
+  cargo rustc libstd-rust-dev-windows   # the example in Rust, for 64-bit Windows
+  librust-winapi-dev                    # its declarations of Windows
   wine wine32:i386 wine64               # runs the component and its tests
   wixl msitools                         # the installation packages
   xvfb xauth                            # a display for Wine

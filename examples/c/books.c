@@ -230,7 +230,12 @@ static BSTR KeptInFile(BSTR text) {
   VARIANT_BOOL saved = VARIANT_FALSE;
   _clsAppFiles_SaveTextFile(files, path, text, VARIANT_FALSE, &saved);
   Require(saved == VARIANT_TRUE, "the text is saved");
+  /* Over a file that exists, this one leaves either the old text or the new one, whatever happens.
+   */
+  _clsAppFiles_SaveTextFileSafely(files, path, text, VARIANT_FALSE, &saved);
+  Require(saved == VARIANT_TRUE, "the text is saved safely");
   _clsAppFiles_ReadTextFile(files, path, VARIANT_FALSE, &readBack);
+  Require(SysStringLen(readBack) == SysStringLen(text), "the file holds the text");
   DeleteFileW(path);
   SysFreeString(path);
   _clsAppFiles_Release(files);
@@ -295,31 +300,61 @@ static void KeepBooks(void) {
 
 /* ---- Late bound ------------------------------------------------------------------------------ */
 
-/* Calls a method with two arguments by its name. */
-static VARIANT Call(IDispatch* object, const WCHAR* method, VARIANT first, VARIANT second) {
-  VARIANT arguments[2] = {second, first}; /* the last argument comes first */
-  DISPPARAMS parameters = {arguments, NULL, 2, 0};
+/* Calls a method by its name. The last argument comes first. Reports an error in `exception`. */
+static VARIANT Call(IDispatch* object, const WCHAR* method, VARIANT* arguments, UINT count,
+                    EXCEPINFO* exception) {
+  DISPPARAMS parameters = {arguments, NULL, count, 0};
   DISPID id = DISPID_UNKNOWN;
   VARIANT result;
   LPOLESTR name = (LPOLESTR)method;
   VariantInit(&result);
+  ZeroMemory(exception, sizeof *exception);
   Require(SUCCEEDED(IDispatch_GetIDsOfNames(object, &IID_NULL, &name, 1, LOCALE_USER_DEFAULT, &id)),
           "the method is known");
-  Require(SUCCEEDED(IDispatch_Invoke(object, id, &IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_METHOD,
-                                     &parameters, &result, NULL, NULL)),
-          "the call succeeds");
+  const HRESULT status = IDispatch_Invoke(object, id, &IID_NULL, LOCALE_USER_DEFAULT,
+                                          DISPATCH_METHOD, &parameters, &result, exception, NULL);
+  Require(SUCCEEDED(status) || status == DISP_E_EXCEPTION, "the arguments fit");
   return result;
 }
 
 static void Convert(void) {
   CLSID classId;
+  EXCEPINFO exception;
   Require(SUCCEEDED(CLSIDFromProgID(L"Brindlex.clsBases", &classId)), "the name is registered");
   IDispatch* bases = Create(&classId, &IID_IDispatch);
-  VARIANT text = Call(bases, L"ConvertDec2Base", OfNumber(2026), OfNumber(16));
+  VARIANT toBase16[] = {OfNumber(16), OfNumber(2026)};
+  VARIANT text = Call(bases, L"ConvertDec2Base", toBase16, 2, &exception);
   printf("2026 in base 16: %ls\n", V_BSTR(&text));
   Require(lstrcmpW(V_BSTR(&text), L"7EA") == 0, "2026 is 7EA in base 16");
-  VARIANT number = Call(bases, L"ConvertBase2Dec", text, OfNumber(16));
+  VARIANT fromBase16[] = {OfNumber(16), text};
+  VARIANT number = Call(bases, L"ConvertBase2Dec", fromBase16, 2, &exception);
   Require(V_VT(&number) == VT_R8 && V_R8(&number) == 2026, "and back");
+
+  /* The tolerance goes by reference: the variable receives its absolute value. */
+  double tolerance = -0.5;
+  VARIANT fraction[4];
+  V_VT(&fraction[0]) = VT_R8 | VT_BYREF;
+  V_R8REF(&fraction[0]) = &tolerance;
+  fraction[1] = Omitted();
+  fraction[2] = OfNumber(16);
+  V_VT(&fraction[3]) = VT_R8;
+  V_R8(&fraction[3]) = 2.75;
+  VARIANT digits = Call(bases, L"ConvertDec2Base", fraction, 4, &exception);
+  printf("2.75 in base 16: %ls, tolerance %g\n", V_BSTR(&digits), tolerance);
+  Require(lstrcmpW(V_BSTR(&digits), L"2.C") == 0, "2.75 is 2.C in base 16");
+  Require(tolerance == 0.5, "the tolerance is written back");
+
+  VARIANT fromBase1[] = {OfNumber(1), text};
+  Call(bases, L"ConvertBase2Dec", fromBase1, 2, &exception);
+  printf("Error %ld in %ls: %ls\n", exception.scode & 0xFFFF, exception.bstrSource,
+         exception.bstrDescription);
+  Require(exception.scode == (SCODE)0x800A000D, "base 1 is error 13");
+  Require(lstrcmpW(exception.bstrSource, L"ConvertBase2Dec") == 0, "of the operation");
+  Require(lstrcmpW(exception.bstrDescription, L"Invalid Base") == 0, "with its description");
+  SysFreeString(exception.bstrSource);
+  SysFreeString(exception.bstrDescription);
+  SysFreeString(exception.bstrHelpFile);
+  VariantClear(&digits);
   VariantClear(&text);
   IDispatch_Release(bases);
 }

@@ -110,19 +110,31 @@ void KeepInFile(BSTR path, BSTR text, Text& readBack) {
   Create(CLSID_clsAppFiles, files);
   files->SaveTextFile(path, text, VARIANT_FALSE, &saved);
   Require(saved == VARIANT_TRUE, "the text is saved");
+  // Over a file that exists, this one leaves either the old text or the new one, whatever happens.
+  files->SaveTextFileSafely(path, text, VARIANT_FALSE, &saved);
+  Require(saved == VARIANT_TRUE, "the text is saved safely");
   files->ReadTextFile(path, VARIANT_FALSE, readBack.Receive());
+  Require(SysStringLen(readBack.bstr) == SysStringLen(text), "the file holds the text");
 }
 
-void ShowAnError(_clsCollection* list) {
+/// Prints the error that a call ended with, and returns its source and description.
+std::wstring ShowError(HRESULT status) {
+  Held<IErrorInfo> info;
+  Text source;
+  Text description;
+  Require(GetErrorInfo(0, &info.pointer) == S_OK, "the error is explained");
+  info->GetSource(source.Receive());
+  info->GetDescription(description.Receive());
+  std::printf("Error %ld in %ls: %ls\n", status & 0xFFFF, source.bstr, description.bstr);
+  return std::wstring(source.bstr) + L": " + description.bstr;
+}
+
+void LookUpAbsentKey(_clsCollection* list) {
   const Text key(L"no such book");
   VARIANT entry{};
   const HRESULT status = list->get_Item(Borrowed(key.bstr), &entry);
-  Held<IErrorInfo> info;
-  Text description;
-  Require(GetErrorInfo(0, &info.pointer) == S_OK, "the error is explained");
-  info->GetDescription(description.Receive());
-  std::printf("Error %ld: %ls\n", status & 0xFFFF, description.bstr);
   Require(status == static_cast<HRESULT>(0x800A0005), "an absent key is error 5");
+  ShowError(status);
 }
 
 void Convert() {
@@ -142,6 +154,20 @@ void Convert() {
   double back = 0;
   bases->ConvertBase2Dec(converted.bstr, 16, &back);
   Require(back == 2026, "and back");
+
+  VARIANT fraction{};
+  fraction.vt = VT_R8;
+  fraction.dblVal = 2.75;
+  tolerance = -0.5;
+  bases->ConvertDec2Base(fraction, 16, &allDigits, &tolerance, &noGroups, converted.Receive());
+  std::printf("2.75 in base 16: %ls, tolerance %g\n", converted.bstr, tolerance);
+  Require(std::wstring(converted.bstr) == L"2.C", "2.75 is 2.C in base 16");
+  Require(tolerance == 0.5, "the variable receives the absolute value of the tolerance");
+
+  const Text one(L"1");
+  const HRESULT status = bases->ConvertBase2Dec(one.bstr, 1, &back);
+  Require(status == static_cast<HRESULT>(0x800A000D), "base 1 is error 13");
+  Require(ShowError(status) == L"ConvertBase2Dec: Invalid Base", "with source and description");
 }
 
 void Run() {
@@ -178,7 +204,7 @@ void Run() {
   Require(TextOf(found.pdispVal, L"Title") == L"Emma", "in any letter case");
   VariantClear(&found);
   Convert();
-  ShowAnError(restored.pointer);
+  LookUpAbsentKey(restored.pointer);
 }
 
 }  // namespace

@@ -1,5 +1,12 @@
 // Keeps a list of books in a file, in C++: late bound, by names alone, as a program does that is
 // compiled without the type library. Only the record in book.h uses it.
+// With g++ of mingw-w64, and Brindlex.h and Brindlex_i.c beside the component:
+//
+//   g++ -std=c++17 -I include examples/cpp/books_late.cpp include/Brindlex_i.c -o books_late.exe
+//       -lole32 -loleaut32 -luuid
+//
+// Without -static the program needs the compiler's run-time DLLs, such as libstdc++-6.dll, beside
+// it.
 
 #include "book.h"
 
@@ -34,6 +41,10 @@ class Value {
     variant_.vt = VT_I4;
     variant_.lVal = number;
   }
+  explicit Value(double number) {
+    variant_.vt = VT_R8;
+    variant_.dblVal = number;
+  }
   explicit Value(bool flag) {
     variant_.vt = VT_BOOL;
     variant_.boolVal = flag ? VARIANT_TRUE : VARIANT_FALSE;
@@ -57,6 +68,14 @@ class Value {
     return omitted;
   }
 
+  /// An argument by reference: the call may change `variable`.
+  static Value ByReference(double* variable) {
+    Value reference;
+    reference.variant_.vt = VT_R8 | VT_BYREF;
+    reference.variant_.pdblVal = variable;
+    return reference;
+  }
+
   std::wstring Text() const {
     Value text;
     VariantChangeType(&text.variant_, Lent(), 0, VT_BSTR);
@@ -74,9 +93,10 @@ class Value {
   VARIANT variant_{};
 };
 
-/// What a call raised: its number, or 0, and its description.
+/// The error that a call raised; number 0 if it raised none.
 struct Raised {
   long number = 0;
+  std::wstring source;
   std::wstring description;
 };
 
@@ -101,7 +121,7 @@ Value Call(const Value& object, const wchar_t* member, std::vector<Value> argume
       result.Receive(), &exception, nullptr);
   Require(raised != nullptr || SUCCEEDED(status), "the call succeeds");
   if (raised != nullptr && status == DISP_E_EXCEPTION) {
-    *raised = {exception.scode & 0xFFFF, exception.bstrDescription};
+    *raised = {exception.scode & 0xFFFF, exception.bstrSource, exception.bstrDescription};
   }
   SysFreeString(exception.bstrSource);
   SysFreeString(exception.bstrDescription);
@@ -142,19 +162,51 @@ std::wstring TemporaryFile() {
   return std::wstring(folder) + L"late books.txt";
 }
 
+/// Saves the text in a temporary file by `member` and returns the content of the file.
+Value KeepInFile(const wchar_t* member, const Value& text) {
+  const Value files = Create(L"Brindlex.clsAppFiles");
+  const std::wstring path = TemporaryFile();
+  const Value saved = Call(files, member, {Value(path), text, Value(false)});
+  Require(saved.Get().boolVal == VARIANT_TRUE, "the text is saved");
+  Value content = Call(files, L"ReadTextFile", {Value(path), Value(false)});
+  DeleteFileW(path.c_str());
+  return content;
+}
+
+void Convert() {
+  const Value bases = Create(L"Brindlex.clsBases");
+  const Value converted = Call(bases, L"ConvertDec2Base", {Value(2026), Value(16)});
+  std::printf("2026 in base 16: %ls\n", converted.Text().c_str());
+  Require(converted.Text() == L"7EA", "2026 is 7EA in base 16");
+  Require(Call(bases, L"ConvertBase2Dec", {converted, Value(16)}).Text() == L"2026", "and back");
+
+  double tolerance = -0.5;
+  const Value fraction =
+      Call(bases, L"ConvertDec2Base",
+           {Value(2.75), Value(16), Value::Omitted(), Value::ByReference(&tolerance)});
+  std::printf("2.75 in base 16: %ls, tolerance %g\n", fraction.Text().c_str(), tolerance);
+  Require(fraction.Text() == L"2.C", "2.75 is 2.C in base 16");
+  Require(tolerance == 0.5, "the variable receives the absolute value of the tolerance");
+
+  Raised raised;
+  Call(bases, L"ConvertBase2Dec", {Value(L"1"), Value(1)}, &raised);
+  std::printf("Error %ld in %ls: %ls\n", raised.number, raised.source.c_str(),
+              raised.description.c_str());
+  Require(raised.number == 13, "base 1 is error 13");
+  Require(raised.source == L"ConvertBase2Dec", "its source is the operation");
+  Require(raised.description == L"Invalid Base", "its description is Invalid Base");
+}
+
 void Run() {
   const Value list = Create(L"Brindlex.clsCollection");
   const Value saver = Create(L"Brindlex.clsCollectionSaveRestore");
-  const Value files = Create(L"Brindlex.clsAppFiles");
   Call(list, L"Add", {Value(new Book(L"Moby Dick", 12.5))});
   Call(list, L"Add", {Value(new Book(L"Emma", 9))});
 
   const Value text = Call(saver, L"AsDelimitedFromCollection", {list});
-  const std::wstring path = TemporaryFile();
-  const Value saved = Call(files, L"SaveTextFile", {Value(path), text, Value(false)});
-  Require(saved.Get().boolVal == VARIANT_TRUE, "the text is saved");
-  const Value readBack = Call(files, L"ReadTextFile", {Value(path), Value(false)});
-  DeleteFileW(path.c_str());
+  const Value readBack = KeepInFile(L"SaveTextFile", text);
+  Require(readBack.Text() == text.Text(), "the file holds the text");
+  Require(KeepInFile(L"SaveTextFileSafely", text).Text() == text.Text(), "saved safely, too");
 
   const Value restored =
       Call(saver, L"AsDelimitedToCollection",
@@ -163,12 +215,6 @@ void Run() {
   Require(Listed(restored) == Listed(list), "every book is as it was");
   Require(Call(Call(restored, L"Item", {Value(L"EMMA")}), L"Title").Text() == L"Emma",
           "Emma is found by her key, in any letter case");
-
-  const Value bases = Create(L"Brindlex.clsBases");
-  const Value converted = Call(bases, L"ConvertDec2Base", {Value(2026), Value(16)});
-  std::printf("2026 in base 16: %ls\n", converted.Text().c_str());
-  Require(converted.Text() == L"7EA", "2026 is 7EA in base 16");
-  Require(Call(bases, L"ConvertBase2Dec", {converted, Value(16)}).Text() == L"2026", "and back");
 
   Raised raised;
   Call(restored, L"Item", {Value(L"no such book")}, &raised);
@@ -181,6 +227,7 @@ void Run() {
 int main() {
   CoInitialize(nullptr);
   Run();
+  Convert();
   CoUninitialize();
   std::printf("books: done\n");
   return 0;

@@ -109,6 +109,13 @@ begin
   end;
 end;
 
+{ Shows an error that the component raised, and checks its number. }
+procedure Show(Error: EOleException; Number: Integer);
+begin
+  WriteLn('Error ', Error.ErrorCode and $FFFF, ' in ', Error.Source, ': ', Error.Message);
+  Require(Error.ErrorCode and $FFFF = Number, 'the error is the expected one');
+end;
+
 procedure ConvertEarlyBound;
 var
   Bases: _clsBases;
@@ -121,6 +128,19 @@ begin
   Group := 0;
   Require(Bases.ConvertDec2Base(2026, 16, Digits, Tolerance, Group) = '7EA', '2026 is 7EA in base 16');
   Require(Bases.ConvertBase2Dec('7EA', 16) = 2026, 'and back');
+  Tolerance := -0.5;
+  Require(Bases.ConvertDec2Base(2.75, 16, Digits, Tolerance, Group) = '2.C', '2.75 is 2.C in base 16');
+  Require(Tolerance = 0.5, 'the variable receives the absolute value of the tolerance');
+  try
+    Bases.ConvertBase2Dec('11', 1);
+    Require(False, 'there is no base 1');
+  except
+    on E: EOleException do
+    begin
+      Show(E, 13);
+      Require((E.Source = 'ConvertBase2Dec') and (E.Message = 'Invalid Base'), 'with its description');
+    end;
+  end;
 end;
 
 procedure EarlyBound;
@@ -138,6 +158,8 @@ begin
 
   Text := Saver.AsDelimitedFromCollection(List, EmptyParam, EmptyParam, EmptyParam);
   Require(Files.SaveTextFile(NewPath, Text, False), 'the text is saved');
+  Require(Files.ReadTextFile(NewPath, False) = Text, 'the file holds the text');
+  Require(Files.SaveTextFileSafely(NewPath, Text, False), 'the text is saved safely');
   Text := Files.ReadTextFile(NewPath, False);
   DeleteFile(NewPath);
 
@@ -152,21 +174,28 @@ begin
     Require(False, 'an absent key is an error');
   except
     on E: EOleException do
-    begin
-      WriteLn('Error ', E.ErrorCode and $FFFF, ': ', E.Message);
-      Require(E.ErrorCode and $FFFF = 5, 'of number 5');
-    end;
+      Show(E, 5);
   end;
 end;
 
 procedure ConvertLateBound;
 var
-  Bases: OleVariant;
+  Bases, Tolerance: OleVariant;
 begin
   Bases := CreateOleObject('Brindlex.clsBases');
   WriteLn('2026 in base 16: ', string(Bases.ConvertDec2Base(2026, 16)));
   Require(Bases.ConvertDec2Base(2026, 16) = '7EA', '2026 is 7EA in base 16');
   Require(Bases.ConvertBase2Dec('7EA', 16) = 2026, 'and back');
+  Tolerance := -0.5;
+  Require(Bases.ConvertDec2Base(2.75, 16, EmptyParam, Tolerance) = '2.C', '2.75 is 2.C in base 16');
+  Require(Tolerance = 0.5, 'the variable receives the absolute value of the tolerance');
+  try
+    Bases.ConvertBase2Dec('11', 1);
+    Require(False, 'there is no base 1');
+  except
+    on E: EOleException do
+      Show(E, 13);
+  end;
 end;
 
 procedure LateBound;
@@ -182,6 +211,8 @@ begin
 
   Text := Saver.AsDelimitedFromCollection(List);
   Require(Files.SaveTextFile(NewPath, Text, False), 'the text is saved');
+  Require(Files.ReadTextFile(NewPath, False) = Text, 'the file holds the text');
+  Require(Files.SaveTextFileSafely(NewPath, Text, False), 'the text is saved safely');
   Text := Files.ReadTextFile(NewPath, False);
   DeleteFile(NewPath);
 
@@ -194,10 +225,7 @@ begin
     Require(False, 'a position that is not there is an error');
   except
     on E: EOleException do
-    begin
-      WriteLn('Error ', E.ErrorCode and $FFFF, ': ', E.Message);
-      Require(E.ErrorCode and $FFFF = 9, 'of number 9');
-    end;
+      Show(E, 9);
   end;
 end;
 

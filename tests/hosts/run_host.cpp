@@ -1,14 +1,16 @@
 // Runs a script in the Windows Script Host as a user would, or a program, and closes the message
 // boxes that it shows, as a user would.
 //
-//   run_host SCRIPT_OR_EXE [LAST_LINE]
+//   run_host SCRIPT_OR_EXE [LAST_LINE [ARGUMENT...]]
 //
+// The arguments are those of the program, such as the script that an interpreter runs.
 // The script says what it expects: a line "expects box: CAPTION|TEXT" for each box, in their order,
 // with line breaks in TEXT written as \r\n, and LAST_LINE ("all passed" when none is given) as its
 // last line, since failures in a script can be silent. Exit status 0 when all of that came true.
 
 #include <windows.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <string>
 #include <utility>
@@ -110,7 +112,8 @@ std::wstring FullPath(const wchar_t* path) {
 /// A running script whose output goes to a file that goes with this object.
 class Script {
  public:
-  explicit Script(const std::wstring& path) : output_(NewOutputFile()) {
+  Script(const std::wstring& path, const std::vector<std::wstring>& arguments)
+      : output_(NewOutputFile()) {
     STARTUPINFOW startup{};
     startup.cb = sizeof(startup);
     startup.dwFlags = STARTF_USESTDHANDLES;
@@ -118,6 +121,7 @@ class Script {
     startup.hStdError = output_;
     std::wstring command =
         (path.ends_with(L".exe") ? L"\"" : L"cscript.exe //nologo \"") + path + L"\"";
+    for (const std::wstring& argument : arguments) command += L" \"" + argument + L"\"";
     started_ = CreateProcessW(nullptr, command.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr,
                               &startup, &process_) != FALSE;
   }
@@ -207,11 +211,12 @@ int Judge(DWORD code, const std::vector<std::string>& lines, const Boxes& boxes,
 }  // namespace
 
 int wmain(int argc, wchar_t** argv) {
-  if (argc != 2 && argc != 3) {
-    std::fprintf(stderr, "usage: run_host SCRIPT [LAST_LINE]\n");
+  if (argc < 2) {
+    std::fprintf(stderr, "usage: run_host SCRIPT_OR_EXE [LAST_LINE [ARGUMENT...]]\n");
     return 2;
   }
-  Script script(FullPath(argv[1]));
+  const std::vector<std::wstring> arguments(argv + std::min(argc, 3), argv + argc);
+  Script script(FullPath(argv[1]), arguments);
   if (!script.Started()) {
     std::fprintf(stderr, "cscript does not start: error %lu\n", GetLastError());
     return 2;
@@ -226,5 +231,5 @@ int wmain(int argc, wchar_t** argv) {
     script.Kill();
   }
   return Judge(script.ExitCode(), script.Output(), boxes,
-               argc == 3 ? Narrow(argv[2]) : "all passed");
+               argc >= 3 ? Narrow(argv[2]) : "all passed");
 }

