@@ -1,9 +1,9 @@
 #include "tool/block_index.h"
 
-#include <unordered_set>
 #include <utility>
 
 #include "automation/text.h"
+#include "tool/name_tables.h"
 #include "tool/table_target.h"
 #include "tool/utf.h"
 #include "tool/walk_input.h"
@@ -92,21 +92,12 @@ class IndexSink {
     block_ = {};
   }
 
-  struct Hash {
-    std::size_t operator()(const Text& name) const { return HashIgnoringCase(name); }
-  };
-  struct Equal {
-    bool operator()(const Text& left, const Text& right) const {
-      return EqualIgnoringCase(left, right);
-    }
-  };
-
   const BlockColumns columns_;
   const ByteMarkers& markers_;
   const std::string encodingName_;
   PieceDecoder decoder_;
   BlockIndex index_;
-  std::unordered_set<Text, Hash, Equal> known_;
+  FoldedNameSet known_;
   BlockPlace block_;
   std::uint64_t record_ = 0;
   std::size_t column_ = 0;

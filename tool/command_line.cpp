@@ -5,6 +5,7 @@
 #include <new>
 #include <utility>
 
+#include "automation/hash_key.h"
 #include "tool/convert_commands.h"
 #include "tool/system.h"
 #include "tool/version.h"
@@ -69,6 +70,13 @@ void AddCommands(CLI::App& tool, Context& context) {
   AddFromCsv(tool, context);
   AddCollections(tool, context);
   AddBase(tool, context);
+}
+
+// From here on nobody can know in which order a table has the names of a file.
+void SeedHashes() {
+  const bool isSeeded =
+      SeedHashKey([](SipKey& key) noexcept { return system::FillRandom(&key, sizeof(key)); });
+  if (!isSeeded) throw Failure(ExitCode::kInputOutput, "the system supplies no random numbers");
 }
 
 int Run(const std::vector<std::string>& arguments) {
@@ -152,6 +160,7 @@ std::vector<std::string> ExpandedPaths(const std::vector<std::string>& paths) {
 
 int RunTool(const std::vector<std::string>& arguments) {
   try {
+    SeedHashes();
     return Run(arguments);
   } catch (const Failure& failure) {
     Say(failure.what());

@@ -74,12 +74,10 @@ void DelimitedWriter::BeginCollection(std::string_view name) {
     throw ConversionError(where + ": its name " + *problem);
   }
   name_ = record_;
-  Text folded = Utf16OfUtf8(name);
-  for (char16_t& unit : folded) unit = FoldCase(unit);
-  if (!folded_.insert(std::move(folded)).second) {
+  if (!collections_.insert(Utf16OfUtf8(name)).second) {
     throw ConversionError(where + " comes twice: the component reads nothing of such a file");
   }
-  if (folded_.size() > 1) return;
+  if (collections_.size() > 1) return;
   names_ = {"DataString", "Name"};
   Record(names_, outer_, "the header");
   guard_.Forbid(InnerPair());

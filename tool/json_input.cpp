@@ -3,8 +3,9 @@
 #include <cstdint>
 #include <iterator>
 #include <nlohmann/json.hpp>
-#include <unordered_map>
 #include <utility>
+
+#include "tool/name_tables.h"
 
 namespace brindlex::tool {
 namespace {
@@ -293,7 +294,7 @@ class TableReader : public nlohmann::json_sax<Json> {
   bool headed_ = false;
   bool byName_ = false;
   std::vector<std::string> names_;
-  std::unordered_map<std::string, std::size_t> indices_;
+  NameMap<std::size_t> indices_;
   /// The row that is being read: the place of the next value, and which ones came.
   std::size_t next_ = 0;
   std::vector<std::string> values_;

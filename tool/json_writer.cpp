@@ -1,9 +1,9 @@
 #include "tool/json_writer.h"
 
-#include <unordered_set>
 #include <utility>
 
 #include "tool/json_text.h"
+#include "tool/name_tables.h"
 #include "tool/table_target.h"
 
 namespace brindlex::tool {
@@ -36,7 +36,7 @@ void JsonWriter::Header(const std::vector<std::string>& names, std::uint64_t at)
   hasHeader_ = true;
   headerAt_ = at;
   before_.clear();
-  std::unordered_set<std::string_view> known;
+  NameViewSet known;
   for (const std::string& name : names) {
     std::string before(before_.empty() ? 0 : 1, ',');
     if (!options_.arrays) {

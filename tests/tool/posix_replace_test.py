@@ -263,6 +263,17 @@ def test_the_order_of_calls(folder: pathlib.Path) -> None:
     expect("nothing by a path", [], by_name)
 
 
+def test_the_hash_key_is_drawn_anew(folder: pathlib.Path) -> None:
+    log = folder / "calls"
+    own = {**os.environ, "ASAN_OPTIONS": "detect_leaks=0"}
+    keys = set()
+    for _ in range(3):
+        subprocess.run(["strace", "-x", "-o", str(log), "-e", "trace=getrandom", *program.COMMAND, "--version"],
+                       check=True, capture_output=True, env=own)
+        keys.update(re.findall(r'getrandom\("([^"]*)", 16, 0\) += 16', log.read_text()))
+    expect("keys", 3, len(keys))
+
+
 def test_what_a_killed_run_leaves_is_private(folder: pathlib.Path) -> None:
     books, public = put(folder / "books", LARGE), put(folder / "public", BOOKS, 0o666)
     killed = 0
