@@ -7,6 +7,7 @@
 
 #include "automation/hash_key.h"
 #include "tool/convert_commands.h"
+#include "tool/escape.h"
 #include "tool/system.h"
 #include "tool/version.h"
 
@@ -98,7 +99,9 @@ int Run(const std::vector<std::string>& arguments) {
   } catch (const CLI::ParseError& error) {
     const auto chosen = tool.get_subcommands();
     const std::string command = chosen.empty() ? "" : " " + chosen.front()->get_name();
-    Say(std::string(error.what()) + "; see brindlex" + command + " --help");
+    // It quotes arguments as they are.
+    constexpr std::size_t kMost = 500;
+    Say(Escaped(error.what(), kMost) + "; see brindlex" + command + " --help");
     return static_cast<int>(ExitCode::kUsage);
   }
   return static_cast<int>(context.exit);

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "automation/text.h"
+#include "tool/escape.h"
 #include "tool/input.h"
 #include "tool/utf.h"
 
@@ -67,7 +68,7 @@ void DelimitedWriter::BeginNamed() {
 void DelimitedWriter::BeginCollection(std::string_view name) {
   if (!isNamed_) return;
   // Checked now, so that a name that cannot be written is found before its collection is.
-  const std::string where = "the collection \"" + std::string(name) + "\"";
+  const std::string where = "the collection " + Quoted(name);
   record_.clear();
   // A name stands in the outer layer alone.
   if (const auto problem = guard_.Append(name, 1, record_)) {
@@ -116,7 +117,7 @@ void DelimitedWriter::Record(const std::vector<std::string>& values, const ByteM
   const std::size_t layers = isNamed_ ? 2 : 1;
   for (std::size_t column = 0; column < values.size(); ++column) {
     if (const auto problem = guard_.Append(values[column], layers, record_)) {
-      throw ConversionError(where + ", \"" + names_[column] + "\": it " + *problem);
+      throw ConversionError(where + ", " + Quoted(names_[column]) + ": it " + *problem);
     }
     record_ += markers.fieldEnd;
   }

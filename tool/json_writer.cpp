@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "tool/escape.h"
 #include "tool/json_text.h"
 #include "tool/name_tables.h"
 #include "tool/table_target.h"
@@ -42,8 +43,8 @@ void JsonWriter::Header(const std::vector<std::string>& names, std::uint64_t at)
     if (!options_.arrays) {
       if (!known.insert(name).second) {
         throw ConversionError(
-            "byte " + std::to_string(at) + ": the header has the name \"" + name +
-            "\" twice, and an object can hold one value of a name only: " + "--arrays holds both");
+            "byte " + std::to_string(at) + ": the header has the name " + Quoted(name) +
+            " twice, and an object can hold one value of a name only: " + "--arrays holds both");
       }
       AppendJsonString(before, name);
       before += ':';

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "tool/diagnostics.h"
+#include "tool/escape.h"
 #include "tool/utf.h"
 
 namespace brindlex::tool {
@@ -44,11 +45,12 @@ void Output::Check(const std::error_code& error) const {
 }
 
 void Output::Fail(const std::error_code& error) const {
-  throw Failure(ExitCode::kInputOutput, "cannot write " + name_ + ": " + error.message());
+  throw Failure(ExitCode::kInputOutput,
+                "cannot write " + ShownPath(name_) + ": " + error.message());
 }
 
 void Output::RefuseToReplace() const {
-  throw Failure(ExitCode::kUsage, name_ + " is there already; --force replaces it");
+  throw Failure(ExitCode::kUsage, ShownPath(name_) + " is there already; --force replaces it");
 }
 
 void Output::HandOver(std::string_view bytes) {

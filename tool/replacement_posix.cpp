@@ -332,12 +332,14 @@ Descriptor Replacement::File() const { return state_->file.Get(); }
 std::error_code Replacement::Commit(bool overwrite) {
   const int file = state_->file.Get();
   const int folder = state_->target.folder.Get();
+  if (const auto error = Synchronize(file)) return error;
+  // Last, so that there is hardly a moment at which a run that is killed leaves more than mode
+  // 0600.
   if (const auto old = FindOldFile(state_->target)) {
     TakeOver(file, *old);
   } else {
     (void)::fchmod(file, ModeOfNewFile(folder));
   }
-  if (const auto error = Synchronize(file)) return error;
   if (const auto error = Close(state_->file.Release())) return error;
   const auto error = Rename(folder, state_->temporary, state_->target.name, overwrite);
   if (!error) state_->temporary.clear();

@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "automation/text.h"
+#include "tool/escape.h"
 #include "tool/name_tables.h"
 #include "tool/utf.h"
 
