@@ -9,13 +9,13 @@ import subprocess
 import program
 from program import IS_WINDOWS, encoded, expect, path
 
+# Each run takes its time under Wine, so one text holds many; tests/tool/escape_test.cpp goes over every character.
 HOSTILE = [
-    "\x1b]0;title\x07", "\x1b[31mred", "\x1b[2J", "a\nbrindlex: forged", "a\r\nb", "tab\tbed", "\x08\x7f",
-    "\x9b31m", "\x85next", "\u202eetirw", "\u2066in\u2069", "\u200f\u200e\u061c", "line\u2028para\u2029",
-    'quote" twice', "x" * 100_000, "\x1b" * 100_000,
+    "\x1b]0;title\x07\x1b[31mred\x1b[2J\x08\x7f\x9b31m\x85next", "a\nbrindlex: forged\rb\tc",
+    "\u202eetirw\u2066in\u2069\u200f\u200e\u061cline\u2028para\u2029", 'quote" twice', "x" * 100_000, "\x1b" * 100_000,
 ]
 # As bytes of UTF-8, what no text has: no character, halves of a pair, a character in too many bytes.
-NO_TEXT = [b"\xff\xfe\x1b[m", b"\xed\xa0\x80", b"\xc1\x9b", b"\xf4\x90\x80\x80"]
+NO_TEXT = [b"\xff\xfe\x1b[m\xed\xa0\x80", b"\xc1\x9b\xf4\x90\x80\x80"]
 
 FORBIDDEN = {*range(0x20), *range(0x7F, 0xA0), 0x61C, 0x200E, 0x200F, *range(0x2028, 0x202F),
              *range(0x2066, 0x206A)}
