@@ -21,7 +21,8 @@ std::string NumberOf(char32_t character) {
 std::string Described(std::string_view text) {
   const Character first = FirstOfUtf8(text);
   const std::string number = NumberOf(first.number);
-  return ActsOnTerminal(first.number) ? number : std::string(text.substr(0, first.bytes)) + " " + number;
+  return ActsOnTerminal(first.number) ? number
+                                      : std::string(text.substr(0, first.bytes)) + " " + number;
 }
 
 }  // namespace

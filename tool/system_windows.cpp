@@ -133,7 +133,7 @@ std::error_code Close(Descriptor descriptor) {
 
 std::optional<std::uint64_t> SizeOf(Descriptor descriptor) {
   LARGE_INTEGER size{};
-  const HANDLE handle = HandleOf(descriptor);
+  auto* const handle = HandleOf(descriptor);
   if (::GetFileType(handle) != FILE_TYPE_DISK || ::GetFileSizeEx(handle, &size) == 0) {
     return std::nullopt;
   }
@@ -150,9 +150,9 @@ FileKind KindOf(const std::string& path) {
 std::vector<std::string> Expanded(const std::string& word) {
   std::vector<std::string> found;
   WIN32_FIND_DATAW data{};
-  const HANDLE search = word.find_first_of("*?") == std::string::npos
-                            ? INVALID_HANDLE_VALUE
-                            : ::FindFirstFileW(Wide(word).c_str(), &data);
+  auto* const search = word.find_first_of("*?") == std::string::npos
+                           ? INVALID_HANDLE_VALUE
+                           : ::FindFirstFileW(Wide(word).c_str(), &data);
   if (search == INVALID_HANDLE_VALUE) return {word};
   const std::size_t last = word.find_last_of("\\/:");
   const std::string folder = last == std::string::npos ? std::string() : word.substr(0, last + 1);
@@ -189,7 +189,7 @@ std::optional<int> TerminalColumns(Descriptor descriptor) {
 bool TakesColours(Descriptor descriptor) {
   constexpr DWORD kEscapeSequences = 0x0004;
   DWORD mode = 0;
-  const HANDLE handle = HandleOf(descriptor);
+  auto* const handle = HandleOf(descriptor);
   return ::GetConsoleMode(handle, &mode) != 0 &&
          ::SetConsoleMode(handle, mode | kEscapeSequences) != 0;
 }

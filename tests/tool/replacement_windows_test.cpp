@@ -82,9 +82,9 @@ TEST(WindowsReplacement, NobodyElseOpensTheTemporaryFile) {
     if (entry.path().extension() != L".partial") continue;
     ++found;
     constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-    for (const DWORD access : {DWORD{GENERIC_READ}, DWORD{GENERIC_WRITE}}) {
-      HANDLE const file = CreateFileW(entry.path().wstring().c_str(), access, kShareAll, nullptr,
-                                      OPEN_EXISTING, 0, nullptr);
+    for (const DWORD access : {FILE_READ_DATA, FILE_WRITE_DATA}) {
+      auto* const file = CreateFileW(entry.path().wstring().c_str(), access, kShareAll, nullptr,
+                                     OPEN_EXISTING, 0, nullptr);
       EXPECT_EQ(INVALID_HANDLE_VALUE, file);
       EXPECT_EQ(DWORD{ERROR_SHARING_VIOLATION}, GetLastError());
     }
