@@ -6,10 +6,13 @@
 #include "automation/runtime_error.h"
 #include "bases/bases.h"
 #include "tool/diagnostics.h"
+#include "tool/escape.h"
 #include "tool/utf.h"
 
 namespace brindlex::tool {
 namespace {
+
+constexpr std::size_t kMostShown = 100;
 
 /// In the component's words; its general source says nothing that the user does not know.
 std::string Described(const RuntimeError& error) {
@@ -33,8 +36,9 @@ std::string ConvertedNumber(const std::string& number, std::int32_t from, std::i
     const double* const decimal = std::get_if<double>(&result);
     return Utf8OfUtf16(decimal != nullptr ? reading.ToText(*decimal) : std::get<Text>(result));
   } catch (const RuntimeError& error) {
-    throw Failure(ExitCode::kDefects, number + " from base " + std::to_string(from) + " to base " +
-                                          std::to_string(to) + ": " + Described(error));
+    throw Failure(ExitCode::kDefects, Escaped(number, kMostShown) + " from base " +
+                                          std::to_string(from) + " to base " + std::to_string(to) +
+                                          ": " + Described(error));
   }
 }
 

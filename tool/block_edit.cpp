@@ -5,6 +5,7 @@
 
 #include "tool/block_writer.h"
 #include "tool/diagnostics.h"
+#include "tool/escape.h"
 #include "tool/marker_guard.h"
 #include "tool/table_reader.h"
 #include "tool/table_target.h"
@@ -104,7 +105,7 @@ BlockEditor::BlockEditor(const Source& file, const FormatOptions& format) : file
   }
   if (head.size() > layout_.markBytes) {
     throw Failure(ExitCode::kUsage,
-                  file.Name() + " holds a single collection, not several by name");
+                  ShownPath(file.Name()) + " holds a single collection, not several by name");
   }
   index_.headerEnd = index_.end = layout_.markBytes;
 }
@@ -112,8 +113,8 @@ BlockEditor::BlockEditor(const Source& file, const FormatOptions& format) : file
 const BlockPlace& BlockEditor::Found(const std::string& name) const {
   const auto at = index_.Find(name);
   if (at) return index_.blocks[*at];
-  throw Failure(ExitCode::kUsage, file_->Name() + " holds no collection \"" + name +
-                                      "\"; it holds " + index_.Listed());
+  throw Failure(ExitCode::kUsage, ShownPath(file_->Name()) + " holds no collection " +
+                                      Quoted(name) + "; it holds " + index_.Listed());
 }
 
 std::string BlockEditor::NameBytes(const std::string& name) const {
@@ -124,7 +125,7 @@ std::string BlockEditor::NameBytes(const std::string& name) const {
   guard.Forbid(OuterPair());
   std::string bytes;
   if (const auto problem = guard.Append(name, 1, bytes)) {
-    throw ConversionError("the name \"" + name + "\" cannot be written: it " + *problem);
+    throw ConversionError("the name " + Quoted(name) + " cannot be written: it " + *problem);
   }
   return bytes;
 }
@@ -158,7 +159,8 @@ void BlockEditor::Rename(const std::string& name, const std::string& newName,
   const BlockPlace& block = Found(name);
   const auto taken = index_.Find(newName);
   if (taken && &index_.blocks[*taken] != &block) {
-    throw ConversionError("there is a collection \"" + index_.blocks[*taken].name + "\" already");
+    throw ConversionError("there is a collection " + Quoted(index_.blocks[*taken].name) +
+                          " already");
   }
   Splice(file_, {{block.nameBegin, block.nameEnd, Bytes(NameBytes(newName))}}, sink);
 }
@@ -177,8 +179,8 @@ void BlockEditor::Add(const std::string& name, const Source& added,
                       Losses& losses) const {
   const auto taken = index_.Find(name);
   if (taken && !replaces) {
-    throw ConversionError("there is a collection \"" + index_.blocks[*taken].name +
-                          "\" already; --replace puts the new one in its place");
+    throw ConversionError("there is a collection " + Quoted(index_.blocks[*taken].name) +
+                          " already; --replace puts the new one in its place");
   }
   const BlockColumns columns = layout_.blocks.value_or(BlockColumns{0, 1, 2, true});
   if (columns.count != 2 || columns.data != 0 || !columns.areSpelledExactly) {

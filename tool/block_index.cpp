@@ -1,9 +1,10 @@
 #include "tool/block_index.h"
 
-#include <unordered_set>
 #include <utility>
 
 #include "automation/text.h"
+#include "tool/escape.h"
+#include "tool/name_tables.h"
 #include "tool/table_target.h"
 #include "tool/utf.h"
 #include "tool/walk_input.h"
@@ -85,28 +86,19 @@ class IndexSink {
     block_.begin = recordBegin_;
     const Text name = Utf16OfUtf8(block_.name);
     if (!known_.insert(name).second) {
-      Fail(block_.nameBegin, "a second block named \"" + block_.name +
-                                 "\": the component reads nothing of such a file");
+      Fail(block_.nameBegin, "a second block named " + Quoted(block_.name) +
+                                 ": the component reads nothing of such a file");
     }
     index_.blocks.push_back(std::move(block_));
     block_ = {};
   }
-
-  struct Hash {
-    std::size_t operator()(const Text& name) const { return HashIgnoringCase(name); }
-  };
-  struct Equal {
-    bool operator()(const Text& left, const Text& right) const {
-      return EqualIgnoringCase(left, right);
-    }
-  };
 
   const BlockColumns columns_;
   const ByteMarkers& markers_;
   const std::string encodingName_;
   PieceDecoder decoder_;
   BlockIndex index_;
-  std::unordered_set<Text, Hash, Equal> known_;
+  FoldedNameSet known_;
   BlockPlace block_;
   std::uint64_t record_ = 0;
   std::size_t column_ = 0;
@@ -129,12 +121,8 @@ std::optional<std::size_t> BlockIndex::Find(std::string_view name) const {
 }
 
 std::string BlockIndex::Listed() const {
-  constexpr std::size_t kMost = 20;
   std::string list;
-  for (std::size_t at = 0; at < blocks.size() && at < kMost; ++at) {
-    list.append(at == 0 ? "\"" : ", \"").append(blocks[at].name).append("\"");
-  }
-  if (blocks.size() > kMost) list += " and " + std::to_string(blocks.size() - kMost) + " more";
+  for (std::size_t at = 0; at < blocks.size(); ++at) AppendToList(list, blocks[at].name, at);
   return blocks.empty() ? "none" : list;
 }
 

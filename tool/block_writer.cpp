@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "tool/diagnostics.h"
+#include "tool/escape.h"
 #include "tool/table_target.h"
 
 namespace brindlex::tool {
@@ -55,7 +56,7 @@ void BlockWriter::Value(std::string_view piece, bool /*isFirst*/, bool isLast) {
 
 void BlockWriter::Fail(const std::string& what) const {
   const std::string record = row_ == 0 ? "the header" : "record " + std::to_string(row_);
-  throw ConversionError(record + ", \"" + names_[column_] + "\": " + what);
+  throw ConversionError(record + ", " + Quoted(names_[column_]) + ": " + what);
 }
 
 void BlockWriter::EndRow() { Buffer() += markers_.recordEnd; }

@@ -3,6 +3,7 @@
 #include "automation/text.h"
 #include "tool/defects.h"
 #include "tool/diagnostics.h"
+#include "tool/escape.h"
 #include "tool/text_check.h"
 #include "tool/utf.h"
 
@@ -105,7 +106,6 @@ void EachBlock(Input& input, const Layout& layout, bool countsRecords,
 }
 
 Block FindBlock(Input& input, const Layout& layout, const std::string& name, Progress& progress) {
-  constexpr std::size_t kMostNames = 20;
   const Text sought = Utf16OfUtf8(name);
   std::optional<Block> found;
   std::string names;
@@ -114,13 +114,13 @@ Block FindBlock(Input& input, const Layout& layout, const std::string& name, Pro
       input, layout, false,
       [&](const Block& block) {
         if (EqualIgnoringCase(Utf16OfUtf8(block.name), sought)) found = block;
-        if (count++ < kMostNames) names += (names.empty() ? "" : ", ") + Quoted(block.name);
+        AppendToList(names, block.name, count++);
         return !found.has_value();
       },
       progress);
   if (found) return *found;
-  if (count > kMostNames) names += ", \u2026";
-  throw Failure(ExitCode::kUsage, "there is no collection " + Quoted(name) + " in " + input.Name() +
+  throw Failure(ExitCode::kUsage, "there is no collection " + Quoted(name) + " in " +
+                                      ShownPath(input.Name()) +
                                       (names.empty() ? "" : "; there are " + names));
 }
 

@@ -7,6 +7,7 @@
 
 #include "tool/command_line.h"
 #include "tool/defects.h"
+#include "tool/escape.h"
 #include "tool/file_check.h"
 #include "tool/system.h"
 
@@ -26,14 +27,16 @@ std::string Counted(std::uint64_t count, const char* what) {
 
 /// For a person who waits: nobody else wants to be told that all is well.
 void SayResult(const std::string& path, const CheckedFile& checked, std::uint64_t defects) {
-  if (!checked.doubt.empty()) Say(path + ": " + checked.doubt);
+  if (!checked.doubt.empty()) Say(ShownPath(path) + ": " + checked.doubt);
   if (!system::IsTerminal(system::kStandardError)) return;
   std::string extent = Counted(checked.records, "record");
   if (checked.collections > 0) extent += " in " + Counted(checked.collections, "collection");
-  const Palette palette = Palette::Of(system::kStandardError);
-  const std::string verdict = defects == 0 ? palette.Paint(Style::kGood, "no defects")
-                                           : palette.Paint(Style::kBad, Counted(defects, "defect"));
-  Say(path + ": " + verdict + ", " + extent);
+  const std::string before = ShownPath(path) + ": ";
+  if (defects == 0) {
+    SayPainted(before, Style::kGood, "no defects", ", " + extent);
+  } else {
+    SayPainted(before, Style::kBad, Counted(defects, "defect"), ", " + extent);
+  }
 }
 
 void Check(const CheckOptions& options, Context& context) {

@@ -5,7 +5,9 @@
 #include <new>
 #include <utility>
 
+#include "automation/hash_key.h"
 #include "tool/convert_commands.h"
+#include "tool/escape.h"
 #include "tool/system.h"
 #include "tool/version.h"
 
@@ -71,6 +73,13 @@ void AddCommands(CLI::App& tool, Context& context) {
   AddBase(tool, context);
 }
 
+// From here on nobody can know in which order a table has the names of a file.
+void SeedHashes() {
+  const bool isSeeded =
+      SeedHashKey([](SipKey& key) noexcept { return system::FillRandom(&key, sizeof(key)); });
+  if (!isSeeded) throw Failure(ExitCode::kInputOutput, "the system supplies no random numbers");
+}
+
 int Run(const std::vector<std::string>& arguments) {
   CLI::App tool(kDescription, "brindlex");
   Context context;
@@ -90,7 +99,9 @@ int Run(const std::vector<std::string>& arguments) {
   } catch (const CLI::ParseError& error) {
     const auto chosen = tool.get_subcommands();
     const std::string command = chosen.empty() ? "" : " " + chosen.front()->get_name();
-    Say(std::string(error.what()) + "; see brindlex" + command + " --help");
+    // It quotes arguments as they are.
+    constexpr std::size_t kMost = 500;
+    Say(Escaped(error.what(), kMost) + "; see brindlex" + command + " --help");
     return static_cast<int>(ExitCode::kUsage);
   }
   return static_cast<int>(context.exit);
@@ -152,6 +163,7 @@ std::vector<std::string> ExpandedPaths(const std::vector<std::string>& paths) {
 
 int RunTool(const std::vector<std::string>& arguments) {
   try {
+    SeedHashes();
     return Run(arguments);
   } catch (const Failure& failure) {
     Say(failure.what());

@@ -1,6 +1,7 @@
 #include "tool/csv_options.h"
 
 #include "tool/diagnostics.h"
+#include "tool/escape.h"
 
 namespace brindlex::tool {
 
@@ -19,8 +20,8 @@ CsvStyle StyleOf(const CsvOptions& options) {
   constexpr std::string_view kTaken = "\"'\r\n";
   const bool isOne = delimiter.size() == 1 && static_cast<unsigned char>(delimiter.front()) < 0x80;
   if (!isOne || delimiter.front() == '\0' || kTaken.find(delimiter) != std::string_view::npos) {
-    throw Failure(ExitCode::kUsage, "the delimiter '" + options.delimiter +
-                                        "' is not one character below 128 that may stand there");
+    throw Failure(ExitCode::kUsage, "the delimiter " + Quoted(options.delimiter) +
+                                        " is not one character below 128 that may stand there");
   }
   return {delimiter.front(), options.guardFormulas};
 }

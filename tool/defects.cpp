@@ -2,10 +2,9 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <nlohmann/json.hpp>
 
-#include "tool/utf.h"
+#include "tool/escape.h"
 
 namespace brindlex::tool {
 
@@ -51,10 +50,11 @@ void DefectWriter::Take(const Defect& defect) {
 }
 
 void DefectWriter::WriteLine(const Defect& defect) {
-  std::string line = fmt::format("{}:{}:{}:{}: ", file_, defect.at, defect.record, defect.field);
+  std::string line =
+      fmt::format("{}:{}:{}:{}: ", ShownPath(file_), defect.at, defect.record, defect.field);
   if (defect.collection != 0) line += fmt::format("collection {}: ", defect.collection);
-  line.append(defect.what).append("; ").append(defect.does).append("\n");
-  output_.Write(line);
+  line.append(defect.what).append("; ").append(defect.does);
+  output_.Write(Escaped(line) + "\n");
 }
 
 void DefectWriter::WriteObject(const Defect& defect) {
@@ -75,28 +75,6 @@ void DefectWriter::WriteObject(const Defect& defect) {
 
 void DefectWriter::Finish() {
   if (asJson_) output_.Write(count_ == 0 ? "[]\n" : "\n]\n");
-}
-
-std::string Quoted(std::string_view utf8) {
-  constexpr int kMost = 40;
-  std::string quoted = "\"";
-  for (int count = 0; !utf8.empty(); ++count) {
-    if (count == kMost) {
-      quoted += "\u2026";
-      break;
-    }
-    const Character character = FirstOfUtf8(utf8);
-    const bool isControl =
-        character.number < 0x20 || (character.number >= 0x7F && character.number < 0xA0);
-    if (character.bytes == 0 || isControl) {
-      const auto byte = static_cast<unsigned char>(utf8.front());
-      quoted += fmt::format("\\x{:02X}", character.bytes == 0 ? byte : character.number);
-    } else {
-      quoted.append(utf8.substr(0, character.bytes));
-    }
-    utf8.remove_prefix(std::max<std::size_t>(character.bytes, 1));
-  }
-  return quoted + "\"";
 }
 
 }  // namespace brindlex::tool

@@ -75,7 +75,4 @@ class DefectWriter : public DefectSink {
   std::uint64_t count_ = 0;
 };
 
-/// A value for a message: quoted, cut behind 40 characters, controls as \xNN.
-std::string Quoted(std::string_view utf8);
-
 }  // namespace brindlex::tool

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "automation/text.h"
+#include "tool/escape.h"
 #include "tool/input.h"
 #include "tool/utf.h"
 
@@ -67,19 +68,17 @@ void DelimitedWriter::BeginNamed() {
 void DelimitedWriter::BeginCollection(std::string_view name) {
   if (!isNamed_) return;
   // Checked now, so that a name that cannot be written is found before its collection is.
-  const std::string where = "the collection \"" + std::string(name) + "\"";
+  const std::string where = "the collection " + Quoted(name);
   record_.clear();
   // A name stands in the outer layer alone.
   if (const auto problem = guard_.Append(name, 1, record_)) {
     throw ConversionError(where + ": its name " + *problem);
   }
   name_ = record_;
-  Text folded = Utf16OfUtf8(name);
-  for (char16_t& unit : folded) unit = FoldCase(unit);
-  if (!folded_.insert(std::move(folded)).second) {
+  if (!collections_.insert(Utf16OfUtf8(name)).second) {
     throw ConversionError(where + " comes twice: the component reads nothing of such a file");
   }
-  if (folded_.size() > 1) return;
+  if (collections_.size() > 1) return;
   names_ = {"DataString", "Name"};
   Record(names_, outer_, "the header");
   guard_.Forbid(InnerPair());
@@ -118,7 +117,7 @@ void DelimitedWriter::Record(const std::vector<std::string>& values, const ByteM
   const std::size_t layers = isNamed_ ? 2 : 1;
   for (std::size_t column = 0; column < values.size(); ++column) {
     if (const auto problem = guard_.Append(values[column], layers, record_)) {
-      throw ConversionError(where + ", \"" + names_[column] + "\": it " + *problem);
+      throw ConversionError(where + ", " + Quoted(names_[column]) + ": it " + *problem);
     }
     record_ += markers.fieldEnd;
   }

@@ -2,11 +2,11 @@
 
 #include <optional>
 #include <string>
-#include <unordered_set>
 #include <vector>
 
 #include "tool/layout.h"
 #include "tool/marker_guard.h"
+#include "tool/name_tables.h"
 #include "tool/table_target.h"
 #include "tool/table_writer.h"
 
@@ -61,9 +61,8 @@ class DelimitedWriter : public TableTarget {
   const ByteMarkers outer_;
   ByteMarkers markers_;
   bool isNamed_ = false;
-  /// Names of the collections so far, in one letter case, and that of the present one as it is
-  /// written.
-  std::unordered_set<std::u16string> folded_;
+  /// Names of the collections so far, and that of the present one as it is written.
+  FoldedNameSet collections_;
   std::string name_;
   /// Nothing is written yet.
   bool isFirst_ = true;

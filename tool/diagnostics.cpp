@@ -2,10 +2,13 @@
 
 #include <cstdlib>
 
+#include "tool/escape.h"
 #include "tool/system.h"
 
 namespace brindlex::tool {
 namespace {
+
+constexpr std::size_t kMostOfAMessage = 10'000;
 
 bool IsSet(const char* name) {
   const char* const value = std::getenv(name);
@@ -35,15 +38,24 @@ std::string_view Sequence(Style style) {
   return {};
 }
 
-}  // namespace
-
-void Say(std::string_view message) {
-  const std::string line = std::string("brindlex: ").append(message).append("\n");
+void WriteMessage(const std::string& escaped) {
+  const std::string line = "brindlex: " + escaped + "\n";
   if (system::IsTerminal(system::kStandardError)) {
     system::WriteToTerminal(system::kStandardError, line);
   } else {
     system::Write(system::kStandardError, line);
   }
+}
+
+}  // namespace
+
+void Say(std::string_view message) { WriteMessage(Escaped(message, kMostOfAMessage)); }
+
+void SayPainted(std::string_view before, Style style, std::string_view painted,
+                std::string_view after) {
+  WriteMessage(Escaped(before, kMostOfAMessage) +
+               Palette::Of(system::kStandardError).Paint(style, Escaped(painted)) +
+               Escaped(after, kMostOfAMessage));
 }
 
 Palette Palette::Of(int descriptor) {

@@ -29,12 +29,18 @@ class Failure : public std::runtime_error {
   ExitCode code_;
 };
 
-/// Writes "brindlex: MESSAGE" and a line end on standard error; a message in UTF-8. Never fails:
-/// what cannot be written there has nowhere else to go. From any thread.
-void Say(std::string_view message);
-
 /// What a piece of output is, which decides its colour.
 enum class Style { kPlain, kHeading, kMark, kGood, kBad, kFaint };
+
+/// Writes "brindlex: MESSAGE" and a line end on standard error. The message is UTF-8 and goes
+/// through Escaped, so that it is one line and cannot drive a terminal; one of more than 10,000
+/// characters is truncated. Never fails: what cannot be written there has nowhere else to go. From
+/// any thread.
+void Say(std::string_view message);
+
+/// The same with `painted` in the colour of `style` between `before` and `after`.
+void SayPainted(std::string_view before, Style style, std::string_view painted,
+                std::string_view after);
 
 /// Colours for one stream: the escape sequences when it is a terminal and NO_COLOR is unset or
 /// empty, nothing otherwise. TERM=dumb counts as no terminal.

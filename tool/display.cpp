@@ -1,10 +1,9 @@
 #include "tool/display.h"
 
-#include <fmt/format.h>
-
 #include <algorithm>
 #include <iterator>
 
+#include "tool/escape.h"
 #include "tool/utf.h"
 #include "tool/width_table.h"
 
@@ -17,14 +16,6 @@ bool IsIn(const ColumnRun (&runs)[Count], char32_t character) {
       std::begin(runs), std::end(runs), character,
       [](char32_t sought, const ColumnRun& candidate) { return sought < candidate.first; });
   return run != std::begin(runs) && character <= std::prev(run)->last;
-}
-
-bool IsControl(char32_t character) {
-  // The marks that turn the direction of writing would turn the whole line.
-  const bool turns = (character >= 0x200E && character <= 0x200F) ||
-                     (character >= 0x2028 && character <= 0x202E) ||
-                     (character >= 0x2066 && character <= 0x2069);
-  return character < 0x20 || (character >= 0x7F && character < 0xA0) || turns;
 }
 
 /// Calls `put(character, UTF-8)` for each character, `bad(byte)` for what is none.
@@ -44,11 +35,6 @@ void EachCharacter(const Encoding& encoding, std::string_view bytes, Put&& put, 
     for (const char byte : bytes.substr(0, passed)) bad(static_cast<unsigned char>(byte));
     bytes.remove_prefix(passed);
   }
-}
-
-std::string Escaped(char32_t character) {
-  return character < 0x100 ? fmt::format("\\x{:02X}", static_cast<unsigned>(character))
-                           : fmt::format("\\u{:04X}", static_cast<unsigned>(character));
 }
 
 }  // namespace
@@ -83,14 +69,14 @@ std::string Printable(const Encoding& encoding, std::string_view bytes) {
           shown += "\u21B5";
         } else if (character == '\t') {
           shown += "\u2192";
-        } else if (IsControl(character)) {
-          shown += Escaped(character);
+        } else if (ActsOnTerminal(character)) {
+          shown += EscapeOf(character);
         } else {
           shown.append(utf8);
         }
         before = character;
       },
-      [&](unsigned char byte) { shown += Escaped(byte); });
+      [&](unsigned char byte) { shown += EscapeOf(byte); });
   return shown;
 }
 
@@ -102,13 +88,13 @@ std::string PrintableLines(const Encoding& encoding, std::string_view bytes,
       [&](char32_t character, std::string_view utf8) {
         if (character == '\n') {
           shown.append("\n").append(indent);
-        } else if (character != '\r' && IsControl(character)) {
-          shown += Escaped(character);
+        } else if (character != '\r' && ActsOnTerminal(character)) {
+          shown += EscapeOf(character);
         } else if (character != '\r') {
           shown.append(utf8);
         }
       },
-      [&](unsigned char byte) { shown += Escaped(byte); });
+      [&](unsigned char byte) { shown += EscapeOf(byte); });
   return shown;
 }
 
@@ -120,10 +106,10 @@ std::string Cut(std::string_view text, std::size_t columns, bool isCut) {
     taken += static_cast<std::size_t>(ColumnsOf(character.number));
     at += std::max<std::size_t>(character.bytes, 1);
     if (taken + 1 <= columns) fits = at;
-    if (taken > columns) return std::string(text.substr(0, fits)).append(kCutMark);
+    if (taken > columns) return std::string(text.substr(0, fits)).append(kEllipsis);
   }
   if (!isCut) return std::string(text);
-  return std::string(taken < columns ? text : text.substr(0, fits)).append(kCutMark);
+  return std::string(taken < columns ? text : text.substr(0, fits)).append(kEllipsis);
 }
 
 std::string Padded(std::string_view text, std::size_t columns, bool toTheRight) {

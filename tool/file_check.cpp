@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "tool/diagnostics.h"
+#include "tool/escape.h"
 #include "tool/input.h"
 #include "tool/key_check.h"
 #include "tool/progress.h"

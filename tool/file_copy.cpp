@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "tool/diagnostics.h"
+#include "tool/escape.h"
 
 namespace brindlex::tool {
 
@@ -13,7 +14,8 @@ std::string_view FileCopy::From(std::uint64_t at, std::uint64_t most) {
     block_ = input_.Next();
     blockAt_ = at;
     if (block_.empty()) {
-      throw Failure(ExitCode::kInputOutput, input_.Name() + " has become shorter meanwhile");
+      throw Failure(ExitCode::kInputOutput,
+                    ShownPath(input_.Name()) + " has become shorter meanwhile");
     }
   }
   const std::string_view rest = block_.substr(static_cast<std::size_t>(at - blockAt_));

@@ -8,6 +8,7 @@
 
 #include "tool/command_line.h"
 #include "tool/display.h"
+#include "tool/escape.h"
 #include "tool/input.h"
 #include "tool/progress.h"
 #include "tool/system.h"
@@ -126,7 +127,7 @@ class InfoWriter {
   }
 
   void WriteFile(const std::string& name, std::uint64_t bytes) {
-    output_.Write(palette_.Paint(Style::kHeading, name) + "\n");
+    output_.Write(palette_.Paint(Style::kHeading, ShownPath(name)) + "\n");
     Write("size", fmt::format("{} byte{}", bytes, bytes == 1 ? "" : "s"));
     Write("encoding",
           layout_.encoding.Name() + (layout_.markBytes > 0 ? ", with a byte order mark" : ""));
@@ -187,7 +188,7 @@ void Describe(const std::string& path, const FormatOptions& options, Output& out
   Input input(path);
   const Layout layout = FindLayout(input.Head(), options);
   InfoWriter writer(layout, output);
-  if (!layout.doubt.empty()) Say(path + ": " + layout.doubt);
+  if (!layout.doubt.empty()) Say(ShownPath(path) + ": " + layout.doubt);
   if (layout.blocks) {
     BlockStats stats(layout);
     writer.WriteFile(input.Name(), WalkAll(input, layout, stats));
@@ -199,7 +200,8 @@ void Describe(const std::string& path, const FormatOptions& options, Output& out
       writer.WriteCollection(at + 1, collections[at]);
     }
     if (collections.size() < stats.Count()) {
-      Say(fmt::format("{}: only the first {} collections are told of", path, collections.size()));
+      Say(fmt::format("{}: only the first {} collections are told of", ShownPath(path),
+                      collections.size()));
     }
     return;
   }

@@ -3,12 +3,13 @@
 #include <utility>
 
 #include "tool/diagnostics.h"
+#include "tool/escape.h"
 
 namespace brindlex::tool {
 namespace {
 
 [[noreturn]] void Fail(const std::string& name, const std::error_code& error) {
-  throw Failure(ExitCode::kInputOutput, "cannot read " + name + ": " + error.message());
+  throw Failure(ExitCode::kInputOutput, "cannot read " + ShownPath(name) + ": " + error.message());
 }
 
 }  // namespace
@@ -41,7 +42,7 @@ void Input::GoTo(std::uint64_t at) {
   const std::error_code error = system::GoTo(descriptor_, at);
   if (error) {
     throw Failure(ExitCode::kInputOutput,
-                  name_ + " cannot be read a second time; copy it into a file first");
+                  ShownPath(name_) + " cannot be read a second time; copy it into a file first");
   }
   isFilled_ = false;
   isAtEnd_ = false;

@@ -3,8 +3,10 @@
 #include <cstdint>
 #include <iterator>
 #include <nlohmann/json.hpp>
-#include <unordered_map>
 #include <utility>
+
+#include "tool/escape.h"
+#include "tool/name_tables.h"
 
 namespace brindlex::tool {
 namespace {
@@ -162,8 +164,9 @@ class TableReader : public nlohmann::json_sax<Json> {
     // The library's own place counts from where it was last started.
     const std::string_view what = error.what();
     const std::size_t reason = what.rfind(": ");
+    constexpr std::size_t kMost = 200;
     Fail("not well-formed JSON: " +
-         std::string(reason == std::string_view::npos ? what : what.substr(reason + 2)));
+         Escaped(reason == std::string_view::npos ? what : what.substr(reason + 2), kMost));
   }
 
  private:
@@ -187,7 +190,7 @@ class TableReader : public nlohmann::json_sax<Json> {
     std::string where = "byte " + std::to_string(stream_.Passed());
     if (rows_ == 0) return where;
     where += ", row " + std::to_string(rows_);
-    if (named_) where += " of \"" + collection_ + "\"";
+    if (named_) where += " of " + Quoted(collection_);
     return where;
   }
 
@@ -222,7 +225,7 @@ class TableReader : public nlohmann::json_sax<Json> {
   void Name(const std::string& name) {
     if (!headed_) {
       next_ = names_.size();
-      if (!indices_.emplace(name, next_).second) Fail("\"" + name + "\" twice in one object");
+      if (!indices_.emplace(name, next_).second) Fail(Quoted(name) + " twice in one object");
       names_.push_back(name);
       values_.emplace_back();
       return;
@@ -230,10 +233,10 @@ class TableReader : public nlohmann::json_sax<Json> {
     // The usual order needs no look-up.
     if (next_ >= names_.size() || names_[next_] != name) {
       const auto found = indices_.find(name);
-      if (found == indices_.end()) Fail("\"" + name + "\", which the first row does not have");
+      if (found == indices_.end()) Fail(Quoted(name) + ", which the first row does not have");
       next_ = found->second;
     }
-    if (given_[next_]) Fail("\"" + name + "\" twice in one object");
+    if (given_[next_]) Fail(Quoted(name) + " twice in one object");
   }
 
   bool Value(std::string value) {
@@ -264,7 +267,7 @@ class TableReader : public nlohmann::json_sax<Json> {
     if (!headed_) TakeHeader();
     if (!isHeaderOnly) {
       for (std::size_t index = 0; index < given_.size(); ++index) {
-        if (!given_[index]) Fail("lacks the value of \"" + names_[index] + "\"");
+        if (!given_[index]) Fail("lacks the value of " + Quoted(names_[index]));
       }
       target_.Row(values_, Where());
     }
@@ -293,7 +296,7 @@ class TableReader : public nlohmann::json_sax<Json> {
   bool headed_ = false;
   bool byName_ = false;
   std::vector<std::string> names_;
-  std::unordered_map<std::string, std::size_t> indices_;
+  NameMap<std::size_t> indices_;
   /// The row that is being read: the place of the next value, and which ones came.
   std::size_t next_ = 0;
   std::vector<std::string> values_;

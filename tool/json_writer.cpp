@@ -1,9 +1,10 @@
 #include "tool/json_writer.h"
 
-#include <unordered_set>
 #include <utility>
 
+#include "tool/escape.h"
 #include "tool/json_text.h"
+#include "tool/name_tables.h"
 #include "tool/table_target.h"
 
 namespace brindlex::tool {
@@ -36,14 +37,14 @@ void JsonWriter::Header(const std::vector<std::string>& names, std::uint64_t at)
   hasHeader_ = true;
   headerAt_ = at;
   before_.clear();
-  std::unordered_set<std::string_view> known;
+  NameViewSet known;
   for (const std::string& name : names) {
     std::string before(before_.empty() ? 0 : 1, ',');
     if (!options_.arrays) {
       if (!known.insert(name).second) {
         throw ConversionError(
-            "byte " + std::to_string(at) + ": the header has the name \"" + name +
-            "\" twice, and an object can hold one value of a name only: " + "--arrays holds both");
+            "byte " + std::to_string(at) + ": the header has the name " + Quoted(name) +
+            " twice, and an object can hold one value of a name only: " + "--arrays holds both");
       }
       AppendJsonString(before, name);
       before += ':';

@@ -17,13 +17,7 @@ constexpr std::uint64_t kRecordMask = (std::uint64_t{1} << kRecordBits) - 1;
 
 }  // namespace
 
-void KeyHash::Mix(char16_t unit) {
-  const std::uint64_t folded = FoldCase(unit);
-  low = (low ^ folded) * 0xFF51AFD7ED558CCDU;
-  low ^= low >> 32U;
-  high = (high ^ folded) * 0xC4CEB9FE1A85EC53U;
-  high ^= high >> 29U;
-}
+void KeyHash::Mix(char16_t unit) { hasher_.Add(FoldCase(unit)); }
 
 void KeyHash::MixUtf8(std::string_view text) {
   while (!text.empty()) {
@@ -102,10 +96,12 @@ void KeyCheck::MakeRoom(std::uint64_t record) {
 }
 
 std::optional<std::uint64_t> KeyCheck::Add(const KeyHash& key, std::uint64_t record) {
-  if (!isActive_ || !IsMine(key.low)) return std::nullopt;
+  if (!isActive_) return std::nullopt;
+  const SipHash128 hash = key.Value();
+  if (!IsMine(hash.low)) return std::nullopt;
   // The highest bit keeps a taken slot from looking empty.
-  const std::uint64_t high = key.high >> kRecordBits | std::uint64_t{1} << 23U;
-  const Slot added{key.low, high << kRecordBits | (record & kRecordMask)};
+  const std::uint64_t high = hash.high >> kRecordBits | std::uint64_t{1} << 23U;
+  const Slot added{hash.low, high << kRecordBits | (record & kRecordMask)};
   Slot& slot = PlaceOf(added);
   if (slot.rest != 0) {
     if (record <= share_.told) return std::nullopt;

@@ -7,19 +7,26 @@
 #include <string_view>
 #include <vector>
 
+#include "automation/hash_key.h"
+#include "automation/sip_hash.h"
 #include "tool/encoding.h"
 
 namespace brindlex::tool {
 
 /// A hash, of which 87 bits are compared, made of a key's characters as the component compares
 /// keys: without regard to letter case. Two different keys of a file of a hundred million records
-/// have the same one with a chance of less than one in ten thousand million.
-struct KeyHash {
-  std::uint64_t low = 0x9E3779B97F4A7C15U;
-  std::uint64_t high = 0xC2B2AE3D27D4EB4FU;
-
-  void Mix(char16_t unit);
+/// have the same one with a chance of less than one in ten thousand million, whatever the file:
+/// it depends on the key that HashKey had when the object was made.
+class KeyHash {
+ public:
   void MixUtf8(std::string_view text);
+
+  SipHash128 Value() const { return hasher_.Finish128(); }
+
+ private:
+  void Mix(char16_t unit);
+
+  SipHasher hasher_{HashKey(), SipHasher::Width::k128};
 };
 
 /// Finds keys that come twice, in bounded memory: when the table is full, half of all keys, chosen

@@ -5,6 +5,7 @@
 
 #include "automation/text.h"
 #include "tool/diagnostics.h"
+#include "tool/escape.h"
 #include "tool/utf.h"
 
 namespace brindlex::tool {
@@ -15,7 +16,7 @@ constexpr std::string_view kName = "Name";
 
 [[noreturn]] void RefuseMarker(std::string_view given, std::string_view why) {
   throw Failure(ExitCode::kUsage,
-                std::string("the marker '").append(given).append("' cannot be used: ").append(why));
+                "the marker " + Quoted(given) + " cannot be used: " + std::string(why));
 }
 
 /// The characters of U+001FU+001E; nothing when `given` is not of that form.
@@ -84,14 +85,15 @@ std::optional<ByteMarkers> EncodedMarkers(const MarkerPair& pair, const Encoding
 ByteMarkers CheckedMarkers(const MarkerPair& pair, const Encoding& encoding) {
   if (!AreTellable(pair)) {
     throw Failure(ExitCode::kUsage,
-                  "the markers '" + pair.fieldEnd + "' and '" + pair.recordEnd +
-                      "' cannot be told apart wherever they stand: one is a part of the other, or "
+                  "the markers " + Quoted(pair.fieldEnd) + " and " + Quoted(pair.recordEnd) +
+                      " cannot be told apart wherever they stand: one is a part of the other, or "
                       "an end of one begins one of them");
   }
   auto markers = EncodedMarkers(pair, encoding);
   if (!markers) {
-    throw Failure(ExitCode::kUsage, "the markers '" + pair.fieldEnd + "' and '" + pair.recordEnd +
-                                        "' are not both characters of " + encoding.Name() +
+    throw Failure(ExitCode::kUsage, "the markers " + Quoted(pair.fieldEnd) + " and " +
+                                        Quoted(pair.recordEnd) + " are not both characters of " +
+                                        encoding.Name() +
                                         "; give others with --field-end and --record-end, or "
                                         "another --encoding");
   }
@@ -221,7 +223,7 @@ Encoding EncodingOf(std::string_view head, const FormatOptions& options) {
   std::string known;
   for (const std::string& name : Encoding::Names()) known.append(" ").append(name);
   throw Failure(ExitCode::kUsage,
-                "there is no encoding '" + *options.encoding + "'; known are" + known);
+                "there is no encoding " + Quoted(*options.encoding) + "; known are" + known);
 }
 
 /// The pair that `head` is written with, of the two that nobody has to name.

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "tool/escape.h"
 #include "tool/utf.h"
 
 namespace brindlex::tool {
@@ -20,7 +21,8 @@ std::string NumberOf(char32_t character) {
 std::string Described(std::string_view text) {
   const Character first = FirstOfUtf8(text);
   const std::string number = NumberOf(first.number);
-  return first.number < U' ' ? number : std::string(text.substr(0, first.bytes)) + " " + number;
+  return ActsOnTerminal(first.number) ? number
+                                      : std::string(text.substr(0, first.bytes)) + " " + number;
 }
 
 }  // namespace

@@ -1,32 +1,12 @@
 #include "tool/output.h"
 
-#include <array>
+#include <utility>
 
 #include "tool/diagnostics.h"
+#include "tool/escape.h"
 #include "tool/utf.h"
 
 namespace brindlex::tool {
-namespace {
-
-/// The slots of system::CreatePassing that are taken.
-std::array<bool, 2> slotsTaken;
-
-int TakeSlot() {
-  for (std::size_t slot = 0; slot < slotsTaken.size(); ++slot) {
-    if (slotsTaken[slot]) continue;
-    slotsTaken[slot] = true;
-    return static_cast<int>(slot);
-  }
-  throw Failure(ExitCode::kInputOutput, "more than two files are written at a time");
-}
-
-void GiveSlot(int slot) {
-  system::KeepWhenEnded(slot);
-  slotsTaken[static_cast<std::size_t>(slot)] = false;
-}
-
-}  // namespace
-
 Output::Output(const OutputOptions& options) : options_(options), name_(options.path) {
   buffer_.reserve(kBlock);
   if (options_.path == "-") {
@@ -34,13 +14,15 @@ Output::Output(const OutputOptions& options) : options_(options), name_(options.
     isTerminal_ = system::IsTerminal(descriptor_);
     return;
   }
-  target_ = system::FollowLinks(options_.path);
-  switch (system::KindOf(target_)) {
+  replacement_.emplace();
+  Check(replacement_->Find(options_.path));
+  switch (replacement_->Kind()) {
     case system::FileKind::kFolder:
       Fail(std::make_error_code(std::errc::is_a_directory));
     case system::FileKind::kOther: {
-      const system::Opened opened = system::OpenToWrite(target_);
-      if (opened.error) Fail(opened.error);
+      replacement_.reset();
+      const system::Opened opened = system::OpenToWrite(options_.path);
+      Check(opened.error);
       descriptor_ = opened.descriptor;
       return;
     }
@@ -50,50 +32,32 @@ Output::Output(const OutputOptions& options) : options_(options), name_(options.
     case system::FileKind::kNone:
       break;
   }
-  OpenBeside();
-}
-
-void Output::OpenBeside() {
-  constexpr int kTries = 100;
-  slot_ = TakeSlot();
-  for (int number = 0; number < kTries; ++number) {
-    std::string path = target_;
-    path.append(".").append(std::to_string(system::ProcessNumber())).append("-");
-    path.append(std::to_string(number)).append(".partial");
-    const system::Opened opened = system::CreatePassing(slot_, path, target_);
-    if (opened.error == std::errc::file_exists) continue;
-    if (opened.error) {
-      GiveSlot(slot_);
-      Fail(opened.error);
-    }
-    descriptor_ = opened.descriptor;
-    passing_ = path;
-    return;
-  }
-  GiveSlot(slot_);
-  Fail(std::make_error_code(std::errc::file_exists));
+  Check(replacement_->Create());
+  descriptor_ = replacement_->File();
 }
 
 Output::~Output() {
-  if (descriptor_ > system::kStandardError) system::Close(descriptor_);
-  if (passing_.empty()) return;
-  system::Remove(passing_);
-  GiveSlot(slot_);
+  if (!replacement_ && descriptor_ > system::kStandardError) system::Close(descriptor_);
+}
+
+void Output::Check(const std::error_code& error) const {
+  if (error) Fail(error);
 }
 
 void Output::Fail(const std::error_code& error) const {
-  throw Failure(ExitCode::kInputOutput, "cannot write " + name_ + ": " + error.message());
+  throw Failure(ExitCode::kInputOutput,
+                "cannot write " + ShownPath(name_) + ": " + error.message());
 }
 
 void Output::RefuseToReplace() const {
-  throw Failure(ExitCode::kUsage, name_ + " is there already; --force replaces it");
+  throw Failure(ExitCode::kUsage, ShownPath(name_) + " is there already; --force replaces it");
 }
 
 void Output::HandOver(std::string_view bytes) {
   if (bytes.empty()) return;
   const auto error =
       isTerminal_ ? system::WriteToTerminal(descriptor_, bytes) : system::Write(descriptor_, bytes);
-  if (error) Fail(error);
+  Check(error);
   written_ += bytes.size();
 }
 
@@ -118,18 +82,14 @@ void Output::WriteThrough(std::string_view bytes) {
 void Output::Commit() {
   HandOver(buffer_);
   buffer_.clear();
-  if (descriptor_ <= system::kStandardError) return;
-  std::error_code error = passing_.empty() ? std::error_code() : system::Synchronize(descriptor_);
-  const std::error_code closing = system::Close(descriptor_);
-  descriptor_ = -1;
-  if (!error) error = closing;
-  if (error) Fail(error);
-  if (passing_.empty()) return;
-  error = system::Rename(passing_, target_, options_.force);
-  if (error == std::errc::file_exists) RefuseToReplace();
-  if (error) Fail(error);
-  passing_.clear();
-  GiveSlot(slot_);
+  if (replacement_) {
+    const std::error_code error = replacement_->Commit(options_.force);
+    if (error == std::errc::file_exists) RefuseToReplace();
+    Check(error);
+    replacement_.reset();
+  } else if (descriptor_ > system::kStandardError) {
+    Check(system::Close(std::exchange(descriptor_, -1)));
+  }
 }
 
 }  // namespace brindlex::tool

@@ -1,9 +1,11 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
+#include "tool/replacement.h"
 #include "tool/system.h"
 
 namespace brindlex::tool {
@@ -16,10 +18,10 @@ struct OutputOptions {
   bool force = false;
 };
 
-/// Standard output, or a file that is there whole or not at all: the data goes to a passing file
-/// beside it, which takes its name in Commit, with the permissions of a file that it replaces.
-/// Devices and pipes are written as they are. Without a Commit the passing file is deleted, also
-/// when the process is ended from the keyboard, and a file that was there is as it was.
+/// Standard output, or a file that appears whole or not at all: the data goes to a temporary file
+/// in its folder, which takes its name in Commit, as system::Replacement has it. Devices and pipes
+/// are written as they are. Without a Commit the temporary file is deleted, also when the process
+/// is ended from the keyboard, and a file that was there is as it was.
 ///
 /// A failure is a Failure: kUsage when the file is there and not to be replaced (found out at once,
 /// and once more in Commit), otherwise kInputOutput with the path and the system's reason, a full
@@ -55,17 +57,15 @@ class Output {
 
   void WriteThrough(std::string_view bytes);
   void HandOver(std::string_view bytes);
-  void OpenBeside();
+  void Check(const std::error_code& error) const;
   [[noreturn]] void Fail(const std::error_code& error) const;
   [[noreturn]] void RefuseToReplace() const;
 
   OutputOptions options_;
   /// What stands in messages for it.
   std::string name_;
-  /// Where the data shall be, links followed, and the passing file; empty where there is none.
-  std::string target_;
-  std::string passing_;
-  int slot_ = 0;
+  /// None for standard output, devices and pipes; it owns the descriptor then.
+  std::optional<system::Replacement> replacement_;
   system::Descriptor descriptor_ = system::kStandardOutput;
   bool isTerminal_ = false;
   std::string buffer_;

@@ -3,10 +3,12 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <utility>
 
 #include "tool/diagnostics.h"
+#include "tool/display.h"
+#include "tool/escape.h"
 #include "tool/system.h"
+#include "tool/utf.h"
 
 namespace brindlex::tool {
 namespace {
@@ -14,12 +16,23 @@ namespace {
 constexpr std::chrono::milliseconds kBeforeFirst{1000};
 constexpr std::chrono::milliseconds kBetween{100};
 constexpr std::size_t kMostCells = 40;
+constexpr std::size_t kMostOfALabel = 60;
 
 void Draw(const std::string& text) { system::WriteToTerminal(system::kStandardError, text); }
 
 int Columns() {
   constexpr int kUsual = 80;
   return system::TerminalColumns(system::kStandardError).value_or(kUsual);
+}
+
+/// As much of the front of `text` as fits into `columns`, by whole characters.
+std::string AtMost(std::size_t columns, std::string_view text) {
+  std::size_t size = text.size();
+  while (ColumnsOf(text.substr(0, size)) > columns) {
+    do --size;
+    while (UnfinishedUtf8(text.substr(0, size)) > 0);
+  }
+  return std::string(text.substr(0, size));
 }
 
 }  // namespace
@@ -29,19 +42,19 @@ std::string ProgressLine(const std::string& what, std::uint64_t done,
   constexpr double kMega = 1e6;
   const auto room = static_cast<std::size_t>(std::max(columns - 1, 0));
   if (!total || *total == 0) {
-    return fmt::format("{} {:.0f} MB", what, static_cast<double>(done) / kMega).substr(0, room);
+    return AtMost(room, fmt::format("{} {:.0f} MB", what, static_cast<double>(done) / kMega));
   }
   const double part = std::min(1.0, static_cast<double>(done) / static_cast<double>(*total));
   const std::string label = fmt::format("{} {:3.0f}%", what, part * 100);
   constexpr std::size_t kAround = 3;  // a blank and two brackets
-  if (label.size() + kAround >= room) return label.substr(0, room);
-  const std::size_t cells = std::min(kMostCells, room - label.size() - kAround);
+  if (ColumnsOf(label) + kAround >= room) return AtMost(room, label);
+  const std::size_t cells = std::min(kMostCells, room - ColumnsOf(label) - kAround);
   const auto full = static_cast<std::size_t>(part * static_cast<double>(cells));
   return fmt::format("{} [{}{}]", label, std::string(full, '#'), std::string(cells - full, '.'));
 }
 
-Progress::Progress(std::string what, std::optional<std::uint64_t> total)
-    : what_(std::move(what)),
+Progress::Progress(std::string_view what, std::optional<std::uint64_t> total)
+    : what_(Escaped(what, kMostOfALabel)),
       total_(total),
       isOn_(system::IsTerminal(system::kStandardError)),
       next_(Clock::now() + kBeforeFirst) {}

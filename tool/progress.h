@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace brindlex::tool {
 
@@ -18,7 +19,7 @@ class Progress {
  public:
   /// `what` is being done, "checking" say, to `total` bytes; without a total, bytes are counted
   /// alone.
-  Progress(std::string what, std::optional<std::uint64_t> total);
+  Progress(std::string_view what, std::optional<std::uint64_t> total);
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
   ~Progress();

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "tool/byte_prefix.h"
+#include "tool/escape.h"
 #include "tool/table_target.h"
 
 namespace brindlex::tool {
@@ -38,7 +39,7 @@ void RecordReader::Begin(std::string_view name, std::uint64_t at) {
 
 void RecordReader::Fail(std::uint64_t at, const std::string& what) const {
   std::string where = "byte " + std::to_string(at);
-  if (!name_.empty()) where += " in \"" + name_ + "\"";
+  if (!name_.empty()) where += " in " + Quoted(name_);
   throw ConversionError(where + ": " + what);
 }
 

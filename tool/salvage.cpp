@@ -7,6 +7,7 @@
 #include <string>
 
 #include "tool/command_line.h"
+#include "tool/escape.h"
 #include "tool/input.h"
 #include "tool/progress.h"
 #include "tool/salvage_text.h"
@@ -74,9 +75,10 @@ class DamagedRecords {
         copy_(options.path) {}
 
   void Take(const Damage& damage) {
-    std::string line = fmt::format("{}:{}:{}:0: ", options_.path, damage.at, damage.record);
+    std::string line =
+        fmt::format("{}:{}:{}:0: ", ShownPath(options_.path), damage.at, damage.record);
     if (damage.collection != 0) line += fmt::format("collection {}: ", damage.collection);
-    if (hasLines_) lines_.Write(line + damage.what + "\n");
+    if (hasLines_) lines_.Write(Escaped(line + damage.what) + "\n");
     if (damage.isJoined) return;
     if (!output_) {
       output_.emplace(OutputOptions{options_.damaged, options_.output.force});
@@ -127,7 +129,8 @@ std::filesystem::path NativePath(const std::string& path) {
 void RefuseSameFile(const std::string& input, const std::string& output) {
   std::error_code error;
   if (!std::filesystem::equivalent(NativePath(input), NativePath(output), error) || error) return;
-  throw Failure(ExitCode::kUsage, output + " is the file that is read; it is never written to");
+  throw Failure(ExitCode::kUsage,
+                ShownPath(output) + " is the file that is read; it is never written to");
 }
 
 void CheckOptions(SalvageOptions& options, const Layout& layout) {
@@ -144,19 +147,20 @@ void CheckOptions(SalvageOptions& options, const Layout& layout) {
   RefuseSameFile(options.path, options.output.path);
   RefuseSameFile(options.path, options.damaged);
   if (!options.output.force && system::KindOf(options.damaged) == system::FileKind::kRegular) {
-    throw Failure(ExitCode::kUsage, options.damaged + " is there already; --force replaces it");
+    throw Failure(ExitCode::kUsage,
+                  ShownPath(options.damaged) + " is there already; --force replaces it");
   }
   std::string bytes;
   const std::string& text = options.join.replacement;
   if (layout.encoding.FromUtf8(text, bytes) < text.size()) {
-    throw Failure(ExitCode::kUsage, layout.encoding.Name() + " does not have '" + text + "'");
+    throw Failure(ExitCode::kUsage, layout.encoding.Name() + " does not have " + Quoted(text));
   }
   const auto holds = [&](const std::optional<ByteMarkers>& markers) {
     return markers && (FindMarker(bytes, markers->fieldEnd, markers->unit) != std::string::npos ||
                        FindMarker(bytes, markers->recordEnd, markers->unit) != std::string::npos);
   };
   if (holds(layout.markers) || holds(layout.inner)) {
-    throw Failure(ExitCode::kUsage, "'" + text + "' holds a marker itself");
+    throw Failure(ExitCode::kUsage, Quoted(text) + " holds a marker itself");
   }
 }
 
@@ -167,8 +171,8 @@ std::string Counted(std::uint64_t count, const char* what) {
 void SayCounts(const SalvageOptions& options, const SalvageCounts& counts, const char* what) {
   std::string said = Counted(counts.whole, what) + " whole";
   if (counts.joined > 0) said += fmt::format(", {} joined", counts.joined);
-  said += fmt::format(", in {}; {} damaged", options.output.path, counts.damaged);
-  if (counts.damaged > 0) said += ", in " + options.damaged;
+  said += fmt::format(", in {}; {} damaged", ShownPath(options.output.path), counts.damaged);
+  if (counts.damaged > 0) said += ", in " + ShownPath(options.damaged);
   Say(said);
 }
 
@@ -179,7 +183,8 @@ void Salvage(SalvageOptions options, Context& context) {
   CheckOptions(options, layout);
   const auto size = input.Size();
   if (!size) {
-    throw Failure(ExitCode::kInputOutput, options.path + " cannot be read a second time");
+    throw Failure(ExitCode::kInputOutput,
+                  ShownPath(options.path) + " cannot be read a second time");
   }
   Output output(options.output);
   DamagedRecords damaged(options, layout);

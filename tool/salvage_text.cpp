@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "tool/defects.h"
+#include "tool/escape.h"
 #include "tool/record_gather.h"
 
 namespace brindlex::tool {

@@ -31,17 +31,9 @@ struct Opened {
 
 Opened OpenToRead(const std::string& path);
 
-/// Opens a file that is there, a device or a pipe say, to be written as it is.
+/// Opens a device or a pipe, to be written as it is. permission_denied if there is a regular file
+/// by now.
 Opened OpenToWrite(const std::string& path);
-
-/// Makes a new file for writing; fails when one of that name is there. `like` names a file whose
-/// permissions it takes over, when that one exists and the system has them.
-///
-/// From the moment it is there until KeepWhenEnded, the file is deleted when the process is ended
-/// from the keyboard or by a request to terminate. One file at a time per slot, 0 or 1.
-Opened CreatePassing(int slot, const std::string& path, const std::string& like);
-
-void KeepWhenEnded(int slot);
 
 /// An empty file in the system's folder for such, to write and to read; it is gone when it is
 /// closed.
@@ -76,18 +68,11 @@ FileKind KindOf(const std::string& path);
 /// word itself where none does, and on other systems.
 std::vector<std::string> Expanded(const std::string& word);
 
-/// Where a path leads when it is a symbolic link, else the path itself.
-std::string FollowLinks(const std::string& path);
-
-/// Gives the file `from` the name `to`, in one step. Where `to` is there, it is replaced when
-/// `overwrite` says so and the call fails with file_exists otherwise.
-std::error_code Rename(const std::string& from, const std::string& to, bool overwrite);
-
-/// Deletes a file. Whether it was there does not matter.
-void Remove(const std::string& path);
-
-/// A number that another process is unlikely to have: for the names of passing files.
+/// A number that another process is unlikely to have.
 std::uint64_t ProcessNumber();
+
+/// Fills `size` bytes with what nobody can predict. Returns false if the system supplies none.
+bool FillRandom(void* to, std::size_t size) noexcept;
 
 // ---- Terminals ---------------------------------------------------------------------------------
 

@@ -1,17 +1,14 @@
 #include <fcntl.h>
 #include <iconv.h>
 #include <sys/ioctl.h>
+#include <sys/random.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <climits>
-#include <csignal>
-#include <cstdio>
 #include <cstdlib>
-#include <initializer_list>
 
 #include "tool/system.h"
 
@@ -41,14 +38,17 @@ Opened OpenToRead(const std::string& path) {
 }
 
 Opened OpenToWrite(const std::string& path) {
-  return ResultOf(::open(path.c_str(), O_WRONLY | O_CLOEXEC));
+  const Opened opened = ResultOf(::open(path.c_str(), O_WRONLY | O_NOCTTY | O_CLOEXEC));
+  if (opened.error || !SizeOf(opened.descriptor)) return opened;
+  ::close(opened.descriptor);
+  return {-1, std::make_error_code(std::errc::permission_denied)};
 }
 
 Opened OpenScratch() {
   const char* const folder = std::getenv("TMPDIR");
   std::string path = folder == nullptr || *folder == '\0' ? "/tmp" : folder;
   path += "/brindlex-XXXXXX";
-  const Opened opened = ResultOf(::mkstemp(path.data()));
+  const Opened opened = ResultOf(::mkostemp(path.data(), O_CLOEXEC));
   if (!opened.error) ::unlink(path.c_str());
   return opened;
 }
@@ -110,104 +110,17 @@ FileKind KindOf(const std::string& path) {
 
 std::vector<std::string> Expanded(const std::string& word) { return {word}; }
 
-std::string FollowLinks(const std::string& path) {
-  std::array<char, PATH_MAX> real{};
-  return ::realpath(path.c_str(), real.data()) == nullptr ? path : std::string(real.data());
-}
-
-std::error_code Rename(const std::string& from, const std::string& to, bool overwrite) {
-  if (overwrite) {
-    return std::rename(from.c_str(), to.c_str()) == 0 ? std::error_code() : LastError();
-  }
-  if (::link(from.c_str(), to.c_str()) == 0) {
-    ::unlink(from.c_str());
-    return {};
-  }
-  if (errno == EEXIST) return LastError();
-  // Not every file system has links; there the look and the step are two.
-  if (KindOf(to) != FileKind::kNone) return std::make_error_code(std::errc::file_exists);
-  return std::rename(from.c_str(), to.c_str()) == 0 ? std::error_code() : LastError();
-}
-
-void Remove(const std::string& path) { ::unlink(path.c_str()); }
-
-namespace {
-
-constexpr int kEndings[] = {SIGINT, SIGTERM, SIGHUP, SIGPIPE};
-constexpr std::size_t kSlots = 2;
-using Path = std::array<char, PATH_MAX>;
-std::array<Path, kSlots> pathsToRemove;
-volatile std::sig_atomic_t isRemoving[kSlots];
-
-// Calls nothing but what a signal handler may.
-extern "C" void RemoveAndEnd(int signal) {
-  for (std::size_t slot = 0; slot < kSlots; ++slot) {
-    if (isRemoving[slot] != 0) ::unlink(pathsToRemove[slot].data());
-  }
-  ::signal(signal, SIG_DFL);
-  ::raise(signal);
-}
-
-void CatchSignals() {
-  for (const int signal : kEndings) {
-    // A signal that is ignored, under nohup say, stays ignored.
-    struct sigaction current {};
-    if (::sigaction(signal, nullptr, &current) != 0 || current.sa_handler != SIG_DFL) continue;
-    struct sigaction action {};
-    action.sa_handler = RemoveAndEnd;
-    ::sigaction(signal, &action, nullptr);
-  }
-}
-
-/// What would end the process waits as long as one lives. The program has one thread.
-class EndingsWait {
- public:
-  EndingsWait() {
-    sigset_t endings;
-    ::sigemptyset(&endings);
-    for (const int signal : kEndings) ::sigaddset(&endings, signal);
-    ::sigprocmask(SIG_BLOCK, &endings, &before_);
-  }
-  EndingsWait(const EndingsWait&) = delete;
-  EndingsWait& operator=(const EndingsWait&) = delete;
-  ~EndingsWait() { ::sigprocmask(SIG_SETMASK, &before_, nullptr); }
-
- private:
-  sigset_t before_{};
-};
-
-Opened Create(const std::string& path, const std::string& like) {
-  constexpr mode_t kAnyone = 0666;
-  constexpr mode_t kPermissions = 07777;
-  const Opened opened =
-      ResultOf(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kAnyone));
-  struct stat status {};
-  if (!opened.error && ::stat(like.c_str(), &status) == 0) {
-    // Where it cannot be done, the new file keeps what every new file has.
-    (void)::fchmod(opened.descriptor, status.st_mode & kPermissions);
-  }
-  return opened;
-}
-
-}  // namespace
-
-Opened CreatePassing(int slot, const std::string& path, const std::string& like) {
-  if (path.size() >= PATH_MAX) {
-    return {-1, std::make_error_code(std::errc::filename_too_long)};
-  }
-  const EndingsWait endingsWait;
-  const Opened opened = Create(path, like);
-  if (opened.error) return opened;
-  const auto at = static_cast<std::size_t>(slot);
-  pathsToRemove[at][path.copy(pathsToRemove[at].data(), path.size())] = '\0';
-  isRemoving[at] = 1;
-  CatchSignals();
-  return opened;
-}
-
-void KeepWhenEnded(int slot) { isRemoving[static_cast<std::size_t>(slot)] = 0; }
-
 std::uint64_t ProcessNumber() { return static_cast<std::uint64_t>(::getpid()); }
+
+bool FillRandom(void* to, std::size_t size) noexcept {
+  auto* const bytes = static_cast<char*>(to);
+  for (std::size_t filled = 0; filled < size;) {
+    const ssize_t count = ::getrandom(bytes + filled, size - filled, 0);
+    if (count < 0 && errno != EINTR) return false;
+    if (count > 0) filled += static_cast<std::size_t>(count);
+  }
+  return true;
+}
 
 // ---- Terminals ---------------------------------------------------------------------------------
 

@@ -2,17 +2,19 @@
 #include <io.h>
 #include <share.h>
 #include <sys/stat.h>
+// The system's header of random numbers needs this one before it.
 #include <windows.h>
+
+#include <ntsecapi.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
-#include <mutex>
-#include <utility>
 
 #include "tool/system.h"
+#include "tool/system_windows.h"
 #include "tool/utf.h"
 
 namespace brindlex::tool::system {
@@ -22,9 +24,23 @@ static_assert(sizeof(wchar_t) == sizeof(char16_t));
 
 std::error_code LastErrno() { return {errno, std::generic_category()}; }
 
-std::error_code LastWindowsError() {
+std::error_code LastWindowsError() { return ErrorOfWindows(::GetLastError()); }
+
+Opened ResultOf(int descriptor) {
+  return descriptor < 0 ? Opened{-1, LastErrno()} : Opened{descriptor, {}};
+}
+
+HANDLE HandleOf(Descriptor descriptor) {
+  return reinterpret_cast<HANDLE>(::_get_osfhandle(descriptor));
+}
+
+}  // namespace
+
+std::error_code ErrorOfWindows(unsigned long code) {
   // The C run time's reasons are the same words in every language of Windows.
-  switch (::GetLastError()) {
+  switch (code) {
+    case ERROR_SUCCESS:
+      return {};
     case ERROR_FILE_EXISTS:
     case ERROR_ALREADY_EXISTS:
       return std::make_error_code(std::errc::file_exists);
@@ -47,16 +63,6 @@ std::wstring Wide(const std::string& path) {
   const std::u16string units = Utf16OfUtf8(path);
   return {units.begin(), units.end()};
 }
-
-Opened ResultOf(int descriptor) {
-  return descriptor < 0 ? Opened{-1, LastErrno()} : Opened{descriptor, {}};
-}
-
-HANDLE HandleOf(Descriptor descriptor) {
-  return reinterpret_cast<HANDLE>(::_get_osfhandle(descriptor));
-}
-
-}  // namespace
 
 // ---- Files -------------------------------------------------------------------------------------
 
@@ -127,7 +133,7 @@ std::error_code Close(Descriptor descriptor) {
 
 std::optional<std::uint64_t> SizeOf(Descriptor descriptor) {
   LARGE_INTEGER size{};
-  const HANDLE handle = HandleOf(descriptor);
+  auto* const handle = HandleOf(descriptor);
   if (::GetFileType(handle) != FILE_TYPE_DISK || ::GetFileSizeEx(handle, &size) == 0) {
     return std::nullopt;
   }
@@ -144,9 +150,9 @@ FileKind KindOf(const std::string& path) {
 std::vector<std::string> Expanded(const std::string& word) {
   std::vector<std::string> found;
   WIN32_FIND_DATAW data{};
-  const HANDLE search = word.find_first_of("*?") == std::string::npos
-                            ? INVALID_HANDLE_VALUE
-                            : ::FindFirstFileW(Wide(word).c_str(), &data);
+  auto* const search = word.find_first_of("*?") == std::string::npos
+                           ? INVALID_HANDLE_VALUE
+                           : ::FindFirstFileW(Wide(word).c_str(), &data);
   if (search == INVALID_HANDLE_VALUE) return {word};
   const std::size_t last = word.find_last_of("\\/:");
   const std::string folder = last == std::string::npos ? std::string() : word.substr(0, last + 1);
@@ -161,72 +167,11 @@ std::vector<std::string> Expanded(const std::string& word) {
   return found;
 }
 
-std::string FollowLinks(const std::string& path) { return path; }
-
-std::error_code Rename(const std::string& from, const std::string& to, bool overwrite) {
-  const DWORD flags = MOVEFILE_WRITE_THROUGH | (overwrite ? MOVEFILE_REPLACE_EXISTING : 0);
-  if (::MoveFileExW(Wide(from).c_str(), Wide(to).c_str(), flags) != 0) return {};
-  return LastWindowsError();
-}
-
-void Remove(const std::string& path) { ::DeleteFileW(Wide(path).c_str()); }
-
-namespace {
-
-constexpr std::size_t kSlots = 2;
-std::array<std::wstring, kSlots> pathsToRemove;
-
-/// Guards pathsToRemove, as long as there is a process.
-struct CriticalSection : CRITICAL_SECTION {
-  CriticalSection() { ::InitializeCriticalSection(this); }
-  CriticalSection(const CriticalSection&) = delete;
-  CriticalSection& operator=(const CriticalSection&) = delete;
-  ~CriticalSection() = default;
-
-  void lock() { ::EnterCriticalSection(this); }
-  void unlock() { ::LeaveCriticalSection(this); }
-};
-CriticalSection pathsSection;
-using PathsLock = std::lock_guard<CriticalSection>;
-
-/// The system calls it on a thread of its own, and ends the process then.
-BOOL WINAPI RemoveAtEnd(DWORD) {
-  const PathsLock lock(pathsSection);
-  for (const std::wstring& path : pathsToRemove) {
-    if (!path.empty()) ::DeleteFileW(path.c_str());
-  }
-  return FALSE;
-}
-
-}  // namespace
-
-Opened CreatePassing(int slot, const std::string& path, const std::string&) {
-  const PathsLock lock(pathsSection);
-  std::wstring wide = Wide(path);
-  // Others may delete it, as RemoveAtEnd does while it is open.
-  const HANDLE file =
-      ::CreateFileW(wide.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr,
-                    CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (file == INVALID_HANDLE_VALUE) return {-1, LastWindowsError()};
-  const int descriptor = ::_open_osfhandle(reinterpret_cast<std::intptr_t>(file), _O_BINARY);
-  if (descriptor < 0) {
-    const Opened opened = ResultOf(descriptor);
-    ::CloseHandle(file);
-    ::DeleteFileW(wide.c_str());
-    return opened;
-  }
-  static const BOOL isCaught = ::SetConsoleCtrlHandler(RemoveAtEnd, TRUE);
-  (void)isCaught;
-  pathsToRemove[static_cast<std::size_t>(slot)] = std::move(wide);
-  return {descriptor, {}};
-}
-
-void KeepWhenEnded(int slot) {
-  const PathsLock lock(pathsSection);
-  pathsToRemove[static_cast<std::size_t>(slot)].clear();
-}
-
 std::uint64_t ProcessNumber() { return ::GetCurrentProcessId(); }
+
+bool FillRandom(void* to, std::size_t size) noexcept {
+  return RtlGenRandom(to, static_cast<ULONG>(size)) != FALSE;
+}
 
 // ---- Terminals ---------------------------------------------------------------------------------
 
@@ -244,7 +189,7 @@ std::optional<int> TerminalColumns(Descriptor descriptor) {
 bool TakesColours(Descriptor descriptor) {
   constexpr DWORD kEscapeSequences = 0x0004;
   DWORD mode = 0;
-  const HANDLE handle = HandleOf(descriptor);
+  auto* const handle = HandleOf(descriptor);
   return ::GetConsoleMode(handle, &mode) != 0 &&
          ::SetConsoleMode(handle, mode | kEscapeSequences) != 0;
 }

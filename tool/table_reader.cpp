@@ -2,6 +2,7 @@
 
 #include "tool/block_index.h"
 #include "tool/diagnostics.h"
+#include "tool/escape.h"
 #include "tool/record_reader.h"
 #include "tool/walk_input.h"
 
@@ -83,8 +84,9 @@ void ReadNamed(const Source& source, Input& input, const Layout& layout, const B
   if (choice.collection) {
     only = index.Find(*choice.collection);
     if (!only) {
-      throw Failure(ExitCode::kUsage, input.Name() + " holds no collection \"" +
-                                          *choice.collection + "\"; it holds " + index.Listed());
+      throw Failure(ExitCode::kUsage, ShownPath(input.Name()) + " holds no collection " +
+                                          Quoted(*choice.collection) + "; it holds " +
+                                          index.Listed());
     }
   } else {
     writer.BeginNamed();
@@ -111,7 +113,8 @@ void ReadTables(const Source& source, const FormatOptions& format, const TableCh
     ReadNamed(source, *input, layout, index, choice, writer, losses);
   } else {
     if (choice.collection) {
-      throw Failure(ExitCode::kUsage, input->Name() + " holds one collection, without a name");
+      throw Failure(ExitCode::kUsage,
+                    ShownPath(input->Name()) + " holds one collection, without a name");
     }
     ReadSingle(source, *input, layout, writer, losses);
   }

@@ -3,9 +3,10 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <unordered_map>
 
 #include "automation/text.h"
+#include "tool/escape.h"
+#include "tool/name_tables.h"
 #include "tool/utf.h"
 
 namespace brindlex::tool {
@@ -245,13 +246,7 @@ void TextCheck::EndName(std::uint64_t) {
 }
 
 void TextCheck::CheckNames() {
-  struct Folded {
-    std::size_t operator()(const Text& text) const { return HashIgnoringCase(text); }
-    bool operator()(const Text& left, const Text& right) const {
-      return EqualIgnoringCase(left, right);
-    }
-  };
-  std::unordered_map<Text, std::uint64_t, Folded, Folded> seen;
+  FoldedNameMap<std::uint64_t> seen;
   for (std::size_t column = 0; column < names_.size(); ++column) {
     const auto& [utf8, at] = names_[column];
     const std::uint64_t field = column + 1;
@@ -344,9 +339,7 @@ void TextCheck::FinishRest(std::uint64_t end) {
 void TextCheck::TakeKeyPiece(std::string_view bytes, std::uint64_t at) {
   if (!isInKey_) {
     // The first value that is not empty is the key.
-    const bool isColumn =
-        std::find(keyColumns_.begin(), keyColumns_.end(), fields_ + 1) != keyColumns_.end();
-    if (hasKey_ || !isColumn) return;
+    if (hasKey_ || !std::binary_search(keyColumns_.begin(), keyColumns_.end(), fields_ + 1)) return;
     isInKey_ = true;
     key_ = {};
     keyText_.clear();

@@ -4,6 +4,7 @@
 #include "tool/convert_commands.h"
 #include "tool/csv_options.h"
 #include "tool/csv_writer.h"
+#include "tool/escape.h"
 #include "tool/json_writer.h"
 #include "tool/page_writer.h"
 #include "tool/table_reader.h"
@@ -69,6 +70,16 @@ struct ToCsvOptions : ReadOptions {
   bool hasByteOrderMark = false;
 };
 
+/// A path's last part: whoever gets a page need not know where its file is.
+std::string LastPart(const std::string& path) {
+#ifdef _WIN32
+  const std::size_t separator = path.find_last_of("\\/:");
+#else
+  const std::size_t separator = path.rfind('/');
+#endif
+  return Escaped(separator == std::string::npos ? path : path.substr(separator + 1));
+}
+
 struct ToHtmlOptions : ReadOptions {
   std::optional<std::string> title;
 };
@@ -124,7 +135,7 @@ void AddToHtml(CLI::App& tool, Context& /*context*/) {
   options->areLossesAccepted = true;
   command.callback([options] {
     Run(*options, [&](const ByteSink& sink, Losses&, const Source& source) {
-      return std::make_unique<PageWriter>(sink, options->title.value_or(source.Name()));
+      return std::make_unique<PageWriter>(sink, options->title.value_or(LastPart(source.Name())));
     });
   });
 }

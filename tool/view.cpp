@@ -13,6 +13,7 @@
 #include "tool/command_line.h"
 #include "tool/defects.h"
 #include "tool/display.h"
+#include "tool/escape.h"
 #include "tool/input.h"
 #include "tool/record_gather.h"
 #include "tool/system.h"
@@ -125,7 +126,7 @@ class Viewer {
       if (number >= 1 && number <= fields_) return number - 1;
     }
     std::string known;
-    for (const std::string& name : names_) known += (known.empty() ? "" : ", ") + Quoted(name);
+    for (std::size_t at = 0; at < names_.size(); ++at) AppendToList(known, names_[at], at);
     throw Failure(ExitCode::kUsage,
                   "there is no column " + Quoted(wanted) + "; there are " + known);
   }
@@ -207,7 +208,7 @@ class Viewer {
       if (isThere) {
         const auto& field = record.fields[column];
         output_.Write(PrintableLines(encoding_, field.bytes, indent));
-        if (field.length > field.bytes.size()) output_.Write(kCutMark);
+        if (field.length > field.bytes.size()) output_.Write(kEllipsis);
       }
       output_.Write("\n");
     }
@@ -299,7 +300,8 @@ void View(const ViewOptions& options) {
   if (!layout.doubt.empty()) Say(layout.doubt);
   if (!layout.blocks) {
     if (!options.name.empty()) {
-      throw Failure(ExitCode::kUsage, input.Name() + " holds one collection, which has no name");
+      throw Failure(ExitCode::kUsage,
+                    ShownPath(input.Name()) + " holds one collection, which has no name");
     }
     return ViewText(input, {layout.markBytes, std::nullopt}, layout.encoding, layout.markers,
                     options, output);

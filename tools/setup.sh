@@ -25,6 +25,7 @@ readonly packages=(
   xvfb xauth                            # a display for Wine
   chromium                              # tests the page that to-html makes
   zsh                                   # tests the completions for it
+  strace                                # tests in which order the program sets permissions
   libcli11-dev libfmt-dev nlohmann-json3-dev   # libraries of the program brindlex, headers only
 )
 

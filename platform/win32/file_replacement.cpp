@@ -4,8 +4,10 @@
 
 #include <algorithm>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "platform/win32/file_security.h"
 #include "platform/win32/system_error.h"
 
 namespace brindlex {
@@ -48,63 +50,34 @@ std::wstring NameBeside(const std::wstring& target) {
 
 /// What a link at `path` leads to in the end; `path` itself where the system cannot say.
 std::wstring BehindLinks(const std::wstring& path) {
-  using FinalPath = DWORD(WINAPI*)(HANDLE, LPWSTR, DWORD, DWORD);
-  // Windows XP knows neither the function nor such links.
-  const auto finalPath = reinterpret_cast<FinalPath>(reinterpret_cast<void*>(
-      GetProcAddress(GetModuleHandleW(L"kernel32.dll"), "GetFinalPathNameByHandleW")));
   constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
   auto* const file = CreateFileW(path.c_str(), 0, kShareAll, nullptr, OPEN_EXISTING, 0, nullptr);
   if (file == INVALID_HANDLE_VALUE) Fail(GetLastError());
-  std::wstring found(32768, L'\0');
-  const DWORD size =
-      finalPath == nullptr ? 0 : finalPath(file, found.data(), static_cast<DWORD>(found.size()), 0);
+  std::wstring found = FinalPathOf(file);
   CloseHandle(file);
-  return size == 0 || size >= found.size() ? path : found.substr(0, size);
+  return found.empty() ? path : found;
 }
 
 // ---- Permissions -------------------------------------------------------------------------------
 
-/// Whether `code` says of a file system that it has no permissions at all.
-bool SaysNoPermissions(DWORD code) {
-  return code == ERROR_NOT_SUPPORTED || code == ERROR_INVALID_FUNCTION ||
-         code == ERROR_CALL_NOT_IMPLEMENTED;
-}
-
 /// The access-control list of a file, as the system hands it over; empty where it has none.
 std::vector<std::byte> PermissionsOf(const std::wstring& path) {
-  std::vector<std::byte> descriptor(256);
-  DWORD size = 0;
-  while (GetFileSecurityW(path.c_str(), DACL_SECURITY_INFORMATION, descriptor.data(),
-                          static_cast<DWORD>(descriptor.size()), &size) == FALSE) {
-    if (SaysNoPermissions(GetLastError())) return {};
-    // A file system that always wants more than it says would be asked for ever.
-    if (GetLastError() != ERROR_INSUFFICIENT_BUFFER || size <= descriptor.size()) {
-      Fail(GetLastError());
-    }
-    descriptor.resize(size);
-  }
+  std::vector<std::byte> descriptor;
+  const DWORD code = ReadPermissions(descriptor, [&](auto* buffer, DWORD size, DWORD* needed) {
+    return GetFileSecurityW(path.c_str(), DACL_SECURITY_INFORMATION, buffer, size, needed);
+  });
+  if (code != ERROR_SUCCESS) Fail(code);
   return descriptor;
 }
 
 void SetPermissions(const std::wstring& path, std::vector<std::byte> descriptor) {
-  SECURITY_DESCRIPTOR_CONTROL control = 0;
-  DWORD revision = 0;
-  // Without this request the system forgets which entries were inherited.
-  if (GetSecurityDescriptorControl(descriptor.data(), &control, &revision) != FALSE &&
-      (control & SE_DACL_AUTO_INHERITED) != 0) {
-    SetSecurityDescriptorControl(descriptor.data(), SE_DACL_AUTO_INHERIT_REQ,
-                                 SE_DACL_AUTO_INHERIT_REQ);
-  }
-  const BOOL done = SetFileSecurityW(path.c_str(), DACL_SECURITY_INFORMATION, descriptor.data());
-  if (done == FALSE && !SaysNoPermissions(GetLastError())) Fail(GetLastError());
+  const DWORD code = WritePermissions(std::move(descriptor), [&](auto* buffer) {
+    return SetFileSecurityW(path.c_str(), DACL_SECURITY_INFORMATION, buffer);
+  });
+  if (code != ERROR_SUCCESS) Fail(code);
 }
 
 // ---- The replacement ---------------------------------------------------------------------------
-
-/// The attributes that a program can give to a file.
-constexpr DWORD kSettable = FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN |
-                            FILE_ATTRIBUTE_SYSTEM | FILE_ATTRIBUTE_ARCHIVE |
-                            FILE_ATTRIBUTE_TEMPORARY | FILE_ATTRIBUTE_NOT_CONTENT_INDEXED;
 
 bool SetAttributes(const std::wstring& path, DWORD attributes) {
   return SetFileAttributesW(path.c_str(), attributes == 0 ? FILE_ATTRIBUTE_NORMAL : attributes) !=
@@ -152,7 +125,7 @@ class Win32FileReplacement : public FileReplacement {
     if (!permissions.empty()) SetPermissions(beside_, std::move(permissions));
     // A file system that keeps no such time loses nothing.
     SetFileTime(file_, &old_.ftCreationTime, nullptr, nullptr);
-    CheckSystemCall(SetAttributes(beside_, old_.dwFileAttributes & kSettable));
+    CheckSystemCall(SetAttributes(beside_, old_.dwFileAttributes & kSettableAttributes));
   }
 
   void Write(std::string_view bytes) override {
@@ -169,7 +142,7 @@ class Win32FileReplacement : public FileReplacement {
   void Flush() override { CheckSystemCall(FlushFileBuffers(file_) != FALSE); }
 
   void Commit() override {
-    const DWORD attributes = isThere_ ? old_.dwFileAttributes & kSettable : 0;
+    const DWORD attributes = isThere_ ? old_.dwFileAttributes & kSettableAttributes : 0;
     const bool isReadOnly = (attributes & FILE_ATTRIBUTE_READONLY) != 0;
     if (isReadOnly)
       CheckSystemCall(SetAttributes(target_, attributes & ~DWORD{FILE_ATTRIBUTE_READONLY}));

@@ -1,5 +1,8 @@
 """The commands that convert: what they print, what they refuse, and that nothing is half written."""
 
+import base64
+import hashlib
+import html.parser
 import json
 import pathlib
 
@@ -180,6 +183,58 @@ def test_bases(_: pathlib.Path) -> None:
     expect("some fail", DEFECTS, result.code)
     contains("10  0.2\n", result.text)
     contains("0.2 from base 10 to base 2: Overflow (error 6)", result.errors)
+
+
+class PageParts(html.parser.HTMLParser):
+    """The policy, the title, and every script and style of a page, each as its text."""
+
+    def __init__(self, page: str):
+        super().__init__()
+        self.policy, self.texts, self.attributes, self.within = "", [], [], None
+        self.feed(page)
+
+    def handle_starttag(self, tag: str, attributes: list[tuple[str, str | None]]) -> None:
+        given = dict(attributes)
+        if given.get("http-equiv") == "Content-Security-Policy":
+            self.policy = given["content"]
+        self.attributes += given
+        self.within = tag if given.get("type") != "application/json" else None
+        if self.within in ("script", "style", "title"):
+            self.texts.append((tag, ""))
+
+    def handle_endtag(self, tag: str) -> None:
+        self.within = None
+
+    def handle_data(self, data: str) -> None:
+        if self.within in ("script", "style", "title"):
+            self.texts[-1] = (self.within, self.texts[-1][1] + data)
+
+    def text(self, tag: str) -> str:
+        found = [text for name, text in self.texts if name == tag]
+        expect(f"one {tag}", 1, len(found))
+        return found[0]
+
+
+def test_the_policy_of_a_page_names_its_script_and_style_by_hash(folder: pathlib.Path) -> None:
+    page = PageParts(output("to-html", file(folder, "lists.txt", LISTS)).decode())
+    policy = dict(part.strip().split(" ", 1) for part in page.policy.split(";"))
+    expect("by default", "'none'", policy["default-src"])
+    for tag in ("script", "style"):
+        hashed = base64.b64encode(hashlib.sha256(page.text(tag).encode()).digest()).decode()
+        expect(tag, f"'sha256-{hashed}'", policy[f"{tag}-src"])
+    expect("handlers and styles of single elements", [],
+           [name for name in page.attributes if name.startswith("on") or name == "style"])
+
+
+def test_the_title_of_a_page_is_the_last_part_of_the_path(folder: pathlib.Path) -> None:
+    (folder / "private").mkdir()
+    books = file(folder / "private", "books.txt", BOOKS)
+    expect("a file", "books.txt", PageParts(output("to-html", books).decode()).text("title"))
+    expect("nothing of its folder", False, b"private" in output("to-html", books))
+    piped = output("to-html", "-", stdin=BOOKS).decode()
+    expect("a pipe", "standard input", PageParts(piped).text("title"))
+    given = output("to-html", books, "--title", "a/b").decode()
+    expect("as given", "a/b", PageParts(given).text("title"))
 
 
 program.main(globals())

@@ -20,7 +20,9 @@ KeyHash HashOf(const std::string& utf8) {
 }
 
 bool AreSame(const std::string& left, const std::string& right) {
-  return HashOf(left).low == HashOf(right).low && HashOf(left).high == HashOf(right).high;
+  const SipHash128 leftHash = HashOf(left).Value();
+  const SipHash128 rightHash = HashOf(right).Value();
+  return leftHash.low == rightHash.low && leftHash.high == rightHash.high;
 }
 
 TEST(KeyHash, IsTheSameInAnyLetterCase) {

@@ -133,6 +133,18 @@ def check_dark(page: Browser) -> None:
     expect("light and dark", {"light": "rgb(255, 255, 255)", "dark": "rgb(21, 24, 28)"}, colours)
 
 
+def check_policy(page: Browser) -> None:
+    """What the page's policy lets run is its own script and style, and nothing that came later."""
+    page.value("(() => { const added = document.createElement('script');"
+               "added.textContent = 'window.harmed = 2'; document.body.append(added); })()")
+    page.value("(() => { const added = document.createElement('div');"
+               "added.innerHTML = '<b style=\"color: red\" onclick=\"window.harmed = 3\">x</b>';"
+               "document.body.append(added); added.firstChild.click(); })()")
+    expect("no other script runs", None, page.value("window.harmed"))
+    expect("no other style counts", False, page.value(
+        "getComputedStyle(document.querySelector('div > b')).color === 'rgb(255, 0, 0)'"))
+
+
 def check_quiet(page: Browser) -> None:
     expect("no script of the data ran", None, page.value("window.harmed"))
     expect("no exceptions", [], page.heard("Runtime.exceptionThrown"))
@@ -152,6 +164,7 @@ def main(program: str) -> None:
         check_phone(page)
         check_dark(page)
         check_quiet(page)
+        check_policy(page)
 
 
 main(sys.argv[1])

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+#include "automation/sip_hash.h"
+#include "automation/text.h"
+
+namespace brindlex {
+
+/// Sets `key` to 128 bits that nobody can predict, from the operating system; returns false and
+/// leaves `key` as it is if the system supplies none. The core knows no operating system, so the
+/// program or the component around it supplies the function.
+using RandomKeySource = bool (*)(SipKey& key) noexcept;
+
+/// Draws the process's hash key from `source`. Returns false, and leaves the key as it was, if the
+/// source fails. To be called once, before the first use of HashKey and on one thread: a table that
+/// was filled under another key no longer finds its entries.
+bool SeedHashKey(RandomKeySource source) noexcept;
+
+/// The key of all hash tables whose keys come from outside: files, hosts. Fixed until SeedHashKey
+/// was called, which suits tests.
+const SipKey& HashKey() noexcept;
+
+/// SipHash-1-3 of `bytes` under HashKey.
+std::uint64_t KeyedHash(std::string_view bytes) noexcept;
+
+/// SipHash-1-3 of the units' case foldings under HashKey: texts that are EqualIgnoringCase agree.
+std::uint64_t KeyedHashIgnoringCase(TextView text) noexcept;
+
+}  // namespace brindlex
