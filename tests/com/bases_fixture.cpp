@@ -3,6 +3,8 @@
 #include <charconv>
 #include <iterator>
 
+#include "tests/com/strict_host.h"
+
 namespace brindlex::testing {
 namespace {
 
@@ -26,6 +28,7 @@ Units ShownResult(const VARIANT& result) {
 }  // namespace
 
 Units ShownDouble(double number) {
+  const KindScope kind;  // for the test's own arithmetic
   char digits[40];
   auto* const end = std::to_chars(std::begin(digits), std::end(digits), number).ptr;
   return {std::begin(digits), end};

@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "tests/com/save_restore_test.h"
+#include "tests/com/strict_host.h"
 
 namespace brindlex::testing {
 namespace {
@@ -180,6 +181,7 @@ TEST_F(LateLetTest, AMethodIsNoProperty) {
 }
 
 TEST_F(LateLetTest, ARecordOfEveryTypeComesBackAsItWas) {
+  const KindScope kind;  // the record converts texts in the host
   const std::vector<View> members = {u"Short", u"Long", u"Single", u"Double", u"Money", u"Day",
                                      u"Words", u"Flag", u"Any",    u"Exact",  u"Tiny"};
   const auto record = TypedRecord::New();

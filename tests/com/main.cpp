@@ -4,9 +4,12 @@
 #include <objbase.h>
 #include <shlobj.h>
 
+#include <cstdio>
+
 #include "platform/win32/file_system.h"
 #include "platform/win32/win32_platform.h"
 #include "tests/com/malloc_spy.h"
+#include "tests/com/strict_host.h"
 
 namespace {
 
@@ -52,5 +55,10 @@ int main(int argc, char** argv) {
   brindlex::testing::MallocSpy::Instance().Install();
   UseScriptingRunTimeOnce();
   UseShellOnce();
-  return RUN_ALL_TESTS();
+  if (!brindlex::testing::MakeHostStrict()) return 1;
+  const int failed = RUN_ALL_TESTS();
+  const brindlex::testing::KindScope kind;
+  const long exceptions = brindlex::testing::FirstChanceExceptions();
+  std::printf("%ld first-chance exceptions\n", exceptions);
+  return failed != 0 || exceptions != 0 ? 1 : 0;
 }
