@@ -1,20 +1,26 @@
 // Runs a script in the Windows Script Host as a user would, or a program, and closes the message
 // boxes that it shows, as a user would.
 //
-//   run_host SCRIPT_OR_EXE [LAST_LINE [ARGUMENT...]]
+//   run_host [--debug] SCRIPT_OR_EXE [LAST_LINE [ARGUMENT...]]
 //
 // The arguments are those of the program, such as the script that an interpreter runs.
 // The script says what it expects: a line "expects box: CAPTION|TEXT" for each box, in their order,
 // with line breaks in TEXT written as \r\n, and LAST_LINE ("all passed" when none is given) as its
 // last line, since failures in a script can be silent. Exit status 0 when all of that came true.
+//
+// With --debug the host runs under a debugger, which makes it a strict one and fails the run at
+// every first-chance fault, from the start of the process to its end (tests/hosts/debugger.h).
 
 #include <windows.h>
 
 #include <algorithm>
 #include <cstdio>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
+
+#include "tests/hosts/debugger.h"
 
 namespace {
 
@@ -112,7 +118,7 @@ std::wstring FullPath(const wchar_t* path) {
 /// A running script whose output goes to a file that goes with this object.
 class Script {
  public:
-  Script(const std::wstring& path, const std::vector<std::wstring>& arguments)
+  Script(const std::wstring& path, const std::vector<std::wstring>& arguments, DWORD flags)
       : output_(NewOutputFile()) {
     STARTUPINFOW startup{};
     startup.cb = sizeof(startup);
@@ -122,8 +128,8 @@ class Script {
     std::wstring command =
         (path.ends_with(L".exe") ? L"\"" : L"cscript.exe //nologo \"") + path + L"\"";
     for (const std::wstring& argument : arguments) command += L" \"" + argument + L"\"";
-    started_ = CreateProcessW(nullptr, command.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr,
-                              &startup, &process_) != FALSE;
+    started_ = CreateProcessW(nullptr, command.data(), nullptr, nullptr, TRUE, flags, nullptr,
+                              nullptr, &startup, &process_) != FALSE;
   }
   Script(const Script&) = delete;
   Script& operator=(const Script&) = delete;
@@ -135,6 +141,7 @@ class Script {
   }
 
   bool Started() const { return started_; }
+  HANDLE Process() const { return process_.hProcess; }
   DWORD ProcessId() const { return process_.dwProcessId; }
   bool Ended() const { return WaitForSingleObject(process_.hProcess, 5) == WAIT_OBJECT_0; }
   void Kill() { TerminateProcess(process_.hProcess, 99); }
@@ -208,28 +215,46 @@ int Judge(DWORD code, const std::vector<std::string>& lines, const Boxes& boxes,
   return passed ? 0 : 1;
 }
 
+/// Whether the debugger has done its part and found no fault; prints what it has found.
+bool IsFaultless(const Debugger& debugger) {
+  for (const std::string& finding : debugger.Findings()) std::printf("%s\n", finding.c_str());
+  if (!debugger.HasSeenComponent()) std::printf("the component was not loaded\n");
+  const bool isStrict = debugger.WasEnvironmentSet();
+  if (!isStrict) std::printf("the host's floating-point environment could not be set\n");
+  return debugger.HasSeenComponent() && isStrict && debugger.Findings().empty();
+}
+
 }  // namespace
 
 int wmain(int argc, wchar_t** argv) {
+  const bool isDebugged = argc > 1 && std::wstring_view(argv[1]) == L"--debug";
+  if (isDebugged) {
+    --argc;
+    ++argv;
+  }
   if (argc < 2) {
-    std::fprintf(stderr, "usage: run_host SCRIPT_OR_EXE [LAST_LINE [ARGUMENT...]]\n");
+    std::fprintf(stderr, "usage: run_host [--debug] SCRIPT_OR_EXE [LAST_LINE [ARGUMENT...]]\n");
     return 2;
   }
   const std::vector<std::wstring> arguments(argv + std::min(argc, 3), argv + argc);
-  Script script(FullPath(argv[1]), arguments);
+  Script script(FullPath(argv[1]), arguments, isDebugged ? Debugger::kFlags : 0);
   if (!script.Started()) {
     std::fprintf(stderr, "cscript does not start: error %lu\n", GetLastError());
     return 2;
   }
+  std::optional<Debugger> debugger;
+  if (isDebugged) debugger.emplace(script.Process());
   Boxes boxes;
   boxes.process = script.ProcessId();
   const DWORD start = GetTickCount();
-  while (!script.Ended()) {
+  while (debugger ? debugger->HandleEvents() : !script.Ended()) {
     EnumWindows(CloseBox, reinterpret_cast<LPARAM>(&boxes));
     if (GetTickCount() - start < kLongestRunMs) continue;
     std::printf("the script did not end\n");
     script.Kill();
   }
-  return Judge(script.ExitCode(), script.Output(), boxes,
-               argc >= 3 ? Narrow(argv[2]) : "all passed");
+  WaitForSingleObject(script.Process(), INFINITE);
+  const int status =
+      Judge(script.ExitCode(), script.Output(), boxes, argc >= 3 ? Narrow(argv[2]) : "all passed");
+  return debugger && !IsFaultless(*debugger) ? 1 : status;
 }
