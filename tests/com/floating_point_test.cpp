@@ -149,7 +149,7 @@ class FloatingPointTest : public BasesTest {
     toDecimal(Units(1100, u'1'), 2);
     toDecimal(u"0.1", 10);
     toDecimal(u"-1111.1111", 2);
-    const double nan = std::bit_cast<double>(0x7FF8000000000000U);
+    const auto nan = std::bit_cast<double>(0x7FF8000000000000U);
     for (const double number : {0.1, 1e-10, 5e-324, 1.7976931348623157e308, nan}) {
       Add(calls, L"ConvertBase", OfDouble(number), OfLong(10), OfLong(30));
       Add(calls, L"ConvertBase", Variant(u"0.1"), OfLong(10), OfDouble(number));

@@ -48,7 +48,9 @@ bool Read(HANDLE process, const void* address, T& value) {
   return ReadProcessMemory(process, address, &value, sizeof value, nullptr) != FALSE;
 }
 
-const void* Add(const void* base, DWORD offset) { return static_cast<const char*>(base) + offset; }
+const void* Add(const void* base, std::size_t offset) {
+  return static_cast<const char*>(base) + offset;
+}
 
 /// Code that sets the control words of the calling thread and goes on to a function. The operands
 /// are addresses in 32-bit code, and distances from the end of the instruction in 64-bit code.

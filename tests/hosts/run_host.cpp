@@ -81,7 +81,8 @@ BOOL CALLBACK CloseBox(HWND window, LPARAM data) {
   Boxes& boxes = *reinterpret_cast<Boxes*>(data);
   DWORD process = 0;
   GetWindowThreadProcessId(window, &process);
-  if (process != boxes.process || !IsWindowVisible(window) || ClassOf(window) != L"#32770") {
+  if (process != boxes.process || IsWindowVisible(window) == FALSE ||
+      ClassOf(window) != L"#32770") {
     return TRUE;
   }
   // A mark on the window itself, since a later box may get the handle of one that is gone.
@@ -144,7 +145,7 @@ class Script {
   HANDLE Process() const { return process_.hProcess; }
   DWORD ProcessId() const { return process_.dwProcessId; }
   bool Ended() const { return WaitForSingleObject(process_.hProcess, 5) == WAIT_OBJECT_0; }
-  void Kill() { TerminateProcess(process_.hProcess, 99); }
+  void Kill() const { TerminateProcess(process_.hProcess, 99); }
 
   DWORD ExitCode() const {
     DWORD code = 0;
