@@ -3,10 +3,11 @@
 # bench [--check]: with --check, fails when a ratio is worse than 1.25 times its target.
 bench() {
   local status=0 programs=() program native=$root/build/release/bench windows=$root/build/win32/bench
-  "$root/tools/bench_setup.sh"
-  (cd "$root" && cmake --preset release -DBRINDLEX_PEERS=ON >&2 &&
-    cmake --preset win32 "-DBRINDLEX_BENCHMARK_SOURCE=$root/build/tools/benchmark" >&2 &&
-    cmake --build --preset release >&2 && cmake --build --preset win32 >&2)
+  say "building the benchmarks"
+  configure release -DBRINDLEX_PEERS=ON
+  configure win32 "-DBRINDLEX_BENCHMARK_SOURCE=$root/build/tools/benchmark"
+  (cd "$root" && cmake --build --preset release --target brindlex bench/all >&2 &&
+    cmake --build --preset win32 --target Brindlex bench/all >&2)
   register_component
 
   # Those that are compared take turns, for a machine that is shared changes its pace.

@@ -6,7 +6,6 @@ readonly clients_output=$root/build/clients clients_tools=$root/build/tools/clie
 # Runs every client, so that one round shows all failures.
 clients() {
   local failed=() client bitness
-  "$root/tools/clients_setup.sh"
   for bitness in 32 64; do
     prepare_clients "$bitness"
   done
@@ -30,7 +29,7 @@ client_wine() {
 
 # prepare_clients BITNESS: the component, registered in a prefix that is Windows 10.
 prepare_clients() {
-  build "win$1" --target Brindlex run_host
+  build_component "win$1" run_host
   client_wine "$1" reg add 'HKCU\Software\Wine' /v Version /d win10 /f >/dev/null ||
     fail "the Wine prefix does not become Windows 10"
   client_wine "$1" regsvr32 /s "$(windows_path "$root/build/win$1/Brindlex.dll")" ||

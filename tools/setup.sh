@@ -1,97 +1,164 @@
 #!/usr/bin/env bash
-# Brings a Debian 12 machine to where it can build and test: installs the packages that are missing
-# and unpacks those that are only read. Does nothing, quickly, when all is there.
+# Brings a Debian 12 machine to where it can run the commands of ./dev that are given, or all of
+# them: installs the packages that are missing, and unpacks those that are only read. Does nothing,
+# quickly, when all is there.
+#
+#   setup.sh [COMMAND...]
 set -euo pipefail
 
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 source "$root/tools/apt.sh"
 
-# Each with its reason; a name with :i386 is a 32-bit package.
-readonly packages=(
-  g++ clang libclang-rt-14-dev llvm     # native compilers, the sanitizers' run time, their symbols
-  clang-format clang-tidy               # ./dev format, ./dev lint
-  cmake ninja-build python3
-  python3-clang-14                      # ./dev mutate
-  googletest libbenchmark-dev
-  g++-mingw-w64-i686-posix              # the compilers of the component
-  g++-mingw-w64-x86-64-posix
-  mingw-w64-tools                       # widl, the compiler of its type library
-  fp-compiler fpc-source                # compiles the examples in Pascal
-  golang-go                             # the example in Go
-  cargo rustc libstd-rust-dev-windows   # the example in Rust, for 64-bit Windows
-  librust-winapi-dev                    # its declarations of Windows
-  wine wine32:i386 wine64               # runs the component and its tests
-  wixl msitools                         # the installation packages
-  xvfb xauth                            # a display for Wine
-  chromium                              # tests the page that to-html makes
-  zsh                                   # tests the completions for it
-  strace                                # tests in which order the program sets permissions
-  libcli11-dev libfmt-dev nlohmann-json3-dev   # libraries of the program brindlex, headers only
+# Groups of commands that need the same packages.
+readonly -A groups=(
+  [component]='build test clients demo host package lint bench soak coverage' # compile for Windows
+  [wine]='test clients demo host package bench soak coverage' # run what they compile
+  [win64]='build test clients package soak'
+  [native]='test lint bench fuzz coverage mutate' # compile for this machine, tests included
+  [sanitizers]='test fuzz coverage'
+  [program]='test lint bench fuzz coverage mutate package' # compile the program brindlex
 )
 
-# widl comes without the interface descriptions it has to import; this package has them. It is
-# unpacked, not installed: installed it would bring Wine's whole development tree.
-readonly idl_package=libwine-dev
-readonly idl_folder=$root/build/tools/libwine-dev
-readonly idl_stamp=$idl_folder/.unpacked
+# package | commands that need it, or groups of them | reason. A name with :i386 is a 32-bit package.
+readonly packages=(
+  'cmake                      | component native | configures every build'
+  'ninja-build                | component native | runs it'
+  'python3                    | component native | runs the scripts of builds and tests'
+  'g++-mingw-w64-i686-posix   | component        | compiles the component'
+  'mingw-w64-tools            | component        | widl, which compiles its type library'
+  'wine32:i386                | component        | runs it; widl imports its stdole2.tlb'
+  'wine                       | wine             | the commands wine and wineserver'
+  'xvfb                       | wine             | a display for Wine'
+  'g++-mingw-w64-x86-64-posix | win64            | compiles the 64-bit component'
+  'wine64                     | test clients package soak | runs it'
+  'g++                        | test bench       | the optimized native build'
+  'clang                      | native           | the other native builds'
+  'libclang-rt-14-dev         | sanitizers       | the run time of sanitizers, fuzzing, coverage'
+  'llvm                       | sanitizers       | names in their reports; the coverage tables'
+  'clang-format-14            | test lint format | the format of every source'
+  'clang-tidy-14              | lint             | its checks'
+  'python3-clang-14           | mutate           | finds the places to change'
+  'googletest                 | native           | the test library, compiled for every toolchain'
+  'libbenchmark-dev           | native           | the native benchmarks'
+  'libcli11-dev               | program          | the library of its options, headers only'
+  'libfmt-dev                 | program          | the library of its messages, headers only'
+  'nlohmann-json3-dev         | program          | its library of JSON, headers only'
+  'fp-compiler                | test             | compiles the examples in Pascal'
+  'fpc-source                 | test             | the run time of those examples, for Windows'
+  'golang-go                  | test             | compiles the example in Go'
+  'cargo                      | test             | builds the example in Rust'
+  'rustc                      | test             | compiles it'
+  'libstd-rust-dev-windows    | test             | its library, for 64-bit Windows'
+  'librust-winapi-dev         | test             | its declarations of Windows'
+  'chromium                   | test             | shows the page that to-html makes'
+  'zsh                        | test             | runs the completions for it'
+  'strace                     | test             | shows in which order a program makes its calls'
+  'wixl                       | package          | makes the installers'
+  'msitools                   | package          | completes them'
+  'libgmp-dev                 | bench            | each of these six is compared with'
+  'libcsv-dev                 | bench            |'
+  'libsimdjson-dev            | bench            |'
+  'rapidjson-dev              | bench            |'
+  'jq                         | bench            |'
+  'miller                     | bench            |'
+  'mono-mcs                   | clients          | compiles the client in C#'
+  'npm                        | clients          | downloads the run times of the clients'
+)
 
-# The CSV library of the program brindlex, which no package has for the Windows compilers.
-readonly csv_folder=$root/build/tools/libcsv
-readonly csv_stamp=$csv_folder/.unpacked
+# Packages that are unpacked under build/tools, not installed; the same columns.
+readonly unpacked_packages=(
+  # Installed, it would bring the whole development tree of Wine.
+  'libwine-dev | component | oaidl.idl, which widl comes without'
+)
 
-missing_packages() {
+# Source packages under build/tools, so that every toolchain can compile them; the same columns.
+readonly source_packages=(
+  'libcsv    | native package | the library of CSV of the program brindlex'
+  'benchmark | bench          | Google Benchmark, for the component'
+)
+
+# needed ROW...: the names in the rows of a table that one of `commands` needs.
+needed() {
+  local row name users user
+  for row in "$@"; do
+    IFS='|' read -r name users _ <<<"$row"
+    for user in $users; do users+=" ${groups[$user]:-}"; done
+    for user in "${commands[@]}"; do
+      [[ " $users " != *" $user "* ]] || { printf '%s\n' "${name// /}" && break; }
+    done
+  done
+}
+
+# Every command that a table names.
+all_commands() {
+  local row
+  for row in "${packages[@]}" "${unpacked_packages[@]}" "${source_packages[@]}"; do
+    IFS='|' read -r _ row _ <<<"$row"
+    printf '%s\n' $row
+  done | grep -Fxv -f <(printf '%s\n' "${!groups[@]}") | cat - <(printf '%s\n' ${groups[*]}) | sort -u
+}
+
+# missing PACKAGE...: those that are not installed.
+missing() {
   local package answers
-  # Asked once for all packages, to be quick. Names unknown to dpkg are what is looked for: its
-  # complaint and its status about them are no news.
+  # Asked once for all packages, to be quick. It fails when a name is unknown to dpkg, which only
+  # says that the package is missing.
   answers=$(dpkg-query -W -f='${Package} ${Package}:${Architecture} ${db:Status-Status}\n' \
-    "${packages[@]}" 2>/dev/null || true)
-  for package in "${packages[@]}"; do
+    "$@" 2>/dev/null || true)
+  for package in "$@"; do
+    # npm of another source than Debian's conflicts with Debian's package of that name.
+    [[ $package != npm ]] || ! command -v npm >/dev/null || continue
     # A name matches bare or with its architecture.
     grep -Eq "(^| )${package//+/[+]} (.* )?installed$" <<<"$answers" || printf '%s\n' "$package"
   done
 }
 
 install_missing() {
-  say "installing what is missing: $*"
-  if ! dpkg --print-foreign-architectures | grep -qx i386; then
+  say "installing ${#absent[@]} packages, which takes some minutes: ${absent[*]}"
+  if [[ " ${absent[*]} " == *:i386* ]] && ! dpkg --print-foreign-architectures | grep -qx i386; then
     say "adding the i386 architecture"
     as_root dpkg --add-architecture i386
   fi
-  by_either_road install_packages "$@" || fail "could not install: $*; apt's reason is above"
+  with_fallback "could not install: ${absent[*]}" install_packages "${absent[@]}"
+  mapfile -t absent < <(missing "${absent[@]}")
+  [[ ${#absent[@]} -eq 0 ]] || fail "apt reported success, yet these are missing: ${absent[*]}"
 }
 
-unpack_idl_package() {
-  local download
-  download=$(scratch_folder download)
-  say "unpacking $idl_package into ${idl_folder#"$root"/}"
-  by_either_road download_package "$idl_package" "$download" ||
-    fail "could not download $idl_package; apt's reason is above"
-  rm -rf "$idl_folder"
-  mkdir -p "$idl_folder"
-  dpkg-deb -x "$download/$idl_package"_*.deb "$idl_folder"
-  touch "$idl_stamp"
+# The names of PACKAGE... that build/tools does not have.
+not_unpacked() {
+  local package
+  for package in "$@"; do
+    [[ -f $root/build/tools/$package/.unpacked ]] || printf '%s\n' "$package"
+  done
 }
 
 setup() {
-  local missing
-  mapfile -t missing < <(missing_packages)
-  if [[ ${#missing[@]} -eq 0 && -f $idl_stamp && -f $csv_stamp ]]; then
+  local absent binaries sources package
+  mapfile -t absent < <(needed "${packages[@]}")
+  [[ ${#absent[@]} -eq 0 ]] || mapfile -t absent < <(missing "${absent[@]}")
+  mapfile -t binaries < <(needed "${unpacked_packages[@]}")
+  mapfile -t binaries < <(not_unpacked "${binaries[@]}")
+  mapfile -t sources < <(needed "${source_packages[@]}")
+  mapfile -t sources < <(not_unpacked "${sources[@]}")
+  if [[ ${#absent[@]} -eq 0 && ${#binaries[@]} -eq 0 && ${#sources[@]} -eq 0 ]]; then
     return
   fi
 
-  scratch=$(mktemp -d)
-  trap 'as_root rm -rf "$scratch"' EXIT
-  if [[ ${#missing[@]} -gt 0 ]]; then
-    install_missing "${missing[@]}"
-    mapfile -t missing < <(missing_packages)
-    [[ ${#missing[@]} -eq 0 ]] || fail "apt reported success, yet these are missing: ${missing[*]}"
-  fi
-  [[ -f $idl_stamp ]] || unpack_idl_package
-  [[ -f $csv_stamp ]] || unpack_source libcsv "$csv_folder"
-  say "setup is complete"
+  say "preparing this machine for: ${commands[*]}"
+  begin_apt
+  [[ ${#absent[@]} -eq 0 ]] || install_missing
+  for package in "${binaries[@]}"; do unpack_package "$package" "$root/build/tools/$package"; done
+  for package in "${sources[@]}"; do unpack_source "$package" "$root/build/tools/$package"; done
+  say "everything is there"
 }
 
 command -v dpkg-query >/dev/null || fail "no dpkg here: this setup knows Debian 12 only"
+mapfile -t known < <(all_commands)
+for command in "$@"; do
+  [[ " ${known[*]} " == *" $command "* ]] || fail "no command '$command'; there are: ${known[*]}"
+done
+[[ $# -gt 0 ]] && commands=("$@") || commands=("${known[@]}")
+readonly commands
 
 # Two setups at once would fight over apt's locks.
 mkdir -p "$root/build/tools"

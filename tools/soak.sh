@@ -7,7 +7,7 @@ readonly soak_cycles=10000 soak_rounds=100
 soak() {
   local width
   for width in 32 64; do
-    build "win$width" --target soak Brindlex
+    build_component "win$width" soak
     say "soaking the $width-bit component: $soak_cycles lives, $soak_rounds rounds of the rest"
     "$root/tools/$(wine_of "$width")" "$root/build/win$width/tests/soak.exe" \
       "Z:$root/build/win$width/Brindlex.dll" "$soak_cycles" "$soak_rounds" ||

@@ -65,6 +65,8 @@ LRESULT CALLBACK BoxWatch::Hook(int code, WPARAM sender, LPARAM data) {
 }
 
 void CALLBACK BoxWatch::OnTimer(HWND window, UINT, UINT_PTR, DWORD) {
+  // Under load the first timer comes before the box is shown.
+  if (IsWindowVisible(window) == FALSE) return;
   KillTimer(window, kTimer);
   if (theWatch != nullptr) theWatch->Read(window);
 }

@@ -2,6 +2,7 @@
 
 #include "tests/com/fixture.h"
 #include "tests/com/patched_import.h"
+#include "tests/com/report_pane.h"
 
 namespace brindlex::testing {
 namespace {
@@ -72,25 +73,17 @@ class LongReportTest : public ComTest {
            Units(text);
   }
 
-  /// The control of the open window that shows the text.
-  static HWND Pane() {
-    HWND pane = nullptr;
-    EnumChildWindows(GetActiveWindow(), TakeScrolled, reinterpret_cast<LPARAM>(&pane));
-    return pane;
+  /// The control that gets the keys when the open window is active.
+  static HWND Focus() {
+    SetActiveWindow(GetParent(ReportPane()));
+    return GetFocus();
   }
 
-  static int FirstRow() { return GetScrollPos(Pane(), SB_VERT); }
+  static int FirstRow() { return GetScrollPos(ReportPane(), SB_VERT); }
 
   static int RowAfter(UINT message, WPARAM parameter) {
-    SendMessageW(Pane(), message, parameter, 0);
+    SendMessageW(ReportPane(), message, parameter, 0);
     return FirstRow();
-  }
-
- private:
-  static BOOL CALLBACK TakeScrolled(HWND control, LPARAM data) {
-    const bool scrolls = (GetWindowLongW(control, GWL_STYLE) & WS_VSCROLL) != 0;
-    if (scrolls) *reinterpret_cast<HWND*>(data) = control;
-    return TRUE;
   }
 };
 
@@ -115,10 +108,10 @@ TEST_F(LongReportTest, IsShownBeyondANul) {
 
 TEST_F(LongReportTest, IsAMessageBoxWhileItFitsOne) {
   bool hasPane = true;
-  Boxes().whileNextIsOpen = [&] { hasPane = Pane() != nullptr; };
+  Boxes().whileNextIsOpen = [&] { hasPane = ReportPane() != nullptr; };
   Show(Units(100, u'x'));
   EXPECT_FALSE(hasPane);
-  Boxes().whileNextIsOpen = [&] { hasPane = Pane() != nullptr; };
+  Boxes().whileNextIsOpen = [&] { hasPane = ReportPane() != nullptr; };
   Show(Units(101, u'x'));
   EXPECT_TRUE(hasPane);
 }
@@ -127,7 +120,8 @@ TEST_F(LongReportTest, IsScrolledThroughByKeysWheelAndBar) {
   Units lines;
   for (int line = 0; line < 100000; ++line) lines += u"x\r\n";
   Boxes().whileNextIsOpen = [] {
-    EXPECT_EQ(Pane(), GetFocus());
+    ASSERT_NE(nullptr, ReportPane());
+    EXPECT_EQ(ReportPane(), Focus());
     EXPECT_EQ(1, RowAfter(WM_KEYDOWN, VK_DOWN));
     EXPECT_EQ(26, RowAfter(WM_KEYDOWN, VK_NEXT));
     EXPECT_EQ(25, RowAfter(WM_KEYDOWN, VK_UP));
@@ -147,7 +141,7 @@ TEST_F(LongReportTest, IsScrolledThroughByKeysWheelAndBar) {
     EXPECT_EQ(100002 - 25, RowAfter(WM_VSCROLL, SB_ENDSCROLL));
     EXPECT_EQ(0, RowAfter(WM_KEYDOWN, VK_HOME));
     EXPECT_EQ(0, RowAfter(WM_KEYDOWN, 'C'));
-    UpdateWindow(Pane());
+    UpdateWindow(ReportPane());
   };
   Show(lines);
   EXPECT_EQ(1U, Boxes().Boxes().size());
@@ -156,8 +150,9 @@ TEST_F(LongReportTest, IsScrolledThroughByKeysWheelAndBar) {
 TEST_F(LongReportTest, CanBeCopied) {
   const Units text(5000, u'x');
   Units copied;
+  const ClipboardTurn turn;
   Boxes().whileNextIsOpen = [&] {
-    SendMessageW(Pane(), WM_COPY, 0, 0);
+    SendMessageW(ReportPane(), WM_COPY, 0, 0);
     ASSERT_TRUE(OpenClipboard(nullptr));
     auto* const data = GetClipboardData(CF_UNICODETEXT);
     copied = static_cast<const char16_t*>(GlobalLock(data));

@@ -12,15 +12,17 @@ namespace {
 std::atomic<long> exceptions{0};
 
 bool IsNoFailure(DWORD code) {
-  constexpr DWORD kCppException = 0x20474343;
+  // What the 64-bit run time raises to throw, to unwind and to force an unwinding: "GCC" and a
+  // digit.
+  constexpr DWORD kCppException = 0x00474343;
   constexpr DWORD kDebuggingText = 0x40010006;
   constexpr DWORD kWideDebuggingText = 0x4001000A;
   constexpr DWORD kThreadName = 0x406D1388;
   // What the system's remote procedure calls raise and handle, when an apartment has ended, say.
   constexpr DWORD kRemoteCall = 0x80070600;
   if ((code & 0xFFFFFF00) == kRemoteCall) return true;
-  return code == kCppException || code == kDebuggingText || code == kWideDebuggingText ||
-         code == kThreadName;
+  return (code & 0x00FFFFFF) == kCppException || code == kDebuggingText ||
+         code == kWideDebuggingText || code == kThreadName;
 }
 
 /// The name of the module that `address` is in, and the offset there.

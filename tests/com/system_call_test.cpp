@@ -3,6 +3,7 @@
 #include "tests/com/apartment.h"
 #include "tests/com/late_call.h"
 #include "tests/com/patched_import.h"
+#include "tests/com/report_pane.h"
 #include "tests/com/scripted_object.h"
 #include "tests/com/text_files_test.h"
 
@@ -438,11 +439,7 @@ class OddWindowTest : public OddSystemTest {
  protected:
   /// Shows a report that no message box has room for; what is on the screen runs `meanwhile`.
   Units ShowLong(std::function<void(HWND pane)> meanwhile) {
-    Boxes().whileNextIsOpen = [&meanwhile] {
-      HWND pane = nullptr;
-      EnumChildWindows(GetActiveWindow(), TakeScrolled, reinterpret_cast<LPARAM>(&pane));
-      meanwhile(pane);
-    };
+    Boxes().whileNextIsOpen = [&meanwhile] { meanwhile(ReportPane()); };
     VARIANT_BOOL saved = VARIANT_TRUE;
     const auto files = Dll().New<_clsAppFiles, ::clsAppFiles>();
     EXPECT_EQ(S_OK, files->SaveTextFile(Bstr(u"C:\\no such folder\\f").Get(),
@@ -470,17 +467,10 @@ class OddWindowTest : public OddSystemTest {
     EXPECT_TRUE(EmptyClipboard());
     CloseClipboard();
   }
-
- private:
-  static BOOL CALLBACK TakeScrolled(HWND control, LPARAM data) {
-    if ((GetWindowLongW(control, GWL_STYLE) & WS_VSCROLL) != 0) {
-      *reinterpret_cast<HWND*>(data) = control;
-    }
-    return TRUE;
-  }
 };
 
 TEST_F(OddWindowTest, TheKeysForCopyingCopy) {
+  const ClipboardTurn turn;
   Units copied[3];
   const PatchedImport control(Dll().Module(), "GetKeyState", AddressOf(HoldControl));
   const Units shown = ShowLong([&copied](HWND pane) {
@@ -497,6 +487,7 @@ TEST_F(OddWindowTest, TheKeysForCopyingCopy) {
 }
 
 TEST_F(OddWindowTest, AClipboardThatCannotBeHadIsLeftAlone) {
+  const ClipboardTurn turn;
   ShowLong([module = Dll().Module()](HWND pane) {
     ClearClipboard();
     {
