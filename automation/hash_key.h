@@ -28,4 +28,11 @@ std::uint64_t KeyedHash(std::string_view bytes) noexcept;
 /// SipHash-1-3 of the units' case foldings under HashKey: texts that are EqualIgnoringCase agree.
 std::uint64_t KeyedHashIgnoringCase(TextView text) noexcept;
 
+/// HalfSipHash-1-3 of the units' case foldings under the lower half of HashKey, for hash tables in
+/// memory whose look-ups are counted in nanoseconds: texts that are EqualIgnoringCase agree. On
+/// 32-bit processors it takes a quarter of the time of KeyedHashIgnoringCase, and less than a hash
+/// without a key that multiplies 64-bit numbers. Its key of 64 bits protects tables in memory,
+/// which show nobody a hash; it is no message authentication code.
+std::uint32_t IndexHashIgnoringCase(TextView text) noexcept;
+
 }  // namespace brindlex

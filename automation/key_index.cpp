@@ -7,15 +7,10 @@ namespace {
 
 constexpr std::size_t kFewestSlots = 16;
 
-std::uint32_t HashOf(TextView key) noexcept {
-  return static_cast<std::uint32_t>(HashIgnoringCase(key));
-}
-
 }  // namespace
 
-KeyNode* KeyIndex::Find(TextView key) const noexcept {
+KeyNode* KeyIndex::Find(TextView key, std::uint32_t hash) const noexcept {
   if (count_ == 0) return nullptr;
-  const std::uint32_t hash = HashOf(key);
   for (std::size_t slot = Home(hash); slots_[slot].node != nullptr; slot = Next(slot)) {
     if (slots_[slot].hash == hash && EqualIgnoringCase(slots_[slot].node->key, key)) {
       return slots_[slot].node;
@@ -33,9 +28,9 @@ void KeyIndex::Prepare() {
   }
 }
 
-void KeyIndex::Insert(KeyNode& node, Text key) noexcept {
+void KeyIndex::Insert(KeyNode& node, Text key, std::uint32_t hash) noexcept {
   node.key = std::move(key);
-  node.hash = HashOf(node.key);
+  node.hash = hash;
   node.hasKey = true;
   slots_[SlotOf(node.hash, nullptr)] = {node.hash, &node};
   ++count_;

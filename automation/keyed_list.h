@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <iterator>
 #include <optional>
 #include <utility>
@@ -80,14 +81,15 @@ class KeyedList {
     if (position < 1 || position > Count() + 1) {
       throw RuntimeError(error_number::kSubscriptOutOfRange);
     }
-    if (key && keys_.Find(*key) != nullptr) throw RuntimeError(error_number::kKeyInUse);
+    const std::uint32_t hash = key ? KeyIndex::HashOf(*key) : 0;
+    if (key && keys_.Find(*key, hash) != nullptr) throw RuntimeError(error_number::kKeyInUse);
     if (entries_.size() == entries_.capacity()) {
       entries_.reserve(std::max<std::size_t>(8, 2 * entries_.size()));
     }
     Text ownKey(key.value_or(TextView()));
     if (key) keys_.Prepare();
     Entry* const entry = pool_.Make(std::move(value));
-    if (key) keys_.Insert(*entry, std::move(ownKey));
+    if (key) keys_.Insert(*entry, std::move(ownKey), hash);
     entries_.insert(std::next(entries_.begin(), static_cast<std::ptrdiff_t>(position - 1)), entry);
   }
 

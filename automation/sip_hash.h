@@ -1,9 +1,9 @@
 #pragma once
 
-#include <bit>
 #include <cstdint>
 #include <string_view>
 
+#include "automation/sip_state.h"
 #include "automation/text.h"
 
 namespace brindlex {
@@ -34,10 +34,9 @@ class BasicSipHasher {
   enum class Width { k64, k128 };
 
   explicit BasicSipHasher(const SipKey& key, Width width = Width::k64) noexcept
-      : v0_(key.low ^ 0x736F6D6570736575U),
-        v1_(key.high ^ 0x646F72616E646F6DU ^ (width == Width::k128 ? 0xEEU : 0U)),
-        v2_(key.low ^ 0x6C7967656E657261U),
-        v3_(key.high ^ 0x7465646279746573U) {}
+      : state_{key.low ^ 0x736F6D6570736575U,
+               key.high ^ 0x646F72616E646F6DU ^ (width == Width::k128 ? 0xEEU : 0U),
+               key.low ^ 0x6C7967656E657261U, key.high ^ 0x7465646279746573U} {}
 
   /// Adds the `count` low bytes of `value`, the lowest first. `count` is 1 to 8; the bytes above
   /// them must be 0.
@@ -64,7 +63,7 @@ class BasicSipHasher {
   std::uint64_t Finish() const noexcept {
     BasicSipHasher last = *this;
     last.AddLength();
-    last.v2_ ^= 0xFFU;
+    last.state_.v2 ^= 0xFFU;
     return last.Result();
   }
 
@@ -72,10 +71,10 @@ class BasicSipHasher {
   SipHash128 Finish128() const noexcept {
     BasicSipHasher last = *this;
     last.AddLength();
-    last.v2_ ^= 0xEEU;
+    last.state_.v2 ^= 0xEEU;
     SipHash128 hash;
     hash.low = last.Result();
-    last.v1_ ^= 0xDDU;
+    last.state_.v1 ^= 0xDDU;
     hash.high = last.Result();
     return hash;
   }
@@ -89,38 +88,16 @@ class BasicSipHasher {
     return value;
   }
 
-  void AddWord(std::uint64_t word) noexcept {
-    v3_ ^= word;
-    Rounds(kRoundsPerWord);
-    v0_ ^= word;
-  }
+  void AddWord(std::uint64_t word) noexcept { state_.AddWord(word, kRoundsPerWord); }
 
   void AddLength() noexcept { AddWord(word_ | length_ << 56U); }
 
   std::uint64_t Result() noexcept {
-    Rounds(kFinalRounds);
-    return v0_ ^ v1_ ^ v2_ ^ v3_;
+    state_.Rounds(kFinalRounds);
+    return state_.v0 ^ state_.v1 ^ state_.v2 ^ state_.v3;
   }
 
-  void Rounds(int count) noexcept {
-    for (int round = 0; round < count; ++round) {
-      v0_ += v1_;
-      v2_ += v3_;
-      v1_ = std::rotl(v1_, 13) ^ v0_;
-      v3_ = std::rotl(v3_, 16) ^ v2_;
-      v0_ = std::rotl(v0_, 32);
-      v2_ += v1_;
-      v0_ += v3_;
-      v1_ = std::rotl(v1_, 17) ^ v2_;
-      v3_ = std::rotl(v3_, 21) ^ v0_;
-      v2_ = std::rotl(v2_, 32);
-    }
-  }
-
-  std::uint64_t v0_;
-  std::uint64_t v1_;
-  std::uint64_t v2_;
-  std::uint64_t v3_;
+  SipState<std::uint64_t, 13, 16, 17, 21> state_;
   /// The bytes that do not fill a word yet, and the number of all bytes so far.
   std::uint64_t word_ = 0;
   std::uint64_t length_ = 0;

@@ -14,9 +14,7 @@ Text DecimalText(std::int32_t number) {
   return {std::begin(digits), end};
 }
 
-char16_t FoldCase(char16_t unit) {
-  if (unit < u'A') return unit;
-  if (unit <= u'z') return unit <= u'Z' ? static_cast<char16_t>(unit + 32) : unit;
+char16_t FoldCaseAfterAscii(char16_t unit) noexcept {
   const auto* run =
       std::upper_bound(std::begin(kCaseFoldRuns), std::end(kCaseFoldRuns), unit,
                        [](char16_t sought, const CaseFoldRun& r) { return sought < r.first; });
@@ -29,16 +27,6 @@ char16_t FoldCase(char16_t unit) {
 bool EqualIgnoringCase(TextView left, TextView right) {
   return std::equal(left.begin(), left.end(), right.begin(), right.end(),
                     [](char16_t a, char16_t b) { return a == b || FoldCase(a) == FoldCase(b); });
-}
-
-std::size_t HashIgnoringCase(TextView text) {
-  constexpr std::uint64_t kMultiplier = 0x9E3779B97F4A7C15U;
-  std::uint64_t hash = text.size();
-  for (const char16_t unit : text) {
-    hash = (hash ^ FoldCase(unit)) * kMultiplier;
-    hash ^= hash >> 32U;
-  }
-  return static_cast<std::size_t>(hash);
 }
 
 Text ReplaceAll(TextView text, TextView sought, TextView replacement) {

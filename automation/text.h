@@ -19,13 +19,19 @@ Text DecimalText(std::int32_t number);
 /// The code unit that stands for `unit` when letter case does not count: Unicode simple case
 /// folding within the Basic Multilingual Plane. Surrogates fold to themselves. Never fails; the
 /// result does not depend on the locale.
-char16_t FoldCase(char16_t unit);
+inline char16_t FoldCase(char16_t unit) noexcept;
+
+/// FoldCase of a unit after 'z'.
+char16_t FoldCaseAfterAscii(char16_t unit) noexcept;
+
+char16_t FoldCase(char16_t unit) noexcept {
+  if (unit < u'A') return unit;
+  if (unit <= u'z') return unit <= u'Z' ? static_cast<char16_t>(unit + 32) : unit;
+  return FoldCaseAfterAscii(unit);
+}
 
 /// True when both texts have the same units after FoldCase.
 bool EqualIgnoringCase(TextView left, TextView right);
-
-/// A hash in which texts that are EqualIgnoringCase agree.
-std::size_t HashIgnoringCase(TextView text);
 
 /// `text` with every occurrence of `sought` replaced, from left to right and without looking at
 /// what was put in. An empty `sought` occurs nowhere. Linear in the length of `text`.

@@ -1,5 +1,6 @@
 #include <windows.h>
 
+#include "platform/win32/hash_seed.h"
 #include "platform/win32/hresult.h"
 #include "server/classes.h"
 #include "server/emergency_pool.h"
@@ -59,7 +60,10 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, void* /*reserve
   return TRUE;
 }
 
+/// Every object comes from here, so the hash tables get their key before one is filled.
 STDAPI DllGetClassObject(REFCLSID classId, REFIID interfaceId, void** result) {
+  static const bool isSeeded = (brindlex::SeedHashTables(), true);
+  (void)isSeeded;
   brindlex::PrepareToThrow();
   return brindlex::GetClassFactory(classId, interfaceId, result);
 }

@@ -2,10 +2,11 @@
 
 #include <objbase.h>
 
-#include <algorithm>
 #include <new>
 #include <utility>
 
+#include "automation/keyed_list.h"
+#include "automation/runtime_error.h"
 #include "platform/win32/com_ptr.h"
 #include "platform/win32/dispatch_family.h"
 #include "platform/win32/hresult.h"
@@ -15,12 +16,25 @@
 namespace brindlex {
 namespace {
 
-void AddOnce(TextView name, std::vector<Text>& names) {
-  const bool known = std::any_of(names.begin(), names.end(), [name](const Text& other) {
-    return EqualIgnoringCase(name, other);
-  });
-  if (!known) names.emplace_back(name);
-}
+/// Names in the order in which they came, each once, whatever its letter case. Constant time for
+/// each name: a description may list 65,535 members at each of its levels.
+class DistinctNames {
+ public:
+  void Add(TextView name) {
+    if (names_.Find(name) == nullptr) names_.Add(Text(name), name);
+  }
+
+  std::vector<Text> All() const {
+    std::vector<Text> all;
+    for (std::size_t position = 1; position <= names_.Count(); ++position) {
+      all.push_back(names_.At(position));
+    }
+    return all;
+  }
+
+ private:
+  KeyedList<Text> names_;
+};
 
 // ---- The type-library information service ------------------------------------------------------
 
@@ -54,15 +68,15 @@ std::vector<Text> NamesFromService(IDispatch& service, IDispatch& object) {
   auto members = ObjectMemberOf(*interfaceInfo.Get(), u"Members");
   const DispatchFamily family(nullptr);
   const auto walk = DispatchCollection(family, std::move(members)).Enumerate();
-  std::vector<Text> names;
+  DistinctNames names;
   for (Object entry; walk->NextObject(entry);) {
     IDispatch& member = *static_cast<IDispatch*>(entry.Self(family));
     const Text name = TextOf(MemberOf(member, u"Name").Get());
     if (WholeNumberOf(MemberOf(member, u"InvokeKind").Get()) == INVOKE_PROPERTYGET) {
-      AddOnce(name, names);
+      names.Add(name);
     }
   }
-  return names;
+  return names.All();
 }
 
 // ---- The object's own type information ---------------------------------------------------------
@@ -71,14 +85,16 @@ std::vector<Text> NamesFromService(IDispatch& service, IDispatch& object) {
 template <class Description, void (STDMETHODCALLTYPE ITypeInfo::*kGiveBack)(Description*)>
 class Described {
  public:
-  explicit Described(ITypeInfo& info) : info_(info) {}
+  /// What `get(&description)` yields. Its error; E_NOTIMPL if it succeeds without a description.
+  template <class Get>
+  Described(ITypeInfo& info, Get&& get) : info_(info) {
+    CheckHost(get(&description_));
+    if (description_ == nullptr) throw ErrorOf(E_NOTIMPL);
+  }
   Described(const Described&) = delete;
   Described& operator=(const Described&) = delete;
-  ~Described() {
-    if (description_ != nullptr) (info_.*kGiveBack)(description_);
-  }
+  ~Described() { (info_.*kGiveBack)(description_); }
 
-  Description** Receive() { return &description_; }
   const Description* operator->() const { return description_; }
 
  private:
@@ -90,44 +106,60 @@ using DescribedType = Described<TYPEATTR, &ITypeInfo::ReleaseTypeAttr>;
 using DescribedFunction = Described<FUNCDESC, &ITypeInfo::ReleaseFuncDesc>;
 using DescribedVariable = Described<VARDESC, &ITypeInfo::ReleaseVarDesc>;
 
-void AddName(ITypeInfo& info, MEMBERID member, std::vector<Text>& names) {
+DescribedType TypeOf(ITypeInfo& info) {
+  return {info, [&](TYPEATTR** type) { return info.GetTypeAttr(type); }};
+}
+
+void AddName(ITypeInfo& info, MEMBERID member, DistinctNames& names) {
   Bstr name;
   UINT count = 0;
   CheckHost(info.GetNames(member, name.Receive(), 1, &count));
-  if (count == 1) AddOnce(name.View(), names);
+  if (count == 1) names.Add(name.View());
 }
 
 /// True for what the automation itself adds, such as the members of IDispatch.
 bool IsRestricted(WORD flags) { return (flags & FUNCFLAG_FRESTRICTED) != 0; }
 
-void AddInheritedNames(ITypeInfo& info, const TYPEATTR& type, std::vector<Text>& names);
-
-void AddNames(ITypeInfo& info, std::vector<Text>& names) {
-  DescribedType type(info);
-  CheckHost(info.GetTypeAttr(type.Receive()));
-  AddInheritedNames(info, *type.operator->(), names);
-  for (UINT index = 0; index < type->cVars; ++index) {
-    DescribedVariable variable(info);
-    CheckHost(info.GetVarDesc(index, variable.Receive()));
+void AddVariables(ITypeInfo& info, UINT count, DistinctNames& names) {
+  for (UINT index = 0; index < count; ++index) {
+    const DescribedVariable variable(
+        info, [&](VARDESC** found) { return info.GetVarDesc(index, found); });
     if (variable->varkind == VAR_DISPATCH) AddName(info, variable->memid, names);
   }
-  for (UINT index = 0; index < type->cFuncs; ++index) {
-    DescribedFunction function(info);
-    CheckHost(info.GetFuncDesc(index, function.Receive()));
+}
+
+void AddFunctions(ITypeInfo& info, UINT count, DistinctNames& names) {
+  for (UINT index = 0; index < count; ++index) {
+    const DescribedFunction function(
+        info, [&](FUNCDESC** found) { return info.GetFuncDesc(index, found); });
     if (function->invkind == INVOKE_PROPERTYGET && !IsRestricted(function->wFuncFlags)) {
       AddName(info, function->memid, names);
     }
   }
 }
 
-/// A vtable interface describes only what it adds to the one that it inherits from.
-void AddInheritedNames(ITypeInfo& info, const TYPEATTR& type, std::vector<Text>& names) {
-  if (type.typekind != TKIND_INTERFACE || type.cImplTypes == 0) return;
+/// What `info` inherits from, or null. A vtable interface describes only what it adds to that.
+ComPtr<ITypeInfo> BaseOf(ITypeInfo& info) {
+  const DescribedType type = TypeOf(info);
+  if (type->typekind != TKIND_INTERFACE || type->cImplTypes == 0) return nullptr;
   HREFTYPE reference = 0;
-  ComPtr<ITypeInfo> inherited;
+  ComPtr<ITypeInfo> base;
   CheckHost(info.GetRefTypeOfImplType(0, &reference));
-  CheckHost(info.GetRefTypeInfo(reference, inherited.Receive()));
-  AddNames(*inherited.Get(), names);
+  CheckHost(info.GetRefTypeInfo(reference, base.Receive()));
+  if (!base) throw ErrorOf(E_NOTIMPL);
+  return base;
+}
+
+/// `info` and what it inherits from, in that order. Error 13 for more than 16 levels, as for a
+/// chain of default properties: a description can name itself as its base.
+std::vector<ComPtr<ITypeInfo>> LevelsOf(ComPtr<ITypeInfo> info) {
+  constexpr std::size_t kMostLevels = 16;
+  std::vector<ComPtr<ITypeInfo>> levels;
+  for (; info; info = BaseOf(*levels.back().Get())) {
+    if (levels.size() == kMostLevels) throw RuntimeError(error_number::kTypeMismatch);
+    levels.push_back(std::move(info));
+  }
+  return levels;
 }
 
 std::vector<Text> NamesFromTypeInfo(IDispatch& object) {
@@ -136,9 +168,16 @@ std::vector<Text> NamesFromTypeInfo(IDispatch& object) {
   ComPtr<ITypeInfo> info;
   CheckHost(object.GetTypeInfo(0, GetUserDefaultLCID(), info.Receive()));
   if (!info) throw ErrorOf(E_NOTIMPL);
-  std::vector<Text> names;
-  AddNames(*info.Get(), names);
-  return names;
+  const std::vector<ComPtr<ITypeInfo>> levels = LevelsOf(std::move(info));
+  DistinctNames names;
+  // The names of a base come before those that are added to it.
+  for (auto level = levels.rbegin(); level != levels.rend(); ++level) {
+    ITypeInfo& described = *level->Get();
+    const DescribedType type = TypeOf(described);
+    AddVariables(described, type->cVars, names);
+    AddFunctions(described, type->cFuncs, names);
+  }
+  return names.All();
 }
 
 }  // namespace

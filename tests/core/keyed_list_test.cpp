@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "automation/hash_key.h"
 #include "environment/trap.h"
 #include "tests/core/core_test.h"
 #include "tests/core/failing_new.h"
@@ -540,7 +541,7 @@ std::pair<Text, Text> KeysOfOneHash() {
   for (int tries = 0; tries < 1'000'000; ++tries) {
     Text key;
     while (key.size() < 6) key += static_cast<char16_t>(u'a' + random() % 26);
-    const auto hash = static_cast<std::uint32_t>(HashIgnoringCase(key));
+    const auto hash = IndexHashIgnoringCase(key);
     const auto found = seen.try_emplace(hash, key);
     if (found.first->second != key) return {found.first->second, key};
   }

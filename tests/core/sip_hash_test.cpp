@@ -10,7 +10,8 @@
 #include <string>
 #include <vector>
 
-#include "automation/hash_key.h"
+#include "automation/half_sip_hash.h"
+#include "tests/core/hash_key_fixture.h"
 
 namespace brindlex {
 namespace {
@@ -173,19 +174,31 @@ TEST(SipHashTest, EveryBitOfTheKeyCounts) {
   EXPECT_EQ(129U, hashes.size());
 }
 
-/// Restores the key that a test found.
-class HashKeyTest : public testing::Test {
- protected:
-  void SetUp() override { found = HashKey(); }
-  void TearDown() override {
-    SeedHashKey([](SipKey& key) noexcept {
-      key = found;
-      return true;
-    });
-  }
+// ---- HalfSipHash -------------------------------------------------------------------------------
 
-  static inline SipKey found;
-};
+/// Of 0, 2, 4 and so on bytes that count up, under a key that does: the authors' vectors of whole
+/// units.
+TEST(HalfSipHashTest, AgreesWithThePublishedVectors) {
+  constexpr std::uint64_t kKey = 0x0706050403020100U;
+  constexpr std::uint32_t kPublished[] = {0x5B9F35A9U, 0x03A662FAU, 0x89466E2AU, 0x23FC6358U,
+                                          0x8F84B8D0U};
+  Text units;
+  for (const std::uint32_t expected : kPublished) {
+    const auto same = [](char16_t unit) { return unit; };
+    EXPECT_EQ(expected, (HalfSipHash<2, 4>(kKey, units, same))) << units.size();
+    const auto low = static_cast<char16_t>(2 * units.size());
+    units.push_back(static_cast<char16_t>(low | (low + 1) << 8));
+  }
+}
+
+TEST(HalfSipHashTest, EveryBitOfTheKeyCounts) {
+  const auto hash = [](std::uint64_t key) {
+    return HalfSipHash<1, 3>(key, u"key", [](char16_t unit) { return unit; });
+  };
+  std::set<std::uint32_t> hashes{hash(0)};
+  for (unsigned bit = 0; bit < 64; ++bit) hashes.insert(hash(std::uint64_t{1} << bit));
+  EXPECT_EQ(65U, hashes.size());
+}
 
 TEST_F(HashKeyTest, TheKeyIsTheOneThatTheSourceSupplies) {
   EXPECT_TRUE(SeedHashKey([](SipKey& key) noexcept {
@@ -207,12 +220,14 @@ TEST_F(HashKeyTest, ASourceThatFailsLeavesTheKey) {
 TEST_F(HashKeyTest, AnotherKeyGivesOtherHashes) {
   const std::uint64_t bytes = KeyedHash("abc");
   const std::uint64_t text = KeyedHashIgnoringCase(u"abc");
+  const std::uint32_t index = IndexHashIgnoringCase(u"abc");
   SeedHashKey([](SipKey& key) noexcept {
     key = SipKey{HashKey().low + 1, HashKey().high};
     return true;
   });
   EXPECT_NE(bytes, KeyedHash("abc"));
   EXPECT_NE(text, KeyedHashIgnoringCase(u"abc"));
+  EXPECT_NE(index, IndexHashIgnoringCase(u"abc"));
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "automation/case_fold_table.h"
+#include "automation/hash_key.h"
 
 namespace brindlex {
 namespace {
@@ -169,19 +170,19 @@ TEST(EqualIgnoringCaseTest, Rows) {
   EXPECT_FALSE(EqualIgnoringCase(u"\U00010400", u"\U00010428"));
 }
 
-TEST(HashIgnoringCaseTest, AgreesForEveryUnitAndItsFold) {
+TEST(IndexHashTest, AgreesForEveryUnitAndItsFold) {
   for (int unit = 0; unit < kUnits; ++unit) {
     const Text text{u'x', static_cast<char16_t>(unit)};
     const Text folded{u'X', FoldCase(static_cast<char16_t>(unit))};
-    EXPECT_EQ(HashIgnoringCase(text), HashIgnoringCase(folded)) << std::hex << unit;
+    EXPECT_EQ(IndexHashIgnoringCase(text), IndexHashIgnoringCase(folded)) << std::hex << unit;
   }
 }
 
-TEST(HashIgnoringCaseTest, TellsOrdinaryKeysApart) {
-  std::unordered_set<std::size_t> hashes;
+TEST(IndexHashTest, TellsOrdinaryKeysApart) {
+  std::unordered_set<std::uint32_t> hashes;
   constexpr int kKeys = 100'000;
   for (int key = 0; key < kKeys; ++key) {
-    hashes.insert(HashIgnoringCase(Text(u"Record ").append(DecimalText(key))));
+    hashes.insert(IndexHashIgnoringCase(Text(u"Record ").append(DecimalText(key))));
   }
   // By chance alone, two of so many 32-bit hashes or so agree.
   EXPECT_GT(hashes.size(), kKeys - 20U);

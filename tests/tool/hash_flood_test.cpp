@@ -1,14 +1,11 @@
 // Files whose names and keys are made to collide.
 
-#include <cstdint>
-#include <ctime>
-#include <functional>
 #include <string>
 #include <unordered_set>
 #include <utility>
 #include <vector>
 
-#include "automation/hash_key.h"
+#include "tests/core/hash_flood.h"
 #include "tests/tool/passing_folder.h"
 #include "tests/tool/tool_test.h"
 #include "tool/block_index.h"
@@ -23,34 +20,6 @@ namespace brindlex::tool {
 namespace {
 
 constexpr std::size_t kCount = 4500;
-constexpr SipKey kKnownKey{1, 2};
-constexpr SipKey kSecretKey{0x0123456789ABCDEFU, 0xFEDCBA9876543210U};
-
-using Names = std::vector<std::string>;
-
-void UseKnownKey() {
-  SeedHashKey([](SipKey& key) noexcept {
-    key = kKnownKey;
-    return true;
-  });
-}
-
-void UseSecretKey() {
-  SeedHashKey([](SipKey& key) noexcept {
-    key = kSecretKey;
-    return true;
-  });
-}
-
-/// As many names for which `isWanted` says so; of letters and digits in one case.
-Names MakeNames(std::size_t count, const std::function<bool(const std::string&)>& isWanted) {
-  Names names;
-  for (std::uint64_t number = 0; names.size() < count; ++number) {
-    const std::string name = "n" + std::to_string(number * 7919);
-    if (isWanted(name)) names.push_back(name);
-  }
-  return names;
-}
 
 /// How many buckets the library's tables have for that many entries.
 std::size_t Buckets() {
@@ -59,42 +28,8 @@ std::size_t Buckets() {
   return table.bucket_count();
 }
 
-/// The processor time of one run, since others share the machine; of as many runs as the clock's
-/// ticks ask for.
-double TimeOf(const std::function<void()>& run) {
-  constexpr std::clock_t kEnough = CLOCKS_PER_SEC / 20;
-  const std::clock_t start = std::clock();
-  std::clock_t taken = 0;
-  int runs = 0;
-  for (; taken < kEnough; ++runs) {
-    run();
-    taken = std::clock() - start;
-  }
-  return static_cast<double>(taken) / runs;
-}
-
-/// A test's `run` handles a file's names or keys, which collide under a known key. Under that key
-/// it must take much longer than under another one, or the key would not matter; under the other
-/// one it takes about as long as for any names.
-class HashFlood : public testing::Test {
+class ToolHashFlood : public HashFlood {
  protected:
-  void TearDown() override {
-    SeedHashKey([](SipKey& key) noexcept {
-      key = found;
-      return true;
-    });
-  }
-
-  static void Expect(const Names& crafted, const std::function<void(const Names&)>& run) {
-    const Names usual = MakeNames(crafted.size(), [](const std::string&) { return true; });
-    UseKnownKey();
-    const double flooded = TimeOf([&] { run(crafted); });
-    UseSecretKey();
-    const double protectedTime = TimeOf([&] { run(crafted); });
-    EXPECT_GT(flooded, 3 * protectedTime);
-    EXPECT_LT(protectedTime, 5 * TimeOf([&] { run(usual); }));
-  }
-
   static const Names& CraftedNames() {
     static const Names names = MakeNames(kCount, [buckets = Buckets()](const std::string& name) {
       return static_cast<std::size_t>(SipHash(kKnownKey, name)) % buckets == 0;
@@ -109,8 +44,6 @@ class HashFlood : public testing::Test {
     });
     return names;
   }
-
-  static inline const SipKey found = HashKey();
 };
 
 class NoTarget : public TableTarget {
@@ -122,7 +55,7 @@ class NoTarget : public TableTarget {
   void EndCollection() override {}
 };
 
-TEST_F(HashFlood, NamesOfJson) {
+TEST_F(ToolHashFlood, NamesOfJson) {
   Expect(CraftedNames(), [](const Names& names) {
     std::string json = "{";
     for (const std::string& name : names) json += (json.size() > 1 ? ",\"" : "\"") + name + "\":1";
@@ -133,7 +66,7 @@ TEST_F(HashFlood, NamesOfJson) {
   });
 }
 
-TEST_F(HashFlood, NamesOfAHeaderForJson) {
+TEST_F(ToolHashFlood, NamesOfAHeaderForJson) {
   Expect(CraftedNames(), [](const Names& names) {
     Losses losses;
     JsonWriter writer([](std::string_view) {}, {}, losses);
@@ -142,7 +75,7 @@ TEST_F(HashFlood, NamesOfAHeaderForJson) {
   });
 }
 
-TEST_F(HashFlood, NamesOfCollectionsThatAreWritten) {
+TEST_F(ToolHashFlood, NamesOfCollectionsThatAreWritten) {
   Expect(CraftedFoldedNames(), [](const Names& names) {
     DelimitedWriter writer([](std::string_view) {}, FormOf({}, {}));
     writer.BeginNamed();
@@ -150,7 +83,7 @@ TEST_F(HashFlood, NamesOfCollectionsThatAreWritten) {
   });
 }
 
-TEST_F(HashFlood, NamesOfCollectionsThatAreRead) {
+TEST_F(ToolHashFlood, NamesOfCollectionsThatAreRead) {
   const PassingFolder folder;
   Expect(CraftedFoldedNames(), [&](const Names& names) {
     std::string text = "DataString\xA5Name\xA5\x8C";
@@ -167,7 +100,7 @@ class NoDefects : public DefectSink {
   void Take(const Defect& defect) override { ADD_FAILURE() << defect.what; }
 };
 
-TEST_F(HashFlood, NamesOfAHeaderThatIsChecked) {
+TEST_F(ToolHashFlood, NamesOfAHeaderThatIsChecked) {
   const PassingFolder folder;
   Expect(CraftedFoldedNames(), [&](const Names& names) {
     std::string header;
@@ -181,7 +114,7 @@ TEST_F(HashFlood, NamesOfAHeaderThatIsChecked) {
   });
 }
 
-TEST_F(HashFlood, KeysThatAreChecked) {
+TEST_F(ToolHashFlood, KeysThatAreChecked) {
   constexpr std::size_t kKeys = 3000;
   constexpr std::size_t kSlots = 4096;
   const Names crafted = MakeNames(kKeys, [](const std::string& name) {
