@@ -1,6 +1,6 @@
 #pragma once
 
-// Made by tools/make_case_fold_table.py from Unicode 14.0.0.
+// Made by tools/generate/make_case_fold_table.py from Unicode 14.0.0.
 
 #include <cstdint>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-// Made by tools/make_base_tables.py.
+// Made by tools/generate/make_base_tables.py.
 
 #include <cstdint>
 #include <span>

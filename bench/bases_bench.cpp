@@ -14,7 +14,7 @@
 
 #include "automation/portable_number_text.h"
 #include "bases/bases.h"
-#include "tests/core/number_source.h"
+#include "tests/core/bases/number_source.h"
 
 #if defined(BRINDLEX_HAS_GMP)
 #include <gmp.h>

@@ -11,10 +11,10 @@
 #include <optional>
 #include <vector>
 
-#include "platform/win32/com_ptr.h"
-#include "platform/win32/variant.h"
+#include "platform/win32/automation/com_ptr.h"
+#include "platform/win32/automation/variant.h"
 #include "server/Brindlex.h"
-#include "server/call.h"
+#include "server/com/call.h"
 
 namespace brindlex {
 namespace {

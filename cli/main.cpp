@@ -1,8 +1,8 @@
 #include <string>
 #include <vector>
 
-#include "tool/command_line.h"
-#include "tool/utf.h"
+#include "cli/commands/command_line.h"
+#include "cli/text/utf.h"
 
 #ifdef _WIN32
 int wmain(int count, wchar_t** given) {

@@ -9,7 +9,7 @@ find_package(Python3 REQUIRED COMPONENTS Interpreter)
 # Makes, of <name>.idl, in `folder`: the header under the name `header`, the GUIDs as <name>_i.c and
 # the type library as <name>.tlb.
 function(brindlex_compile_idl idl folder header)
-  set(widl Python3::Interpreter ${CMAKE_SOURCE_DIR}/tools/widl.py ${BRINDLEX_WIDL} --nostdinc --win32
+  set(widl Python3::Interpreter ${CMAKE_SOURCE_DIR}/tools/generate/widl.py ${BRINDLEX_WIDL} --nostdinc --win32
     -I ${libwine_dev}/usr/include/wine/wine/windows -L ${wine_tlb})
   get_filename_component(name ${idl} NAME_WE)
   get_filename_component(header_folder ${folder}/${header} DIRECTORY)
@@ -20,12 +20,12 @@ function(brindlex_compile_idl idl folder header)
     COMMAND ${widl} -h -o ${folder}/${header} ${idl}
     COMMAND ${widl} -u -o ${folder}/${name}_i.c ${idl}
     COMMAND ${widl} -t -o ${folder}/${name}.tlb ${idl}
-    COMMAND Python3::Interpreter ${CMAKE_SOURCE_DIR}/tools/strip_typelib_time.py
+    COMMAND Python3::Interpreter ${CMAKE_SOURCE_DIR}/tools/generate/strip_typelib_time.py
       ${folder}/${name}.tlb
-    COMMAND Python3::Interpreter ${CMAKE_SOURCE_DIR}/tools/typelib_tolerance.py
+    COMMAND Python3::Interpreter ${CMAKE_SOURCE_DIR}/tools/generate/typelib_tolerance.py
       ${idl} ${folder}/${name}.tlb
-    DEPENDS ${idl} ${CMAKE_SOURCE_DIR}/tools/widl.py ${CMAKE_SOURCE_DIR}/tools/strip_typelib_time.py
-      ${CMAKE_SOURCE_DIR}/tools/typelib_tolerance.py
+    DEPENDS ${idl} ${CMAKE_SOURCE_DIR}/tools/generate/widl.py ${CMAKE_SOURCE_DIR}/tools/generate/strip_typelib_time.py
+      ${CMAKE_SOURCE_DIR}/tools/generate/typelib_tolerance.py
     COMMENT "Compiling ${name}.idl"
     VERBATIM)
 endfunction()

@@ -10,7 +10,7 @@
 
 #include "platform/memory/memory_collection.h"
 #include "platform/memory/memory_platform.h"
-#include "tests/core/naive_format.h"
+#include "tests/core/persistence/naive_format.h"
 
 namespace brindlex {
 

@@ -8,7 +8,7 @@
 #include "automation/portable_number_text.h"
 #include "bases/bases.h"
 #include "fuzz/input.h"
-#include "tests/core/naive_bases.h"
+#include "tests/core/bases/naive_bases.h"
 
 namespace brindlex {
 namespace {

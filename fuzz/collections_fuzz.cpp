@@ -6,7 +6,7 @@
 #include "fuzz/agreement.h"
 #include "fuzz/input.h"
 #include "persistence/collection_save_restore.h"
-#include "tests/core/naive_collections.h"
+#include "tests/core/persistence/naive_collections.h"
 
 namespace brindlex {
 namespace {

@@ -7,7 +7,7 @@
 #include <string>
 
 #include "fuzz/agreement.h"
-#include "tests/tool/converter.h"
+#include "tests/cli/unit/converter.h"
 
 namespace brindlex::tool {
 namespace {

@@ -3,7 +3,7 @@
 #include "appfiles/text_files.h"
 #include "fuzz/agreement.h"
 #include "fuzz/input.h"
-#include "tests/core/naive_path.h"
+#include "tests/core/appfiles/naive_path.h"
 
 namespace brindlex {
 namespace {

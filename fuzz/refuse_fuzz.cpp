@@ -7,7 +7,7 @@
 #include "fuzz/agreement.h"
 #include "fuzz/input.h"
 #include "persistence/collection_save_restore.h"
-#include "tests/core/naive_guard.h"
+#include "tests/core/persistence/naive_guard.h"
 
 namespace brindlex {
 namespace {

@@ -8,11 +8,11 @@
 #include <tuple>
 #include <vector>
 
+#include "cli/check/text_check.h"
+#include "cli/format/layout.h"
 #include "fuzz/agreement.h"
 #include "fuzz/input.h"
-#include "tests/tool/naive_check.h"
-#include "tool/layout.h"
-#include "tool/text_check.h"
+#include "tests/cli/unit/naive_check.h"
 
 namespace brindlex::tool {
 namespace {

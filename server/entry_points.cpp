@@ -1,12 +1,12 @@
 #include <windows.h>
 
+#include "platform/win32/automation/hresult.h"
 #include "platform/win32/hash_seed.h"
-#include "platform/win32/hresult.h"
-#include "server/classes.h"
-#include "server/emergency_pool.h"
-#include "server/module.h"
-#include "server/registration.h"
-#include "server/thread_state.h"
+#include "server/classes/classes.h"
+#include "server/com/module.h"
+#include "server/com/registration.h"
+#include "server/com/thread_state.h"
+#include "server/runtime/emergency_pool.h"
 
 namespace brindlex {
 namespace {

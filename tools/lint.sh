@@ -46,18 +46,28 @@ without_gcc_flags() {
   printf '%s' "$copy"
 }
 
-# Every source is judged once: as native code if it is built so, else as Windows code. The component
-# is built first because its interface header is generated.
+# changed_files BASE: every file that differs from BASE, committed or not, one a line.
+changed_files() {
+  (cd "$root" && git diff --name-only --diff-filter=d "$1" && git ls-files --others --exclude-standard)
+}
+
+# lint [--changed [BASE]]: checks each source once, as native code if it is built so, otherwise as Windows
+# code; with --changed, only the sources that a difference from BASE (default: HEAD) affects. The component is
+# built first because its interface header is generated.
 lint() {
   local native=$root/build/lint.native windows=$root/build/lint.windows
-  local arguments=() argument status=0
+  local arguments=() changed=() argument status=0
+  if [[ ${1-} == --changed ]]; then
+    argument=$(changed_files "${2-HEAD}") || fail "no such commit: ${2-HEAD}"
+    mapfile -t changed <<<"$argument"
+    changed=(--changed "${changed[@]}")
+  fi
   check_format
   configure debug
   build win32
-  python3 "$root/tools/lint_sources.py" "$root" "$root/build/debug" >"$native"
+  python3 "$root/tools/lint_sources.py" "$root" "$root/build/debug" "${changed[@]}" >"$native"
   python3 "$root/tools/lint_sources.py" "$root" "$root/build/win32" --without "$root/build/debug" \
-    >"$windows"
-  [[ -s $native && -s $windows ]] || fail "a compile database has no source of its own"
+    "${changed[@]}" >"$windows"
 
   while read -r argument; do arguments+=("--extra-arg=$argument"); done < <(windows_arguments)
   # Both are run, so that one round shows all there is to mend.

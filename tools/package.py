@@ -123,7 +123,7 @@ def make_installer(root: str, version: str, width: str, output: str) -> str:
         for name in files_of(folder):
             os.utime(os.path.join(folder, name), (MADE, MADE))
         idl = os.path.join(root, "server/Brindlex.idl")
-        maker = [sys.executable, "-B", os.path.join(root, "tools/make_installer.py")]
+        maker = [sys.executable, "-B", os.path.join(root, "tools/generate/make_installer.py")]
         subprocess.run([*maker, idl, version, width, folder, description], check=True)
         environment = dict(os.environ, TZ="UTC")
         subprocess.run(

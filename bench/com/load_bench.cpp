@@ -7,7 +7,7 @@
 #include <cstdio>
 #include <string>
 
-#include "platform/win32/com_ptr.h"
+#include "platform/win32/automation/com_ptr.h"
 
 namespace brindlex::bench {
 namespace {

@@ -5,8 +5,8 @@
 #include <array>
 #include <vector>
 
-#include "platform/win32/com_ptr.h"
-#include "platform/win32/variant.h"
+#include "platform/win32/automation/com_ptr.h"
+#include "platform/win32/automation/variant.h"
 
 namespace brindlex::bench {
 

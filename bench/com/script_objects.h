@@ -3,8 +3,8 @@
 #include <activscp.h>
 #include <oaidl.h>
 
-#include "platform/win32/com_ptr.h"
-#include "platform/win32/variant.h"
+#include "platform/win32/automation/com_ptr.h"
+#include "platform/win32/automation/variant.h"
 
 namespace brindlex::bench {
 

@@ -1,8 +1,8 @@
-#include "tool/column_profile.h"
+#include "cli/check/column_profile.h"
 
 #include <algorithm>
 
-#include "tool/table.h"
+#include "cli/text/table.h"
 
 namespace brindlex::tool {
 namespace {

@@ -1,10 +1,10 @@
-#include "tool/defects.h"
+#include "cli/check/defects.h"
 
 #include <fmt/format.h>
 
 #include <nlohmann/json.hpp>
 
-#include "tool/escape.h"
+#include "cli/text/escape.h"
 
 namespace brindlex::tool {
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "tool/output.h"
+#include "cli/io/output.h"
 
 namespace brindlex::tool {
 

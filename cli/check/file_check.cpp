@@ -1,15 +1,15 @@
-#include "tool/file_check.h"
+#include "cli/check/file_check.h"
 
 #include <algorithm>
 #include <memory>
 #include <utility>
 
-#include "tool/diagnostics.h"
-#include "tool/escape.h"
-#include "tool/input.h"
-#include "tool/key_check.h"
-#include "tool/progress.h"
-#include "tool/text_check.h"
+#include "cli/check/key_check.h"
+#include "cli/check/text_check.h"
+#include "cli/io/input.h"
+#include "cli/io/progress.h"
+#include "cli/text/diagnostics.h"
+#include "cli/text/escape.h"
 
 namespace brindlex::tool {
 namespace {

@@ -4,8 +4,8 @@
 #include <optional>
 #include <string>
 
-#include "tool/defects.h"
-#include "tool/layout.h"
+#include "cli/check/defects.h"
+#include "cli/format/layout.h"
 
 namespace brindlex::tool {
 

@@ -1,10 +1,10 @@
-#include "tool/key_check.h"
+#include "cli/check/key_check.h"
 
 #include <algorithm>
 #include <utility>
 
 #include "automation/text.h"
-#include "tool/utf.h"
+#include "cli/text/utf.h"
 
 namespace brindlex::tool {
 namespace {

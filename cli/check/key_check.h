@@ -9,7 +9,7 @@
 
 #include "automation/hash_key.h"
 #include "automation/sip_hash.h"
-#include "tool/encoding.h"
+#include "cli/text/encoding.h"
 
 namespace brindlex::tool {
 

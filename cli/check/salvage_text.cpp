@@ -1,13 +1,13 @@
-#include "tool/salvage_text.h"
+#include "cli/check/salvage_text.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <utility>
 
-#include "tool/defects.h"
-#include "tool/escape.h"
-#include "tool/record_gather.h"
+#include "cli/check/defects.h"
+#include "cli/format/record_gather.h"
+#include "cli/text/escape.h"
 
 namespace brindlex::tool {
 namespace {

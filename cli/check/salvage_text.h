@@ -6,13 +6,13 @@
 #include <string>
 #include <vector>
 
-#include "tool/column_profile.h"
-#include "tool/encoding.h"
-#include "tool/file_copy.h"
-#include "tool/marker_walk.h"
-#include "tool/output.h"
-#include "tool/progress.h"
-#include "tool/span_gather.h"
+#include "cli/check/column_profile.h"
+#include "cli/format/marker_walk.h"
+#include "cli/io/file_copy.h"
+#include "cli/io/output.h"
+#include "cli/io/progress.h"
+#include "cli/io/span_gather.h"
+#include "cli/text/encoding.h"
 
 namespace brindlex::tool {
 

@@ -1,13 +1,13 @@
-#include "tool/text_check.h"
+#include "cli/check/text_check.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
 
 #include "automation/text.h"
-#include "tool/escape.h"
-#include "tool/name_tables.h"
-#include "tool/utf.h"
+#include "cli/format/name_tables.h"
+#include "cli/text/escape.h"
+#include "cli/text/utf.h"
 
 namespace brindlex::tool {
 namespace {

@@ -7,12 +7,12 @@
 #include <string_view>
 #include <vector>
 
-#include "tool/character_check.h"
-#include "tool/defects.h"
-#include "tool/encoding.h"
-#include "tool/key_check.h"
-#include "tool/marker_walk.h"
-#include "tool/skim.h"
+#include "cli/check/defects.h"
+#include "cli/check/key_check.h"
+#include "cli/format/marker_walk.h"
+#include "cli/format/skim.h"
+#include "cli/text/character_check.h"
+#include "cli/text/encoding.h"
 
 namespace brindlex::tool {
 

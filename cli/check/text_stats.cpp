@@ -1,4 +1,4 @@
-#include "tool/text_stats.h"
+#include "cli/check/text_stats.h"
 
 #include <algorithm>
 

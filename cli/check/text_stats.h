@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "tool/encoding.h"
+#include "cli/text/encoding.h"
 
 namespace brindlex::tool {
 

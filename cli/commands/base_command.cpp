@@ -1,7 +1,7 @@
 #include <memory>
 
-#include "tool/base_text.h"
-#include "tool/convert_commands.h"
+#include "cli/commands/convert_commands.h"
+#include "cli/convert/base_text.h"
 
 namespace brindlex::tool {
 namespace {

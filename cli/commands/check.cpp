@@ -5,11 +5,11 @@
 #include <string>
 #include <vector>
 
-#include "tool/command_line.h"
-#include "tool/defects.h"
-#include "tool/escape.h"
-#include "tool/file_check.h"
-#include "tool/system.h"
+#include "cli/check/defects.h"
+#include "cli/check/file_check.h"
+#include "cli/commands/command_line.h"
+#include "cli/io/system.h"
+#include "cli/text/escape.h"
 
 namespace brindlex::tool {
 namespace {

@@ -1,8 +1,8 @@
 #include <memory>
 
-#include "tool/block_edit.h"
-#include "tool/conversion.h"
-#include "tool/convert_commands.h"
+#include "cli/commands/conversion.h"
+#include "cli/commands/convert_commands.h"
+#include "cli/format/block_edit.h"
 
 namespace brindlex::tool {
 namespace {

@@ -1,4 +1,4 @@
-#include "tool/command_line.h"
+#include "cli/commands/command_line.h"
 
 #include <algorithm>
 #include <memory>
@@ -6,10 +6,10 @@
 #include <utility>
 
 #include "automation/hash_key.h"
-#include "tool/convert_commands.h"
-#include "tool/escape.h"
-#include "tool/system.h"
-#include "tool/version.h"
+#include "cli/commands/convert_commands.h"
+#include "cli/io/system.h"
+#include "cli/text/escape.h"
+#include "cli/version.h"
 
 namespace brindlex::tool {
 namespace {

@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "tool/diagnostics.h"
-#include "tool/layout.h"
-#include "tool/output.h"
+#include "cli/format/layout.h"
+#include "cli/io/output.h"
+#include "cli/text/diagnostics.h"
 
 namespace brindlex::tool {
 

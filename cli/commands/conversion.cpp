@@ -1,8 +1,8 @@
-#include "tool/conversion.h"
+#include "cli/commands/conversion.h"
 
-#include "tool/diagnostics.h"
-#include "tool/system.h"
-#include "tool/table_target.h"
+#include "cli/convert/table_target.h"
+#include "cli/io/system.h"
+#include "cli/text/diagnostics.h"
 
 namespace brindlex::tool {
 namespace {

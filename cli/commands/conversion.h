@@ -2,8 +2,8 @@
 
 #include <functional>
 
-#include "tool/output.h"
-#include "tool/table_writer.h"
+#include "cli/convert/table_writer.h"
+#include "cli/io/output.h"
 
 namespace brindlex::tool {
 

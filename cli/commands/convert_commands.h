@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tool/command_line.h"
+#include "cli/commands/command_line.h"
 
 namespace brindlex::tool {
 

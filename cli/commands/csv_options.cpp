@@ -1,7 +1,7 @@
-#include "tool/csv_options.h"
+#include "cli/commands/csv_options.h"
 
-#include "tool/diagnostics.h"
-#include "tool/escape.h"
+#include "cli/text/diagnostics.h"
+#include "cli/text/escape.h"
 
 namespace brindlex::tool {
 

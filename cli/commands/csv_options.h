@@ -3,7 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <string>
 
-#include "tool/csv_text.h"
+#include "cli/convert/csv_text.h"
 
 namespace brindlex::tool {
 

@@ -1,12 +1,12 @@
 #include <memory>
 
-#include "tool/conversion.h"
-#include "tool/convert_commands.h"
-#include "tool/csv_input.h"
-#include "tool/csv_options.h"
-#include "tool/delimited_writer.h"
-#include "tool/json_input.h"
-#include "tool/source.h"
+#include "cli/commands/conversion.h"
+#include "cli/commands/convert_commands.h"
+#include "cli/commands/csv_options.h"
+#include "cli/convert/csv_input.h"
+#include "cli/convert/json_input.h"
+#include "cli/format/delimited_writer.h"
+#include "cli/io/source.h"
 
 namespace brindlex::tool {
 namespace {

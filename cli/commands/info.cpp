@@ -6,14 +6,14 @@
 #include <string>
 #include <vector>
 
-#include "tool/command_line.h"
-#include "tool/display.h"
-#include "tool/escape.h"
-#include "tool/input.h"
-#include "tool/progress.h"
-#include "tool/system.h"
-#include "tool/table.h"
-#include "tool/text_stats.h"
+#include "cli/check/text_stats.h"
+#include "cli/commands/command_line.h"
+#include "cli/io/input.h"
+#include "cli/io/progress.h"
+#include "cli/io/system.h"
+#include "cli/text/display.h"
+#include "cli/text/escape.h"
+#include "cli/text/table.h"
 
 namespace brindlex::tool {
 namespace {

@@ -6,13 +6,13 @@
 #include <optional>
 #include <string>
 
-#include "tool/command_line.h"
-#include "tool/escape.h"
-#include "tool/input.h"
-#include "tool/progress.h"
-#include "tool/salvage_text.h"
-#include "tool/system.h"
-#include "tool/utf.h"
+#include "cli/check/salvage_text.h"
+#include "cli/commands/command_line.h"
+#include "cli/io/input.h"
+#include "cli/io/progress.h"
+#include "cli/io/system.h"
+#include "cli/text/escape.h"
+#include "cli/text/utf.h"
 
 namespace brindlex::tool {
 namespace {

@@ -1,13 +1,13 @@
 #include <memory>
 
-#include "tool/conversion.h"
-#include "tool/convert_commands.h"
-#include "tool/csv_options.h"
-#include "tool/csv_writer.h"
-#include "tool/escape.h"
-#include "tool/json_writer.h"
-#include "tool/page_writer.h"
-#include "tool/table_reader.h"
+#include "cli/commands/conversion.h"
+#include "cli/commands/convert_commands.h"
+#include "cli/commands/csv_options.h"
+#include "cli/convert/csv_writer.h"
+#include "cli/convert/json_writer.h"
+#include "cli/convert/page_writer.h"
+#include "cli/convert/table_reader.h"
+#include "cli/text/escape.h"
 
 namespace brindlex::tool {
 namespace {

@@ -9,16 +9,16 @@
 #include <vector>
 
 #include "automation/text.h"
-#include "tool/blocks.h"
-#include "tool/command_line.h"
-#include "tool/defects.h"
-#include "tool/display.h"
-#include "tool/escape.h"
-#include "tool/input.h"
-#include "tool/record_gather.h"
-#include "tool/system.h"
-#include "tool/table.h"
-#include "tool/utf.h"
+#include "cli/check/defects.h"
+#include "cli/commands/command_line.h"
+#include "cli/format/blocks.h"
+#include "cli/format/record_gather.h"
+#include "cli/io/input.h"
+#include "cli/io/system.h"
+#include "cli/text/display.h"
+#include "cli/text/escape.h"
+#include "cli/text/table.h"
+#include "cli/text/utf.h"
 
 namespace brindlex::tool {
 namespace {

@@ -1,13 +1,13 @@
-#include "tool/base_text.h"
+#include "cli/convert/base_text.h"
 
 #include <variant>
 
 #include "automation/portable_number_text.h"
 #include "automation/runtime_error.h"
 #include "bases/bases.h"
-#include "tool/diagnostics.h"
-#include "tool/escape.h"
-#include "tool/utf.h"
+#include "cli/text/diagnostics.h"
+#include "cli/text/escape.h"
+#include "cli/text/utf.h"
 
 namespace brindlex::tool {
 namespace {

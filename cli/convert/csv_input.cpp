@@ -1,4 +1,4 @@
-#include "tool/csv_input.h"
+#include "cli/convert/csv_input.h"
 
 #include <csv.h>
 

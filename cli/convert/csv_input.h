@@ -1,7 +1,7 @@
 #pragma once
 
-#include "tool/csv_text.h"
-#include "tool/table_target.h"
+#include "cli/convert/csv_text.h"
+#include "cli/convert/table_target.h"
 
 namespace brindlex::tool {
 

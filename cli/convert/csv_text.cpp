@@ -1,4 +1,4 @@
-#include "tool/csv_text.h"
+#include "cli/convert/csv_text.h"
 
 #include <algorithm>
 #include <cstddef>

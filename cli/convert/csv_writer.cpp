@@ -1,8 +1,8 @@
-#include "tool/csv_writer.h"
+#include "cli/convert/csv_writer.h"
 
 #include <utility>
 
-#include "tool/diagnostics.h"
+#include "cli/text/diagnostics.h"
 
 namespace brindlex::tool {
 

@@ -1,12 +1,12 @@
-#include "tool/json_input.h"
+#include "cli/convert/json_input.h"
 
 #include <cstdint>
 #include <iterator>
 #include <nlohmann/json.hpp>
 #include <utility>
 
-#include "tool/escape.h"
-#include "tool/name_tables.h"
+#include "cli/format/name_tables.h"
+#include "cli/text/escape.h"
 
 namespace brindlex::tool {
 namespace {

@@ -3,7 +3,7 @@
 #include <optional>
 #include <string>
 
-#include "tool/table_target.h"
+#include "cli/convert/table_target.h"
 
 namespace brindlex::tool {
 

@@ -1,4 +1,4 @@
-#include "tool/json_text.h"
+#include "cli/convert/json_text.h"
 
 #include <algorithm>
 #include <charconv>
@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <system_error>
 
-#include "tool/byte_prefix.h"
+#include "cli/text/byte_prefix.h"
 
 namespace brindlex::tool {
 namespace {

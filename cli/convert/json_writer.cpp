@@ -1,11 +1,11 @@
-#include "tool/json_writer.h"
+#include "cli/convert/json_writer.h"
 
 #include <utility>
 
-#include "tool/escape.h"
-#include "tool/json_text.h"
-#include "tool/name_tables.h"
-#include "tool/table_target.h"
+#include "cli/convert/json_text.h"
+#include "cli/convert/table_target.h"
+#include "cli/format/name_tables.h"
+#include "cli/text/escape.h"
 
 namespace brindlex::tool {
 

@@ -1,9 +1,9 @@
-#include "tool/page_writer.h"
+#include "cli/convert/page_writer.h"
 
 #include <utility>
 
-#include "tool/json_text.h"
-#include "tool/page_text.h"
+#include "cli/convert/json_text.h"
+#include "cli/convert/page_text.h"
 
 namespace brindlex::tool {
 namespace {

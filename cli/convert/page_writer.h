@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tool/table_writer.h"
+#include "cli/convert/table_writer.h"
 
 namespace brindlex::tool {
 

@@ -1,10 +1,10 @@
-#include "tool/table_reader.h"
+#include "cli/convert/table_reader.h"
 
-#include "tool/block_index.h"
-#include "tool/diagnostics.h"
-#include "tool/escape.h"
-#include "tool/record_reader.h"
-#include "tool/walk_input.h"
+#include "cli/format/block_index.h"
+#include "cli/format/record_reader.h"
+#include "cli/format/walk_input.h"
+#include "cli/text/diagnostics.h"
+#include "cli/text/escape.h"
 
 namespace brindlex::tool {
 namespace {

@@ -3,9 +3,9 @@
 #include <optional>
 #include <string>
 
-#include "tool/layout.h"
-#include "tool/source.h"
-#include "tool/table_writer.h"
+#include "cli/convert/table_writer.h"
+#include "cli/format/layout.h"
+#include "cli/io/source.h"
 
 namespace brindlex::tool {
 

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "tool/diagnostics.h"
+#include "cli/text/diagnostics.h"
 
 namespace brindlex::tool {
 

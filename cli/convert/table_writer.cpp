@@ -1,4 +1,4 @@
-#include "tool/table_writer.h"
+#include "cli/convert/table_writer.h"
 
 #include <algorithm>
 

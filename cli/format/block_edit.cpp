@@ -1,14 +1,14 @@
-#include "tool/block_edit.h"
+#include "cli/format/block_edit.h"
 
 #include <algorithm>
 #include <utility>
 
-#include "tool/block_writer.h"
-#include "tool/diagnostics.h"
-#include "tool/escape.h"
-#include "tool/marker_guard.h"
-#include "tool/table_reader.h"
-#include "tool/table_target.h"
+#include "cli/convert/table_reader.h"
+#include "cli/convert/table_target.h"
+#include "cli/format/block_writer.h"
+#include "cli/format/marker_guard.h"
+#include "cli/text/diagnostics.h"
+#include "cli/text/escape.h"
 
 namespace brindlex::tool {
 namespace {

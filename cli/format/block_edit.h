@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "tool/block_index.h"
-#include "tool/source.h"
-#include "tool/table_writer.h"
+#include "cli/convert/table_writer.h"
+#include "cli/format/block_index.h"
+#include "cli/io/source.h"
 
 namespace brindlex::tool {
 

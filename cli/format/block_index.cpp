@@ -1,13 +1,13 @@
-#include "tool/block_index.h"
+#include "cli/format/block_index.h"
 
 #include <utility>
 
 #include "automation/text.h"
-#include "tool/escape.h"
-#include "tool/name_tables.h"
-#include "tool/table_target.h"
-#include "tool/utf.h"
-#include "tool/walk_input.h"
+#include "cli/convert/table_target.h"
+#include "cli/format/name_tables.h"
+#include "cli/format/walk_input.h"
+#include "cli/text/escape.h"
+#include "cli/text/utf.h"
 
 namespace brindlex::tool {
 namespace {

@@ -6,8 +6,8 @@
 #include <string_view>
 #include <vector>
 
-#include "tool/layout.h"
-#include "tool/source.h"
+#include "cli/format/layout.h"
+#include "cli/io/source.h"
 
 namespace brindlex::tool {
 

@@ -1,10 +1,10 @@
-#include "tool/block_writer.h"
+#include "cli/format/block_writer.h"
 
 #include <utility>
 
-#include "tool/diagnostics.h"
-#include "tool/escape.h"
-#include "tool/table_target.h"
+#include "cli/convert/table_target.h"
+#include "cli/text/diagnostics.h"
+#include "cli/text/escape.h"
 
 namespace brindlex::tool {
 

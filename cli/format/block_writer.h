@@ -1,7 +1,7 @@
 #pragma once
 
-#include "tool/marker_guard.h"
-#include "tool/table_writer.h"
+#include "cli/convert/table_writer.h"
+#include "cli/format/marker_guard.h"
 
 namespace brindlex::tool {
 

@@ -1,11 +1,11 @@
-#include "tool/blocks.h"
+#include "cli/format/blocks.h"
 
 #include "automation/text.h"
-#include "tool/defects.h"
-#include "tool/diagnostics.h"
-#include "tool/escape.h"
-#include "tool/text_check.h"
-#include "tool/utf.h"
+#include "cli/check/defects.h"
+#include "cli/check/text_check.h"
+#include "cli/text/diagnostics.h"
+#include "cli/text/escape.h"
+#include "cli/text/utf.h"
 
 namespace brindlex::tool {
 namespace {

@@ -5,9 +5,9 @@
 #include <optional>
 #include <string>
 
-#include "tool/input.h"
-#include "tool/layout.h"
-#include "tool/progress.h"
+#include "cli/format/layout.h"
+#include "cli/io/input.h"
+#include "cli/io/progress.h"
 
 namespace brindlex::tool {
 

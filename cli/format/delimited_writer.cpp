@@ -1,11 +1,11 @@
-#include "tool/delimited_writer.h"
+#include "cli/format/delimited_writer.h"
 
 #include <utility>
 
 #include "automation/text.h"
-#include "tool/escape.h"
-#include "tool/input.h"
-#include "tool/utf.h"
+#include "cli/io/input.h"
+#include "cli/text/escape.h"
+#include "cli/text/utf.h"
 
 namespace brindlex::tool {
 namespace {

@@ -4,11 +4,11 @@
 #include <string>
 #include <vector>
 
-#include "tool/layout.h"
-#include "tool/marker_guard.h"
-#include "tool/name_tables.h"
-#include "tool/table_target.h"
-#include "tool/table_writer.h"
+#include "cli/convert/table_target.h"
+#include "cli/convert/table_writer.h"
+#include "cli/format/layout.h"
+#include "cli/format/marker_guard.h"
+#include "cli/format/name_tables.h"
 
 namespace brindlex::tool {
 

@@ -1,12 +1,12 @@
-#include "tool/layout.h"
+#include "cli/format/layout.h"
 
 #include <algorithm>
 #include <charconv>
 
 #include "automation/text.h"
-#include "tool/diagnostics.h"
-#include "tool/escape.h"
-#include "tool/utf.h"
+#include "cli/text/diagnostics.h"
+#include "cli/text/escape.h"
+#include "cli/text/utf.h"
 
 namespace brindlex::tool {
 namespace {

@@ -7,8 +7,8 @@
 #include <string_view>
 #include <vector>
 
-#include "tool/encoding.h"
-#include "tool/marker_walk.h"
+#include "cli/format/marker_walk.h"
+#include "cli/text/encoding.h"
 
 namespace brindlex::tool {
 

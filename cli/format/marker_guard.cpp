@@ -1,9 +1,9 @@
-#include "tool/marker_guard.h"
+#include "cli/format/marker_guard.h"
 
 #include <algorithm>
 
-#include "tool/escape.h"
-#include "tool/utf.h"
+#include "cli/text/escape.h"
+#include "cli/text/utf.h"
 
 namespace brindlex::tool {
 namespace {

@@ -6,8 +6,8 @@
 #include <utility>
 #include <vector>
 
-#include "tool/encoding.h"
-#include "tool/layout.h"
+#include "cli/format/layout.h"
+#include "cli/text/encoding.h"
 
 namespace brindlex::tool {
 

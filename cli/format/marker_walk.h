@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include "tool/byte_scan.h"
+#include "cli/format/byte_scan.h"
 
 namespace brindlex::tool {
 

@@ -1,10 +1,10 @@
-#include "tool/record_reader.h"
+#include "cli/format/record_reader.h"
 
 #include <utility>
 
-#include "tool/byte_prefix.h"
-#include "tool/escape.h"
-#include "tool/table_target.h"
+#include "cli/convert/table_target.h"
+#include "cli/text/byte_prefix.h"
+#include "cli/text/escape.h"
 
 namespace brindlex::tool {
 namespace {

@@ -5,8 +5,8 @@
 #include <string_view>
 #include <vector>
 
-#include "tool/encoding.h"
-#include "tool/table_writer.h"
+#include "cli/convert/table_writer.h"
+#include "cli/text/encoding.h"
 
 namespace brindlex::tool {
 

@@ -1,4 +1,4 @@
-#include "tool/skim.h"
+#include "cli/format/skim.h"
 
 namespace brindlex::tool {
 

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include "tool/skim.h"
+#include "cli/format/skim.h"
 
 // Included by the sources that hold one kind of vectors each, and by nothing else. All of it
 // belongs to the source that includes it, and it calls no inline function of the library: one that

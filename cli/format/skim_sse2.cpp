@@ -1,6 +1,6 @@
 #include <emmintrin.h>
 
-#include "tool/skim_blocks.h"
+#include "cli/format/skim_blocks.h"
 
 namespace brindlex::tool {
 namespace {

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
-#include "tool/layout.h"
-#include "tool/marker_walk.h"
-#include "tool/source.h"
+#include "cli/format/layout.h"
+#include "cli/format/marker_walk.h"
+#include "cli/io/source.h"
 
 namespace brindlex::tool {
 

@@ -1,9 +1,9 @@
-#include "tool/file_copy.h"
+#include "cli/io/file_copy.h"
 
 #include <algorithm>
 
-#include "tool/diagnostics.h"
-#include "tool/escape.h"
+#include "cli/text/diagnostics.h"
+#include "cli/text/escape.h"
 
 namespace brindlex::tool {
 

@@ -4,9 +4,9 @@
 #include <string>
 #include <string_view>
 
-#include "tool/input.h"
-#include "tool/output.h"
-#include "tool/span_gather.h"
+#include "cli/io/input.h"
+#include "cli/io/output.h"
+#include "cli/io/span_gather.h"
 
 namespace brindlex::tool {
 

@@ -1,9 +1,9 @@
-#include "tool/input.h"
+#include "cli/io/input.h"
 
 #include <utility>
 
-#include "tool/diagnostics.h"
-#include "tool/escape.h"
+#include "cli/text/diagnostics.h"
+#include "cli/text/escape.h"
 
 namespace brindlex::tool {
 namespace {

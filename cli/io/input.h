@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include "tool/system.h"
+#include "cli/io/system.h"
 
 namespace brindlex::tool {
 

@@ -1,10 +1,10 @@
-#include "tool/output.h"
+#include "cli/io/output.h"
 
 #include <utility>
 
-#include "tool/diagnostics.h"
-#include "tool/escape.h"
-#include "tool/utf.h"
+#include "cli/text/diagnostics.h"
+#include "cli/text/escape.h"
+#include "cli/text/utf.h"
 
 namespace brindlex::tool {
 Output::Output(const OutputOptions& options) : options_(options), name_(options.path) {

@@ -5,8 +5,8 @@
 #include <string>
 #include <string_view>
 
-#include "tool/replacement.h"
-#include "tool/system.h"
+#include "cli/io/replacement.h"
+#include "cli/io/system.h"
 
 namespace brindlex::tool {
 

@@ -1,4 +1,4 @@
-#include "tool/posix_acl.h"
+#include "cli/io/posix_acl.h"
 
 #include <cstdint>
 

@@ -1,14 +1,14 @@
-#include "tool/progress.h"
+#include "cli/io/progress.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
 
-#include "tool/diagnostics.h"
-#include "tool/display.h"
-#include "tool/escape.h"
-#include "tool/system.h"
-#include "tool/utf.h"
+#include "cli/io/system.h"
+#include "cli/text/diagnostics.h"
+#include "cli/text/display.h"
+#include "cli/text/escape.h"
+#include "cli/text/utf.h"
 
 namespace brindlex::tool {
 namespace {

@@ -1,4 +1,4 @@
-#include "tool/replacement.h"
+#include "cli/io/replacement.h"
 
 #include <fmt/format.h>
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <system_error>
 
-#include "tool/system.h"
+#include "cli/io/system.h"
 
 namespace brindlex::tool::system {
 

@@ -11,8 +11,8 @@
 #include <optional>
 #include <utility>
 
-#include "tool/posix_acl.h"
-#include "tool/replacement.h"
+#include "cli/io/posix_acl.h"
+#include "cli/io/replacement.h"
 
 namespace brindlex::tool::system {
 namespace {

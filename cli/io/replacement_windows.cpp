@@ -9,10 +9,10 @@
 #include <utility>
 #include <vector>
 
+#include "cli/io/replacement.h"
+#include "cli/io/system_windows.h"
+#include "cli/text/utf.h"
 #include "platform/win32/file_security.h"
-#include "tool/replacement.h"
-#include "tool/system_windows.h"
-#include "tool/utf.h"
 
 namespace brindlex::tool::system {
 namespace {

@@ -1,6 +1,6 @@
-#include "tool/source.h"
+#include "cli/io/source.h"
 
-#include "tool/diagnostics.h"
+#include "cli/text/diagnostics.h"
 
 namespace brindlex::tool {
 namespace {

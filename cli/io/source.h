@@ -3,8 +3,8 @@
 #include <memory>
 #include <string>
 
-#include "tool/input.h"
-#include "tool/progress.h"
+#include "cli/io/input.h"
+#include "cli/io/progress.h"
 
 namespace brindlex::tool {
 

@@ -10,7 +10,7 @@
 #include <cerrno>
 #include <cstdlib>
 
-#include "tool/system.h"
+#include "cli/io/system.h"
 
 namespace brindlex::tool::system {
 namespace {

@@ -13,9 +13,9 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "tool/system.h"
-#include "tool/system_windows.h"
-#include "tool/utf.h"
+#include "cli/io/system.h"
+#include "cli/io/system_windows.h"
+#include "cli/text/utf.h"
 
 namespace brindlex::tool::system {
 namespace {

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <utility>
 
-#include "tool/encoding.h"
+#include "cli/text/encoding.h"
 
 namespace brindlex::tool {
 

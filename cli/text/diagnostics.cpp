@@ -1,9 +1,9 @@
-#include "tool/diagnostics.h"
+#include "cli/text/diagnostics.h"
 
 #include <cstdlib>
 
-#include "tool/escape.h"
-#include "tool/system.h"
+#include "cli/io/system.h"
+#include "cli/text/escape.h"
 
 namespace brindlex::tool {
 namespace {

@@ -1,11 +1,11 @@
-#include "tool/display.h"
+#include "cli/text/display.h"
 
 #include <algorithm>
 #include <iterator>
 
-#include "tool/escape.h"
-#include "tool/utf.h"
-#include "tool/width_table.h"
+#include "cli/text/escape.h"
+#include "cli/text/utf.h"
+#include "cli/text/width_table.h"
 
 namespace brindlex::tool {
 namespace {

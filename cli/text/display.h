@@ -4,8 +4,8 @@
 #include <string>
 #include <string_view>
 
-#include "tool/encoding.h"
-#include "tool/escape.h"
+#include "cli/text/encoding.h"
+#include "cli/text/escape.h"
 
 namespace brindlex::tool {
 

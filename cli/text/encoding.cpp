@@ -1,4 +1,4 @@
-#include "tool/encoding.h"
+#include "cli/text/encoding.h"
 
 #include <algorithm>
 #include <array>
@@ -6,10 +6,10 @@
 #include <unordered_map>
 #include <utility>
 
-#include "tool/byte_prefix.h"
-#include "tool/diagnostics.h"
-#include "tool/system.h"
-#include "tool/utf.h"
+#include "cli/io/system.h"
+#include "cli/text/byte_prefix.h"
+#include "cli/text/diagnostics.h"
+#include "cli/text/utf.h"
 
 namespace brindlex::tool {
 

@@ -1,10 +1,10 @@
-#include "tool/escape.h"
+#include "cli/text/escape.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
 
-#include "tool/utf.h"
+#include "cli/text/utf.h"
 
 namespace brindlex::tool {
 

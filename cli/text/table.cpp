@@ -1,9 +1,9 @@
-#include "tool/table.h"
+#include "cli/text/table.h"
 
 #include <algorithm>
 #include <numeric>
 
-#include "tool/display.h"
+#include "cli/text/display.h"
 
 namespace brindlex::tool {
 namespace {

@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "tool/diagnostics.h"
-#include "tool/output.h"
+#include "cli/io/output.h"
+#include "cli/text/diagnostics.h"
 
 namespace brindlex::tool {
 

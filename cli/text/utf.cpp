@@ -1,4 +1,4 @@
-#include "tool/utf.h"
+#include "cli/text/utf.h"
 
 #include <algorithm>
 #include <cstdint>

@@ -1,6 +1,6 @@
 #pragma once
 
-// Made by tools/make_width_table.py from the data of Unicode 14.0.0.
+// Made by tools/generate/make_width_table.py from the data of Unicode 14.0.0.
 
 namespace brindlex::tool {
 

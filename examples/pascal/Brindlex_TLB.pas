@@ -1,5 +1,5 @@
 { The interfaces of Brindlex for early binding. Made from server/Brindlex.idl by
-  tools/make_pascal.py; not to be edited. }
+  tools/generate/make_pascal.py; not to be edited. }
 unit Brindlex_TLB;
 
 {$ifdef fpc}{$mode delphi}{$endif}

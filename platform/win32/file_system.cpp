@@ -8,10 +8,10 @@
 
 #include "automation/runtime_error.h"
 #include "environment/trap.h"
-#include "platform/win32/hresult.h"
-#include "platform/win32/late_binding.h"
+#include "platform/win32/automation/hresult.h"
+#include "platform/win32/automation/late_binding.h"
+#include "platform/win32/automation/variant.h"
 #include "platform/win32/system_error.h"
-#include "platform/win32/variant.h"
 
 namespace brindlex {
 namespace {

@@ -3,7 +3,7 @@
 #include <memory>
 
 #include "platform/file_system.h"
-#include "platform/win32/dispatch_family.h"
+#include "platform/win32/automation/dispatch_family.h"
 
 namespace brindlex {
 

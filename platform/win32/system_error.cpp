@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <iterator>
 
-#include "platform/win32/hresult.h"
+#include "platform/win32/automation/hresult.h"
 
 namespace brindlex {
 namespace {

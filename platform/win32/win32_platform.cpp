@@ -6,8 +6,8 @@
 #include <iterator>
 
 #include "platform/text_rows.h"
-#include "platform/win32/code_page.h"
-#include "platform/win32/error_channel.h"
+#include "platform/win32/automation/code_page.h"
+#include "platform/win32/automation/error_channel.h"
 #include "platform/win32/file_replacement.h"
 #include "platform/win32/file_system.h"
 #include "platform/win32/report_window.h"

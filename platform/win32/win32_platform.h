@@ -4,7 +4,7 @@
 #include <string>
 
 #include "platform/platform.h"
-#include "platform/win32/dispatch_family.h"
+#include "platform/win32/automation/dispatch_family.h"
 
 namespace brindlex {
 

@@ -1,18 +1,18 @@
-#include "server/classes.h"
+#include "server/classes/classes.h"
 
 #include <algorithm>
 #include <new>
 
-#include "platform/win32/com_ptr.h"
+#include "platform/win32/automation/com_ptr.h"
 #include "server/Brindlex.h"
-#include "server/co_app_files.h"
-#include "server/co_bases.h"
-#include "server/co_collection.h"
-#include "server/co_collection_save_restore.h"
-#include "server/co_environment.h"
-#include "server/co_text_data.h"
-#include "server/counted_object.h"
-#include "server/module.h"
+#include "server/classes/co_app_files.h"
+#include "server/classes/co_bases.h"
+#include "server/classes/co_collection.h"
+#include "server/classes/co_collection_save_restore.h"
+#include "server/classes/co_environment.h"
+#include "server/classes/co_text_data.h"
+#include "server/com/counted_object.h"
+#include "server/com/module.h"
 
 namespace brindlex {
 namespace {

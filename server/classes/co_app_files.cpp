@@ -1,10 +1,10 @@
-#include "server/co_app_files.h"
+#include "server/classes/co_app_files.h"
 
 #include "appfiles/settings_folders.h"
 #include "appfiles/text_files.h"
-#include "server/the_platform.h"
-#include "server/thread_state.h"
-#include "server/values.h"
+#include "server/com/the_platform.h"
+#include "server/com/thread_state.h"
+#include "server/com/values.h"
 
 namespace brindlex {
 namespace {

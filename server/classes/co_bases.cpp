@@ -1,11 +1,11 @@
-#include "server/co_bases.h"
+#include "server/classes/co_bases.h"
 
 #include "bases/bases.h"
 #include "bases/double_bits.h"
-#include "platform/win32/floating_point_scope.h"
-#include "platform/win32/number_text.h"
-#include "server/given_number.h"
-#include "server/never_destroyed.h"
+#include "platform/win32/automation/floating_point_scope.h"
+#include "platform/win32/automation/number_text.h"
+#include "server/com/given_number.h"
+#include "server/runtime/never_destroyed.h"
 
 namespace brindlex {
 namespace {

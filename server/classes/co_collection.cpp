@@ -1,12 +1,12 @@
-#include "server/co_collection.h"
+#include "server/classes/co_collection.h"
 
 #include <limits>
 #include <utility>
 
-#include "platform/win32/dispatch_family.h"
-#include "platform/win32/hresult.h"
-#include "server/counted_object.h"
-#include "server/the_platform.h"
+#include "platform/win32/automation/dispatch_family.h"
+#include "platform/win32/automation/hresult.h"
+#include "server/com/counted_object.h"
+#include "server/com/the_platform.h"
 
 namespace brindlex {
 namespace {

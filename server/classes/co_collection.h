@@ -2,9 +2,9 @@
 
 #include "automation/collection.h"
 #include "automation/keyed_list.h"
-#include "platform/win32/variant.h"
+#include "platform/win32/automation/variant.h"
 #include "server/Brindlex.h"
-#include "server/coclass.h"
+#include "server/com/coclass.h"
 
 namespace brindlex {
 

@@ -1,9 +1,9 @@
-#include "server/co_collection_save_restore.h"
+#include "server/classes/co_collection_save_restore.h"
 
-#include "platform/win32/bstr_builder.h"
-#include "server/co_collection.h"
-#include "server/the_platform.h"
-#include "server/values.h"
+#include "platform/win32/automation/bstr_builder.h"
+#include "server/classes/co_collection.h"
+#include "server/com/the_platform.h"
+#include "server/com/values.h"
 
 namespace brindlex {
 namespace {

@@ -2,7 +2,7 @@
 
 #include "persistence/collection_save_restore.h"
 #include "server/Brindlex.h"
-#include "server/coclass.h"
+#include "server/com/coclass.h"
 
 namespace brindlex {
 

@@ -1,10 +1,10 @@
-#include "server/co_environment.h"
+#include "server/classes/co_environment.h"
 
 #include "environment/mod_get_os.h"
 #include "environment/mod_system_folders.h"
-#include "server/the_platform.h"
-#include "server/thread_state.h"
-#include "server/values.h"
+#include "server/com/the_platform.h"
+#include "server/com/thread_state.h"
+#include "server/com/values.h"
 
 namespace brindlex {
 namespace {

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "server/Brindlex.h"
-#include "server/coclass.h"
+#include "server/com/coclass.h"
 
 namespace brindlex {
 

@@ -1,7 +1,7 @@
-#include "server/co_text_data.h"
+#include "server/classes/co_text_data.h"
 
-#include "server/the_platform.h"
-#include "server/values.h"
+#include "server/com/the_platform.h"
+#include "server/com/values.h"
 
 namespace brindlex {
 namespace {

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "persistence/text_data.h"
-#include "platform/win32/record_texts.h"
+#include "platform/win32/automation/record_texts.h"
 #include "server/Brindlex.h"
-#include "server/coclass.h"
+#include "server/com/coclass.h"
 
 namespace brindlex {
 

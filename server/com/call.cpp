@@ -1,9 +1,9 @@
-#include "server/call.h"
+#include "server/com/call.h"
 
 #include <algorithm>
 #include <utility>
 
-#include "server/error_info.h"
+#include "server/com/error_info.h"
 
 namespace brindlex {
 namespace {

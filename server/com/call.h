@@ -8,7 +8,7 @@
 #include <span>
 #include <vector>
 
-#include "platform/win32/variant.h"
+#include "platform/win32/automation/variant.h"
 
 namespace brindlex {
 

@@ -6,11 +6,11 @@
 #include <atomic>
 #include <utility>
 
-#include "platform/win32/com_ptr.h"
-#include "server/call.h"
-#include "server/error_info.h"
-#include "server/module.h"
-#include "server/type_library.h"
+#include "platform/win32/automation/com_ptr.h"
+#include "server/com/call.h"
+#include "server/com/error_info.h"
+#include "server/com/module.h"
+#include "server/com/type_library.h"
 
 namespace brindlex {
 

@@ -4,7 +4,7 @@
 
 #include <atomic>
 
-#include "server/module.h"
+#include "server/com/module.h"
 
 namespace brindlex {
 

@@ -1,10 +1,10 @@
-#include "server/error_info.h"
+#include "server/com/error_info.h"
 
 #include <oleauto.h>
 
 #include "automation/runtime_error.h"
-#include "platform/win32/com_ptr.h"
-#include "platform/win32/variant.h"
+#include "platform/win32/automation/com_ptr.h"
+#include "platform/win32/automation/variant.h"
 
 namespace brindlex {
 namespace {

@@ -1,8 +1,8 @@
-#include "server/given_number.h"
+#include "server/com/given_number.h"
 
 #include "automation/runtime_error.h"
-#include "platform/win32/hresult.h"
-#include "platform/win32/late_binding.h"
+#include "platform/win32/automation/hresult.h"
+#include "platform/win32/automation/late_binding.h"
 
 namespace brindlex {
 

@@ -3,7 +3,7 @@
 #include <oaidl.h>
 
 #include "bases/number.h"
-#include "platform/win32/variant.h"
+#include "platform/win32/automation/variant.h"
 
 namespace brindlex {
 

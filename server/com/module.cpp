@@ -1,8 +1,8 @@
-#include "server/module.h"
+#include "server/com/module.h"
 
 #include <atomic>
 
-#include "platform/win32/hresult.h"
+#include "platform/win32/automation/hresult.h"
 
 namespace brindlex::module {
 namespace {

@@ -1,4 +1,4 @@
-#include "server/registration.h"
+#include "server/com/registration.h"
 
 #include <objbase.h>
 
@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "server/Brindlex.h"
-#include "server/classes.h"
+#include "server/classes/classes.h"
 
 namespace brindlex {
 namespace {

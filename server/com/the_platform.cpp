@@ -1,8 +1,8 @@
-#include "server/the_platform.h"
+#include "server/com/the_platform.h"
 
-#include "server/co_collection.h"
-#include "server/never_destroyed.h"
-#include "server/thread_state.h"
+#include "server/classes/co_collection.h"
+#include "server/com/thread_state.h"
+#include "server/runtime/never_destroyed.h"
 
 namespace brindlex {
 

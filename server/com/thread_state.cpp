@@ -1,4 +1,4 @@
-#include "server/thread_state.h"
+#include "server/com/thread_state.h"
 
 #include <windows.h>
 
@@ -9,9 +9,9 @@
 #include <new>
 #include <utility>
 
-#include "platform/win32/com_ptr.h"
-#include "platform/win32/hresult.h"
-#include "server/counted_object.h"
+#include "platform/win32/automation/com_ptr.h"
+#include "platform/win32/automation/hresult.h"
+#include "server/com/counted_object.h"
 
 namespace brindlex {
 namespace {

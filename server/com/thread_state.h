@@ -3,7 +3,7 @@
 #include <memory>
 
 #include "appfiles/settings_folders.h"
-#include "platform/win32/dispatch_listener.h"
+#include "platform/win32/automation/dispatch_listener.h"
 
 namespace brindlex {
 

@@ -1,11 +1,11 @@
-#include "server/type_library.h"
+#include "server/com/type_library.h"
 
 #include <oleauto.h>
 
-#include "platform/win32/com_ptr.h"
-#include "platform/win32/hresult.h"
-#include "server/error_info.h"
-#include "server/module.h"
+#include "platform/win32/automation/com_ptr.h"
+#include "platform/win32/automation/hresult.h"
+#include "server/com/error_info.h"
+#include "server/com/module.h"
 
 namespace brindlex {
 

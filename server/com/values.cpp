@@ -1,8 +1,8 @@
-#include "server/values.h"
+#include "server/com/values.h"
 
-#include "platform/win32/hresult.h"
-#include "platform/win32/variant.h"
-#include "server/the_platform.h"
+#include "platform/win32/automation/hresult.h"
+#include "platform/win32/automation/variant.h"
+#include "server/com/the_platform.h"
 
 namespace brindlex {
 

@@ -1,4 +1,4 @@
-#include "server/emergency_pool.h"
+#include "server/runtime/emergency_pool.h"
 
 #include <windows.h>
 

@@ -10,7 +10,7 @@ import sys
 import program
 from program import expect, run
 
-FOLDER = pathlib.Path(__file__).resolve().parents[2] / "tool" / "completions"
+FOLDER = pathlib.Path(__file__).resolve().parents[2] / "cli" / "completions"
 COMPLETE_BASH = """
 source "$1"; shift
 COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1))

@@ -9,7 +9,7 @@ import subprocess
 import program
 from program import IS_WINDOWS, encoded, expect, path
 
-# Each run takes its time under Wine, so one text holds many; tests/tool/escape_test.cpp goes over every character.
+# Each run takes its time under Wine, so one text holds many; tests/cli/unit/escape_test.cpp goes over every character.
 HOSTILE = [
     "\x1b]0;title\x07\x1b[31mred\x1b[2J\x08\x7f\x9b31m\x85next", "a\nbrindlex: forged\rb\tc",
     "\u202eetirw\u2066in\u2069\u200f\u200e\u061cline\u2028para\u2029", 'quote" twice', "x" * 100_000, "\x1b" * 100_000,

@@ -8,8 +8,8 @@
 
 #include "platform/win32/file_system.h"
 #include "platform/win32/win32_platform.h"
-#include "tests/com/malloc_spy.h"
-#include "tests/com/strict_host.h"
+#include "tests/com/support/malloc_spy.h"
+#include "tests/com/support/strict_host.h"
 
 namespace {
 

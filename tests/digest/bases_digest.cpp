@@ -12,8 +12,8 @@
 
 #include "automation/portable_number_text.h"
 #include "bases/bases.h"
-#include "tests/core/naive_bases.h"
-#include "tests/core/number_source.h"
+#include "tests/core/bases/naive_bases.h"
+#include "tests/core/bases/number_source.h"
 #include "tests/digest/fpu.h"
 
 namespace brindlex {

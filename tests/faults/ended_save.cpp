@@ -10,10 +10,10 @@
 
 #include <cstdlib>
 
-#include "platform/win32/com_ptr.h"
-#include "platform/win32/variant.h"
+#include "platform/win32/automation/com_ptr.h"
+#include "platform/win32/automation/variant.h"
 #include "server/Brindlex.h"
-#include "tests/com/planned_calls.h"
+#include "tests/com/support/planned_calls.h"
 
 namespace {
 

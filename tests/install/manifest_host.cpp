@@ -11,7 +11,7 @@
 #include <cstdio>
 #include <string>
 
-#include "platform/win32/com_ptr.h"
+#include "platform/win32/automation/com_ptr.h"
 #include "server/Brindlex.h"
 
 namespace {

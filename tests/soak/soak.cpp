@@ -1,6 +1,6 @@
-// The component over a long life, in a strict host (tests/com/strict_host.h). Prints what it
-// measured; status 0 when all is within its limits, 1 otherwise, with a line "FAILED" for each that
-// is not.
+// The component over a long life, in a strict host (tests/com/support/strict_host.h). Prints what
+// it measured; status 0 when all is within its limits, 1 otherwise, with a line "FAILED" for each
+// that is not.
 //
 //   soak DLL CYCLES ROUNDS
 //
@@ -23,10 +23,10 @@
 #include <thread>
 #include <vector>
 
-#include "platform/win32/com_ptr.h"
-#include "platform/win32/variant.h"
+#include "platform/win32/automation/com_ptr.h"
+#include "platform/win32/automation/variant.h"
 #include "server/Brindlex.h"
-#include "tests/com/strict_host.h"
+#include "tests/com/support/strict_host.h"
 
 namespace {
 

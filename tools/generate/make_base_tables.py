@@ -105,7 +105,7 @@ def main():
     rows = []
     print("#pragma once")
     print()
-    print("// Made by tools/make_base_tables.py.")
+    print("// Made by tools/generate/make_base_tables.py.")
     print()
     print("#include <cstdint>")
     print("#include <span>")

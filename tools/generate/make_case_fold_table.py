@@ -38,7 +38,7 @@ def runs():
 def main():
     print("#pragma once")
     print()
-    print("// Made by tools/make_case_fold_table.py from Unicode %s." % unicodedata.unidata_version)
+    print("// Made by tools/generate/make_case_fold_table.py from Unicode %s." % unicodedata.unidata_version)
     print()
     print("#include <cstdint>")
     print()

@@ -10,7 +10,7 @@ import re
 import subprocess
 import sys
 
-HEAD = r""".\" Made by tools/make_man.py from the program's own help.
+HEAD = r""".\" Made by tools/generate/make_man.py from the program's own help.
 .TH BRINDLEX 1 "" "brindlex @version@" "User Commands"
 .SH NAME
 brindlex \- look into, check, convert and mend collections kept as delimited text
@@ -136,7 +136,7 @@ def main() -> int:
     if "--check" not in sys.argv:
         page.write_text(made, encoding="utf-8")
     elif page.read_text(encoding="utf-8") != made:
-        print(f"{page} is not what the program's help makes: tools/make_man.py {program} {page}")
+        print(f"{page} is not what the program's help makes: tools/generate/make_man.py {program} {page}")
         return 1
     return 0
 

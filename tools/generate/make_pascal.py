@@ -69,7 +69,7 @@ def unit(library: idl.Library) -> str:
     classes = library.classes
     lines = [
         "{ The interfaces of Brindlex for early binding. Made from server/Brindlex.idl by",
-        "  tools/make_pascal.py; not to be edited. }",
+        "  tools/generate/make_pascal.py; not to be edited. }",
         f"unit {library.name}_TLB;",
         "",
         "{$ifdef fpc}{$mode delphi}{$endif}",
@@ -107,7 +107,7 @@ def main(description: str, path: str, *rest: str) -> int:
     with open(path, encoding="ascii") as file:
         if file.read() == text:
             return 0
-    print(f"{path} does not match {description}; make it anew with tools/make_pascal.py")
+    print(f"{path} does not match {description}; make it anew with tools/generate/make_pascal.py")
     return 1
 
 

@@ -104,7 +104,7 @@ def main(description: str, path: str, *rest: str) -> int:
     if rest:
         if made == page:
             return 0
-        print(f"{path} does not match {description}; make it anew with tools/make_reference.py")
+        print(f"{path} does not match {description}; make it anew with tools/generate/make_reference.py")
         return 1
     with open(path, "w", encoding="utf-8", newline="\n") as file:
         file.write(made)

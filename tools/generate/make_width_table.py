@@ -1,6 +1,6 @@
-"""Prints tool/width_table.h: which characters take two columns of a terminal, and which take none.
+"""Prints cli/text/width_table.h: which characters take two columns of a terminal, and which take none.
 
-usage: make_width_table.py >tool/width_table.h
+usage: make_width_table.py >cli/text/width_table.h
 
 From Python's copy of the Unicode data, whose version stands in the result. Two columns: East Asian Width
 wide or fullwidth. None: marks that combine with the character before them, and characters of format,
@@ -39,7 +39,7 @@ def table(name: str, wanted: int) -> str:
 
 print(f"""#pragma once
 
-// Made by tools/make_width_table.py from the data of Unicode {unicodedata.unidata_version}.
+// Made by tools/generate/make_width_table.py from the data of Unicode {unicodedata.unidata_version}.
 
 namespace brindlex::tool {{
 

@@ -31,14 +31,14 @@ bench() {
 
   # Each shows its figures, also when one before is worse than it may be.
   say "bench/tool"
-  python3 "$root/bench/tool/look_bench.py" "$root/build/release/brindlex" "$root/build/bench" "$@" ||
+  python3 "$root/bench/cli/look_bench.py" "$root/build/release/brindlex" "$root/build/bench" "$@" ||
     status=1
-  python3 "$root/tools/base_ratios.py" "$native/bases_bench.json" || status=1
+  python3 "$root/tools/measure/base_ratios.py" "$native/bases_bench.json" || status=1
   "$root/tools/wine" "$windows/invoke_bench.exe" "$(windows_path "$component")" || status=1
-  say "bench/tool/tool_bench.py"
-  python3 "$root/bench/tool/tool_bench.py" "$root/build/release/brindlex" "$root/build" "$@" ||
+  say "bench/cli/tool_bench.py"
+  python3 "$root/bench/cli/tool_bench.py" "$root/build/release/brindlex" "$root/build" "$@" ||
     status=1
-  python3 "$root/tools/ratios.py" "$native" "$windows" "$component" "$@" || status=1
+  python3 "$root/tools/measure/ratios.py" "$native" "$windows" "$component" "$@" || status=1
   return "$status"
 }
 

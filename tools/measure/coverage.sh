@@ -15,7 +15,7 @@ coverage_of_core() {
   LLVM_PROFILE_FILE=$data.profraw "$tests" --gtest_brief=1 >&2
   llvm-profdata merge -sparse "$data.profraw" -o "$data.profdata"
   llvm-cov export "$tests" -instr-profile "$data.profdata" >"$data.json"
-  python3 "$root/tools/coverage_table.py" "$root" "$data.json"
+  python3 "$root/tools/measure/coverage_table.py" "$root" "$data.json"
 }
 
 # A table of the branches per file.
@@ -27,5 +27,5 @@ coverage_of_component() {
   find "$build" -name '*.gcda' -delete
   say "running the tests of the component"
   OANOCACHE=1 "$root/tools/wine" "$build/tests/com_tests.exe" --gtest_brief=1 >&2
-  python3 "$root/tools/coverage_com.py" "$root" "$build" i686-w64-mingw32-gcov-posix
+  python3 "$root/tools/measure/coverage_com.py" "$root" "$build" i686-w64-mingw32-gcov-posix
 }

@@ -3,7 +3,7 @@
 # its own and cuts the box out of a screenshot. Needs the packages imagemagick and xvfb.
 set -euo pipefail
 
-source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+source "$(dirname "${BASH_SOURCE[0]}")/../common.sh"
 command -v import >/dev/null || fail "'import' is missing: install the package imagemagick"
 
 host_pid=

@@ -3,7 +3,7 @@
 # SVG, and a page of to-html in headless Chromium. Needs ./dev setup and a release build.
 set -euo pipefail
 
-source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+source "$(dirname "${BASH_SOURCE[0]}")/../common.sh"
 readonly program=$root/build/release/brindlex
 [[ -x $program ]] || fail "no ${program#"$root"/}: cmake --build --preset release first"
 command -v chromium >/dev/null || fail "'chromium' is missing: ./dev setup installs it"
@@ -28,7 +28,7 @@ END
 
 say "docs/images/tool-table.svg"
 (cd "$scratch" && "$program" view --width 100 books.txt) |
-  python3 "$root/tools/terminal_svg.py" "brindlex view books.txt" >"$root/docs/images/tool-table.svg"
+  python3 "$root/tools/pictures/terminal_svg.py" "brindlex view books.txt" >"$root/docs/images/tool-table.svg"
 
 say "docs/images/tool-page.png"
 (cd "$scratch" && "$program" to-html books.txt -o books.html --title "Our books")

@@ -50,7 +50,7 @@ machine_mirrors() {
     [[ -f $file ]] && files+=("$file")
   done
   [[ ${#files[@]} -gt 0 ]] || return 0
-  awk -v "suite=$suite" -f "$root/tools/apt_sources.awk" "${files[@]}"
+  awk -v "suite=$suite" -f "$root/tools/setup/apt_sources.awk" "${files[@]}"
 }
 
 # make_private_list FOLDER: fills it with a source list of the release's main suites and an empty

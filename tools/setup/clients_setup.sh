@@ -4,7 +4,7 @@
 # there.
 set -euo pipefail
 
-source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+source "$(dirname "${BASH_SOURCE[0]}")/../common.sh"
 
 readonly clients_tools=$root/build/tools/clients
 

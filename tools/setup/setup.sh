@@ -6,8 +6,8 @@
 #   setup.sh [COMMAND...]
 set -euo pipefail
 
-source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
-source "$root/tools/apt.sh"
+source "$(dirname "${BASH_SOURCE[0]}")/../common.sh"
+source "$root/tools/setup/apt.sh"
 
 # Groups of commands that need the same packages.
 readonly -A groups=(

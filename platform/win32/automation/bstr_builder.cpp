@@ -1,4 +1,4 @@
-#include "platform/win32/bstr_builder.h"
+#include "platform/win32/automation/bstr_builder.h"
 
 #include <algorithm>
 #include <new>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "automation/text_builder.h"
-#include "platform/win32/variant.h"
+#include "platform/win32/automation/variant.h"
 
 namespace brindlex {
 

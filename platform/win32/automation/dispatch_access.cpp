@@ -1,15 +1,15 @@
-#include "platform/win32/dispatch_access.h"
+#include "platform/win32/automation/dispatch_access.h"
 
 #include <cstddef>
 #include <optional>
 #include <utility>
 
 #include "automation/runtime_error.h"
-#include "platform/win32/dispatch_family.h"
-#include "platform/win32/hresult.h"
-#include "platform/win32/late_binding.h"
-#include "platform/win32/record_texts.h"
-#include "platform/win32/variant.h"
+#include "platform/win32/automation/dispatch_family.h"
+#include "platform/win32/automation/hresult.h"
+#include "platform/win32/automation/late_binding.h"
+#include "platform/win32/automation/record_texts.h"
+#include "platform/win32/automation/variant.h"
 
 namespace brindlex {
 namespace {

@@ -1,12 +1,12 @@
-#include "platform/win32/dispatch_family.h"
+#include "platform/win32/automation/dispatch_family.h"
 
 #include <utility>
 
 #include "automation/runtime_error.h"
-#include "platform/win32/dispatch_access.h"
-#include "platform/win32/late_binding.h"
-#include "platform/win32/type_information.h"
-#include "platform/win32/variant.h"
+#include "platform/win32/automation/dispatch_access.h"
+#include "platform/win32/automation/late_binding.h"
+#include "platform/win32/automation/type_information.h"
+#include "platform/win32/automation/variant.h"
 
 namespace brindlex {
 namespace {

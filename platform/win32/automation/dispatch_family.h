@@ -7,7 +7,7 @@
 
 #include "automation/collection.h"
 #include "automation/object.h"
-#include "platform/win32/com_ptr.h"
+#include "platform/win32/automation/com_ptr.h"
 
 namespace brindlex {
 

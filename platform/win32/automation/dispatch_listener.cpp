@@ -1,12 +1,12 @@
-#include "platform/win32/dispatch_listener.h"
+#include "platform/win32/automation/dispatch_listener.h"
 
 #include <windows.h>
 
 #include <algorithm>
 #include <array>
 
-#include "platform/win32/late_binding.h"
-#include "platform/win32/variant.h"
+#include "platform/win32/automation/late_binding.h"
+#include "platform/win32/automation/variant.h"
 
 namespace brindlex {
 namespace {

@@ -3,7 +3,7 @@
 #include <oaidl.h>
 
 #include "environment/report_listener.h"
-#include "platform/win32/com_ptr.h"
+#include "platform/win32/automation/com_ptr.h"
 
 namespace brindlex {
 

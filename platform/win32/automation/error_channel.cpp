@@ -1,4 +1,4 @@
-#include "platform/win32/error_channel.h"
+#include "platform/win32/automation/error_channel.h"
 
 #include <windows.h>
 

@@ -1,4 +1,4 @@
-#include "platform/win32/hresult.h"
+#include "platform/win32/automation/hresult.h"
 
 #include <oleauto.h>
 
@@ -6,7 +6,7 @@
 #include <iterator>
 #include <utility>
 
-#include "platform/win32/variant.h"
+#include "platform/win32/automation/variant.h"
 
 namespace brindlex {
 namespace {

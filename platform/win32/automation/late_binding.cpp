@@ -1,9 +1,9 @@
-#include "platform/win32/late_binding.h"
+#include "platform/win32/automation/late_binding.h"
 
 #include <algorithm>
 
 #include "automation/runtime_error.h"
-#include "platform/win32/hresult.h"
+#include "platform/win32/automation/hresult.h"
 
 namespace brindlex {
 namespace {

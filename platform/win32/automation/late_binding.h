@@ -6,9 +6,9 @@
 #include <optional>
 #include <span>
 
-#include "platform/win32/com_ptr.h"
-#include "platform/win32/hresult.h"
-#include "platform/win32/variant.h"
+#include "platform/win32/automation/com_ptr.h"
+#include "platform/win32/automation/hresult.h"
+#include "platform/win32/automation/variant.h"
 
 namespace brindlex {
 

@@ -1,4 +1,4 @@
-#include "platform/win32/number_text.h"
+#include "platform/win32/automation/number_text.h"
 
 #include <oaidl.h>
 #include <oleauto.h>
@@ -12,9 +12,9 @@
 
 #include "automation/plain_decimal.h"
 #include "automation/runtime_error.h"
-#include "platform/win32/floating_point_scope.h"
-#include "platform/win32/hresult.h"
-#include "platform/win32/variant.h"
+#include "platform/win32/automation/floating_point_scope.h"
+#include "platform/win32/automation/hresult.h"
+#include "platform/win32/automation/variant.h"
 
 namespace brindlex {
 namespace {

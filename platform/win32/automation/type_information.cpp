@@ -1,4 +1,4 @@
-#include "platform/win32/type_information.h"
+#include "platform/win32/automation/type_information.h"
 
 #include <objbase.h>
 
@@ -7,11 +7,11 @@
 
 #include "automation/keyed_list.h"
 #include "automation/runtime_error.h"
-#include "platform/win32/com_ptr.h"
-#include "platform/win32/dispatch_family.h"
-#include "platform/win32/hresult.h"
-#include "platform/win32/late_binding.h"
-#include "platform/win32/variant.h"
+#include "platform/win32/automation/com_ptr.h"
+#include "platform/win32/automation/dispatch_family.h"
+#include "platform/win32/automation/hresult.h"
+#include "platform/win32/automation/late_binding.h"
+#include "platform/win32/automation/variant.h"
 
 namespace brindlex {
 namespace {

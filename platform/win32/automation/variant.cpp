@@ -1,11 +1,11 @@
-#include "platform/win32/variant.h"
+#include "platform/win32/automation/variant.h"
 
 #include <new>
 
 #include "automation/runtime_error.h"
-#include "platform/win32/floating_point_scope.h"
-#include "platform/win32/hresult.h"
-#include "platform/win32/late_binding.h"
+#include "platform/win32/automation/floating_point_scope.h"
+#include "platform/win32/automation/hresult.h"
+#include "platform/win32/automation/late_binding.h"
 
 namespace brindlex {
 namespace {

@@ -1,4 +1,4 @@
-#include "tool/byte_prefix.h"
+#include "cli/text/byte_prefix.h"
 
 #include <gtest/gtest.h>
 

@@ -1,10 +1,10 @@
-#include "tool/byte_scan.h"
+#include "cli/format/byte_scan.h"
 
 #include <memory>
 #include <random>
 #include <string>
 
-#include "tests/tool/tool_test.h"
+#include "tests/cli/unit/tool_test.h"
 
 namespace brindlex::tool {
 namespace {

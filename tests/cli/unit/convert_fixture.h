@@ -3,8 +3,8 @@
 #include <string>
 #include <string_view>
 
-#include "tests/tool/converter.h"
-#include "tests/tool/tool_test.h"
+#include "tests/cli/unit/converter.h"
+#include "tests/cli/unit/tool_test.h"
 
 namespace brindlex::tool {
 

@@ -7,12 +7,12 @@
 #include <string_view>
 #include <utility>
 
-#include "tool/csv_input.h"
-#include "tool/csv_writer.h"
-#include "tool/delimited_writer.h"
-#include "tool/json_input.h"
-#include "tool/json_writer.h"
-#include "tool/table_reader.h"
+#include "cli/convert/csv_input.h"
+#include "cli/convert/csv_writer.h"
+#include "cli/convert/json_input.h"
+#include "cli/convert/json_writer.h"
+#include "cli/convert/table_reader.h"
+#include "cli/format/delimited_writer.h"
 
 namespace brindlex::tool {
 

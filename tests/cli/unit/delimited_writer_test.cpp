@@ -1,6 +1,6 @@
-#include "tool/delimited_writer.h"
+#include "cli/format/delimited_writer.h"
 
-#include "tests/tool/convert_fixture.h"
+#include "tests/cli/unit/convert_fixture.h"
 
 namespace brindlex::tool {
 namespace {

@@ -1,12 +1,12 @@
-#include "tool/encoding.h"
+#include "cli/text/encoding.h"
 
 #include <cstdint>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "tests/tool/tool_test.h"
-#include "tool/utf.h"
+#include "cli/text/utf.h"
+#include "tests/cli/unit/tool_test.h"
 
 namespace brindlex::tool {
 namespace {

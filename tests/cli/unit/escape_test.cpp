@@ -1,12 +1,12 @@
-#include "tool/escape.h"
+#include "cli/text/escape.h"
 
 #include <gtest/gtest.h>
 
 #include <initializer_list>
 #include <string>
 
-#include "tool/progress.h"
-#include "tool/utf.h"
+#include "cli/io/progress.h"
+#include "cli/text/utf.h"
 
 namespace brindlex::tool {
 namespace {

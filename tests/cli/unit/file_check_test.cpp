@@ -1,4 +1,4 @@
-#include "tool/file_check.h"
+#include "cli/check/file_check.h"
 
 #include <fmt/format.h>
 
@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "tests/tool/passing_folder.h"
-#include "tests/tool/tool_test.h"
+#include "tests/cli/unit/passing_folder.h"
+#include "tests/cli/unit/tool_test.h"
 
 namespace brindlex::tool {
 namespace {

@@ -5,16 +5,16 @@
 #include <utility>
 #include <vector>
 
-#include "tests/core/hash_flood.h"
-#include "tests/tool/passing_folder.h"
-#include "tests/tool/tool_test.h"
-#include "tool/block_index.h"
-#include "tool/defects.h"
-#include "tool/delimited_writer.h"
-#include "tool/file_check.h"
-#include "tool/json_input.h"
-#include "tool/json_writer.h"
-#include "tool/key_check.h"
+#include "cli/check/defects.h"
+#include "cli/check/file_check.h"
+#include "cli/check/key_check.h"
+#include "cli/convert/json_input.h"
+#include "cli/convert/json_writer.h"
+#include "cli/format/block_index.h"
+#include "cli/format/delimited_writer.h"
+#include "tests/cli/unit/passing_folder.h"
+#include "tests/cli/unit/tool_test.h"
+#include "tests/core/automation/hash_flood.h"
 
 namespace brindlex::tool {
 namespace {

@@ -1,4 +1,4 @@
-#include "tests/tool/convert_fixture.h"
+#include "tests/cli/unit/convert_fixture.h"
 
 namespace brindlex::tool {
 namespace {

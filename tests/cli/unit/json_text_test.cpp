@@ -1,4 +1,4 @@
-#include "tool/json_text.h"
+#include "cli/convert/json_text.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "tool/key_check.h"
+#include "cli/check/key_check.h"
 
 #include <cstdint>
 #include <map>
@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "tests/tool/tool_test.h"
+#include "tests/cli/unit/tool_test.h"
 
 namespace brindlex::tool {
 namespace {

@@ -1,8 +1,8 @@
-#include "tool/layout.h"
+#include "cli/format/layout.h"
 
 #include <string>
 
-#include "tests/tool/tool_test.h"
+#include "tests/cli/unit/tool_test.h"
 
 namespace brindlex::tool {
 namespace {

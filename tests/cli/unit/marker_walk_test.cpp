@@ -1,10 +1,10 @@
-#include "tool/marker_walk.h"
+#include "cli/format/marker_walk.h"
 
 #include <random>
 #include <string>
 #include <vector>
 
-#include "tests/tool/tool_test.h"
+#include "tests/cli/unit/tool_test.h"
 
 namespace brindlex::tool {
 namespace {

@@ -1,9 +1,9 @@
-#include "tests/tool/naive_check.h"
+#include "tests/cli/unit/naive_check.h"
 
 #include <algorithm>
 
 #include "automation/text.h"
-#include "tool/utf.h"
+#include "cli/text/utf.h"
 
 namespace brindlex::tool::naive {
 namespace {

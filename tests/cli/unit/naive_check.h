@@ -5,9 +5,9 @@
 #include <tuple>
 #include <vector>
 
-#include "tool/defects.h"
-#include "tool/encoding.h"
-#include "tool/marker_walk.h"
+#include "cli/check/defects.h"
+#include "cli/format/marker_walk.h"
+#include "cli/text/encoding.h"
 
 /// The check of a file as its documentation says it, on the whole text at once and without any
 /// speed: what the real one is held to.

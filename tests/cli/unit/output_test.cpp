@@ -1,10 +1,10 @@
-#include "tool/output.h"
+#include "cli/io/output.h"
 
 #include <string>
 
-#include "tests/tool/passing_folder.h"
-#include "tests/tool/tool_test.h"
-#include "tool/input.h"
+#include "cli/io/input.h"
+#include "tests/cli/unit/passing_folder.h"
+#include "tests/cli/unit/tool_test.h"
 
 namespace brindlex::tool {
 namespace {

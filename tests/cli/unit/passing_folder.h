@@ -7,8 +7,8 @@
 #include <iterator>
 #include <string>
 
-#include "tool/system.h"
-#include "tool/utf.h"
+#include "cli/io/system.h"
+#include "cli/text/utf.h"
 
 namespace brindlex::tool {
 

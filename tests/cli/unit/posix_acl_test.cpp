@@ -1,6 +1,6 @@
 #ifndef _WIN32
 
-#include "tool/posix_acl.h"
+#include "cli/io/posix_acl.h"
 
 #include <gtest/gtest.h>
 

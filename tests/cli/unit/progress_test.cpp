@@ -1,6 +1,6 @@
-#include "tool/progress.h"
+#include "cli/io/progress.h"
 
-#include "tests/tool/tool_test.h"
+#include "tests/cli/unit/tool_test.h"
 
 namespace brindlex::tool {
 namespace {

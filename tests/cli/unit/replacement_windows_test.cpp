@@ -8,9 +8,9 @@
 
 #include <string>
 
-#include "tests/tool/passing_folder.h"
-#include "tests/tool/tool_test.h"
-#include "tool/output.h"
+#include "cli/io/output.h"
+#include "tests/cli/unit/passing_folder.h"
+#include "tests/cli/unit/tool_test.h"
 
 namespace brindlex::tool {
 namespace {

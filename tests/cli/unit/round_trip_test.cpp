@@ -1,7 +1,7 @@
 #include <array>
 #include <random>
 
-#include "tests/tool/convert_fixture.h"
+#include "tests/cli/unit/convert_fixture.h"
 
 namespace brindlex::tool {
 namespace {

@@ -1,11 +1,11 @@
-#include "tool/skim.h"
+#include "cli/format/skim.h"
 
 #include <memory>
 #include <random>
 #include <string>
 #include <vector>
 
-#include "tests/tool/tool_test.h"
+#include "tests/cli/unit/tool_test.h"
 
 namespace brindlex::tool {
 namespace {

@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-#include "tool/diagnostics.h"
+#include "cli/text/diagnostics.h"
 
 namespace brindlex::tool {
 

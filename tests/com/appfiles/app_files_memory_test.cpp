@@ -1,8 +1,8 @@
 // Every allocation of the file operations failing in turn, on real files: the whole result, or none
 // with a report or error 7, and nothing left open or allocated.
 
-#include "tests/com/failing_memory.h"
-#include "tests/com/text_files_test.h"
+#include "tests/com/appfiles/text_files_test.h"
+#include "tests/com/support/failing_memory.h"
 
 namespace brindlex::testing {
 namespace {

@@ -1,8 +1,8 @@
 // Disks that fail underneath the scripting run time: its calls of the system made to fail, on real
 // files.
 
-#include "tests/com/patched_import.h"
-#include "tests/com/text_files_test.h"
+#include "tests/com/appfiles/text_files_test.h"
+#include "tests/com/support/patched_import.h"
 
 namespace brindlex::testing {
 namespace {

@@ -3,9 +3,9 @@
 #include <aclapi.h>
 #include <sddl.h>
 
-#include "tests/com/late_call.h"
-#include "tests/com/planned_calls.h"
-#include "tests/com/text_files_test.h"
+#include "tests/com/appfiles/text_files_test.h"
+#include "tests/com/objects/late_call.h"
+#include "tests/com/support/planned_calls.h"
 
 namespace brindlex::testing {
 namespace {

@@ -4,11 +4,11 @@
 #include <filesystem>
 #include <fstream>
 
-#include "tests/com/apartment.h"
-#include "tests/com/fixture.h"
-#include "tests/com/late_call.h"
-#include "tests/com/patched_import.h"
-#include "tests/com/scripted_object.h"
+#include "tests/com/objects/late_call.h"
+#include "tests/com/objects/scripted_object.h"
+#include "tests/com/support/apartment.h"
+#include "tests/com/support/fixture.h"
+#include "tests/com/support/patched_import.h"
 
 namespace brindlex::testing {
 namespace {

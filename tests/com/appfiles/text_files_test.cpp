@@ -1,14 +1,14 @@
 // The text files on a real disk, and their reports as real boxes.
 
-#include "tests/com/text_files_test.h"
+#include "tests/com/appfiles/text_files_test.h"
 
 #include <atomic>
 #include <chrono>
 #include <thread>
 #include <vector>
 
-#include "tests/com/apartment.h"
-#include "tests/com/late_call.h"
+#include "tests/com/objects/late_call.h"
+#include "tests/com/support/apartment.h"
 
 namespace brindlex::testing {
 namespace {

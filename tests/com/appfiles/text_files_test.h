@@ -3,7 +3,7 @@
 #include <filesystem>
 #include <string>
 
-#include "tests/com/fixture.h"
+#include "tests/com/support/fixture.h"
 
 namespace brindlex::testing {
 

@@ -1,6 +1,6 @@
 // The operations of the number bases with their errors, through the vtable and through IDispatch.
 
-#include "tests/com/bases_fixture.h"
+#include "tests/com/support/bases_fixture.h"
 
 namespace brindlex::testing {
 namespace {

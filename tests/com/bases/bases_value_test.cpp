@@ -2,9 +2,9 @@
 
 #include <cstring>
 
-#include "tests/com/bases_fixture.h"
-#include "tests/com/locale_settings.h"
-#include "tests/com/scripted_object.h"
+#include "tests/com/objects/scripted_object.h"
+#include "tests/com/support/bases_fixture.h"
+#include "tests/com/support/locale_settings.h"
 
 namespace brindlex::testing {
 namespace {

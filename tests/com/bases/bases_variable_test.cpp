@@ -3,8 +3,8 @@
 #include <cmath>
 #include <limits>
 
-#include "tests/com/bases_fixture.h"
-#include "tests/com/scripted_object.h"
+#include "tests/com/objects/scripted_object.h"
+#include "tests/com/support/bases_fixture.h"
 
 namespace brindlex::testing {
 namespace {

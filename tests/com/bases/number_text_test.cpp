@@ -1,6 +1,6 @@
 // How the system reads and writes numbers for the user, and what is read without it.
 
-#include "platform/win32/number_text.h"
+#include "platform/win32/automation/number_text.h"
 
 #include <gtest/gtest.h>
 

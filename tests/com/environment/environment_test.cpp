@@ -4,8 +4,8 @@
 
 #include <string_view>
 
-#include "tests/com/fixture.h"
-#include "tests/com/patched_import.h"
+#include "tests/com/support/fixture.h"
+#include "tests/com/support/patched_import.h"
 
 namespace brindlex::testing {
 namespace {

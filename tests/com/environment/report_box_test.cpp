@@ -1,8 +1,8 @@
 // The reports as real message boxes on the screen.
 
-#include "tests/com/fixture.h"
-#include "tests/com/patched_import.h"
-#include "tests/com/report_pane.h"
+#include "tests/com/support/fixture.h"
+#include "tests/com/support/patched_import.h"
+#include "tests/com/support/report_pane.h"
 
 namespace brindlex::testing {
 namespace {

@@ -1,9 +1,9 @@
 // Reports that a host takes in place of its user, and those that nobody could see.
 
-#include "tests/com/apartment.h"
-#include "tests/com/hidden_station.h"
-#include "tests/com/late_call.h"
-#include "tests/com/save_restore_test.h"
+#include "tests/com/objects/late_call.h"
+#include "tests/com/persistence/save_restore_test.h"
+#include "tests/com/support/apartment.h"
+#include "tests/com/support/hidden_station.h"
 
 namespace brindlex::testing {
 namespace {

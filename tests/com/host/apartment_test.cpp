@@ -3,10 +3,10 @@
 
 #include <atomic>
 
-#include "tests/com/apartment.h"
-#include "tests/com/fixture.h"
-#include "tests/com/late_call.h"
-#include "tests/com/scripted_object.h"
+#include "tests/com/objects/late_call.h"
+#include "tests/com/objects/scripted_object.h"
+#include "tests/com/support/apartment.h"
+#include "tests/com/support/fixture.h"
 
 namespace brindlex::testing {
 namespace {

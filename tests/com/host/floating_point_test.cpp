@@ -3,10 +3,10 @@
 
 #include <cstring>
 
-#include "tests/com/bases_fixture.h"
-#include "tests/com/scripted_object.h"
-#include "tests/com/strict_host.h"
-#include "tests/core/number_source.h"
+#include "tests/com/objects/scripted_object.h"
+#include "tests/com/support/bases_fixture.h"
+#include "tests/com/support/strict_host.h"
+#include "tests/core/bases/number_source.h"
 
 namespace brindlex::testing {
 namespace {

@@ -4,10 +4,10 @@
 
 #include <set>
 
-#include "tests/com/fixture.h"
-#include "tests/com/late_call.h"
-#include "tests/com/patched_import.h"
-#include "tests/core/hash_key_fixture.h"
+#include "tests/com/objects/late_call.h"
+#include "tests/com/support/fixture.h"
+#include "tests/com/support/patched_import.h"
+#include "tests/core/automation/hash_key_fixture.h"
 
 namespace brindlex::testing {
 namespace {

@@ -9,14 +9,14 @@
 #include <set>
 
 #include "environment/report.h"
-#include "tests/com/apartment.h"
-#include "tests/com/failing_memory.h"
-#include "tests/com/hidden_station.h"
-#include "tests/com/late_call.h"
-#include "tests/com/malloc_spy.h"
-#include "tests/com/registry.h"
-#include "tests/com/scripted_object.h"
-#include "tests/com/text_files_test.h"
+#include "tests/com/appfiles/text_files_test.h"
+#include "tests/com/objects/late_call.h"
+#include "tests/com/objects/scripted_object.h"
+#include "tests/com/support/apartment.h"
+#include "tests/com/support/failing_memory.h"
+#include "tests/com/support/hidden_station.h"
+#include "tests/com/support/malloc_spy.h"
+#include "tests/com/support/registry.h"
 
 namespace brindlex::testing {
 namespace {

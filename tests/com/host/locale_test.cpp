@@ -1,7 +1,7 @@
 // Numbers and dates in another form of the user's, as the user may set it at any time.
 
-#include "tests/com/locale_settings.h"
-#include "tests/com/save_restore_test.h"
+#include "tests/com/persistence/save_restore_test.h"
+#include "tests/com/support/locale_settings.h"
 
 namespace brindlex::testing {
 namespace {

@@ -2,8 +2,8 @@
 // share, and of the DLL's own heap. Each failure is error 7 in a report or to the host; nothing
 // crashes, leaks or is left half done.
 
-#include "tests/com/failing_memory.h"
-#include "tests/com/save_restore_test.h"
+#include "tests/com/persistence/save_restore_test.h"
+#include "tests/com/support/failing_memory.h"
 
 namespace brindlex::testing {
 namespace {

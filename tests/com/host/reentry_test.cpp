@@ -1,6 +1,6 @@
 // Hosts whose objects change what is being saved, let go of it, or call again from inside a call.
 
-#include "tests/com/save_restore_test.h"
+#include "tests/com/persistence/save_restore_test.h"
 
 namespace brindlex::testing {
 namespace {

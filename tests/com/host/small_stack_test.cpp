@@ -1,8 +1,8 @@
 // A host's thread with 64 KiB of stack.
 
-#include "tests/com/apartment.h"
-#include "tests/com/late_call.h"
-#include "tests/com/save_restore_test.h"
+#include "tests/com/objects/late_call.h"
+#include "tests/com/persistence/save_restore_test.h"
+#include "tests/com/support/apartment.h"
 
 namespace brindlex::testing {
 namespace {

@@ -1,11 +1,11 @@
 // Single functions of the system that fail, or say something rare, and what the user has of it.
 
-#include "tests/com/apartment.h"
-#include "tests/com/late_call.h"
-#include "tests/com/patched_import.h"
-#include "tests/com/report_pane.h"
-#include "tests/com/scripted_object.h"
-#include "tests/com/text_files_test.h"
+#include "tests/com/appfiles/text_files_test.h"
+#include "tests/com/objects/late_call.h"
+#include "tests/com/objects/scripted_object.h"
+#include "tests/com/support/apartment.h"
+#include "tests/com/support/patched_import.h"
+#include "tests/com/support/report_pane.h"
 
 namespace brindlex::testing {
 namespace {

@@ -1,7 +1,7 @@
 // What hosts pass for the optional arguments, and arguments that they change while a call runs.
 
-#include "platform/win32/late_binding.h"
-#include "tests/com/save_restore_test.h"
+#include "platform/win32/automation/late_binding.h"
+#include "tests/com/persistence/save_restore_test.h"
 
 namespace brindlex::testing {
 namespace {

@@ -1,10 +1,10 @@
 // What a call through IDispatch does with arguments that a member replaces, whatever member that
 // is.
 
-#include "server/call.h"
-#include "tests/com/fixture.h"
-#include "tests/com/late_call.h"
-#include "tests/com/scripted_object.h"
+#include "server/com/call.h"
+#include "tests/com/objects/late_call.h"
+#include "tests/com/objects/scripted_object.h"
+#include "tests/com/support/fixture.h"
 
 namespace brindlex::testing {
 namespace {

@@ -2,8 +2,8 @@
 
 #include <vector>
 
-#include "platform/win32/bstr_builder.h"
-#include "tests/com/save_restore_test.h"
+#include "platform/win32/automation/bstr_builder.h"
+#include "tests/com/persistence/save_restore_test.h"
 
 namespace brindlex::testing {
 namespace {

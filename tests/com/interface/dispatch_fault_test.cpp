@@ -2,8 +2,8 @@
 
 #include <cstring>
 
-#include "tests/com/fixture.h"
-#include "tests/com/late_call.h"
+#include "tests/com/objects/late_call.h"
+#include "tests/com/support/fixture.h"
 
 namespace brindlex::testing {
 namespace {

@@ -6,10 +6,10 @@
 #include <cwctype>
 #include <functional>
 
-#include "server/classes.h"
-#include "tests/com/fixture.h"
-#include "tests/com/late_call.h"
-#include "tests/com/type_text.h"
+#include "server/classes/classes.h"
+#include "tests/com/objects/late_call.h"
+#include "tests/com/objects/type_text.h"
+#include "tests/com/support/fixture.h"
 
 namespace brindlex::testing {
 namespace {

@@ -3,11 +3,11 @@
 
 #include <limits>
 
-#include "tests/com/failing_memory.h"
-#include "tests/com/late_call.h"
-#include "tests/com/malloc_spy.h"
-#include "tests/com/save_restore_test.h"
-#include "tests/com/strict_host.h"
+#include "tests/com/objects/late_call.h"
+#include "tests/com/persistence/save_restore_test.h"
+#include "tests/com/support/failing_memory.h"
+#include "tests/com/support/malloc_spy.h"
+#include "tests/com/support/strict_host.h"
 
 namespace brindlex::testing {
 namespace {

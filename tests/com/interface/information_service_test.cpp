@@ -1,7 +1,7 @@
 // The type-library information service, where it is registered: played by a double, since systems
 // come without it.
 
-#include "tests/com/save_restore_test.h"
+#include "tests/com/persistence/save_restore_test.h"
 
 namespace brindlex::testing {
 namespace {

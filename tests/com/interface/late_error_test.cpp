@@ -2,7 +2,7 @@
 
 #include <dispex.h>
 
-#include "tests/com/save_restore_test.h"
+#include "tests/com/persistence/save_restore_test.h"
 
 namespace brindlex::testing {
 namespace {

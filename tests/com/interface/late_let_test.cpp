@@ -2,8 +2,8 @@
 
 #include <cstring>
 
-#include "tests/com/save_restore_test.h"
-#include "tests/com/strict_host.h"
+#include "tests/com/persistence/save_restore_test.h"
+#include "tests/com/support/strict_host.h"
 
 namespace brindlex::testing {
 namespace {

@@ -1,7 +1,7 @@
 // The names that a host's object lists itself, and those that its type information gives.
 
-#include "platform/win32/late_binding.h"
-#include "tests/com/save_restore_test.h"
+#include "platform/win32/automation/late_binding.h"
+#include "tests/com/persistence/save_restore_test.h"
 
 namespace brindlex::testing {
 namespace {

@@ -2,8 +2,8 @@
 // inherit through many levels, that list as many members as their counts can say, and that succeed
 // without a description.
 
-#include "server/counted_object.h"
-#include "tests/com/save_restore_test.h"
+#include "server/com/counted_object.h"
+#include "tests/com/persistence/save_restore_test.h"
 
 namespace brindlex::testing {
 namespace {

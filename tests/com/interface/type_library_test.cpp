@@ -1,11 +1,11 @@
 // The type library in the DLL: the binary contract, written out.
 
-#include "tests/com/type_text.h"
+#include "tests/com/objects/type_text.h"
 
 #include <gmock/gmock.h>
 
-#include "server/classes.h"
-#include "tests/com/fixture.h"
+#include "server/classes/classes.h"
+#include "tests/com/support/fixture.h"
 
 namespace brindlex::testing {
 namespace {

@@ -1,12 +1,12 @@
-// The whole type library as text, compared to tests/com/type_library.txt. Whoever changes what
-// hosts see has to change that file too; what hosts may already use is never to change.
+// The whole type library as text, compared to tests/com/interface/type_library.txt. Whoever changes
+// what hosts see has to change that file too; what hosts may already use is never to change.
 
 #include <gtest/gtest.h>
 
 #include <cstdio>
 
-#include "tests/com/fixture.h"
-#include "tests/com/type_text.h"
+#include "tests/com/objects/type_text.h"
+#include "tests/com/support/fixture.h"
 
 namespace brindlex::testing {
 namespace {
@@ -93,7 +93,7 @@ std::string Narrow(const std::wstring& text) {
   return narrow;
 }
 
-/// tests/com/type_library.txt, as it was when this program was built.
+/// tests/com/interface/type_library.txt, as it was when this program was built.
 std::string ExpectedText() {
   auto* const found = FindResourceW(nullptr, L"TYPE_LIBRARY", RT_RCDATA);
   if (found == nullptr) return "no resource";
@@ -106,7 +106,7 @@ class TypeLibraryTextTest : public ComTest {};
 TEST_F(TypeLibraryTextTest, IsTheOneThatWasAgreedUpon) {
   const std::string actual = Narrow(WholeText(*OwnTypeLibrary().Get()));
   EXPECT_EQ(ExpectedText(), actual)
-      << "If the change is meant, tests/com/type_library.txt is to hold:\n"
+      << "If the change is meant, tests/com/interface/type_library.txt is to hold:\n"
       << actual << "(end)";
 }
 

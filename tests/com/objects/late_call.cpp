@@ -1,4 +1,4 @@
-#include "tests/com/late_call.h"
+#include "tests/com/objects/late_call.h"
 
 #include <gtest/gtest.h>
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/win32/variant.h"
+#include "platform/win32/automation/variant.h"
 
 namespace brindlex::testing {
 

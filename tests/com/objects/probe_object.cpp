@@ -1,4 +1,4 @@
-#include "tests/com/probe_object.h"
+#include "tests/com/objects/probe_object.h"
 
 #include <utility>
 

@@ -4,7 +4,7 @@
 
 #include <functional>
 
-#include "platform/win32/com_ptr.h"
+#include "platform/win32/automation/com_ptr.h"
 
 namespace brindlex::testing {
 

@@ -1,4 +1,4 @@
-#include "tests/com/scripted_object.h"
+#include "tests/com/objects/scripted_object.h"
 
 #include <algorithm>
 #include <cstring>

@@ -9,8 +9,8 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/win32/com_ptr.h"
-#include "platform/win32/variant.h"
+#include "platform/win32/automation/com_ptr.h"
+#include "platform/win32/automation/variant.h"
 
 namespace brindlex::testing {
 

@@ -1,9 +1,9 @@
-#include "tests/com/type_text.h"
+#include "tests/com/objects/type_text.h"
 
 #include <stdexcept>
 
-#include "platform/win32/variant.h"
-#include "tests/com/fixture.h"
+#include "platform/win32/automation/variant.h"
+#include "tests/com/support/fixture.h"
 
 namespace brindlex::testing {
 namespace {

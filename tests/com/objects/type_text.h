@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/win32/com_ptr.h"
+#include "platform/win32/automation/com_ptr.h"
 
 namespace brindlex::testing {
 

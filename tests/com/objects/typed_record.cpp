@@ -1,4 +1,4 @@
-#include "tests/com/typed_record.h"
+#include "tests/com/objects/typed_record.h"
 
 #include <windows.h>
 

@@ -2,8 +2,8 @@
 
 #include <oaidl.h>
 
-#include "platform/win32/com_ptr.h"
-#include "platform/win32/variant.h"
+#include "platform/win32/automation/com_ptr.h"
+#include "platform/win32/automation/variant.h"
 #include "test_records.h"
 
 namespace brindlex::testing {

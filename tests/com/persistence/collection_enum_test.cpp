@@ -2,9 +2,9 @@
 
 #include <array>
 
-#include "tests/com/collection_fixture.h"
-#include "tests/com/late_call.h"
-#include "tests/com/probe_object.h"
+#include "tests/com/objects/late_call.h"
+#include "tests/com/objects/probe_object.h"
+#include "tests/com/support/collection_fixture.h"
 
 namespace brindlex::testing {
 namespace {

@@ -5,8 +5,8 @@
 #include <random>
 #include <vector>
 
-#include "tests/com/collection_fixture.h"
-#include "tests/com/late_call.h"
+#include "tests/com/objects/late_call.h"
+#include "tests/com/support/collection_fixture.h"
 
 namespace brindlex::testing {
 namespace {

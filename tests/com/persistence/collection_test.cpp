@@ -1,10 +1,10 @@
 // clsCollection by position and key: adding, reading, removing, and what it refuses.
 
 #include "automation/runtime_error.h"
-#include "tests/com/collection_fixture.h"
-#include "tests/com/late_call.h"
-#include "tests/com/malloc_spy.h"
-#include "tests/com/probe_object.h"
+#include "tests/com/objects/late_call.h"
+#include "tests/com/objects/probe_object.h"
+#include "tests/com/support/collection_fixture.h"
+#include "tests/com/support/malloc_spy.h"
 
 namespace brindlex::testing {
 namespace {

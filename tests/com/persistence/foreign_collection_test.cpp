@@ -1,7 +1,7 @@
 // Collections of the host's own classes as what is saved: with and without an enumerator, failing,
 // and telling lies.
 
-#include "tests/com/save_restore_test.h"
+#include "tests/com/persistence/save_restore_test.h"
 
 namespace brindlex::testing {
 namespace {

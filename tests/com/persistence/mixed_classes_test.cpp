@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <array>
 
-#include "tests/com/save_restore_test.h"
+#include "tests/com/persistence/save_restore_test.h"
 
 namespace brindlex::testing {
 namespace {

@@ -1,7 +1,7 @@
 // Saves that refuse values with markers, through the DLL, with the host's own records.
 
-#include "tests/com/late_call.h"
-#include "tests/com/save_restore_test.h"
+#include "tests/com/objects/late_call.h"
+#include "tests/com/persistence/save_restore_test.h"
 
 namespace brindlex::testing {
 namespace {

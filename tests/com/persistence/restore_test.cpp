@@ -1,6 +1,6 @@
 // Text as collections of the host's own records.
 
-#include "tests/com/save_restore_test.h"
+#include "tests/com/persistence/save_restore_test.h"
 
 namespace brindlex::testing {
 namespace {

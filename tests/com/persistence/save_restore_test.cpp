@@ -1,8 +1,8 @@
-#include "tests/com/save_restore_test.h"
+#include "tests/com/persistence/save_restore_test.h"
 
 #include <ostream>
 
-#include "platform/win32/late_binding.h"
+#include "platform/win32/automation/late_binding.h"
 
 namespace brindlex {
 

@@ -6,9 +6,9 @@
 #include <vector>
 
 #include "environment/report.h"
-#include "tests/com/fixture.h"
-#include "tests/com/scripted_object.h"
-#include "tests/com/typed_record.h"
+#include "tests/com/objects/scripted_object.h"
+#include "tests/com/objects/typed_record.h"
+#include "tests/com/support/fixture.h"
 
 namespace brindlex {
 

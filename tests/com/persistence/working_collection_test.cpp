@@ -1,6 +1,6 @@
 // Several named collections of the host's own records in one text.
 
-#include "tests/com/save_restore_test.h"
+#include "tests/com/persistence/save_restore_test.h"
 
 namespace brindlex::testing {
 namespace {

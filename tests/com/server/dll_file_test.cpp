@@ -4,8 +4,8 @@
 
 #include <cctype>
 
-#include "tests/com/fixture.h"
-#include "tests/com/pe_file.h"
+#include "tests/com/support/fixture.h"
+#include "tests/com/support/pe_file.h"
 
 namespace brindlex::testing {
 namespace {

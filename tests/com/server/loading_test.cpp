@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <string>
 
-#include "tests/com/fixture.h"
+#include "tests/com/support/fixture.h"
 
 namespace brindlex::testing {
 namespace {

@@ -4,10 +4,10 @@
 
 #include <filesystem>
 
-#include "tests/com/apartment.h"
-#include "tests/com/fixture.h"
-#include "tests/com/registry.h"
-#include "tests/com/type_text.h"
+#include "tests/com/objects/type_text.h"
+#include "tests/com/support/apartment.h"
+#include "tests/com/support/fixture.h"
+#include "tests/com/support/registry.h"
 
 namespace brindlex::testing {
 namespace {

@@ -5,8 +5,8 @@
 #include <algorithm>
 #include <iterator>
 
-#include "server/registration.h"
-#include "tests/com/registry.h"
+#include "server/com/registration.h"
+#include "tests/com/support/registry.h"
 
 namespace brindlex::testing {
 namespace {

@@ -6,9 +6,9 @@
 #include <array>
 #include <thread>
 
-#include "server/classes.h"
-#include "tests/com/fixture.h"
-#include "tests/com/type_text.h"
+#include "server/classes/classes.h"
+#include "tests/com/objects/type_text.h"
+#include "tests/com/support/fixture.h"
 
 namespace brindlex::testing {
 namespace {

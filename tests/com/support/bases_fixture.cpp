@@ -1,9 +1,9 @@
-#include "tests/com/bases_fixture.h"
+#include "tests/com/support/bases_fixture.h"
 
 #include <charconv>
 #include <iterator>
 
-#include "tests/com/strict_host.h"
+#include "tests/com/support/strict_host.h"
 
 namespace brindlex::testing {
 namespace {

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "bases/number_writer.h"
-#include "tests/com/fixture.h"
-#include "tests/com/late_call.h"
+#include "tests/com/objects/late_call.h"
+#include "tests/com/support/fixture.h"
 
 namespace brindlex::testing {
 

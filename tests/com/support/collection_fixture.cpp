@@ -1,7 +1,7 @@
-#include "tests/com/collection_fixture.h"
+#include "tests/com/support/collection_fixture.h"
 
 #include "automation/runtime_error.h"
-#include "tests/com/late_call.h"
+#include "tests/com/objects/late_call.h"
 
 namespace brindlex::testing {
 

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "tests/com/fixture.h"
+#include "tests/com/support/fixture.h"
 
 namespace brindlex::testing {
 

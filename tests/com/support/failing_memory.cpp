@@ -1,9 +1,9 @@
-#include "tests/com/failing_memory.h"
+#include "tests/com/support/failing_memory.h"
 
 #include <cstdlib>
 #include <utility>
 
-#include "tests/com/malloc_spy.h"
+#include "tests/com/support/malloc_spy.h"
 
 namespace brindlex::testing {
 namespace {

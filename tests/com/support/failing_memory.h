@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "environment/report.h"
-#include "tests/com/patched_import.h"
+#include "tests/com/support/patched_import.h"
 
 namespace brindlex::testing {
 

@@ -1,10 +1,10 @@
-#include "tests/com/fixture.h"
+#include "tests/com/support/fixture.h"
 
 #include <algorithm>
 #include <stdexcept>
 #include <utility>
 
-#include "tests/com/malloc_spy.h"
+#include "tests/com/support/malloc_spy.h"
 
 namespace brindlex::testing {
 namespace {

@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/win32/com_ptr.h"
-#include "platform/win32/variant.h"
+#include "platform/win32/automation/com_ptr.h"
+#include "platform/win32/automation/variant.h"
 #include "server/Brindlex.h"
 
 namespace brindlex::testing {

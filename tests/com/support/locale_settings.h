@@ -9,7 +9,7 @@
 #include <iterator>
 #include <string>
 
-#include "platform/win32/variant.h"
+#include "platform/win32/automation/variant.h"
 
 namespace brindlex::testing {
 

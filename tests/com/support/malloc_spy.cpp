@@ -1,4 +1,4 @@
-#include "tests/com/malloc_spy.h"
+#include "tests/com/support/malloc_spy.h"
 
 #include <objbase.h>
 

@@ -1,4 +1,4 @@
-#include "tests/com/patched_import.h"
+#include "tests/com/support/patched_import.h"
 
 #include <cstring>
 #include <stdexcept>

@@ -1,4 +1,4 @@
-#include "tests/com/pe_file.h"
+#include "tests/com/support/pe_file.h"
 
 #include <windows.h>
 

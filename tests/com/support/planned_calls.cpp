@@ -1,4 +1,4 @@
-#include "tests/com/planned_calls.h"
+#include "tests/com/support/planned_calls.h"
 
 namespace brindlex::testing {
 namespace {

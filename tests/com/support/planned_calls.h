@@ -5,7 +5,7 @@
 #include <memory>
 #include <vector>
 
-#include "tests/com/patched_import.h"
+#include "tests/com/support/patched_import.h"
 
 namespace brindlex::testing {
 

@@ -1,4 +1,4 @@
-#include "tests/com/registry.h"
+#include "tests/com/support/registry.h"
 
 #include <shlwapi.h>
 

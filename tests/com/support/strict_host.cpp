@@ -1,4 +1,4 @@
-#include "tests/com/strict_host.h"
+#include "tests/com/support/strict_host.h"
 
 #include <windows.h>
 

@@ -3,7 +3,7 @@
 
 #include "appfiles/settings_folders.h"
 #include "appfiles/text_files.h"
-#include "tests/core/appfiles_test.h"
+#include "tests/core/appfiles/appfiles_test.h"
 #include "tests/core/failing_new.h"
 
 namespace brindlex {

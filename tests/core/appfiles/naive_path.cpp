@@ -1,4 +1,4 @@
-#include "tests/core/naive_path.h"
+#include "tests/core/appfiles/naive_path.h"
 
 namespace naive {
 

@@ -1,6 +1,6 @@
 #include "appfiles/settings_folders.h"
 
-#include "tests/core/appfiles_test.h"
+#include "tests/core/appfiles/appfiles_test.h"
 
 namespace brindlex {
 namespace {

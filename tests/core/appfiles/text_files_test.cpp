@@ -1,7 +1,7 @@
 #include "appfiles/text_files.h"
 
-#include "tests/core/appfiles_test.h"
-#include "tests/core/naive_path.h"
+#include "tests/core/appfiles/appfiles_test.h"
+#include "tests/core/appfiles/naive_path.h"
 
 namespace brindlex {
 namespace {

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/core/hash_key_fixture.h"
+#include "tests/core/automation/hash_key_fixture.h"
 
 namespace brindlex {
 

@@ -6,7 +6,7 @@
 #include "automation/keyed_list.h"
 #include "persistence/collection_save_restore.h"
 #include "platform/memory/memory_platform.h"
-#include "tests/core/hash_flood.h"
+#include "tests/core/automation/hash_flood.h"
 
 namespace brindlex {
 namespace {

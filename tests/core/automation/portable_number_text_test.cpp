@@ -4,7 +4,7 @@
 
 #include <limits>
 
-#include "tests/core/naive_bases.h"
+#include "tests/core/bases/naive_bases.h"
 
 namespace brindlex {
 namespace {

@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "automation/half_sip_hash.h"
-#include "tests/core/hash_key_fixture.h"
+#include "tests/core/automation/hash_key_fixture.h"
 
 namespace brindlex {
 namespace {

@@ -10,8 +10,8 @@
 #include "automation/portable_number_text.h"
 #include "bases/bases.h"
 #include "bases/digit_buffer.h"
+#include "tests/core/bases/naive_bases.h"
 #include "tests/core/failing_new.h"
-#include "tests/core/naive_bases.h"
 
 namespace brindlex {
 namespace {

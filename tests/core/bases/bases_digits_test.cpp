@@ -6,7 +6,7 @@
 #include <limits>
 
 #include "automation/portable_number_text.h"
-#include "tests/core/naive_bases.h"
+#include "tests/core/bases/naive_bases.h"
 
 namespace brindlex {
 namespace {

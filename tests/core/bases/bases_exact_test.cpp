@@ -10,8 +10,8 @@
 #include "bases/digit_count.h"
 #include "bases/double_bits.h"
 #include "bases/powers.h"
-#include "tests/core/naive_bases.h"
-#include "tests/core/number_source.h"
+#include "tests/core/bases/naive_bases.h"
+#include "tests/core/bases/number_source.h"
 
 namespace brindlex {
 namespace {

@@ -6,7 +6,7 @@
 #include <cstdint>
 
 #include "bases/double_bits.h"
-#include "tests/core/number_source.h"
+#include "tests/core/bases/number_source.h"
 
 namespace brindlex {
 namespace {

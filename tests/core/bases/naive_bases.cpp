@@ -1,4 +1,4 @@
-#include "tests/core/naive_bases.h"
+#include "tests/core/bases/naive_bases.h"
 
 #include <algorithm>
 #include <bit>

@@ -6,7 +6,7 @@
 
 #include "appfiles/text_files.h"
 #include "persistence/collection_save_restore.h"
-#include "tests/core/appfiles_test.h"
+#include "tests/core/appfiles/appfiles_test.h"
 
 namespace brindlex {
 namespace {

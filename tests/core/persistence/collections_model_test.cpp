@@ -1,7 +1,7 @@
 #include <vector>
 
-#include "tests/core/naive_collections.h"
-#include "tests/core/persistence_test.h"
+#include "tests/core/persistence/naive_collections.h"
+#include "tests/core/persistence/persistence_test.h"
 
 namespace brindlex {
 namespace {

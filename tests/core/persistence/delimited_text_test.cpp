@@ -11,8 +11,8 @@
 #include <vector>
 
 #include "tests/core/failing_new.h"
-#include "tests/core/naive_format.h"
-#include "tests/core/persistence_test.h"
+#include "tests/core/persistence/naive_format.h"
+#include "tests/core/persistence/persistence_test.h"
 
 namespace brindlex {
 namespace {

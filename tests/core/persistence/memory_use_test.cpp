@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/core/failing_new.h"
-#include "tests/core/persistence_test.h"
+#include "tests/core/persistence/persistence_test.h"
 
 namespace brindlex {
 namespace {

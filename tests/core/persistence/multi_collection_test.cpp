@@ -3,7 +3,7 @@
 #include <vector>
 
 #include "persistence/text_data.h"
-#include "tests/core/persistence_test.h"
+#include "tests/core/persistence/persistence_test.h"
 
 namespace brindlex {
 namespace {

@@ -1,4 +1,4 @@
-#include "tests/core/naive_collections.h"
+#include "tests/core/persistence/naive_collections.h"
 
 namespace naive {
 namespace {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tests/core/naive_format.h"
+#include "tests/core/persistence/naive_format.h"
 
 namespace naive {
 

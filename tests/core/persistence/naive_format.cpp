@@ -1,4 +1,4 @@
-#include "tests/core/naive_format.h"
+#include "tests/core/persistence/naive_format.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "tests/core/naive_guard.h"
+#include "tests/core/persistence/naive_guard.h"
 
 #include <string>
 

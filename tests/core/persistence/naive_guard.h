@@ -3,7 +3,7 @@
 #include <optional>
 #include <vector>
 
-#include "tests/core/naive_format.h"
+#include "tests/core/persistence/naive_format.h"
 
 namespace naive {
 

@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "tests/core/persistence_test.h"
+#include "tests/core/persistence/persistence_test.h"
 
 namespace brindlex {
 namespace {

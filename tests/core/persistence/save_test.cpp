@@ -2,8 +2,8 @@
 
 #include <vector>
 
-#include "tests/core/naive_format.h"
-#include "tests/core/persistence_test.h"
+#include "tests/core/persistence/naive_format.h"
+#include "tests/core/persistence/persistence_test.h"
 
 namespace brindlex {
 namespace {

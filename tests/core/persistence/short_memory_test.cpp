@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "tests/core/failing_new.h"
-#include "tests/core/persistence_test.h"
+#include "tests/core/persistence/persistence_test.h"
 
 namespace brindlex {
 namespace {
