@@ -9,73 +9,6 @@
 namespace brindlex {
 namespace {
 
-CoAppFiles& Self(IDispatch& self) { return static_cast<CoAppFiles&>(self); }
-
-constexpr Member kAppFilesMembers[] = {
-    {L"StartUp",
-     1,
-     DISPATCH_METHOD,
-     [](IDispatch& self, Call& call) {
-       return Self(self).StartUp(call.ObjectAt(0), call.TextAt(1), call.TextAt(2));
-     },
-     {Required(L"HostObject"), Required(L"AppFolderName"), Required(L"CompanyFolderName")}},
-    {L"GetWinSysDirFolder", 2, DISPATCH_METHOD,
-     [](IDispatch& self, Call& call) {
-       return Self(self).GetWinSysDirFolder(call.ResultObject<IDispatch>());
-     }},
-    {L"EnsureFolder",
-     3,
-     DISPATCH_METHOD,
-     [](IDispatch& self, Call& call) {
-       return Self(self).EnsureFolder(call.TextAt(0), call.ResultFlag());
-     },
-     {Required(L"path")}},
-    {L"SettingsFolderAllUsers",
-     4,
-     DISPATCH_METHOD,
-     [](IDispatch& self, Call& call) {
-       return Self(self).SettingsFolderAllUsers(call.TextVariableAt(0), call.ResultText());
-     },
-     {Required(L"companyFolder")}},
-    {L"SaveTextFile",
-     5,
-     DISPATCH_METHOD,
-     [](IDispatch& self, Call& call) {
-       return Self(self).SaveTextFile(call.TextAt(0), call.TextAt(1), call.FlagAt(2),
-                                      call.ResultFlag());
-     },
-     {Required(L"path"), Required(L"text"), Required(L"quietIfDenied")}},
-    {L"ReadTextFile",
-     6,
-     DISPATCH_METHOD,
-     [](IDispatch& self, Call& call) {
-       return Self(self).ReadTextFile(call.TextAt(0), call.FlagAt(1), call.ResultText());
-     },
-     {Required(L"path"), Required(L"quietIfMissing")}},
-    {L"FileNameFromPath",
-     7,
-     DISPATCH_METHOD,
-     [](IDispatch& self, Call& call) {
-       return Self(self).FileNameFromPath(call.TextAt(0), call.ResultText());
-     },
-     {Required(L"path")}},
-    {L"CopyFileKeepAttributes",
-     8,
-     DISPATCH_METHOD,
-     [](IDispatch& self, Call& call) {
-       return Self(self).CopyFileKeepAttributes(call.TextAt(0), call.TextAt(1));
-     },
-     {Required(L"source"), Required(L"destination")}},
-    {L"SaveTextFileSafely",
-     9,
-     DISPATCH_METHOD,
-     [](IDispatch& self, Call& call) {
-       return Self(self).SaveTextFileSafely(call.TextAt(0), call.TextAt(1), call.FlagAt(2),
-                                            call.ResultFlag());
-     },
-     {Required(L"path"), Required(L"text"), Required(L"quietIfDenied")}},
-};
-
 /// Puts `text` in the place of the text in the caller's variable, unless it holds that already.
 void Assign(TextView text, BSTR& variable) {
   if (ViewOf(variable) == text) return;
@@ -85,8 +18,6 @@ void Assign(TextView text, BSTR& variable) {
 }
 
 }  // namespace
-
-const std::span<const Member> CoAppFiles::kMembers = kAppFilesMembers;
 
 STDMETHODIMP CoAppFiles::StartUp(IDispatch* hostObject, BSTR appFolderName,
                                  BSTR companyFolderName) {

@@ -9,8 +9,6 @@ namespace brindlex {
 /// the thread, not to the object.
 class CoAppFiles final : public Coclass<CoAppFiles, _clsAppFiles, ::clsAppFiles> {
  public:
-  static const std::span<const Member> kMembers;
-
   STDMETHODIMP StartUp(IDispatch* hostObject, BSTR appFolderName, BSTR companyFolderName) override;
   STDMETHODIMP GetWinSysDirFolder(IDispatch** result) override;
   STDMETHODIMP EnsureFolder(BSTR path, VARIANT_BOOL* result) override;

@@ -10,57 +10,6 @@
 namespace brindlex {
 namespace {
 
-CoBases& Self(IDispatch& self) { return static_cast<CoBases&>(self); }
-
-constexpr ConversionLimits kDefaults;
-
-constexpr Member kBasesMembers[] = {
-    {L"ConvertBase",
-     1,
-     DISPATCH_METHOD,
-     [](IDispatch& self, Call& call) {
-       return Self(self).ConvertBase(call.ValueAt(0), call.LongAt(1), call.LongAt(2),
-                                     call.LongVariableAt(3, kDefaults.maxFractionDigits),
-                                     call.DoubleVariableAt(4, kDefaults.tolerance),
-                                     call.LongVariableAt(5, kDefaults.groupSize),
-                                     call.ResultValue());
-     },
-     {Required(L"Number"), Required(L"FromBase"), Required(L"ToBase"),
-      Optional(L"MaxFractionDigits"), Optional(L"Tolerance"), Optional(L"GroupSize")}},
-    {L"ConvertDec2Base",
-     2,
-     DISPATCH_METHOD,
-     [](IDispatch& self, Call& call) {
-       return Self(self).ConvertDec2Base(
-           call.ValueAt(0), call.LongAt(1), call.LongVariableAt(2, kDefaults.maxFractionDigits),
-           call.DoubleVariableAt(3, kDefaults.tolerance),
-           call.LongVariableAt(4, kDefaults.groupSize), call.ResultText());
-     },
-     {Required(L"Number"), Required(L"Base"), Optional(L"MaxFractionDigits"),
-      Optional(L"Tolerance"), Optional(L"GroupSize")}},
-    {L"ConvertBase2Dec",
-     3,
-     DISPATCH_METHOD,
-     [](IDispatch& self, Call& call) {
-       return Self(self).ConvertBase2Dec(call.TextAt(0), call.LongAt(1), call.ResultDouble());
-     },
-     {Required(L"Text"), Required(L"Base")}},
-    {L"ConvertDigit",
-     4,
-     DISPATCH_METHOD,
-     [](IDispatch& self, Call& call) {
-       return Self(self).ConvertDigit(call.LongAt(0), call.LongAt(1), call.ResultText());
-     },
-     {Required(L"Digit"), Required(L"Base")}},
-    {L"DeconvertDigit",
-     5,
-     DISPATCH_METHOD,
-     [](IDispatch& self, Call& call) {
-       return Self(self).DeconvertDigit(call.TextAt(0), call.LongAt(1), call.ResultLong());
-     },
-     {Required(L"DigitText"), Required(L"Base")}},
-};
-
 const NumberText& Reading() {
   static const NeverDestroyed<Win32NumberText> reading;
   return reading.Get();
@@ -95,8 +44,6 @@ class GivenLimits {
 };
 
 }  // namespace
-
-const std::span<const Member> CoBases::kMembers = kBasesMembers;
 
 STDMETHODIMP CoBases::ConvertBase(VARIANT number, long fromBase, long toBase,
                                   long* maxFractionDigits, double* tolerance, long* groupSize,

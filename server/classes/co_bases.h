@@ -11,8 +11,6 @@ namespace brindlex {
 /// even if the call then fails.
 class CoBases final : public Coclass<CoBases, _clsBases, ::clsBases> {
  public:
-  static const std::span<const Member> kMembers;
-
   STDMETHODIMP ConvertBase(VARIANT number, long fromBase, long toBase, long* maxFractionDigits,
                            double* tolerance, long* groupSize, VARIANT* result) override;
   STDMETHODIMP ConvertDec2Base(VARIANT number, long base, long* maxFractionDigits,

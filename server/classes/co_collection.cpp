@@ -11,34 +11,6 @@
 namespace brindlex {
 namespace {
 
-CoCollection& Self(IDispatch& self) { return static_cast<CoCollection&>(self); }
-
-constexpr Member kCollectionMembers[] = {
-    {L"Item",
-     DISPID_VALUE,
-     DISPATCH_PROPERTYGET,
-     [](IDispatch& self, Call& call) {
-       return Self(self).get_Item(call.ValueAt(0), call.ResultValue());
-     },
-     {Required(L"Index")}},
-    {L"Add",
-     1,
-     DISPATCH_METHOD,
-     [](IDispatch& self, Call& call) {
-       return Self(self).Add(call.ValueAt(0), call.ValueAt(1), call.ValueAt(2), call.ValueAt(3));
-     },
-     {Required(L"Item"), Optional(L"Key"), Optional(L"Before"), Optional(L"After")}},
-    {L"Count", 2, DISPATCH_PROPERTYGET,
-     [](IDispatch& self, Call& call) { return Self(self).get_Count(call.ResultLong()); }},
-    {L"Remove",
-     3,
-     DISPATCH_METHOD,
-     [](IDispatch& self, Call& call) { return Self(self).Remove(call.ValueAt(0)); },
-     {Required(L"Index")}},
-    {L"_NewEnum", DISPID_NEWENUM, DISPATCH_PROPERTYGET,
-     [](IDispatch& self, Call& call) { return Self(self).get__NewEnum(call.ResultUnknown()); }},
-};
-
 bool IsOmitted(const VARIANT& argument) { return IsMissing(argument) || argument.vt == VT_EMPTY; }
 
 /// The text in `argument`, or null when it holds something else.
@@ -105,8 +77,6 @@ class EntryWalk final : public CountedObject<EntryWalk, IEnumVARIANT> {
 };
 
 }  // namespace
-
-const std::span<const Member> CoCollection::kMembers = kCollectionMembers;
 
 CoCollection::~CoCollection() {
   // An entry that ends may use the collection, which is empty and whole by then.

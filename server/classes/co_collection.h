@@ -22,8 +22,6 @@ struct IOwnCollection : IUnknown {
 class CoCollection final
     : public Coclass<CoCollection, _clsCollection, ::clsCollection, IOwnCollection> {
  public:
-  static const std::span<const Member> kMembers;
-
   CoCollection() = default;
   ~CoCollection();
 

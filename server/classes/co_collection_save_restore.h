@@ -11,8 +11,6 @@ class CoCollectionSaveRestore final
     : public Coclass<CoCollectionSaveRestore, _clsCollectionSaveRestore,
                      ::clsCollectionSaveRestore> {
  public:
-  static const std::span<const Member> kMembers;
-
   CoCollectionSaveRestore();
 
   STDMETHODIMP GetMemberNamesLate(IDispatch* myObj, _clsCollection** result) override;

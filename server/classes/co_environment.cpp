@@ -7,39 +7,6 @@
 #include "server/com/values.h"
 
 namespace brindlex {
-namespace {
-
-CoEnvironment& Self(IDispatch& self) { return static_cast<CoEnvironment&>(self); }
-
-constexpr Member kEnvironmentMembers[] = {
-    {L"GetOsName", 1, DISPATCH_METHOD,
-     [](IDispatch& self, Call& call) { return Self(self).GetOsName(call.ResultText()); }},
-    {L"IsWindowsVista", 2, DISPATCH_METHOD,
-     [](IDispatch& self, Call& call) { return Self(self).IsWindowsVista(call.ResultFlag()); }},
-    {L"FindSystemFolder",
-     3,
-     DISPATCH_METHOD,
-     [](IDispatch& self, Call& call) {
-       return Self(self).FindSystemFolder(call.LongAt(0), call.ResultText());
-     },
-     {Required(L"csidl")}},
-    {L"ReportListener", 4, DISPATCH_PROPERTYGET,
-     [](IDispatch& self, Call& call) {
-       return Self(self).get_ReportListener(call.ResultObject<IDispatch>());
-     }},
-    {L"ReportListener",
-     4,
-     DISPATCH_PROPERTYPUT | DISPATCH_PROPERTYPUTREF,
-     [](IDispatch& self, Call& call) {
-       return Self(self).putref_ReportListener(call.IsNothingAt(0) ? nullptr : call.ObjectAt(0));
-     },
-     {Required(L"Value")}},
-};
-
-}  // namespace
-
-const std::span<const Member> CoEnvironment::kMembers = kEnvironmentMembers;
-
 STDMETHODIMP CoEnvironment::GetOsName(BSTR* result) {
   return RunFor(result, [&] { *result = NewBstr(brindlex::GetOsName(ThePlatform())); });
 }

@@ -8,8 +8,6 @@ namespace brindlex {
 /// The probes of the system as hosts see them.
 class CoEnvironment final : public Coclass<CoEnvironment, _clsEnvironment, ::clsEnvironment> {
  public:
-  static const std::span<const Member> kMembers;
-
   STDMETHODIMP GetOsName(BSTR* result) override;
   STDMETHODIMP IsWindowsVista(VARIANT_BOOL* result) override;
   STDMETHODIMP FindSystemFolder(long csidl, BSTR* result) override;

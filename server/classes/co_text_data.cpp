@@ -4,43 +4,6 @@
 #include "server/com/values.h"
 
 namespace brindlex {
-namespace {
-
-CoTextData& Record(IDispatch& self) { return static_cast<CoTextData&>(self); }
-
-constexpr Member kTextDataMembers[] = {
-    {L"DataString", 1, DISPATCH_PROPERTYGET,
-     [](IDispatch& self, Call& call) { return Record(self).get_DataString(call.ResultText()); }},
-    {L"DataString",
-     1,
-     DISPATCH_PROPERTYPUT,
-     [](IDispatch& self, Call& call) { return Record(self).put_DataString(call.TextAt(0)); },
-     {Required(L"Value")}},
-    {L"Name", 2, DISPATCH_PROPERTYGET,
-     [](IDispatch& self, Call& call) { return Record(self).get_Name(call.ResultText()); }},
-    {L"Name",
-     2,
-     DISPATCH_PROPERTYPUT,
-     [](IDispatch& self, Call& call) { return Record(self).put_Name(call.TextAt(0)); },
-     {Required(L"Value")}},
-    {L"GetMemberNames", 3, DISPATCH_METHOD,
-     [](IDispatch& self, Call& call) {
-       return Record(self).GetMemberNames(call.ResultObject<_clsCollection>());
-     }},
-};
-
-constexpr Member kCreateTextDataMembers[] = {
-    {L"GetNewObject", 1, DISPATCH_METHOD,
-     [](IDispatch& self, Call& call) {
-       return static_cast<CoCreateTextData&>(self).GetNewObject(call.ResultObject<_clsTextData>());
-     }},
-};
-
-}  // namespace
-
-const std::span<const Member> CoTextData::kMembers = kTextDataMembers;
-const std::span<const Member> CoCreateTextData::kMembers = kCreateTextDataMembers;
-
 STDMETHODIMP CoTextData::get_DataString(BSTR* result) {
   return RunFor(result, [&] { *result = NewBstr(data_.DataString); });
 }

@@ -10,8 +10,6 @@ namespace brindlex {
 /// The component's own record as hosts see it.
 class CoTextData final : public Coclass<CoTextData, _clsTextData, ::clsTextData, IRecordTexts> {
  public:
-  static const std::span<const Member> kMembers;
-
   STDMETHODIMP get_DataString(BSTR* result) override;
   STDMETHODIMP put_DataString(BSTR value) override;
   STDMETHODIMP get_Name(BSTR* result) override;
@@ -29,8 +27,6 @@ class CoTextData final : public Coclass<CoTextData, _clsTextData, ::clsTextData,
 class CoCreateTextData final
     : public Coclass<CoCreateTextData, _clsCreateTextData, ::clsCreateTextData> {
  public:
-  static const std::span<const Member> kMembers;
-
   STDMETHODIMP GetNewObject(_clsTextData** result) override;
 };
 

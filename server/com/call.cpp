@@ -34,11 +34,13 @@ std::size_t RequiredCount(const Member& member) {
       [](const Parameter& parameter) { return parameter.name != nullptr && !parameter.optional; }));
 }
 
-/// Whether two texts, or two numbers of one type, are the same to the bit.
+/// Whether two texts, two objects, or two numbers of one type, are the same to the bit.
 bool IsSame(const VARIANT& left, const VARIANT& right) {
   switch (left.vt) {
     case VT_BSTR:
       return ViewOf(left.bstrVal) == ViewOf(right.bstrVal);
+    case VT_DISPATCH:
+      return left.pdispVal == right.pdispVal;
     case VT_I4:
       return left.lVal == right.lVal;
     default:
@@ -46,12 +48,15 @@ bool IsSame(const VARIANT& left, const VARIANT& right) {
   }
 }
 
-/// Puts `value` into the variable of its type that `reference` refers to; a text changes places
-/// with the one there.
+/// Puts `value` into the variable of its type that `reference` refers to; a text or an object
+/// changes places with the one there.
 void Assign(const VARIANT& reference, VARIANT& value) {
   switch (value.vt) {
     case VT_BSTR:
       std::swap(*reference.pbstrVal, value.bstrVal);
+      break;
+    case VT_DISPATCH:
+      std::swap(*reference.ppdispVal, value.pdispVal);
       break;
     case VT_I4:
       *reference.plVal = value.lVal;
@@ -136,9 +141,9 @@ BSTR Call::TextAt(std::size_t index) { return ConvertedAt(index, VT_BSTR).bstrVa
 
 IDispatch* Call::ObjectAt(std::size_t index) { return ConvertedAt(index, VT_DISPATCH).pdispVal; }
 
-bool Call::IsNothingAt(std::size_t index) const {
+IDispatch* Call::ObjectOrNothingAt(std::size_t index) {
   const VARTYPE type = Dereferenced(*given_.at(index)).vt;
-  return type == VT_NULL || type == VT_EMPTY;
+  return type == VT_NULL || type == VT_EMPTY ? nullptr : ObjectAt(index);
 }
 
 bool Call::IsLeftOut(std::size_t index) const {

@@ -62,14 +62,17 @@ class Call {
   VARIANT ValueAt(std::size_t index);
   BSTR TextAt(std::size_t index);
   IDispatch* ObjectAt(std::size_t index);
-  /// Whether it is Null or Empty, which script hosts pass that know no Nothing.
-  bool IsNothingAt(std::size_t index) const;
+  /// As ObjectAt; null for Null and Empty too, which script hosts pass that know no Nothing.
+  IDispatch* ObjectOrNothingAt(std::size_t index);
   VARIANT_BOOL FlagAt(std::size_t index) { return ConvertedAt(index, VT_BOOL).boolVal; }
   long LongAt(std::size_t index) { return ConvertedAt(index, VT_I4).lVal; }
 
   /// A value of the call's own that the member may replace, for WriteBack to hand on. A number that
   /// is omitted, or Empty, which is what script hosts pass for an undefined value, is `byDefault`.
   BSTR* TextVariableAt(std::size_t index) { return &VariableAt(index, VT_BSTR).bstrVal; }
+  IDispatch** ObjectVariableAt(std::size_t index) {
+    return &VariableAt(index, VT_DISPATCH).pdispVal;
+  }
   long* LongVariableAt(std::size_t index, long byDefault);
   double* DoubleVariableAt(std::size_t index, double byDefault);
 
