@@ -31,20 +31,23 @@ const Numerals& NumeralsOf(std::int32_t base) {
   static constexpr Numerals kNone{};
   static constexpr auto kNumerals = [] {
     std::array<Numerals, std::size(kBaseTables)> numerals{};
-    std::ranges::transform(kBaseTables, numerals.begin(), [](const BaseTable& table) {
-      return NumeralsIn(AlphabetOf(table.base));
-    });
+    std::ranges::transform(kBaseTables, numerals.begin(),
+                           [](const BaseTable& table) { return NumeralsIn(table.alphabet); });
     return numerals;
   }();
-  const BaseTable* const table = FindBaseTable(base);
-  return table != nullptr ? kNumerals[static_cast<std::size_t>(table - kBaseTables)] : kNone;
+  const std::size_t index = FindBaseIndex(base);
+  return index == kNoBaseTable ? kNone : kNumerals[index];
 }
 
 /// What a text has been read as, so far.
 class NumberReader {
  public:
   NumberReader(std::int32_t base, const NumberText& reading)
-      : base_(base), factor_(base), numerals_(NumeralsOf(base)), reading_(reading) {}
+      : base_(base),
+        factor_(base),
+        isSexagesimal_(IsSexagesimal(base)),
+        numerals_(NumeralsOf(base)),
+        reading_(reading) {}
 
   double Read(TextView text) {
     const auto width = static_cast<std::size_t>(DigitWidth(base_));
@@ -70,7 +73,7 @@ class NumberReader {
 
   /// The host's way to read a number is asked for what is no plain numeral only.
   std::int32_t DigitOf(TextView token) const {
-    const std::int32_t digit = base_ == 60 ? Sexagesimal(token) : NumeralAt(token, 0);
+    const std::int32_t digit = isSexagesimal_ ? Sexagesimal(token) : NumeralAt(token, 0);
     return digit != kNoNumeral ? digit : DeconvertDigit(token, base_, reading_);
   }
 
@@ -79,13 +82,14 @@ class NumberReader {
     return unit < numerals_.size() ? numerals_[unit] - 1 : kNoNumeral;
   }
 
-  /// Two numerals below 60 and a colon.
+  /// Two numerals, together less than the base, and a colon.
   std::int32_t Sexagesimal(TextView token) const {
     if (token.size() != 3 || token[2] != u':') return kNoNumeral;
     const std::int32_t tens = NumeralAt(token, 0);
     const std::int32_t ones = NumeralAt(token, 1);
-    const bool isDigit = tens != kNoNumeral && tens < 6 && ones != kNoNumeral;
-    return isDigit ? 10 * tens + ones : kNoNumeral;
+    if (tens == kNoNumeral || ones == kNoNumeral) return kNoNumeral;
+    const std::int32_t digit = 10 * tens + ones;
+    return digit < base_ ? digit : kNoNumeral;
   }
 
   void PassPoint() {
@@ -110,6 +114,7 @@ class NumberReader {
 
   std::int32_t base_;
   double factor_;
+  bool isSexagesimal_;
   const Numerals& numerals_;
   const NumberText& reading_;
   double value_ = 0;

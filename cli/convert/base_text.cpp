@@ -42,6 +42,15 @@ std::string ConvertedNumber(const std::string& number, std::int32_t from, std::i
   }
 }
 
+std::string BaseList() {
+  std::string list;
+  for (const std::int32_t base : kBases) {
+    if (!list.empty()) list += base == kBases.back() ? " and " : ", ";
+    list += std::to_string(base);
+  }
+  return list;
+}
+
 std::vector<BaseRow> BaseTable(const std::string& number, const ConversionLimits& limits) {
   std::vector<BaseRow> rows;
   for (const std::int32_t base : kBases) {

@@ -102,7 +102,7 @@ type
     function SaveTextFileSafely(path: WideString; text: WideString; quietIfDenied: WordBool): WordBool; safecall;
   end;
 
-  { Numbers between the number bases 2, 8, 10, 16, 26, 30, 31, 32 and 60. }
+  { Converts numbers between number bases. }
   _clsBases = interface(IDispatch)
     ['{C81AACF2-555D-4E7D-A5EB-51D0818D32C3}']
     function ConvertBase(Number: OleVariant; FromBase: Integer; ToBase: Integer; var MaxFractionDigits: Integer; var Tolerance: Double; var GroupSize: Integer): OleVariant; safecall;
