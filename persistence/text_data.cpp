@@ -1,5 +1,6 @@
 #include "persistence/text_data.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "automation/collection.h"
@@ -9,9 +10,6 @@
 
 namespace brindlex {
 namespace {
-
-constexpr TextView kDataString = u"DataString";
-constexpr TextView kName = u"Name";
 
 /// What an object of the family refers to. A creator is a block that nobody reads.
 struct Counted {
@@ -25,7 +23,9 @@ class BlockAccess : public MemberAccess {
  public:
   BlockAccess(const TextDataFamily& family, std::vector<Text> names)
       : MemberAccess(std::move(names)), family_(family) {
-    for (const Text& name : Names()) members_.push_back(MemberNamed(name));
+    for (const Text& name : Names()) {
+      properties_.push_back(clsTextData::FindProperty(name));
+    }
   }
 
   void AppendText(const Object& object, std::size_t member, TextBuilder& text) override {
@@ -37,33 +37,33 @@ class BlockAccess : public MemberAccess {
   }
 
  private:
-  using MemberPointer = Text clsTextData::*;
-
-  static MemberPointer MemberNamed(TextView name) {
-    if (EqualIgnoringCase(name, kDataString)) return &clsTextData::DataString;
-    if (EqualIgnoringCase(name, kName)) return &clsTextData::Name;
-    return nullptr;
-  }
-
   Text& Member(const Object& object, std::size_t member) const {
-    const MemberPointer pointer = members_.at(member);
-    if (pointer == nullptr) NoSuchMember();
-    return family_.Block(object).*pointer;
+    const clsTextData::Property* const property = properties_.at(member);
+    if (property == nullptr) NoSuchMember();
+    return family_.Block(object).*property->text;
   }
 
   const TextDataFamily& family_;
-  std::vector<MemberPointer> members_;
+  /// By member; null for a name that is no property.
+  std::vector<const clsTextData::Property*> properties_;
 };
 
 }  // namespace
+
+const clsTextData::Property* clsTextData::FindProperty(TextView name) noexcept {
+  const auto* const found =
+      std::find_if(kProperties.begin(), kProperties.end(), [name](const Property& property) {
+        return EqualIgnoringCase(property.name, name);
+      });
+  return found == kProperties.end() ? nullptr : found;
+}
 
 CollectionRef clsTextData::GetMemberNames(Platform& platform) {
   CollectionRef result;
   Trap(
       [&](CurrentLine&) {
         CollectionRef names = platform.NewCollection();
-        names->Add(kDataString, kDataString);
-        names->Add(kName, kName);
+        for (const Property& property : kProperties) names->Add(property.name, property.name);
         result = std::move(names);
       },
       [&](const PendingError& pending) {
@@ -102,7 +102,11 @@ CollectionRef TextDataFamily::CallForCollection(void* /*object*/, TextView name)
 }
 
 std::vector<Text> TextDataFamily::PropertyGetNames(void* /*object*/) const {
-  return {Text(kDataString), Text(kName)};
+  std::vector<Text> names;
+  for (const clsTextData::Property& property : clsTextData::kProperties) {
+    names.emplace_back(property.name);
+  }
+  return names;
 }
 
 std::unique_ptr<MemberAccess> TextDataFamily::Access(std::vector<Text> names) const {

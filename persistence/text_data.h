@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <memory>
 #include <vector>
 
@@ -20,7 +21,24 @@ class clsTextData {
   Text DataString;
   /// The name under which the block is stored and looked up.
   Text Name;
+
+  /// One property: its name, and where its text is.
+  struct Property {
+    TextView name;
+    Text clsTextData::*text;
+  };
+
+  /// All properties, in declaration order.
+  static const std::array<Property, 2> kProperties;
+
+  /// The property `name`, in any letter case; null when there is none.
+  static const Property* FindProperty(TextView name) noexcept;
 };
+
+inline constexpr std::array<clsTextData::Property, 2> clsTextData::kProperties = {{
+    {u"DataString", &clsTextData::DataString},
+    {u"Name", &clsTextData::Name},
+}};
 
 /// The family of the text blocks that live within the component, and of their creators. Blocks are
 /// reached by name like any record, so that one procedure saves and restores them all.
