@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <variant>
 
-#include "automation/number_text.h"
+#include "platform/number_text.h"
 #include "automation/runtime_error.h"
 #include "automation/text.h"
 

@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "automation/portable_number_text.h"
+#include "platform/portable_number_text.h"
 #include "bases/bases.h"
 #include "tests/core/bases/number_source.h"
 

@@ -1,24 +1,10 @@
 #pragma once
 
-#include <cstdint>
-
 #include "automation/text.h"
 #include "environment/trap.h"
+#include "platform/report_services.h"
 
 namespace brindlex {
-
-/// What the user is told about a failure: the caption and the text of one message box, which say it
-/// all, and once more by itself what a program may want to know.
-struct Report {
-  /// One OK button and the exclamation icon.
-  static constexpr std::uint32_t kStyle = 48;
-
-  Text caption;
-  Text text;
-  std::int32_t number = 0;
-  Text description{};
-  std::int32_t line = 0;
-};
 
 /// A report of `pending` that says `text` under `caption`.
 Report ReportOf(const PendingError& pending, TextView caption, Text text);

@@ -53,15 +53,4 @@ void IgnoreErrors(Body&& body) {
   }
 }
 
-/// Runs `body()` and ends it without a word at the first failure. Says whether it came to its end.
-template <class Body>
-bool TrapSilently(Body&& body) noexcept {
-  try {
-    std::forward<Body>(body)();
-    return true;
-  } catch (...) {
-    return false;
-  }
-}
-
 }  // namespace brindlex

@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <iostream>
 
-#include "automation/portable_number_text.h"
+#include "platform/portable_number_text.h"
 #include "bases/bases.h"
 #include "fuzz/input.h"
 #include "tests/core/bases/naive_bases.h"

@@ -4,16 +4,18 @@
 #include <string>
 
 #include "automation/collection.h"
-#include "environment/system_services.h"
 #include "platform/file_replacement.h"
 #include "platform/file_system.h"
+#include "platform/report_services.h"
+#include "platform/shell_folders.h"
+#include "platform/system_version.h"
 
 namespace brindlex {
 
 /// Every service of the system that the component's operations use. There is one implementation
 /// over Windows and one in memory, for tests. Every function may throw RuntimeError; all are called
 /// on the thread of the caller's apartment.
-class Platform : public SystemServices {
+class Platform : public ReportServices, public ShellFolders, public SystemVersion {
  public:
   /// A new, empty collection that can be handed out to the host.
   virtual CollectionRef NewCollection() = 0;

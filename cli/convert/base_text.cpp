@@ -2,7 +2,7 @@
 
 #include <variant>
 
-#include "automation/portable_number_text.h"
+#include "platform/portable_number_text.h"
 #include "automation/runtime_error.h"
 #include "bases/bases.h"
 #include "cli/text/diagnostics.h"

@@ -7,7 +7,6 @@
 #include <utility>
 
 #include "automation/runtime_error.h"
-#include "environment/trap.h"
 #include "platform/win32/automation/hresult.h"
 #include "platform/win32/automation/late_binding.h"
 #include "platform/win32/automation/variant.h"
@@ -251,7 +250,7 @@ class ScriptingReader : public TextReader {
 
 class ScriptingFileSystem : public FileSystem {
  public:
-  ScriptingFileSystem(const DispatchFamily& family, ScriptingObject files)
+  ScriptingFileSystem(const DispatchAdapter& family, ScriptingObject files)
       : family_(family), files_(std::move(files)) {}
 
   bool FileExists(TextView path) override {
@@ -303,13 +302,13 @@ class ScriptingFileSystem : public FileSystem {
   }
 
  private:
-  const DispatchFamily& family_;
+  const DispatchAdapter& family_;
   ScriptingObject files_;
 };
 
 }  // namespace
 
-std::unique_ptr<FileSystem> NewScriptingFileSystem(const DispatchFamily& family) {
+std::unique_ptr<FileSystem> NewScriptingFileSystem(const DispatchAdapter& family) {
   CLSID classId;
   Check(CLSIDFromProgID(L"Scripting.FileSystemObject", &classId));
   ComPtr<IDispatch> made;

@@ -3,7 +3,7 @@
 #include <memory>
 
 #include "platform/file_system.h"
-#include "platform/win32/automation/dispatch_family.h"
+#include "platform/win32/automation/dispatch_adapter.h"
 
 namespace brindlex {
 
@@ -14,6 +14,6 @@ namespace brindlex {
 /// the system said: 70 for a file that is in use, 61 for a full disk, 52 for a name that no file
 /// can have, 68 for a device that is none of the files. A reading that fails is an error, even
 /// where the run time takes it for the end of the file.
-std::unique_ptr<FileSystem> NewScriptingFileSystem(const DispatchFamily& family);
+std::unique_ptr<FileSystem> NewScriptingFileSystem(const DispatchAdapter& family);
 
 }  // namespace brindlex

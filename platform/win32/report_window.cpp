@@ -7,7 +7,7 @@
 #include <cstring>
 #include <optional>
 
-#include "environment/trap.h"
+#include "automation/runtime_error.h"
 #include "platform/text_rows.h"
 
 namespace brindlex {

@@ -11,13 +11,13 @@
 namespace brindlex {
 
 /// `object` as the operations take it; null is Nothing.
-Object GivenObject(IDispatch* object);
+Object ObjectArg(IDispatch* object);
 
 /// An optional text argument, read when it is made: omitted when it is the missing marker or Empty,
 /// which is what script hosts pass for an undefined value. Lives as long as the call.
-class GivenText {
+class TextArg {
  public:
-  explicit GivenText(const VARIANT& argument);
+  explicit TextArg(const VARIANT& argument);
   operator const OptionalText&() const { return given_; }  // NOLINT: stands for its text
 
  private:
@@ -26,10 +26,10 @@ class GivenText {
 };
 
 /// `flag` as hosts test for it.
-inline VARIANT_BOOL FlagOf(bool flag) { return flag ? VARIANT_TRUE : VARIANT_FALSE; }
+inline VARIANT_BOOL ToVariantBool(bool flag) { return flag ? VARIANT_TRUE : VARIANT_FALSE; }
 
 /// Results, for the host to release.
-IDispatch* HandedOut(const Object& object);
-_clsCollection* HandedOut(const CollectionRef& collection);
+IDispatch* ToResult(const Object& object);
+_clsCollection* ToResult(const CollectionRef& collection);
 
 }  // namespace brindlex

@@ -1,10 +1,11 @@
-#include "server/classes/co_bases.h"
-
 #include "bases/bases.h"
 #include "bases/double_bits.h"
 #include "platform/win32/automation/floating_point_scope.h"
 #include "platform/win32/automation/number_text.h"
-#include "server/com/given_number.h"
+#include "server/Brindlex.h"
+#include "server/classes/classes.h"
+#include "server/classes/number_arg.h"
+#include "server/com/coclass.h"
 #include "server/runtime/never_destroyed.h"
 
 namespace brindlex {
@@ -15,20 +16,20 @@ const NumberText& Reading() {
   return reading.Get();
 }
 
-/// The limits in the caller's variables. At its end, whatever that is, the tolerance goes back
-/// where it has become another.
-class GivenLimits {
+/// The limits in the caller's variables. A tolerance that was changed is written back at the end,
+/// whether the call succeeds or fails.
+class LimitsArg {
  public:
-  GivenLimits(const long* maxFractionDigits, double* tolerance, const long* groupSize)
+  LimitsArg(const long* maxFractionDigits, double* tolerance, const long* groupSize)
       : tolerance_(tolerance) {
     if (maxFractionDigits != nullptr) limits_.maxFractionDigits = *maxFractionDigits;
     if (tolerance != nullptr) limits_.tolerance = *tolerance;
     if (groupSize != nullptr) limits_.groupSize = *groupSize;
     before_ = limits_.tolerance;
   }
-  GivenLimits(const GivenLimits&) = delete;
-  GivenLimits& operator=(const GivenLimits&) = delete;
-  ~GivenLimits() {
+  LimitsArg(const LimitsArg&) = delete;
+  LimitsArg& operator=(const LimitsArg&) = delete;
+  ~LimitsArg() {
     // By the bits: 0 and -0 are equal, yet not the same.
     if (tolerance_ != nullptr && BitsOf(limits_.tolerance) != BitsOf(before_)) {
       *tolerance_ = limits_.tolerance;
@@ -43,56 +44,64 @@ class GivenLimits {
   double before_ = 0;
 };
 
+/// The number bases as hosts see them. Errors are raised to the host, none is reported in a box.
+/// The optional arguments are passed by reference: a null pointer stands for the default, and the
+/// absolute value of the tolerance is written where the conversion comes to it and it is another,
+/// even if the call then fails.
+class CoBases final : public Coclass<CoBases, _clsBases, ::clsBases> {
+ public:
+  STDMETHODIMP ConvertBase(VARIANT number, long fromBase, long toBase, long* maxFractionDigits,
+                           double* tolerance, long* groupSize, VARIANT* result) override {
+    return RunFor(result, [&] {
+      const NumberArg value(number);
+      const FloatingPointScope ownEnvironment;
+      LimitsArg limits(maxFractionDigits, tolerance, groupSize);
+      DigitBuffer text;
+      const auto converted =
+          brindlex::ConvertBase(value, fromBase, toBase, limits.Get(), Reading(), text);
+      if (converted) {
+        result->dblVal = *converted;
+        result->vt = VT_R8;
+      } else {
+        result->bstrVal = NewBstr(text.View());
+        result->vt = VT_BSTR;
+      }
+    });
+  }
+
+  STDMETHODIMP ConvertDec2Base(VARIANT number, long base, long* maxFractionDigits,
+                               double* tolerance, long* groupSize, BSTR* result) override {
+    return RunFor(result, [&] {
+      const NumberArg value(number);
+      const FloatingPointScope ownEnvironment;
+      LimitsArg limits(maxFractionDigits, tolerance, groupSize);
+      DigitBuffer text;
+      brindlex::ConvertDec2Base(value, base, limits.Get(), Reading(), text);
+      *result = NewBstr(text.View());
+    });
+  }
+
+  STDMETHODIMP ConvertBase2Dec(BSTR text, long base, double* result) override {
+    return RunFor(result, [&] {
+      const FloatingPointScope ownEnvironment;
+      *result = brindlex::ConvertBase2Dec(ViewOf(text), base, Reading());
+    });
+  }
+
+  STDMETHODIMP ConvertDigit(long digit, long base, BSTR* result) override {
+    return RunFor(result, [&] { *result = NewBstr(brindlex::ConvertDigit(digit, base)); });
+  }
+
+  STDMETHODIMP DeconvertDigit(BSTR digitText, long base, long* result) override {
+    return RunFor(result, [&] {
+      const FloatingPointScope ownEnvironment;
+      *result = brindlex::DeconvertDigit(ViewOf(digitText), base, Reading());
+    });
+  }
+};
+
 }  // namespace
 
-STDMETHODIMP CoBases::ConvertBase(VARIANT number, long fromBase, long toBase,
-                                  long* maxFractionDigits, double* tolerance, long* groupSize,
-                                  VARIANT* result) {
-  return RunFor(result, [&] {
-    const GivenNumber given(number);
-    const FloatingPointScope ownEnvironment;
-    GivenLimits limits(maxFractionDigits, tolerance, groupSize);
-    DigitBuffer text;
-    const auto value =
-        brindlex::ConvertBase(given, fromBase, toBase, limits.Get(), Reading(), text);
-    if (value) {
-      result->dblVal = *value;
-      result->vt = VT_R8;
-    } else {
-      result->bstrVal = NewBstr(text.View());
-      result->vt = VT_BSTR;
-    }
-  });
-}
-
-STDMETHODIMP CoBases::ConvertDec2Base(VARIANT number, long base, long* maxFractionDigits,
-                                      double* tolerance, long* groupSize, BSTR* result) {
-  return RunFor(result, [&] {
-    const GivenNumber given(number);
-    const FloatingPointScope ownEnvironment;
-    GivenLimits limits(maxFractionDigits, tolerance, groupSize);
-    DigitBuffer text;
-    brindlex::ConvertDec2Base(given, base, limits.Get(), Reading(), text);
-    *result = NewBstr(text.View());
-  });
-}
-
-STDMETHODIMP CoBases::ConvertBase2Dec(BSTR text, long base, double* result) {
-  return RunFor(result, [&] {
-    const FloatingPointScope ownEnvironment;
-    *result = brindlex::ConvertBase2Dec(ViewOf(text), base, Reading());
-  });
-}
-
-STDMETHODIMP CoBases::ConvertDigit(long digit, long base, BSTR* result) {
-  return RunFor(result, [&] { *result = NewBstr(brindlex::ConvertDigit(digit, base)); });
-}
-
-STDMETHODIMP CoBases::DeconvertDigit(BSTR digitText, long base, long* result) {
-  return RunFor(result, [&] {
-    const FloatingPointScope ownEnvironment;
-    *result = brindlex::DeconvertDigit(ViewOf(digitText), base, Reading());
-  });
-}
+IDispatch* NewBases() { return new CoBases; }
 
 }  // namespace brindlex

@@ -3,10 +3,11 @@
 #include <limits>
 #include <utility>
 
-#include "platform/win32/automation/dispatch_family.h"
+#include "platform/win32/automation/dispatch_adapter.h"
 #include "platform/win32/automation/hresult.h"
+#include "server/classes/classes.h"
+#include "server/classes/the_platform.h"
 #include "server/com/counted_object.h"
-#include "server/com/the_platform.h"
 
 namespace brindlex {
 namespace {
@@ -222,5 +223,7 @@ CollectionRef CollectionOf(IDispatch* collection) {
 CollectionRef MakeCollection() {
   return std::make_shared<DirectCollection>(ComPtr<CoCollection>::Adopt(new CoCollection));
 }
+
+IDispatch* NewCollection() { return new CoCollection; }
 
 }  // namespace brindlex

@@ -1,105 +1,115 @@
-#include "server/classes/co_collection_save_restore.h"
-
+#include "persistence/collection_save_restore.h"
 #include "platform/win32/automation/bstr_builder.h"
+#include "server/Brindlex.h"
+#include "server/classes/arguments.h"
+#include "server/classes/classes.h"
 #include "server/classes/co_collection.h"
-#include "server/com/the_platform.h"
-#include "server/com/values.h"
+#include "server/classes/the_platform.h"
+#include "server/com/coclass.h"
 
 namespace brindlex {
-CoCollectionSaveRestore::CoCollectionSaveRestore() : operations_(ThePlatform()) {}
+namespace {
 
-STDMETHODIMP CoCollectionSaveRestore::GetMemberNamesLate(IDispatch* myObj,
-                                                         _clsCollection** result) {
-  return RunFor(result,
-                [&] { *result = HandedOut(operations_.GetMemberNamesLate(GivenObject(myObj))); });
-}
+/// Saving and restoring as hosts see it.
+class CoCollectionSaveRestore final
+    : public Coclass<CoCollectionSaveRestore, _clsCollectionSaveRestore,
+                     ::clsCollectionSaveRestore> {
+ public:
+  CoCollectionSaveRestore() : operations_(ThePlatform()) {}
 
-STDMETHODIMP CoCollectionSaveRestore::FieldNamesCollection(BSTR asDelimitedString,
-                                                           VARIANT recordEndMarker,
-                                                           VARIANT fieldEndMarker,
-                                                           _clsCollection** result) {
-  return RunFor(result, [&] {
-    *result = HandedOut(operations_.FieldNamesCollection(
-        ViewOf(asDelimitedString), GivenText(recordEndMarker), GivenText(fieldEndMarker)));
-  });
-}
+  STDMETHODIMP GetMemberNamesLate(IDispatch* myObj, _clsCollection** result) override {
+    return RunFor(result,
+                  [&] { *result = ToResult(operations_.GetMemberNamesLate(ObjectArg(myObj))); });
+  }
 
-STDMETHODIMP CoCollectionSaveRestore::ItemExists(IDispatch* myCol, BSTR myKey,
-                                                 VARIANT_BOOL* result) {
-  return RunFor(result, [&] {
-    const bool exists = clsCollectionSaveRestore::ItemExists(CollectionOf(myCol), ViewOf(myKey));
-    *result = exists ? VARIANT_TRUE : VARIANT_FALSE;
-  });
-}
+  STDMETHODIMP FieldNamesCollection(BSTR asDelimitedString, VARIANT recordEndMarker,
+                                    VARIANT fieldEndMarker, _clsCollection** result) override {
+    return RunFor(result, [&] {
+      *result = ToResult(operations_.FieldNamesCollection(
+          ViewOf(asDelimitedString), TextArg(recordEndMarker), TextArg(fieldEndMarker)));
+    });
+  }
 
-STDMETHODIMP CoCollectionSaveRestore::AsDelimitedToCollection(
-    BSTR savedInfo, IDispatch* createObject, VARIANT recordEndMarker, VARIANT fieldEndMarker,
-    VARIANT keyProperty, _clsCollection** result) {
-  return RunFor(result, [&] {
-    *result = HandedOut(operations_.AsDelimitedToCollection(
-        ViewOf(savedInfo), GivenObject(createObject), GivenText(recordEndMarker),
-        GivenText(fieldEndMarker), GivenText(keyProperty)));
-  });
-}
+  STDMETHODIMP ItemExists(IDispatch* myCol, BSTR myKey, VARIANT_BOOL* result) override {
+    return RunFor(result, [&] {
+      const bool exists = clsCollectionSaveRestore::ItemExists(CollectionOf(myCol), ViewOf(myKey));
+      *result = exists ? VARIANT_TRUE : VARIANT_FALSE;
+    });
+  }
 
-STDMETHODIMP CoCollectionSaveRestore::GetObjectFromString(BSTR inputString, IDispatch* objectSample,
-                                                          IDispatch** result) {
-  return RunFor(result, [&] {
-    *result =
-        HandedOut(operations_.GetObjectFromString(ViewOf(inputString), GivenObject(objectSample)));
-  });
-}
+  STDMETHODIMP AsDelimitedToCollection(BSTR savedInfo, IDispatch* createObject,
+                                       VARIANT recordEndMarker, VARIANT fieldEndMarker,
+                                       VARIANT keyProperty, _clsCollection** result) override {
+    return RunFor(result, [&] {
+      *result = ToResult(operations_.AsDelimitedToCollection(
+          ViewOf(savedInfo), ObjectArg(createObject), TextArg(recordEndMarker),
+          TextArg(fieldEndMarker), TextArg(keyProperty)));
+    });
+  }
 
-STDMETHODIMP CoCollectionSaveRestore::AsDelimitedFromObject(IDispatch* myObj, BSTR* result) {
-  return RunFor(result,
-                [&] { *result = NewBstr(operations_.AsDelimitedFromObject(GivenObject(myObj))); });
-}
+  STDMETHODIMP GetObjectFromString(BSTR inputString, IDispatch* objectSample,
+                                   IDispatch** result) override {
+    return RunFor(result, [&] {
+      *result =
+          ToResult(operations_.GetObjectFromString(ViewOf(inputString), ObjectArg(objectSample)));
+    });
+  }
 
-STDMETHODIMP CoCollectionSaveRestore::WorkingCol(BSTR collectionName, IDispatch* myCreator,
-                                                 VARIANT workingColKey, _clsCollection** result) {
-  return RunFor(result, [&] {
-    *result = HandedOut(operations_.WorkingCol(ViewOf(collectionName), GivenObject(myCreator),
-                                               GivenText(workingColKey)));
-  });
-}
+  STDMETHODIMP AsDelimitedFromObject(IDispatch* myObj, BSTR* result) override {
+    return RunFor(result,
+                  [&] { *result = NewBstr(operations_.AsDelimitedFromObject(ObjectArg(myObj))); });
+  }
 
-STDMETHODIMP CoCollectionSaveRestore::MultiDataColString(IDispatch** newCol, BSTR* name,
-                                                         BSTR* result) {
-  if (newCol == nullptr || name == nullptr) return E_POINTER;
-  return RunFor(result, [&] {
-    // The host may change its variable while the call runs.
-    const Text ownName(ViewOf(*name));
-    *result = NewBstr(operations_.MultiDataColString(CollectionOf(*newCol), ownName));
-  });
-}
+  STDMETHODIMP WorkingCol(BSTR collectionName, IDispatch* myCreator, VARIANT workingColKey,
+                          _clsCollection** result) override {
+    return RunFor(result, [&] {
+      *result = ToResult(operations_.WorkingCol(ViewOf(collectionName), ObjectArg(myCreator),
+                                                TextArg(workingColKey)));
+    });
+  }
 
-STDMETHODIMP CoCollectionSaveRestore::AsDelimitedFromCollection(IDispatch* myObjects,
-                                                                VARIANT recordEndMarker,
-                                                                VARIANT fieldEndMarker,
-                                                                VARIANT /*collectionName*/,
-                                                                BSTR* result) {
-  return RunFor(result, [&] {
-    BstrBuilder text;
-    operations_.AsDelimitedFromCollection(CollectionOf(myObjects), GivenText(recordEndMarker),
-                                          GivenText(fieldEndMarker), text);
-    *result = text.Detach();
-  });
-}
+  STDMETHODIMP MultiDataColString(IDispatch** newCol, BSTR* name, BSTR* result) override {
+    if (newCol == nullptr || name == nullptr) return E_POINTER;
+    return RunFor(result, [&] {
+      // The host may change its variable while the call runs.
+      const Text ownName(ViewOf(*name));
+      *result = NewBstr(operations_.MultiDataColString(CollectionOf(*newCol), ownName));
+    });
+  }
 
-STDMETHODIMP CoCollectionSaveRestore::get_MultiDataString(BSTR* result) {
-  return RunFor(result, [&] { *result = NewBstr(operations_.MultiDataString()); });
-}
+  STDMETHODIMP AsDelimitedFromCollection(IDispatch* myObjects, VARIANT recordEndMarker,
+                                         VARIANT fieldEndMarker, VARIANT /*collectionName*/,
+                                         BSTR* result) override {
+    return RunFor(result, [&] {
+      BstrBuilder text;
+      operations_.AsDelimitedFromCollection(CollectionOf(myObjects), TextArg(recordEndMarker),
+                                            TextArg(fieldEndMarker), text);
+      *result = text.Detach();
+    });
+  }
 
-STDMETHODIMP CoCollectionSaveRestore::put_MultiDataString(BSTR value) {
-  return Run([&] { operations_.SetMultiDataString(ViewOf(value)); });
-}
+  STDMETHODIMP get_MultiDataString(BSTR* result) override {
+    return RunFor(result, [&] { *result = NewBstr(operations_.MultiDataString()); });
+  }
 
-STDMETHODIMP CoCollectionSaveRestore::get_RefuseMarkers(VARIANT_BOOL* result) {
-  return RunFor(result, [&] { *result = FlagOf(operations_.RefuseMarkers()); });
-}
+  STDMETHODIMP put_MultiDataString(BSTR value) override {
+    return Run([&] { operations_.SetMultiDataString(ViewOf(value)); });
+  }
 
-STDMETHODIMP CoCollectionSaveRestore::put_RefuseMarkers(VARIANT_BOOL value) {
-  return Run([&] { operations_.SetRefuseMarkers(value != VARIANT_FALSE); });
-}
+  STDMETHODIMP get_RefuseMarkers(VARIANT_BOOL* result) override {
+    return RunFor(result, [&] { *result = ToVariantBool(operations_.RefuseMarkers()); });
+  }
+
+  STDMETHODIMP put_RefuseMarkers(VARIANT_BOOL value) override {
+    return Run([&] { operations_.SetRefuseMarkers(value != VARIANT_FALSE); });
+  }
+
+ private:
+  clsCollectionSaveRestore operations_;
+};
+
+}  // namespace
+
+IDispatch* NewCollectionSaveRestore() { return new CoCollectionSaveRestore; }
 
 }  // namespace brindlex

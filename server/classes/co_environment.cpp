@@ -1,44 +1,56 @@
-#include "server/classes/co_environment.h"
-
 #include "environment/mod_get_os.h"
 #include "environment/mod_system_folders.h"
-#include "server/com/the_platform.h"
-#include "server/com/thread_state.h"
-#include "server/com/values.h"
+#include "server/Brindlex.h"
+#include "server/classes/arguments.h"
+#include "server/classes/classes.h"
+#include "server/classes/the_platform.h"
+#include "server/classes/thread_state.h"
+#include "server/com/coclass.h"
 
 namespace brindlex {
-STDMETHODIMP CoEnvironment::GetOsName(BSTR* result) {
-  return RunFor(result, [&] { *result = NewBstr(brindlex::GetOsName(ThePlatform())); });
-}
+namespace {
 
-STDMETHODIMP CoEnvironment::IsWindowsVista(VARIANT_BOOL* result) {
-  return RunFor(result, [&] { *result = FlagOf(brindlex::IsWindowsVista(ThePlatform())); });
-}
+/// The probes of the system as hosts see them.
+class CoEnvironment final : public Coclass<CoEnvironment, _clsEnvironment, ::clsEnvironment> {
+ public:
+  STDMETHODIMP GetOsName(BSTR* result) override {
+    return RunFor(result, [&] { *result = NewBstr(brindlex::GetOsName(ThePlatform())); });
+  }
 
-STDMETHODIMP CoEnvironment::FindSystemFolder(long csidl, BSTR* result) {
-  return RunFor(result,
-                [&] { *result = NewBstr(brindlex::FindSystemFolder(ThePlatform(), csidl)); });
-}
+  STDMETHODIMP IsWindowsVista(VARIANT_BOOL* result) override {
+    return RunFor(result,
+                  [&] { *result = ToVariantBool(brindlex::IsWindowsVista(ThePlatform())); });
+  }
 
-STDMETHODIMP CoEnvironment::get_ReportListener(IDispatch** result) {
-  return RunFor(result, [&] {
-    const auto state = CurrentThreadState();
-    if (state == nullptr || state->listener == nullptr) return;
-    *result = ComPtr<IDispatch>(state->listener->Object()).Detach();
-  });
-}
+  STDMETHODIMP FindSystemFolder(long csidl, BSTR* result) override {
+    return RunFor(result,
+                  [&] { *result = NewBstr(brindlex::FindSystemFolder(ThePlatform(), csidl)); });
+  }
 
-STDMETHODIMP CoEnvironment::putref_ReportListener(IDispatch* value) {
-  return Run([&] {
-    const auto state = value == nullptr ? CurrentThreadState() : EnsureThreadState();
-    if (state == nullptr) return;
-    // The one that was there goes last: its end may call in again.
-    auto listener =
-        value == nullptr ? nullptr : std::make_shared<DispatchListener>(ComPtr<IDispatch>(value));
-    std::swap(state->listener, listener);
-    listener = nullptr;
-    ForgetEmptyThreadState();
-  });
-}
+  STDMETHODIMP get_ReportListener(IDispatch** result) override {
+    return RunFor(result, [&] {
+      const auto state = CurrentThreadState();
+      if (state == nullptr || state->listener == nullptr) return;
+      *result = ComPtr<IDispatch>(state->listener->Object()).Detach();
+    });
+  }
+
+  STDMETHODIMP putref_ReportListener(IDispatch* value) override {
+    return Run([&] {
+      const auto state = value == nullptr ? CurrentThreadState() : EnsureThreadState();
+      if (state == nullptr) return;
+      // The one that was there goes last: its end may call in again.
+      auto listener =
+          value == nullptr ? nullptr : std::make_shared<DispatchListener>(ComPtr<IDispatch>(value));
+      std::swap(state->listener, listener);
+      listener = nullptr;
+      ForgetEmptyThreadState();
+    });
+  }
+};
+
+}  // namespace
+
+IDispatch* NewEnvironment() { return new CoEnvironment; }
 
 }  // namespace brindlex

@@ -1,4 +1,4 @@
-#include "server/com/given_number.h"
+#include "server/classes/number_arg.h"
 
 #include "automation/runtime_error.h"
 #include "platform/win32/automation/hresult.h"
@@ -6,7 +6,7 @@
 
 namespace brindlex {
 
-GivenNumber::GivenNumber(const VARIANT& argument) {
+NumberArg::NumberArg(const VARIANT& argument) {
   const VARIANT& value = Dereferenced(argument);
   const auto type = static_cast<VARTYPE>(value.vt & ~VT_BYREF);
   if (type == VT_DISPATCH || type == VT_UNKNOWN) {
@@ -20,7 +20,7 @@ GivenNumber::GivenNumber(const VARIANT& argument) {
   }
 }
 
-void GivenNumber::Read(const VARIANT& value) {
+void NumberArg::Read(const VARIANT& value) {
   switch (value.vt) {
     case VT_EMPTY:
       number_ = std::monostate();
@@ -68,7 +68,7 @@ void GivenNumber::Read(const VARIANT& value) {
   }
 }
 
-void GivenNumber::ReadWritten(const VARIANT& value) {
+void NumberArg::ReadWritten(const VARIANT& value) {
   Variant number;
   Check(ChangeType(number.Get(), value, 0, VT_R8));
   Variant text;

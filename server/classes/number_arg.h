@@ -11,9 +11,9 @@ namespace brindlex {
 /// reference, an object as its default property yields. Throws what an object without one is worth
 /// (91 for Nothing, 438), or what its property raises; a null (94) and what is neither number nor
 /// text (13) fail only when their value is asked for. Text is borrowed from the argument.
-class GivenNumber {
+class NumberArg {
  public:
-  explicit GivenNumber(const VARIANT& argument);
+  explicit NumberArg(const VARIANT& argument);
   operator const Number&() const { return number_; }  // NOLINT: stands for its number
 
  private:

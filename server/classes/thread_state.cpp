@@ -1,4 +1,4 @@
-#include "server/com/thread_state.h"
+#include "server/classes/thread_state.h"
 
 #include <windows.h>
 

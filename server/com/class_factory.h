@@ -1,6 +1,6 @@
 #pragma once
 
-#include <unknwn.h>
+#include <oaidl.h>
 
 #include <span>
 
@@ -13,14 +13,12 @@ struct ClassDescription {
   /// The class's name; its ProgIDs are "Brindlex.<name>" and "Brindlex.<name>.1".
   const wchar_t* name;
   /// Makes an object with one reference. Throws std::bad_alloc.
-  IUnknown* (*create)();
+  IDispatch* (*create)();
 };
 
-/// All creatable classes, in the order of the type library.
-std::span<const ClassDescription> Classes();
-
-/// The class factory of the class `classId`, as the interface `interfaceId`.
-/// CLASS_E_CLASSNOTAVAILABLE for a class that is not ours.
-HRESULT GetClassFactory(REFCLSID classId, REFIID interfaceId, void** result) noexcept;
+/// The class factory of the class `classId` among `classes`, as the interface `interfaceId`.
+/// CLASS_E_CLASSNOTAVAILABLE if the class is not among them. `classes` must outlive the factory.
+HRESULT GetClassFactory(std::span<const ClassDescription> classes, REFCLSID classId,
+                        REFIID interfaceId, void** result) noexcept;
 
 }  // namespace brindlex

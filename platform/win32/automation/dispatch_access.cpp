@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "automation/runtime_error.h"
-#include "platform/win32/automation/dispatch_family.h"
+#include "platform/win32/automation/dispatch_adapter.h"
 #include "platform/win32/automation/hresult.h"
 #include "platform/win32/automation/late_binding.h"
 #include "platform/win32/automation/record_texts.h"
@@ -102,7 +102,7 @@ class OwnClass {
 
 class DispatchAccess : public MemberAccess {
  public:
-  DispatchAccess(const DispatchFamily& family, std::vector<Text> names)
+  DispatchAccess(const DispatchAdapter& family, std::vector<Text> names)
       : MemberAccess(std::move(names)), family_(family) {
     for (const Text& name : Names()) names_.emplace_back(name);
   }
@@ -188,7 +188,7 @@ class DispatchAccess : public MemberAccess {
     brindlex::Let(way.object, IdOf(way, member), text.Get(), locale_);
   }
 
-  const DispatchFamily& family_;
+  const DispatchAdapter& family_;
   std::vector<Bstr> names_;
   const LCID locale_ = GetUserDefaultLCID();
   bool isLearnt_ = false;
@@ -199,7 +199,7 @@ class DispatchAccess : public MemberAccess {
 
 }  // namespace
 
-std::unique_ptr<MemberAccess> MakeDispatchAccess(const DispatchFamily& family,
+std::unique_ptr<MemberAccess> MakeDispatchAccess(const DispatchAdapter& family,
                                                  std::vector<Text> names) {
   return std::make_unique<DispatchAccess>(family, std::move(names));
 }

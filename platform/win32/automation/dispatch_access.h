@@ -11,7 +11,7 @@
 
 namespace brindlex {
 
-class DispatchFamily;
+class DispatchAdapter;
 
 /// Access to the members `names` of objects of `family`, which must outlive it, in the quickest way
 /// that is safe for each object:
@@ -21,7 +21,7 @@ class DispatchFamily;
 ///   it lists, provided that the first object itself uses the same ids;
 /// - every other object is asked for the id of every name anew: objects that look alike, even with
 ///   one vtable, may give one name different ids.
-std::unique_ptr<MemberAccess> MakeDispatchAccess(const DispatchFamily& family,
+std::unique_ptr<MemberAccess> MakeDispatchAccess(const DispatchAdapter& family,
                                                  std::vector<Text> names);
 
 /// The object that the member `name` of `object` yields; null for Nothing. Errors as

@@ -20,10 +20,10 @@ using CollectionAdapter = CollectionRef (*)(IDispatch* object);
 
 /// The family of all objects that are reached through IDispatch: the host's own, and the
 /// component's as a host sees them.
-class DispatchFamily : public ObjectFamily {
+class DispatchAdapter : public ObjectFamily {
  public:
   /// Without `adapt`, every collection is used through IDispatch.
-  explicit DispatchFamily(CollectionMaker makeCollection, CollectionAdapter adapt = nullptr)
+  explicit DispatchAdapter(CollectionMaker makeCollection, CollectionAdapter adapt = nullptr)
       : makeCollection_(makeCollection), adapt_(adapt) {}
 
   /// `object` as an object of this family; Nothing for null.
@@ -47,7 +47,7 @@ class DispatchFamily : public ObjectFamily {
 class DispatchCollection : public Collection {
  public:
   /// `family` must outlive the collection and what it yields.
-  DispatchCollection(const DispatchFamily& family, ComPtr<IDispatch> object)
+  DispatchCollection(const DispatchAdapter& family, ComPtr<IDispatch> object)
       : family_(family), object_(std::move(object)) {}
 
   std::int32_t Count() const override;
@@ -61,10 +61,10 @@ class DispatchCollection : public Collection {
   bool IsOwn() const override { return false; }
 
  protected:
-  const DispatchFamily& Family() const { return family_; }
+  const DispatchAdapter& Family() const { return family_; }
 
  private:
-  const DispatchFamily& family_;
+  const DispatchAdapter& family_;
   ComPtr<IDispatch> object_;
 };
 

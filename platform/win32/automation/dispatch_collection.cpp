@@ -1,7 +1,7 @@
 #include <utility>
 
 #include "automation/runtime_error.h"
-#include "platform/win32/automation/dispatch_family.h"
+#include "platform/win32/automation/dispatch_adapter.h"
 #include "platform/win32/automation/hresult.h"
 #include "platform/win32/automation/late_binding.h"
 #include "platform/win32/automation/variant.h"
@@ -19,7 +19,7 @@ constexpr IID kDictionary = {
 /// The entries that Next yields, as the host has them.
 class VariantWalk : public Enumerator {
  public:
-  explicit VariantWalk(const DispatchFamily& family) : family_(family) {}
+  explicit VariantWalk(const DispatchAdapter& family) : family_(family) {}
 
   bool NextObject(Object& entry) override {
     if (!Next(current_)) return false;
@@ -36,13 +36,13 @@ class VariantWalk : public Enumerator {
  private:
   virtual bool Next(Variant& entry) = 0;
 
-  const DispatchFamily& family_;
+  const DispatchAdapter& family_;
   Variant current_;
 };
 
 class EnumeratedWalk : public VariantWalk {
  public:
-  EnumeratedWalk(const DispatchFamily& family, ComPtr<IEnumVARIANT> entries)
+  EnumeratedWalk(const DispatchAdapter& family, ComPtr<IEnumVARIANT> entries)
       : VariantWalk(family), entries_(std::move(entries)) {}
 
  private:
@@ -70,7 +70,7 @@ Variant ItemOf(IDispatch& collection, VARIANT& index) {
 /// For a collection without an enumerator: positions from 1 to the count at the start.
 class PositionWalk : public VariantWalk {
  public:
-  PositionWalk(const DispatchFamily& family, ComPtr<IDispatch> collection, std::int32_t count)
+  PositionWalk(const DispatchAdapter& family, ComPtr<IDispatch> collection, std::int32_t count)
       : VariantWalk(family), collection_(std::move(collection)), count_(count) {}
 
  private:

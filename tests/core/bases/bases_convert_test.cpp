@@ -7,7 +7,7 @@
 #include <string>
 #include <utility>
 
-#include "automation/portable_number_text.h"
+#include "platform/portable_number_text.h"
 #include "bases/bases.h"
 #include "bases/digit_buffer.h"
 #include "tests/core/bases/naive_bases.h"

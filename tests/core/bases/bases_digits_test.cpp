@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <limits>
 
-#include "automation/portable_number_text.h"
+#include "platform/portable_number_text.h"
 #include "tests/core/bases/naive_bases.h"
 
 namespace brindlex {

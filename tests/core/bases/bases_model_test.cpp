@@ -7,7 +7,7 @@
 #include <limits>
 #include <vector>
 
-#include "automation/portable_number_text.h"
+#include "platform/portable_number_text.h"
 #include "bases/bases.h"
 #include "tests/core/bases/naive_bases.h"
 #include "tests/core/bases/number_source.h"
