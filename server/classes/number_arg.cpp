@@ -5,6 +5,25 @@
 #include "platform/win32/automation/late_binding.h"
 
 namespace brindlex {
+namespace {
+
+/// The whole number in `value`, of a type that 32 bits with a sign can hold.
+std::int32_t WholeIn(const VARIANT& value) {
+  switch (value.vt) {
+    case VT_I1:
+      return static_cast<signed char>(value.cVal);
+    case VT_UI1:
+      return value.bVal;
+    case VT_I2:
+      return value.iVal;
+    case VT_UI2:
+      return value.uiVal;
+    default:
+      return value.lVal;
+  }
+}
+
+}  // namespace
 
 NumberArg::NumberArg(const VARIANT& argument) {
   const VARIANT& value = Dereferenced(argument);
@@ -29,20 +48,12 @@ void NumberArg::Read(const VARIANT& value) {
       number_ = value.boolVal != VARIANT_FALSE;
       break;
     case VT_I1:
-      number_ = std::int32_t{static_cast<signed char>(value.cVal)};
-      break;
     case VT_UI1:
-      number_ = std::int32_t{value.bVal};
-      break;
     case VT_I2:
-      number_ = std::int32_t{value.iVal};
-      break;
     case VT_UI2:
-      number_ = std::int32_t{value.uiVal};
-      break;
     case VT_I4:
     case VT_INT:
-      number_ = std::int32_t{value.lVal};
+      number_ = WholeIn(value);
       break;
     case VT_R8:
       number_ = value.dblVal;
