@@ -32,8 +32,8 @@ class MemberAccess {
   /// `text` is then as it was.
   virtual void AppendText(const Object& object, std::size_t member, TextBuilder& text) = 0;
 
-  /// Appends the values of all members, in the order of the names, with `end` behind each, as
-  /// AppendText has it. `reading` is the index of the member that is being read, when this throws.
+  /// Appends the values of all members, in the order of the names, each followed by `end`, as
+  /// AppendText does. `reading` is the index of the member that is being read, when this throws.
   virtual void AppendTexts(const Object& object, TextView end, TextBuilder& text,
                            std::size_t& reading);
 
@@ -41,8 +41,8 @@ class MemberAccess {
   /// when the object lacks it or cannot set it, or the setter's own error.
   virtual void LetText(const Object& object, std::size_t member, TextView value) = 0;
 
-  /// Hands `values`, one for each name, to the members in the order of the names, as LetText has
-  /// it. A blank name is passed over.
+  /// Hands `values`, one for each name, to the members in the order of the names, as LetText
+  /// does. A blank name is skipped.
   virtual void LetTexts(const Object& object, const FieldViews& values);
 
   /// The object that the member with index `member` yields, as ObjectFamily::CallForObject has it.

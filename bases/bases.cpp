@@ -39,7 +39,7 @@ const Numerals& NumeralsOf(std::int32_t base) {
   return index == kNoBaseTable ? kNone : kNumerals[index];
 }
 
-/// What a text has been read as, so far.
+/// Reads the text of a number.
 class NumberReader {
  public:
   NumberReader(std::int32_t base, const NumberText& reading)
@@ -54,13 +54,13 @@ class NumberReader {
     for (std::size_t at = 0; at < text.size();) {
       const char16_t unit = text[at];
       if (unit == u'.') {
-        PassPoint();
+        ReadPoint();
         ++at;
       } else if (unit == u'-') {
-        PassMinus();
+        ReadMinus();
         ++at;
       } else {
-        PassDigit(DigitOf(text.substr(at, width)));
+        AddDigit(DigitOf(text.substr(at, width)));
         at += width;
       }
     }
@@ -92,17 +92,17 @@ class NumberReader {
     return digit < base_ ? digit : kNoNumeral;
   }
 
-  void PassPoint() {
+  void ReadPoint() {
     if (divisor_ != 0) Raise(u"ConvertBase2Dec", u"More than one decimal point");
     divisor_ = 1;
   }
 
-  void PassMinus() {
+  void ReadMinus() {
     if (value_ != 0 || divisor_ != 0) Raise(u"ConvertBase2Dec", u"Invalid negation");
     sign_ = -sign_;
   }
 
-  void PassDigit(std::int32_t digit) {
+  void AddDigit(std::int32_t digit) {
     value_ = factor_ * value_ + digit;
     if (std::abs(value_) > std::numeric_limits<double>::max()) RaiseOverflow();
     const std::int64_t divisor = std::int64_t{divisor_} * base_;
@@ -118,7 +118,7 @@ class NumberReader {
   const Numerals& numerals_;
   const NumberText& reading_;
   double value_ = 0;
-  /// 0 before the point, then the base to the number of digits behind it.
+  /// 0 before the point, then the base to the number of digits after it.
   std::int32_t divisor_ = 0;
   std::int32_t sign_ = 1;
 };

@@ -22,7 +22,7 @@ using CurrentLine = std::int32_t;
 /// 0, line 0 and `description`.
 [[noreturn]] void GoToHandler(Text description);
 
-/// The exception being handled, as the pending error of a procedure that stood at `line`. To be
+/// The exception being handled, as the pending error of a procedure that was at `line`. To be
 /// called inside a catch clause only; throws std::bad_alloc when its texts cannot be allocated.
 PendingError CatchPending(CurrentLine line);
 

@@ -8,8 +8,8 @@
 
 namespace brindlex {
 
-/// What the user is told about a failure: the caption and the text of one message box, which say it
-/// all, and once more by itself what a program may want to know.
+/// The report of a failure: the caption and the text of one message box, which are complete in
+/// themselves, and separately the values that a program may want to know.
 struct Report {
   /// One OK button and the exclamation icon.
   static constexpr std::uint32_t kStyle = 48;

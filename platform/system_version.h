@@ -21,7 +21,8 @@ class SystemVersion {
   SystemVersion& operator=(const SystemVersion&) = delete;
   virtual ~SystemVersion() = default;
 
-  /// What the system says about its release; zeros where it says nothing. May throw RuntimeError.
+  /// The system's description of its release; zeros where the system has none. May throw
+  /// RuntimeError.
   virtual VersionRecord GetVersionRecord() = 0;
 };
 

@@ -16,7 +16,7 @@ constexpr wchar_t kClassesRoot[] = L"Software\\Classes";
 
 using KeyOperation = HRESULT (*)(const ClassesRoot& root, std::span<const RegistryKey> keys);
 
-/// An opened classes root; the status says whether it could be opened.
+/// An open classes root, if Status() is a success.
 class OpenRoot {
  public:
   OpenRoot(HKEY owner, REGSAM view)

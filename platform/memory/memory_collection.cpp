@@ -30,10 +30,10 @@ void Announce(const MemoryCollection& collection, Use use) {
   if (onUse) onUse(use);
 }
 
-/// Counts positions, so that it walks on over whatever the collection holds by then.
-class Walk : public Enumerator {
+/// Counts positions, so that it goes on over whatever the collection holds by then.
+class PositionEnumerator : public Enumerator {
  public:
-  Walk(const MemoryFamily& family, Object self)
+  PositionEnumerator(const MemoryFamily& family, Object self)
       : self_(std::move(self)), collection_(family.In<MemoryCollection>(self_)) {}
 
   bool NextObject(Object& entry) override { return Next(entry, TakenObject); }
@@ -66,7 +66,7 @@ class View : public Collection {
 
   std::unique_ptr<Enumerator> Enumerate() const override {
     Announce(collection_, Use::kEnumerate);
-    return std::make_unique<Walk>(family_, self_);
+    return std::make_unique<PositionEnumerator>(family_, self_);
   }
 
   Text TextUnder(TextView key) const override { return TakenText(Under(key)); }

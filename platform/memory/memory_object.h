@@ -39,7 +39,7 @@ class MemoryObject {
 };
 
 /// The late binding of objects in memory. It knows how many of its objects are alive, so that a
-/// test can see that none is left behind; it must outlive them.
+/// test can see that none leaks; it must outlive them.
 class MemoryFamily : public ObjectFamily {
  public:
   void AddRef(void* object) const noexcept override;
@@ -52,14 +52,14 @@ class MemoryFamily : public ObjectFamily {
   /// A MemoryCollection.
   CollectionRef NewCollection() const override;
 
-  /// A new object of class `T`, which is given the family and then `arguments`.
+  /// A new object of class `T`, constructed from the family and then `arguments`.
   template <class T, class... Arguments>
   Object New(Arguments&&... arguments) const {
     MemoryObject* const made = new T(*this, std::forward<Arguments>(arguments)...);
     return {*this, made};
   }
 
-  /// The object behind a reference that New gave out for class `T`; another class is
+  /// The object of a reference that New returned for class `T`; another class is
   /// std::bad_cast, another family error 430.
   template <class T>
   T& In(const Object& object) const {
@@ -101,7 +101,7 @@ struct Member {
 };
 
 /// What a member that is asked for a list of names answers: a collection, no collection, or an
-/// error. An empty function stands for an object without that member.
+/// error. An empty function means an object without that member.
 using ListSource = std::function<CollectionRef()>;
 
 /// A list of names, each its own key, made anew at each call. `family` must outlive the result.
@@ -120,7 +120,7 @@ struct RecordClass {
   ListSource membersCol{};
   /// The names that the type information lists; without it, asking is error 438.
   std::optional<std::vector<Text>> typeInformation{};
-  /// As in the script engines that tell Name from name.
+  /// As in script engines that distinguish letter case.
   bool caseSensitive = false;
   /// Runs before each use of a record's member and may do anything, failing included.
   std::function<void(Use use, TextView member)> onUse{};

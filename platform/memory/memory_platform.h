@@ -31,7 +31,7 @@ class MemoryPlatform : public Platform {
 
   std::string InCodePage(TextView text) override;
 
-  /// Over `disk`; the new file is `path` with ".~saving" behind it.
+  /// Over `disk`; the temporary file is `path` followed by ".~saving".
   std::unique_ptr<FileReplacement> NewFileReplacement(TextView path) override;
 
   /// The objects of the host, the collections of this platform included.
@@ -40,7 +40,7 @@ class MemoryPlatform : public Platform {
   /// Every report that was shown in a box, in order.
   std::vector<Report> reports;
 
-  /// Who is told in place of that.
+  /// Who receives reports instead.
   std::shared_ptr<ReportListener> listener;
 
   /// Whether a box would be seen, and the reports that went to the error channel.

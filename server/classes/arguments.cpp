@@ -14,9 +14,9 @@ TextArg::TextArg(const VARIANT& argument) {
   if (IsMissing(argument) || Dereferenced(argument).vt == VT_EMPTY) return;
   try {
     text_ = TextOf(argument);
-    given_ = text_;
+    read_ = text_;
   } catch (const RuntimeError& error) {
-    given_ = OptionalText::Unreadable(error);
+    read_ = OptionalText::ConversionFailed(error);
   }
 }
 

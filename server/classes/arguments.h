@@ -10,7 +10,7 @@
 
 namespace brindlex {
 
-/// `object` as the operations take it; null is Nothing.
+/// An argument as the operations take it; null is Nothing.
 Object ObjectArg(IDispatch* object);
 
 /// An optional text argument, read when it is made: omitted when it is the missing marker or Empty,
@@ -18,17 +18,18 @@ Object ObjectArg(IDispatch* object);
 class TextArg {
  public:
   explicit TextArg(const VARIANT& argument);
-  operator const OptionalText&() const { return given_; }  // NOLINT: stands for its text
+  operator const OptionalText&() const { return read_; }  // NOLINT: converts to its text
 
  private:
   Text text_;
-  OptionalText given_;
+  OptionalText read_;
 };
 
-/// `flag` as hosts test for it.
+/// `flag` as automation has it.
 inline VARIANT_BOOL ToVariantBool(bool flag) { return flag ? VARIANT_TRUE : VARIANT_FALSE; }
 
-/// Results, for the host to release.
+/// Results, which the host releases: null for Nothing and for no collection. The second throws the
+/// error of E_NOINTERFACE for a collection of another class.
 IDispatch* ToResult(const Object& object);
 _clsCollection* ToResult(const CollectionRef& collection);
 

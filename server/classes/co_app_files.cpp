@@ -18,8 +18,8 @@ void Assign(TextView text, BSTR& variable) {
   variable = made;
 }
 
-/// The settings folders and the text files as hosts see them. What the host hands over belongs to
-/// the thread, not to the object.
+/// The settings folders and the text files as hosts see them. What the host passes to StartUp
+/// belongs to the thread, not to the object.
 class CoAppFiles final : public Coclass<CoAppFiles, _clsAppFiles, ::clsAppFiles> {
  public:
   STDMETHODIMP StartUp(IDispatch* hostObject, BSTR appFolderName, BSTR companyFolderName) override {

@@ -45,7 +45,7 @@ class LimitsArg {
 };
 
 /// The number bases as hosts see them. Errors are raised to the host, none is reported in a box.
-/// The optional arguments are passed by reference: a null pointer stands for the default, and the
+/// The optional arguments are passed by reference: a null pointer means the default, and the
 /// absolute value of the tolerance is written where the conversion comes to it and it is another,
 /// even if the call then fails.
 class CoBases final : public Coclass<CoBases, _clsBases, ::clsBases> {

@@ -72,10 +72,10 @@ void NumberArg::Read(const VARIANT& value) {
       ReadWritten(value);
       break;
     case VT_NULL:
-      number_ = Unreadable{RuntimeError(error_number::kInvalidUseOfNull)};
+      number_ = ConversionFailed{RuntimeError(error_number::kInvalidUseOfNull)};
       break;
     default:
-      number_ = Unreadable{RuntimeError(error_number::kTypeMismatch)};
+      number_ = ConversionFailed{RuntimeError(error_number::kTypeMismatch)};
   }
 }
 

@@ -82,7 +82,7 @@ class OwnClass {
   bool IsKnown() const { return table_ != nullptr; }
 
   /// The texts of `object`, valid as long as it; null when it is of another class. Objects with one
-  /// table of virtual functions are of one class, whose parts lie at the same places.
+  /// table of virtual functions are of one class, whose parts have the same offsets.
   IRecordTexts* TextsOf(IDispatch& object) const {
     if (TableOf(object) != table_) return nullptr;
     return reinterpret_cast<IRecordTexts*>(reinterpret_cast<std::byte*>(&object) + distance_);

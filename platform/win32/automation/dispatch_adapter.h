@@ -14,8 +14,8 @@ namespace brindlex {
 /// Makes the collections that the host receives.
 using CollectionMaker = CollectionRef (*)();
 
-/// The collection that an object, which is not null, stands for: one of the component's own
-/// directly, any other through IDispatch.
+/// The collection that `object`, which is not null, is: one of the component's own directly, any
+/// other through IDispatch.
 using CollectionAdapter = CollectionRef (*)(IDispatch* object);
 
 /// The family of all objects that are reached through IDispatch: the host's own, and the

@@ -17,9 +17,9 @@ constexpr IID kDictionary = {
     0x42C642C1, 0x97E1, 0x11CF, {0x97, 0x8F, 0x00, 0xA0, 0x24, 0x63, 0xE0, 0x6F}};
 
 /// The entries that Next yields, as the host has them.
-class VariantWalk : public Enumerator {
+class VariantEnumerator : public Enumerator {
  public:
-  explicit VariantWalk(const DispatchAdapter& family) : family_(family) {}
+  explicit VariantEnumerator(const DispatchAdapter& family) : family_(family) {}
 
   bool NextObject(Object& entry) override {
     if (!Next(current_)) return false;
@@ -40,14 +40,14 @@ class VariantWalk : public Enumerator {
   Variant current_;
 };
 
-class EnumeratedWalk : public VariantWalk {
+class NewEnumEnumerator : public VariantEnumerator {
  public:
-  EnumeratedWalk(const DispatchAdapter& family, ComPtr<IEnumVARIANT> entries)
-      : VariantWalk(family), entries_(std::move(entries)) {}
+  NewEnumEnumerator(const DispatchAdapter& family, ComPtr<IEnumVARIANT> entries)
+      : VariantEnumerator(family), entries_(std::move(entries)) {}
 
  private:
   bool Next(Variant& entry) override {
-    // Some enumerators do not say how many they fetched, and some not that they are at their end.
+    // Some enumerators do not set how many they fetched, and some do not report their end.
     ULONG fetched = 1;
     const HRESULT status = entries_->Next(1, entry.Receive(), &fetched);
     CheckHost(status);
@@ -68,10 +68,11 @@ Variant ItemOf(IDispatch& collection, VARIANT& index) {
 }
 
 /// For a collection without an enumerator: positions from 1 to the count at the start.
-class PositionWalk : public VariantWalk {
+class PositionEnumerator : public VariantEnumerator {
  public:
-  PositionWalk(const DispatchAdapter& family, ComPtr<IDispatch> collection, std::int32_t count)
-      : VariantWalk(family), collection_(std::move(collection)), count_(count) {}
+  PositionEnumerator(const DispatchAdapter& family, ComPtr<IDispatch> collection,
+                     std::int32_t count)
+      : VariantEnumerator(family), collection_(std::move(collection)), count_(count) {}
 
  private:
   bool Next(Variant& entry) override {
@@ -128,9 +129,9 @@ std::int32_t DispatchCollection::Count() const {
 
 std::unique_ptr<Enumerator> DispatchCollection::Enumerate() const {
   if (auto entries = EnumeratorOf(*object_.Get())) {
-    return std::make_unique<EnumeratedWalk>(family_, std::move(entries));
+    return std::make_unique<NewEnumEnumerator>(family_, std::move(entries));
   }
-  return std::make_unique<PositionWalk>(family_, object_, Count());
+  return std::make_unique<PositionEnumerator>(family_, object_, Count());
 }
 
 Text DispatchCollection::TextUnder(TextView key) const {

@@ -67,9 +67,9 @@ std::vector<Text> NamesFromService(IDispatch& service, IDispatch& object) {
       ObjectMemberOf(service, u"InterfaceInfoFromObject", {&argument.Get(), 1});
   auto members = ObjectMemberOf(*interfaceInfo.Get(), u"Members");
   const DispatchAdapter family(nullptr);
-  const auto walk = DispatchCollection(family, std::move(members)).Enumerate();
+  const auto enumerator = DispatchCollection(family, std::move(members)).Enumerate();
   DistinctNames names;
-  for (Object entry; walk->NextObject(entry);) {
+  for (Object entry; enumerator->NextObject(entry);) {
     IDispatch& member = *static_cast<IDispatch*>(entry.Self(family));
     const Text name = TextOf(MemberOf(member, u"Name").Get());
     if (WholeNumberOf(MemberOf(member, u"InvokeKind").Get()) == INVOKE_PROPERTYGET) {

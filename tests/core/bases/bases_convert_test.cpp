@@ -7,9 +7,9 @@
 #include <string>
 #include <utility>
 
-#include "platform/portable_number_text.h"
 #include "bases/bases.h"
 #include "bases/digit_buffer.h"
+#include "platform/portable_number_text.h"
 #include "tests/core/bases/naive_bases.h"
 #include "tests/core/failing_new.h"
 
@@ -178,7 +178,7 @@ struct ErrorRow {
 };
 
 TEST(ConvertBase, RowsWithErrors) {
-  const Unreadable null{RuntimeError(94)};
+  const ConversionFailed null{RuntimeError(94)};
   const ErrorRow rows[] = {
       {TextView(u"12abc"), 10, 16, 13, u"ConvertBase", u"Not a decimal number"},
       {TextView(u"1-2"), 16, 10, 13, u"ConvertBase2Dec", u"Invalid negation"},
@@ -228,7 +228,7 @@ TEST(ConvertBase, RowsWithErrors) {
 TEST(ConvertDec2Base, TestsTheNumberBeforeTheBase) {
   const Number none = TextView(u"abc");
   ExpectError(ToBase(none, 1), 13, u"ConvertDec2Base", u"Number must be decimal");
-  ExpectError(ToBase(Unreadable{RuntimeError(94)}, 16), 13, u"ConvertDec2Base",
+  ExpectError(ToBase(ConversionFailed{RuntimeError(94)}, 16), 13, u"ConvertDec2Base",
               u"Number must be decimal");
   ExpectError(ToBase(WrittenNumber{1, u"1/1/1900", false}, 16), 13, u"ConvertDec2Base",
               u"Number must be decimal");

@@ -48,7 +48,7 @@ TEST(MarkersTest, GivenMarkersStandInForTheDefaults) {
 }
 
 TEST(MarkersTest, AMarkerMustBeThereAndReadable) {
-  const auto unreadable = OptionalText::Unreadable(RuntimeError(13));
+  const auto unreadable = OptionalText::ConversionFailed(RuntimeError(13));
   EXPECT_EQ(5, ErrorOf([] { MarkersOr(DefaultMarkers(), u"", {}); }));
   EXPECT_EQ(5, ErrorOf([] { MarkersOr(DefaultMarkers(), {}, u""); }));
   EXPECT_EQ(13, ErrorOf([&] { MarkersOr(DefaultMarkers(), unreadable, {}); }));

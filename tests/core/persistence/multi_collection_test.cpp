@@ -283,7 +283,7 @@ TEST_F(MultiCollectionTest, ABlockThatCannotBeRestoredIsReportedByTheRestore) {
   store_.SetMultiDataString(kOneBlock);
   EXPECT_EQ(nullptr, store_.WorkingCol(u"Items", Object()));
   ExpectReports({RestoreReport(kNotSet, 91, 3)});
-  const auto unreadable = OptionalText::Unreadable(RuntimeError(13));
+  const auto unreadable = OptionalText::ConversionFailed(RuntimeError(13));
   EXPECT_EQ(nullptr, Working(u"Items", unreadable));
   ExpectReports({RestoreReport(u"Type mismatch", 13, 2)});
 }

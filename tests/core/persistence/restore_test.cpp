@@ -121,7 +121,7 @@ TEST_F(RestoreTest, MarkersMayBeGiven) {
 
 TEST_F(RestoreTest, ArgumentsThatCannotBeUsedAreReported) {
   const auto creator = Creator(TitleAndCount());
-  const auto unreadable = OptionalText::Unreadable(RuntimeError(13));
+  const auto unreadable = OptionalText::ConversionFailed(RuntimeError(13));
   EXPECT_EQ(nullptr, store_.AsDelimitedToCollection(kTwoRecords, creator, u""));
   EXPECT_EQ(nullptr, store_.AsDelimitedToCollection(kTwoRecords, creator, {}, u""));
   EXPECT_EQ(nullptr, store_.AsDelimitedToCollection(kTwoRecords, creator, {}, {}, unreadable));
@@ -501,7 +501,7 @@ TEST_F(FieldNamesTest, FailuresReachTheCaller) {
   EXPECT_EQ(457, ErrorOf([this] { Names(u"\u00A5\u00A5\u0152"); }));
   EXPECT_EQ(5, ErrorOf([this] { Names(kTwoRecords, u""); }));
   EXPECT_EQ(5, ErrorOf([this] { Names(kTwoRecords, {}, u""); }));
-  const auto unreadable = OptionalText::Unreadable(RuntimeError(13));
+  const auto unreadable = OptionalText::ConversionFailed(RuntimeError(13));
   EXPECT_EQ(13, ErrorOf([&] { Names(kTwoRecords, unreadable); }));
   platform_.fault = Fault(1, RuntimeError(429));
   EXPECT_EQ(429, ErrorOf([this] { Names(kTwoRecords); }));

@@ -85,7 +85,7 @@ TEST_F(SaveTest, AMarkerThatCannotBeUsedIsReported) {
   const auto records = RecordsOf(TitleAndCount(), {{u"A", u"1"}});
   EXPECT_EQ(u"", store_.AsDelimitedFromCollection(records, u""));
   EXPECT_EQ(u"", store_.AsDelimitedFromCollection(records, {}, u""));
-  const auto unreadable = OptionalText::Unreadable(RuntimeError(13));
+  const auto unreadable = OptionalText::ConversionFailed(RuntimeError(13));
   EXPECT_EQ(u"", store_.AsDelimitedFromCollection(records, unreadable));
   const Report invalid = SaveReport(u"Invalid procedure call or argument", 5, 2, u"");
   ExpectReports({invalid, invalid, SaveReport(u"Type mismatch", 13, 2, u"")});
