@@ -11,7 +11,7 @@
 namespace brindlex {
 namespace {
 
-/// What an object of the family refers to. A creator is a block that nobody reads.
+/// What an object of the adapter refers to. A creator is a block that nobody reads.
 struct Counted {
   clsTextData data;
   long references = 1;
@@ -21,8 +21,8 @@ struct Counted {
 
 class BlockAccess : public MemberAccess {
  public:
-  BlockAccess(const TextDataFamily& family, std::vector<Text> names)
-      : MemberAccess(std::move(names)), family_(family) {
+  BlockAccess(const TextDataAdapter& adapter, std::vector<Text> names)
+      : MemberAccess(std::move(names)), adapter_(adapter) {
     for (const Text& name : Names()) {
       properties_.push_back(clsTextData::FindProperty(name));
     }
@@ -40,10 +40,10 @@ class BlockAccess : public MemberAccess {
   Text& Member(const Object& object, std::size_t member) const {
     const clsTextData::Property* const property = properties_.at(member);
     if (property == nullptr) NoSuchMember();
-    return family_.Block(object).*property->text;
+    return adapter_.Block(object).*property->text;
   }
 
-  const TextDataFamily& family_;
+  const TextDataAdapter& adapter_;
   /// By member; null for a name that is no property.
   std::vector<const clsTextData::Property*> properties_;
 };
@@ -51,10 +51,9 @@ class BlockAccess : public MemberAccess {
 }  // namespace
 
 const clsTextData::Property* clsTextData::FindProperty(TextView name) noexcept {
-  const auto* const found =
-      std::find_if(kProperties.begin(), kProperties.end(), [name](const Property& property) {
-        return EqualIgnoringCase(property.name, name);
-      });
+  const auto* const found = std::find_if(
+      kProperties.begin(), kProperties.end(),
+      [name](const Property& property) { return EqualIgnoringCase(property.name, name); });
   return found == kProperties.end() ? nullptr : found;
 }
 
@@ -72,36 +71,36 @@ CollectionRef clsTextData::GetMemberNames(Platform& platform) {
   return result;
 }
 
-Object TextDataFamily::NewCreator() const { return NewBlock({}); }
+Object TextDataAdapter::NewCreator() const { return NewBlock({}); }
 
-Object TextDataFamily::NewBlock(clsTextData data) const {
+Object TextDataAdapter::NewBlock(clsTextData data) const {
   return {*this, new Counted{std::move(data)}};
 }
 
-clsTextData& TextDataFamily::Block(const Object& object) const {
+clsTextData& TextDataAdapter::Block(const Object& object) const {
   return static_cast<Counted*>(object.Self(*this))->data;
 }
 
-void TextDataFamily::AddRef(void* object) const noexcept {
+void TextDataAdapter::AddRef(void* object) const noexcept {
   ++static_cast<Counted*>(object)->references;
 }
 
-void TextDataFamily::Release(void* object) const noexcept {
+void TextDataAdapter::Release(void* object) const noexcept {
   auto* const counted = static_cast<Counted*>(object);
   if (--counted->references == 0) delete counted;
 }
 
-Object TextDataFamily::CallForObject(void* /*object*/, TextView name) const {
+Object TextDataAdapter::CallForObject(void* /*object*/, TextView name) const {
   if (!EqualIgnoringCase(name, u"GetNewObject")) NoSuchMember();
   return NewBlock({});
 }
 
-CollectionRef TextDataFamily::CallForCollection(void* /*object*/, TextView name) const {
+CollectionRef TextDataAdapter::CallForCollection(void* /*object*/, TextView name) const {
   if (!EqualIgnoringCase(name, u"GetMemberNames")) NoSuchMember();
   return clsTextData::GetMemberNames(platform_);
 }
 
-std::vector<Text> TextDataFamily::PropertyGetNames(void* /*object*/) const {
+std::vector<Text> TextDataAdapter::PropertyGetNames(void* /*object*/) const {
   std::vector<Text> names;
   for (const clsTextData::Property& property : clsTextData::kProperties) {
     names.emplace_back(property.name);
@@ -109,10 +108,10 @@ std::vector<Text> TextDataFamily::PropertyGetNames(void* /*object*/) const {
   return names;
 }
 
-std::unique_ptr<MemberAccess> TextDataFamily::Access(std::vector<Text> names) const {
+std::unique_ptr<MemberAccess> TextDataAdapter::Access(std::vector<Text> names) const {
   return std::make_unique<BlockAccess>(*this, std::move(names));
 }
 
-CollectionRef TextDataFamily::NewCollection() const { return std::make_shared<InnerCollection>(); }
+CollectionRef TextDataAdapter::NewCollection() const { return std::make_shared<InnerCollection>(); }
 
 }  // namespace brindlex

@@ -40,12 +40,12 @@ inline constexpr std::array<clsTextData::Property, 2> clsTextData::kProperties =
     {u"Name", &clsTextData::Name},
 }};
 
-/// The family of the text blocks that live within the component, and of their creators. Blocks are
+/// The adapter of the text blocks that live within the component, and of their creators. Blocks are
 /// reached by name like any record, so that one procedure saves and restores them all.
-class TextDataFamily : public ObjectFamily {
+class TextDataAdapter : public ObjectAdapter {
  public:
-  /// `platform` must outlive the family, and the family every object of it.
-  explicit TextDataFamily(Platform& platform) : platform_(platform) {}
+  /// `platform` must outlive the adapter, and the adapter every object of it.
+  explicit TextDataAdapter(Platform& platform) : platform_(platform) {}
 
   /// A new creator: its GetNewObject yields new, empty blocks.
   Object NewCreator() const;
@@ -53,7 +53,7 @@ class TextDataFamily : public ObjectFamily {
   /// A new block that holds `data`.
   Object NewBlock(clsTextData data) const;
 
-  /// The block that `object` refers to, which must be one of this family.
+  /// The block that `object` refers to, which must be one of this adapter.
   clsTextData& Block(const Object& object) const;
 
   void AddRef(void* object) const noexcept override;

@@ -42,9 +42,9 @@ class MemoryCollection : public MemoryObject {
 
 /// `object`, a MemoryCollection, as the component's operations see it; error 424 when it is
 /// something else. The result shares the object: AsObject gives it back.
-CollectionRef CollectionOf(const MemoryFamily& family, Object object);
+CollectionRef CollectionOf(const MemoryAdapter& adapter, Object object);
 
 /// The MemoryCollection of `collection`, which CollectionOf or NewCollection returned.
-MemoryCollection& CollectionIn(const MemoryFamily& family, const CollectionRef& collection);
+MemoryCollection& CollectionIn(const MemoryAdapter& adapter, const CollectionRef& collection);
 
 }  // namespace brindlex

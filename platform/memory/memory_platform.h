@@ -15,7 +15,7 @@ namespace brindlex {
 /// The system's services in memory: a test reads what was asked of them and lets any call fail.
 class MemoryPlatform : public Platform {
  public:
-  /// A MemoryCollection of Family.
+  /// A MemoryCollection of Adapter.
   CollectionRef NewCollection() override;
 
   VersionRecord GetVersionRecord() override;
@@ -35,7 +35,7 @@ class MemoryPlatform : public Platform {
   std::unique_ptr<FileReplacement> NewFileReplacement(TextView path) override;
 
   /// The objects of the host, the collections of this platform included.
-  const MemoryFamily& Family() const { return family_; }
+  const MemoryAdapter& Adapter() const { return adapter_; }
 
   /// Every report that was shown in a box, in order.
   std::vector<Report> reports;
@@ -73,10 +73,10 @@ class MemoryPlatform : public Platform {
   void ShowBox(const Report& report) override;
   void WriteToErrorChannel(const Report& report) override { errorChannel.push_back(report); }
 
-  MemoryFamily family_;
+  MemoryAdapter adapter_;
 
  public:
-  /// What the file system yields as the system folder; must be of Family.
+  /// What the file system yields as the system folder; must be of Adapter.
   Object systemFolder;
 };
 

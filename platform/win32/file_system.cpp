@@ -250,8 +250,8 @@ class ScriptingReader : public TextReader {
 
 class ScriptingFileSystem : public FileSystem {
  public:
-  ScriptingFileSystem(const DispatchAdapter& family, ScriptingObject files)
-      : family_(family), files_(std::move(files)) {}
+  ScriptingFileSystem(const DispatchAdapter& adapter, ScriptingObject files)
+      : adapter_(adapter), files_(std::move(files)) {}
 
   bool FileExists(TextView path) override {
     return files_.CallForFlag(u"FileExists", TextArgument(path));
@@ -297,24 +297,24 @@ class ScriptingFileSystem : public FileSystem {
 
   Object SystemFolder() override {
     constexpr std::int32_t kSystemFolder = 1;
-    return family_.Wrap(ComPtr<IDispatch>(
+    return adapter_.Wrap(ComPtr<IDispatch>(
         files_.CallForObject(u"GetSpecialFolder", NumberArgument(kSystemFolder)).Get()));
   }
 
  private:
-  const DispatchAdapter& family_;
+  const DispatchAdapter& adapter_;
   ScriptingObject files_;
 };
 
 }  // namespace
 
-std::unique_ptr<FileSystem> NewScriptingFileSystem(const DispatchAdapter& family) {
+std::unique_ptr<FileSystem> NewScriptingFileSystem(const DispatchAdapter& adapter) {
   CLSID classId;
   Check(CLSIDFromProgID(L"Scripting.FileSystemObject", &classId));
   ComPtr<IDispatch> made;
   Check(
       CoCreateInstance(classId, nullptr, CLSCTX_INPROC_SERVER, IID_IDispatch, made.ReceiveVoid()));
-  return std::make_unique<ScriptingFileSystem>(family, ScriptingObject(std::move(made)));
+  return std::make_unique<ScriptingFileSystem>(adapter, ScriptingObject(std::move(made)));
 }
 
 }  // namespace brindlex

@@ -27,7 +27,7 @@ class Win32Platform : public Platform {
   std::string InCodePage(TextView text) override;
   std::unique_ptr<FileReplacement> NewFileReplacement(TextView path) override;
 
-  /// The family of the objects that a host passes.
+  /// The adapter of the objects that a host passes.
   const DispatchAdapter& Dispatch() const { return dispatch_; }
 
  private:

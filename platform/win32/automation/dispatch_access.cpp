@@ -102,8 +102,8 @@ class OwnClass {
 
 class DispatchAccess : public MemberAccess {
  public:
-  DispatchAccess(const DispatchAdapter& family, std::vector<Text> names)
-      : MemberAccess(std::move(names)), family_(family) {
+  DispatchAccess(const DispatchAdapter& adapter, std::vector<Text> names)
+      : MemberAccess(std::move(names)), adapter_(adapter) {
     for (const Text& name : Names()) names_.emplace_back(name);
   }
 
@@ -135,8 +135,8 @@ class DispatchAccess : public MemberAccess {
   }
 
   Object CallForObject(const Object& object, std::size_t member) override {
-    auto& dispatch = *static_cast<IDispatch*>(object.Self(family_));
-    return family_.Wrap(ObjectYieldedBy(dispatch, names_[member].Get()));
+    auto& dispatch = *static_cast<IDispatch*>(object.Self(adapter_));
+    return adapter_.Wrap(ObjectYieldedBy(dispatch, names_[member].Get()));
   }
 
  private:
@@ -151,7 +151,7 @@ class DispatchAccess : public MemberAccess {
   };
 
   Way WayTo(const Object& object) {
-    IDispatch& self = *static_cast<IDispatch*>(object.Self(family_));
+    IDispatch& self = *static_cast<IDispatch*>(object.Self(adapter_));
     if (!std::exchange(isLearnt_, true)) LearnFrom(self);
     return {
         self, own_ ? own_->TextsOf(self) : nullptr, described_ && described_->HoldFor(self), {}};
@@ -188,7 +188,7 @@ class DispatchAccess : public MemberAccess {
     brindlex::Let(way.object, IdOf(way, member), text.Get(), locale_);
   }
 
-  const DispatchAdapter& family_;
+  const DispatchAdapter& adapter_;
   std::vector<Bstr> names_;
   const LCID locale_ = GetUserDefaultLCID();
   bool isLearnt_ = false;
@@ -199,9 +199,9 @@ class DispatchAccess : public MemberAccess {
 
 }  // namespace
 
-std::unique_ptr<MemberAccess> MakeDispatchAccess(const DispatchAdapter& family,
+std::unique_ptr<MemberAccess> MakeDispatchAccess(const DispatchAdapter& adapter,
                                                  std::vector<Text> names) {
-  return std::make_unique<DispatchAccess>(family, std::move(names));
+  return std::make_unique<DispatchAccess>(adapter, std::move(names));
 }
 
 ComPtr<IDispatch> ObjectYieldedBy(IDispatch& object, BSTR name) {

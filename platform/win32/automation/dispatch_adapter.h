@@ -18,15 +18,15 @@ using CollectionMaker = CollectionRef (*)();
 /// other through IDispatch.
 using CollectionAdapter = CollectionRef (*)(IDispatch* object);
 
-/// The family of all objects that are reached through IDispatch: the host's own, and the
+/// The adapter of all objects that are reached through IDispatch: the host's own, and the
 /// component's as a host sees them.
-class DispatchAdapter : public ObjectFamily {
+class DispatchAdapter : public ObjectAdapter {
  public:
   /// Without `adapt`, every collection is used through IDispatch.
   explicit DispatchAdapter(CollectionMaker makeCollection, CollectionAdapter adapt = nullptr)
       : makeCollection_(makeCollection), adapt_(adapt) {}
 
-  /// `object` as an object of this family; Nothing for null.
+  /// `object` as an object of this adapter; Nothing for null.
   Object Wrap(ComPtr<IDispatch> object) const noexcept;
 
   void AddRef(void* object) const noexcept override;
@@ -46,9 +46,9 @@ class DispatchAdapter : public ObjectFamily {
 /// A collection that is reached through IDispatch: Count, Item, and _NewEnum where it has that.
 class DispatchCollection : public Collection {
  public:
-  /// `family` must outlive the collection and what it yields.
-  DispatchCollection(const DispatchAdapter& family, ComPtr<IDispatch> object)
-      : family_(family), object_(std::move(object)) {}
+  /// `adapter` must outlive the collection and what it yields.
+  DispatchCollection(const DispatchAdapter& adapter, ComPtr<IDispatch> object)
+      : adapter_(adapter), object_(std::move(object)) {}
 
   std::int32_t Count() const override;
   std::unique_ptr<Enumerator> Enumerate() const override;
@@ -57,14 +57,14 @@ class DispatchCollection : public Collection {
   /// Error 445: the component adds to collections of its own only.
   void Add(Object entry, std::optional<TextView> key) override;
   void Add(TextView entry, std::optional<TextView> key) override;
-  Object AsObject() const override { return family_.Wrap(object_); }
+  Object AsObject() const override { return adapter_.Wrap(object_); }
   bool IsOwn() const override { return false; }
 
  protected:
-  const DispatchAdapter& Family() const { return family_; }
+  const DispatchAdapter& Adapter() const { return adapter_; }
 
  private:
-  const DispatchAdapter& family_;
+  const DispatchAdapter& adapter_;
   ComPtr<IDispatch> object_;
 };
 

@@ -19,11 +19,11 @@ constexpr IID kDictionary = {
 /// The entries that Next yields, as the host has them.
 class VariantEnumerator : public Enumerator {
  public:
-  explicit VariantEnumerator(const DispatchAdapter& family) : family_(family) {}
+  explicit VariantEnumerator(const DispatchAdapter& adapter) : adapter_(adapter) {}
 
   bool NextObject(Object& entry) override {
     if (!Next(current_)) return false;
-    entry = family_.Wrap(ObjectOf(current_.Get()));
+    entry = adapter_.Wrap(ObjectOf(current_.Get()));
     return true;
   }
 
@@ -36,14 +36,14 @@ class VariantEnumerator : public Enumerator {
  private:
   virtual bool Next(Variant& entry) = 0;
 
-  const DispatchAdapter& family_;
+  const DispatchAdapter& adapter_;
   Variant current_;
 };
 
 class NewEnumEnumerator : public VariantEnumerator {
  public:
-  NewEnumEnumerator(const DispatchAdapter& family, ComPtr<IEnumVARIANT> entries)
-      : VariantEnumerator(family), entries_(std::move(entries)) {}
+  NewEnumEnumerator(const DispatchAdapter& adapter, ComPtr<IEnumVARIANT> entries)
+      : VariantEnumerator(adapter), entries_(std::move(entries)) {}
 
  private:
   bool Next(Variant& entry) override {
@@ -70,9 +70,9 @@ Variant ItemOf(IDispatch& collection, VARIANT& index) {
 /// For a collection without an enumerator: positions from 1 to the count at the start.
 class PositionEnumerator : public VariantEnumerator {
  public:
-  PositionEnumerator(const DispatchAdapter& family, ComPtr<IDispatch> collection,
+  PositionEnumerator(const DispatchAdapter& adapter, ComPtr<IDispatch> collection,
                      std::int32_t count)
-      : VariantEnumerator(family), collection_(std::move(collection)), count_(count) {}
+      : VariantEnumerator(adapter), collection_(std::move(collection)), count_(count) {}
 
  private:
   bool Next(Variant& entry) override {
@@ -129,9 +129,9 @@ std::int32_t DispatchCollection::Count() const {
 
 std::unique_ptr<Enumerator> DispatchCollection::Enumerate() const {
   if (auto entries = EnumeratorOf(*object_.Get())) {
-    return std::make_unique<NewEnumEnumerator>(family_, std::move(entries));
+    return std::make_unique<NewEnumEnumerator>(adapter_, std::move(entries));
   }
-  return std::make_unique<PositionEnumerator>(family_, object_, Count());
+  return std::make_unique<PositionEnumerator>(adapter_, object_, Count());
 }
 
 Text DispatchCollection::TextUnder(TextView key) const {
@@ -139,7 +139,7 @@ Text DispatchCollection::TextUnder(TextView key) const {
 }
 
 Object DispatchCollection::ObjectUnder(TextView key) const {
-  return family_.Wrap(ObjectOf(EntryUnder(*object_.Get(), key).Get()));
+  return adapter_.Wrap(ObjectOf(EntryUnder(*object_.Get(), key).Get()));
 }
 
 void DispatchCollection::Add(Object /*entry*/, std::optional<TextView> /*key*/) {

@@ -66,11 +66,11 @@ std::vector<Text> NamesFromService(IDispatch& service, IDispatch& object) {
   const auto interfaceInfo =
       ObjectMemberOf(service, u"InterfaceInfoFromObject", {&argument.Get(), 1});
   auto members = ObjectMemberOf(*interfaceInfo.Get(), u"Members");
-  const DispatchAdapter family(nullptr);
-  const auto enumerator = DispatchCollection(family, std::move(members)).Enumerate();
+  const DispatchAdapter adapter(nullptr);
+  const auto enumerator = DispatchCollection(adapter, std::move(members)).Enumerate();
   DistinctNames names;
   for (Object entry; enumerator->NextObject(entry);) {
-    IDispatch& member = *static_cast<IDispatch*>(entry.Self(family));
+    IDispatch& member = *static_cast<IDispatch*>(entry.Self(adapter));
     const Text name = TextOf(MemberOf(member, u"Name").Get());
     if (WholeNumberOf(MemberOf(member, u"InvokeKind").Get()) == INVOKE_PROPERTYGET) {
       names.Add(name);
