@@ -3,9 +3,9 @@
 #include <array>
 #include <cstdint>
 
-namespace brindlex {
+#include "platform/report.h"
 
-struct Report;
+namespace brindlex {
 
 /// The object that receives the reports of one thread in place of its user. Lives on that thread.
 class ReportListener {

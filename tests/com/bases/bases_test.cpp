@@ -112,7 +112,7 @@ TEST_F(BasesTest, ConvertDec2BaseAnswersEachRow) {
   }
 }
 
-TEST_F(BasesTest, OneHalfInBase30GoesOn) {
+TEST_F(BasesTest, OneHalfInBase30HasNoEnd) {
   const Units text = Convert(OfDouble(0.5).Get(), 10, 30);
   EXPECT_EQ(u"text 0.J", text.substr(0, 8));
   EXPECT_GT(text.size(), 8U);

@@ -1,4 +1,4 @@
-// Text handed to properties of every automation type, which convert it as the system does.
+// Text assigned to properties of every automation type, which convert it as the system does.
 
 #include <cstring>
 
@@ -180,7 +180,7 @@ TEST_F(LateLetTest, AMethodIsNoProperty) {
   ExpectShown({Dfc(NoMember(5), u"Absent")});
 }
 
-TEST_F(LateLetTest, ARecordOfEveryTypeComesBackAsItWas) {
+TEST_F(LateLetTest, ARecordOfEveryTypeIsRestored) {
   const KindScope kind;  // the record converts texts in the host
   const std::vector<View> members = {u"Short", u"Long", u"Single", u"Double", u"Money", u"Day",
                                      u"Words", u"Flag", u"Any",    u"Exact",  u"Tiny"};

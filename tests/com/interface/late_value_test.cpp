@@ -230,7 +230,7 @@ TEST_F(LateValueTest, AnObjectWithoutAutomationIsReportedAndReleased) {
   EXPECT_EQ(0U, plainest.references);
 }
 
-TEST_F(LateValueTest, AFailureLeavesNothingOfTheTextBehind) {
+TEST_F(LateValueTest, AFailureLeavesTheTextAsItWas) {
   const auto first = NewTitle(u"Alpha", u"1");
   const auto second = NewTitle(u"Beta", u"2");
   second->operator[](u"Count").value = Of(VT_NULL, 0);

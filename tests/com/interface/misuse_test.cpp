@@ -12,7 +12,7 @@ namespace brindlex::testing {
 namespace {
 
 /// One parameter as a caller fills it.
-struct Given {
+struct Argument {
   VARTYPE type;
   bool isOptional;
   bool isReference;
@@ -24,13 +24,13 @@ struct Tried {
   std::wstring name;
   DISPID id;
   WORD kind;
-  std::vector<Given> parameters;
+  std::vector<Argument> parameters;
   bool hasResult;
   ULONG_PTR place;
 
   std::size_t Required() const {
     return static_cast<std::size_t>(std::count_if(parameters.begin(), parameters.end(),
-                                                  [](const Given& g) { return !g.isOptional; }));
+                                                  [](const Argument& g) { return !g.isOptional; }));
   }
   bool IsPut() const { return (kind & (DISPATCH_PROPERTYPUT | DISPATCH_PROPERTYPUTREF)) != 0; }
 };
@@ -89,7 +89,8 @@ VARIANT Error() {
 
 class MisuseTest : public ComTest {
  protected:
-  /// Runs `fault(member)` for every member of every class; how many tries it says it made, in all.
+  /// Runs `fault(member)` for every member of every class; the number of tries that it returns, in
+  /// all.
   int ForEveryMember(const std::function<int(const Tried&)>& fault) {
     int tries = 0;
     for (const ClassDescription& description : Classes()) {
@@ -319,7 +320,7 @@ TEST_F(MisuseTest, NoArgumentsAtAllAndAReservedPlaceThatIsUsed) {
 
 // ---- Through the vtable ------------------------------------------------------------------------
 
-/// Where a vtable call puts what it hands out; freed with it.
+/// The results of a vtable call; released with it.
 struct Places {
   Variant variables[8];
   Variant result;
@@ -331,7 +332,7 @@ HRESULT CallWithNull(const Tried& tried, std::size_t null) {
   Places places;
   std::vector<VARIANT> arguments;
   for (std::size_t index = 0; index < tried.parameters.size(); ++index) {
-    const Given& given = tried.parameters[index];
+    const Argument& given = tried.parameters[index];
     places.variables[index] = Fitting(given.type);
     VARIANT& variable = places.variables[index].Get();
     VARIANT argument = variable;

@@ -116,8 +116,8 @@ TEST(RoundedPower, TheLastBitsDecide) {
 
 // The 64 bits of each are exactly half way between two doubles, of which the lower one is even.
 // From Python's integers.
-TEST(RoundedPower, WhatStandsBehindItsBitsDecidesBetweenTwoHalves) {
-  // A single 1 behind them.
+TEST(RoundedPower, FurtherBitsDecideATie) {
+  // A single 1 after them.
   EXPECT_EQ(RoundedPower(2643969, 3), 0x1.00804b78db391p+64);
   EXPECT_EQ(RoundedPower(2652161, 3), 0x1.02e48b8f29397p+64);
   EXPECT_EQ(RoundedPower(2660353, 3), 0x1.054c96e58f39dp+64);
