@@ -44,7 +44,7 @@ class LateLetTest : public SaveRestoreTest {
   ComPtr<TypedRecord> last_;
 };
 
-/// A record of a bridge that writes to each place of a call, whether there is one or not.
+/// A record of a bridge that writes to every pointer of a call, null or not.
 class BridgedRecord final : public ScriptedObject {
  public:
   static ComPtr<BridgedRecord> New() { return ComPtr<BridgedRecord>::Adopt(new BridgedRecord); }

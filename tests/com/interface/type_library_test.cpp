@@ -79,7 +79,7 @@ TEST_F(TypeLibraryTest, EveryInterfaceIsDualAndOfAutomationTypesOnly) {
     // The half for late binding never has the flag for automation types.
     EXPECT_EQ(TYPEFLAG_FOLEAUTOMATION | TYPEFLAG_FDUAL | TYPEFLAG_FDISPATCHABLE,
               vtableAttributes->wTypeFlags);
-    // IDispatch takes the first seven places.
+    // IDispatch has the first seven entries.
     EXPECT_EQ(7 * sizeof(void*),
               static_cast<std::size_t>(FunctionDescription(*vtable.Get(), 0)->oVft));
   }
