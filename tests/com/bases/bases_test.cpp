@@ -1,5 +1,6 @@
 // The operations of the number bases with their errors, through the vtable and through IDispatch.
 
+#include "bases/powers.h"
 #include "tests/com/support/bases_fixture.h"
 
 namespace brindlex::testing {
