@@ -56,7 +56,7 @@ class Comparison {
     std::vector<naive::Record> kept;
     kept.reserve(rows.size());
     for (const naive::Texts& row : rows) kept.push_back({row, {}});
-    RequireRecords(kept, store_.WorkingCol(name, creator_), Family());
+    RequireRecords(kept, store_.WorkingCol(name, creator_), Adapter());
     RequireReports({}, platform_);
   }
 
@@ -64,24 +64,24 @@ class Comparison {
     const TextView key = kKeys[input.TakeBelow(std::size(kKeys))];
     const Text name = input.TakeText(kMostOfAName);
     const auto expected = model_.Working(name, kMembers, Text(key));
-    RequireRecords(expected.records, store_.WorkingCol(name, creator_, key), Family());
+    RequireRecords(expected.records, store_.WorkingCol(name, creator_, key), Adapter());
     RequireReports(expected.reports, platform_);
   }
 
  private:
-  const MemoryFamily& Family() const { return platform_.Family(); }
+  const MemoryAdapter& Adapter() const { return platform_.Adapter(); }
 
   CollectionRef CollectionFrom(const std::vector<naive::Texts>& rows) {
-    CollectionRef collection = Family().NewCollection();
+    CollectionRef collection = Adapter().NewCollection();
     for (const naive::Texts& row : rows) {
-      collection->Add(NewRecord(Family(), class_, row), std::nullopt);
+      collection->Add(NewRecord(Adapter(), class_, row), std::nullopt);
     }
     return collection;
   }
 
   MemoryPlatform platform_;
-  const std::shared_ptr<RecordClass> class_ = ClassOf(Family(), kMembers);
-  const Object creator_ = NewCreator(Family(), class_);
+  const std::shared_ptr<RecordClass> class_ = ClassOf(Adapter(), kMembers);
+  const Object creator_ = NewCreator(Adapter(), class_);
   clsCollectionSaveRestore store_{platform_};
   naive::Collections model_;
 };

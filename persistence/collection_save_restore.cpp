@@ -171,7 +171,7 @@ bool clsCollectionSaveRestore::Save(const CollectionRef& myObjects,
         } else {
           AppendHeader(names, markers, result);
         }
-        const auto access = first.Family().Access(names);
+        const auto access = first.Adapter().Access(names);
         const auto walk = myObjects->Enumerate();
         std::int32_t written = 0;
         for (Object object; walk->NextObject(object);) {
@@ -314,16 +314,16 @@ CollectionRef clsCollectionSaveRestore::AsDelimitedToCollection(TextView savedIn
         if (!records->More() || !records->HasFields()) return;
         line = 5;
         const Header header = ReadHeader(records->Fields(), *members, keyName);
-        const auto access = sample.Family().Access(header.properties);
-        const auto creator = createObject.Family().Access({Text(kGetNewObject)});
-        const CollectionRef collection = sample.Family().NewCollection();
+        const auto access = sample.Adapter().Access(header.properties);
+        const auto creator = createObject.Adapter().Access({Text(kGetNewObject)});
+        const CollectionRef collection = sample.Adapter().NewCollection();
         for (std::size_t number = 1; records->Next(); ++number) {
           line = 6;
           const FieldViews& values = FieldsOf(*records);
           RequireAll(values, header.properties.size(), number);
           line = 7;
           Object object = creator->CallForObject(createObject, 0);
-          object.Family();
+          object.Adapter();
           access->LetTexts(object, values);
           line = 8;
           collection->Add(std::move(object), KeyOf(values, header.keyColumns));

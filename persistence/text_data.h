@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <memory>
 #include <vector>
 
@@ -20,14 +21,31 @@ class clsTextData {
   Text DataString;
   /// The name under which the block is stored and looked up.
   Text Name;
+
+  /// One property: its name, and where its text is.
+  struct Property {
+    TextView name;
+    Text clsTextData::*text;
+  };
+
+  /// All properties, in declaration order.
+  static const std::array<Property, 2> kProperties;
+
+  /// The property `name`, in any letter case; null when there is none.
+  static const Property* FindProperty(TextView name) noexcept;
 };
 
-/// The family of the text blocks that live within the component, and of their creators. Blocks are
+inline constexpr std::array<clsTextData::Property, 2> clsTextData::kProperties = {{
+    {u"DataString", &clsTextData::DataString},
+    {u"Name", &clsTextData::Name},
+}};
+
+/// The adapter of the text blocks that live within the component, and of their creators. Blocks are
 /// reached by name like any record, so that one procedure saves and restores them all.
-class TextDataFamily : public ObjectFamily {
+class TextDataAdapter : public ObjectAdapter {
  public:
-  /// `platform` must outlive the family, and the family every object of it.
-  explicit TextDataFamily(Platform& platform) : platform_(platform) {}
+  /// `platform` must outlive the adapter, and the adapter every object of it.
+  explicit TextDataAdapter(Platform& platform) : platform_(platform) {}
 
   /// A new creator: its GetNewObject yields new, empty blocks.
   Object NewCreator() const;
@@ -35,7 +53,7 @@ class TextDataFamily : public ObjectFamily {
   /// A new block that holds `data`.
   Object NewBlock(clsTextData data) const;
 
-  /// The block that `object` refers to, which must be one of this family.
+  /// The block that `object` refers to, which must be one of this adapter.
   clsTextData& Block(const Object& object) const;
 
   void AddRef(void* object) const noexcept override;

@@ -24,9 +24,9 @@ std::size_t PartOf(TextView rest) {
   return IsHighSurrogate(rest[kUnits - 1]) ? kUnits - 1 : kUnits;
 }
 
-[[noreturn]] void Refuse(std::size_t place) {
+[[noreturn]] void Refuse(std::size_t position) {
   Text description = u"The character at position ";
-  description.append(DecimalText(static_cast<std::int32_t>(place + 1)));
+  description.append(DecimalText(static_cast<std::int32_t>(position + 1)));
   description.append(u" is not in code page ");
   description.append(DecimalText(static_cast<std::int32_t>(GetACP())));
   throw RuntimeError(error_number::kInvalidCall, std::move(description), u"Brindlex");

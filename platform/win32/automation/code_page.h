@@ -7,7 +7,7 @@
 namespace brindlex {
 
 /// `text` in the system's code page (the ANSI code page of the process). Error 5 when it would not
-/// come back equal: its description names the first such character, by its place counted from 1,
+/// convert back to itself: its description names the first such character, by its position from 1,
 /// and the code page. Needs memory for the result and little more.
 std::string InCodePage(TextView text);
 

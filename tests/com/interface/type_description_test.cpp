@@ -1,5 +1,5 @@
 // Type descriptions as a host's object may hand them in: that name themselves as their base, that
-// inherit through many levels, that list as many members as their counts can say, and that succeed
+// inherit through many levels, that list as many members as their counts can hold, and that succeed
 // without a description.
 
 #include "server/com/counted_object.h"
