@@ -8,6 +8,7 @@ set -euo pipefail
 
 source "$(dirname "${BASH_SOURCE[0]}")/../common.sh"
 source "$root/tools/setup/apt.sh"
+source "$root/tools/setup/emulator.sh"
 
 # Groups of commands that need the same packages.
 readonly -A groups=(
@@ -133,6 +134,11 @@ install_missing() {
   [[ ${#absent[@]} -eq 0 ]] || fail "apt reported success, yet these are missing: ${absent[*]}"
 }
 
+# Whether one of `commands` runs 32-bit programs on a machine that cannot, once their packages are installed.
+lacks_i386() {
+  [[ -n $(needed "x|wine|") ]] && ! runs_i386
+}
+
 # The names of PACKAGE... that build/tools does not have.
 not_unpacked() {
   local package
@@ -149,7 +155,7 @@ setup() {
   mapfile -t binaries < <(not_unpacked "${binaries[@]}")
   mapfile -t sources < <(needed "${source_packages[@]}")
   mapfile -t sources < <(not_unpacked "${sources[@]}")
-  if [[ ${#absent[@]} -eq 0 && ${#binaries[@]} -eq 0 && ${#sources[@]} -eq 0 ]]; then
+  if [[ ${#absent[@]} -eq 0 && ${#binaries[@]} -eq 0 && ${#sources[@]} -eq 0 ]] && ! lacks_i386; then
     return
   fi
 
@@ -158,6 +164,7 @@ setup() {
   [[ ${#absent[@]} -eq 0 ]] || install_missing
   for package in "${binaries[@]}"; do unpack_package "$package" "$root/build/tools/$package"; done
   for package in "${sources[@]}"; do unpack_source "$package" "$root/build/tools/$package"; done
+  ! lacks_i386 || enable_i386
   say "everything is there"
 }
 
