@@ -137,8 +137,7 @@ TEST_F(TypeLibraryTest, EveryClassAndEveryMemberHasAHelpContextOfTheHelpFile) {
     DWORD context = 0;
     EXPECT_EQ(S_OK, type->GetDocumentation(MEMBERID_NIL, nullptr, nullptr, &context, nullptr));
     EXPECT_EQ(first, context) << "the contexts of the classes count by thousands";
-    EXPECT_THAT(ContextsOf(*type.Get()),
-                Each(AllOf(Gt(first), Lt(first + 1000))));
+    EXPECT_THAT(ContextsOf(*type.Get()), Each(AllOf(Gt(first), Lt(first + 1000))));
   }
 }
 
