@@ -41,7 +41,7 @@ def shared_rows(library: idl.Library) -> list[Row]:
     rows += [
         (version, "", library.help),
         (version + "\\FLAGS", "", "0"),
-        (version + "\\HELPDIR", "", "[InstallFolder]"),
+        (version + "\\HELPDIR", "", "[INSTALLFOLDER]"),
     ]
     for coclass in library.classes:
         general = f"{library.name}.{coclass.name}"
@@ -151,7 +151,7 @@ class Installer:
             '<Property Id="ARPNOMODIFY" Value="1"/>',
             '<Directory Id="TARGETDIR" Name="SourceDir">',
             f'<Directory Id="{program_files}">',
-            f'<Directory Id="InstallFolder" Name="{name}">',
+            f'<Directory Id="INSTALLFOLDER" Name="{name}">',
             *self.lines,
             "</Directory></Directory></Directory>",
             f'<Feature Id="Complete" Title="{name}" Level="1">',
