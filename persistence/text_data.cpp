@@ -13,7 +13,7 @@ namespace {
 constexpr TextView kDataString = u"DataString";
 constexpr TextView kName = u"Name";
 
-/// What an object of the family refers to. A creator is a block that nobody reads.
+/// What an object of the family refers to. A creator is a record that nobody reads.
 struct Counted {
   clsTextData data;
   long references = 1;
@@ -21,9 +21,9 @@ struct Counted {
 
 [[noreturn]] void NoSuchMember() { throw RuntimeError(error_number::kNoSuchMember); }
 
-class BlockAccess : public MemberAccess {
+class TextDataAccess : public MemberAccess {
  public:
-  BlockAccess(const TextDataFamily& family, std::vector<Text> names)
+  TextDataAccess(const TextDataFamily& family, std::vector<Text> names)
       : MemberAccess(std::move(names)), family_(family) {
     for (const Text& name : Names()) members_.push_back(MemberNamed(name));
   }
@@ -48,7 +48,7 @@ class BlockAccess : public MemberAccess {
   Text& Member(const Object& object, std::size_t member) const {
     const MemberPointer pointer = members_.at(member);
     if (pointer == nullptr) NoSuchMember();
-    return family_.Block(object).*pointer;
+    return family_.RecordOf(object).*pointer;
   }
 
   const TextDataFamily& family_;
@@ -72,13 +72,13 @@ CollectionRef clsTextData::GetMemberNames(Platform& platform) {
   return result;
 }
 
-Object TextDataFamily::NewCreator() const { return NewBlock({}); }
+Object TextDataFamily::NewCreator() const { return NewRecord({}); }
 
-Object TextDataFamily::NewBlock(clsTextData data) const {
+Object TextDataFamily::NewRecord(clsTextData data) const {
   return {*this, new Counted{std::move(data)}};
 }
 
-clsTextData& TextDataFamily::Block(const Object& object) const {
+clsTextData& TextDataFamily::RecordOf(const Object& object) const {
   return static_cast<Counted*>(object.Self(*this))->data;
 }
 
@@ -93,7 +93,7 @@ void TextDataFamily::Release(void* object) const noexcept {
 
 Object TextDataFamily::CallForObject(void* /*object*/, TextView name) const {
   if (!EqualIgnoringCase(name, u"GetNewObject")) NoSuchMember();
-  return NewBlock({});
+  return NewRecord({});
 }
 
 CollectionRef TextDataFamily::CallForCollection(void* /*object*/, TextView name) const {
@@ -106,7 +106,7 @@ std::vector<Text> TextDataFamily::PropertyGetNames(void* /*object*/) const {
 }
 
 std::unique_ptr<MemberAccess> TextDataFamily::Access(std::vector<Text> names) const {
-  return std::make_unique<BlockAccess>(*this, std::move(names));
+  return std::make_unique<TextDataAccess>(*this, std::move(names));
 }
 
 CollectionRef TextDataFamily::NewCollection() const { return std::make_shared<InnerCollection>(); }
