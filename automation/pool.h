@@ -11,7 +11,7 @@ namespace brindlex {
 
 /// Memory for many objects of one type that come and go one by one but are small beside what an
 /// allocation costs. Objects stay where they are. What an object leaves is used for the next; all
-/// memory is given back when the pool ends, by when every object must be destroyed. Not
+/// memory is released when the pool ends, by when every object must be destroyed. Not
 /// synchronized.
 template <class T>
 class Pool {

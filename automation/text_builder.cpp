@@ -26,7 +26,7 @@ std::size_t NextSize(std::size_t least, bool isNearEnd) {
 
 /// `expected`, or the part of it that is not out of proportion to `least`; chosen so that only a
 /// small part of the text has to be moved when the last step comes, but enough of it is written by
-/// then to tell how long the whole will be.
+/// then to know how long the whole will be.
 std::size_t StepTowards(std::size_t expected, std::size_t least) {
   constexpr std::size_t kLongestStep = 16;
   while (expected / kLongestStep > least) expected /= kLongestStep;

@@ -83,7 +83,7 @@ Text Written(const Data& data) {
   StringTextBuilder text;
   const auto expected = data.records * data.columns * 13;
   ForEachField(data, &Column::wide, [&](const Text& value, bool isLast) {
-    if (text.Size() == 0) text.Expect(expected);
+    if (text.Size() == 0) text.SetSizeHint(expected);
     text.Append(value);
     text.AppendMarker(markers.fieldEnd);
     if (isLast) text.AppendMarker(markers.recordEnd);

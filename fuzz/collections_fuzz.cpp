@@ -148,7 +148,7 @@ class Comparison {
     Require(expected.names.has_value() == (names != nullptr), "whether there are names");
     if (names == nullptr) return;
     naive::Texts listed;
-    for (const auto& entry : CollectionIn(Family(), names).entries) {
+    for (const auto& entry : CollectionIn(Adapter(), names).entries) {
       listed.push_back(std::get<Text>(entry.value));
       Require(entry.key == listed.back(), "the key of a name");
     }
@@ -161,7 +161,7 @@ class Comparison {
     const auto expected = model_.Working(name, kMembers, Text(key));
     const CollectionRef working =
         Interrupted([&] { return store_.WorkingCol(name, creator_, key); });
-    RequireRecords(expected.records, working, Family());
+    RequireRecords(expected.records, working, Adapter());
     RequireReports(expected.reports, platform_);
   }
 
@@ -205,24 +205,24 @@ class Comparison {
     std::vector<naive::Record> kept;
     kept.reserve(rows.size());
     for (const naive::Texts& row : rows) kept.push_back({row, {}});
-    RequireRecords(kept, store_.WorkingCol(name, creator_), Family());
+    RequireRecords(kept, store_.WorkingCol(name, creator_), Adapter());
     RequireReports({}, platform_);
   }
 
-  const MemoryFamily& Family() const { return platform_.Family(); }
+  const MemoryAdapter& Adapter() const { return platform_.Adapter(); }
 
   CollectionRef CollectionFrom(const std::vector<naive::Texts>& rows) {
-    CollectionRef collection = Family().NewCollection();
+    CollectionRef collection = Adapter().NewCollection();
     for (const naive::Texts& row : rows) {
-      collection->Add(NewRecord(Family(), class_, row), std::nullopt);
+      collection->Add(NewRecord(Adapter(), class_, row), std::nullopt);
     }
     return collection;
   }
 
   Input& input_;
   MemoryPlatform platform_;
-  const std::shared_ptr<RecordClass> class_ = ClassOf(Family(), kMembers);
-  const Object creator_ = NewCreator(Family(), class_);
+  const std::shared_ptr<RecordClass> class_ = ClassOf(Adapter(), kMembers);
+  const Object creator_ = NewCreator(Adapter(), class_);
   clsCollectionSaveRestore store_{platform_};
   naive::Collections model_;
   /// Uses of the host's records until one of them does something else; 0 for never.

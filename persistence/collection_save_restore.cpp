@@ -48,7 +48,7 @@ std::vector<Text> TextsOf(const Collection& collection) {
 void WriteObjects(const Collection& objects, std::int32_t count, const Object& first,
                   const std::vector<Text>& names, RecordWriter& writer, TextBuilder& text) {
   writer.AppendHeader(names);
-  const auto access = first.Family().Access(names);
+  const auto access = first.Adapter().Access(names);
   const auto entries = objects.Enumerate();
   std::int32_t written = 0;
   for (Object object; entries->NextObject(object);) {
@@ -274,16 +274,16 @@ CollectionRef clsCollectionSaveRestore::RestoreObjects(RecordParser& records,
                                                        const RestoreHeader& header,
                                                        const Object& sample, const Object& creator,
                                                        CurrentLine& line) {
-  const auto access = sample.Family().Access(header.properties);
-  const auto creatorAccess = creator.Family().Access({Text(kGetNewObject)});
-  CollectionRef collection = sample.Family().NewCollection();
+  const auto access = sample.Adapter().Access(header.properties);
+  const auto creatorAccess = creator.Adapter().Access({Text(kGetNewObject)});
+  CollectionRef collection = sample.Adapter().NewCollection();
   for (std::size_t number = 1; records.Next(); ++number) {
     line = 6;
     const FieldViews& values = FieldsOf(records);
     RequireAll(values, header.properties.size(), number);
     line = 7;
     Object object = creatorAccess->CallForObject(creator, 0);
-    object.Family();
+    object.Adapter();
     access->LetTexts(object, values);
     line = 8;
     collection->Add(std::move(object), KeyOf(values, header.keyColumns));

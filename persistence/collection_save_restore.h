@@ -166,7 +166,7 @@ class clsCollectionSaveRestore {
                        TextBuilder& result);
 
   Platform& platform_;
-  TextDataFamily textData_;
+  TextDataAdapter textData_;
   /// The markers of the inner layer, set when the instance is made.
   const Text InternalFieldEnd = InternalMarkers().fieldEnd;
   const Text InternalRecordEnd = InternalMarkers().recordEnd;

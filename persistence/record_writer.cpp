@@ -141,7 +141,7 @@ void HintSize(std::int32_t count, std::int32_t written, TextBuilder& text) {
   const std::uint64_t alike =
       size * static_cast<std::uint32_t>(count) / static_cast<std::uint32_t>(written);
   const std::uint64_t expected = alike * 6 / 5;
-  text.Expect(static_cast<std::size_t>(std::min(expected, kMost)));
+  text.SetSizeHint(static_cast<std::size_t>(std::min(expected, kMost)));
 }
 
 }  // namespace brindlex

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <memory>
 #include <vector>
 
@@ -21,14 +22,31 @@ class clsTextData {
   Text DataString;
   /// The name under which the text is stored and looked up.
   Text Name;
+
+  /// One property: its name, and where its text is.
+  struct Property {
+    TextView name;
+    Text clsTextData::*text;
+  };
+
+  /// All properties, in declaration order.
+  static const std::array<Property, 2> kProperties;
+
+  /// The property `name`, in any letter case; null when there is none.
+  static const Property* FindProperty(TextView name) noexcept;
 };
 
-/// The family of the records of texts that live within the component, and of their creators. Such
+inline constexpr std::array<clsTextData::Property, 2> clsTextData::kProperties = {{
+    {u"DataString", &clsTextData::DataString},
+    {u"Name", &clsTextData::Name},
+}};
+
+/// The adapter of the records of texts that live within the component, and of their creators. Such
 /// records are reached by name like any other, so that one procedure saves and restores all.
-class TextDataFamily : public ObjectFamily {
+class TextDataAdapter : public ObjectAdapter {
  public:
-  /// `platform` must outlive the family, and the family every object of it.
-  explicit TextDataFamily(Platform& platform) : platform_(platform) {}
+  /// `platform` must outlive the adapter, and the adapter every object of it.
+  explicit TextDataAdapter(Platform& platform) : platform_(platform) {}
 
   /// A new creator: its GetNewObject returns new, empty records.
   Object NewCreator() const;
@@ -36,7 +54,7 @@ class TextDataFamily : public ObjectFamily {
   /// A new record that holds `data`.
   Object NewRecord(clsTextData data) const;
 
-  /// The record that `object` refers to, which must be one of this family.
+  /// The record that `object` refers to, which must be one of this adapter.
   clsTextData& RecordOf(const Object& object) const;
 
   void AddRef(void* object) const noexcept override;

@@ -47,7 +47,7 @@ bool HasParent(const MemoryDisk& disk, TextView path) {
   return end != TextView::npos && disk.folders.contains(Text(path.substr(0, end)));
 }
 
-/// Raises what stands in the way of putting a file at `path`; its attributes in `forbidding` do.
+/// Raises the error that prevents a file at `path`; its attributes in `forbidding` do.
 void CheckReplaceable(const MemoryDisk& disk, const Text& path, std::int32_t forbidding) {
   if (!HasParent(disk, path)) Fail(error_number::kPathNotFound);
   if (disk.folders.contains(path)) Fail(error_number::kPermissionDenied);

@@ -7,7 +7,6 @@
 #include <utility>
 
 #include "automation/runtime_error.h"
-#include "environment/trap.h"
 #include "platform/win32/automation/hresult.h"
 #include "platform/win32/automation/late_binding.h"
 #include "platform/win32/automation/variant.h"
@@ -251,8 +250,8 @@ class ScriptingReader : public TextReader {
 
 class ScriptingFileSystem : public FileSystem {
  public:
-  ScriptingFileSystem(const DispatchFamily& family, ScriptingObject files)
-      : family_(family), files_(std::move(files)) {}
+  ScriptingFileSystem(const DispatchAdapter& adapter, ScriptingObject files)
+      : adapter_(adapter), files_(std::move(files)) {}
 
   bool FileExists(TextView path) override {
     return files_.CallForFlag(u"FileExists", TextArgument(path));
@@ -298,24 +297,24 @@ class ScriptingFileSystem : public FileSystem {
 
   Object SystemFolder() override {
     constexpr std::int32_t kSystemFolder = 1;
-    return family_.Wrap(ComPtr<IDispatch>(
+    return adapter_.Wrap(ComPtr<IDispatch>(
         files_.CallForObject(u"GetSpecialFolder", NumberArgument(kSystemFolder)).Get()));
   }
 
  private:
-  const DispatchFamily& family_;
+  const DispatchAdapter& adapter_;
   ScriptingObject files_;
 };
 
 }  // namespace
 
-std::unique_ptr<FileSystem> NewScriptingFileSystem(const DispatchFamily& family) {
+std::unique_ptr<FileSystem> NewScriptingFileSystem(const DispatchAdapter& adapter) {
   CLSID classId;
   Check(CLSIDFromProgID(L"Scripting.FileSystemObject", &classId));
   ComPtr<IDispatch> made;
   Check(
       CoCreateInstance(classId, nullptr, CLSCTX_INPROC_SERVER, IID_IDispatch, made.ReceiveVoid()));
-  return std::make_unique<ScriptingFileSystem>(family, ScriptingObject(std::move(made)));
+  return std::make_unique<ScriptingFileSystem>(adapter, ScriptingObject(std::move(made)));
 }
 
 }  // namespace brindlex

@@ -39,18 +39,11 @@ SipKey MixedKey() noexcept {
   return key;
 }
 
-/// The source that the seeding in progress uses.
-RandomBytes seedSource = nullptr;
-
 }  // namespace
 
 void SeedHashTables(RandomBytes source) noexcept {
-  seedSource = source;
-  SeedHashKey([](SipKey& key) noexcept {
-    SipKey drawn;
-    key = seedSource(&drawn, sizeof drawn) != FALSE ? drawn : MixedKey();
-    return true;
-  });
+  SipKey drawn;
+  SetHashKey(source(&drawn, sizeof drawn) != FALSE ? drawn : MixedKey());
 }
 
 void SeedHashTables() noexcept { SeedHashTables(RtlGenRandom); }

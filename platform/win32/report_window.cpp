@@ -7,7 +7,7 @@
 #include <cstring>
 #include <optional>
 
-#include "environment/trap.h"
+#include "automation/runtime_error.h"
 #include "platform/text_rows.h"
 
 namespace brindlex {
@@ -194,7 +194,7 @@ void TextPane::Paint() const {
   RECT area;
   auto* const context = BeginPaint(control_, &paint);
   if (context == nullptr) {
-    // Or the system would ask again and again, and come to nothing else.
+    // Otherwise the system would ask again and again, and do nothing else.
     ValidateRect(control_, nullptr);
     return;
   }

@@ -10,7 +10,7 @@
 #include <iterator>
 #include <limits>
 
-#include "automation/portable_number_text.h"
+#include "platform/portable_number_text.h"
 #include "bases/bases.h"
 #include "tests/core/bases/naive_bases.h"
 #include "tests/core/bases/number_source.h"

@@ -71,4 +71,5 @@ def main(idl: str, typelib: str) -> None:
         file.write(content)
 
 
-main(*sys.argv[1:])
+if __name__ == "__main__":
+    main(*sys.argv[1:])

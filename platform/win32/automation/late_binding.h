@@ -12,8 +12,8 @@
 
 namespace brindlex {
 
-/// Calls a member; reads a property; both at once, for objects that tell them apart when the caller
-/// cannot.
+/// Calls a member; reads a property; both at once, for objects that distinguish them when the
+/// caller cannot.
 inline constexpr WORD kCall = DISPATCH_METHOD;
 inline constexpr WORD kGet = DISPATCH_PROPERTYGET;
 inline constexpr WORD kCallOrGet = DISPATCH_METHOD | DISPATCH_PROPERTYGET;

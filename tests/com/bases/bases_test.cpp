@@ -182,7 +182,7 @@ TEST_F(BasesTest, DeconvertDigitAnswersEachRow) {
 }
 
 TEST_F(BasesTest, EveryDigitOfEveryBaseRoundTrips) {
-  for (const long base : {2, 8, 10, 16, 26, 30, 31, 32, 60}) {
+  for (const long base : kBases) {
     for (long digit = 0; digit < base; ++digit) {
       Bstr text;
       long back = -1;

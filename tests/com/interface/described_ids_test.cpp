@@ -152,7 +152,7 @@ TEST(BstrBuilderTest, TextsOfEverySizeComeOutWhole) {
       std::u16string expected;
       BstrBuilder builder;
       builder.Append(u"x");
-      builder.Expect(static_cast<std::size_t>(static_cast<double>(count + 1) * expectation));
+      builder.SetSizeHint(static_cast<std::size_t>(static_cast<double>(count + 1) * expectation));
       expected += u'x';
       while (expected.size() < count) {
         builder.Append(u"0123456");

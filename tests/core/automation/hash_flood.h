@@ -34,19 +34,9 @@ class HashFlood : public HashKeyTest {
   static constexpr SipKey kKnownKey{1, 2};
   static constexpr SipKey kSecretKey{0x0123456789ABCDEFU, 0xFEDCBA9876543210U};
 
-  static void UseKnownKey() {
-    SeedHashKey([](SipKey& key) noexcept {
-      key = kKnownKey;
-      return true;
-    });
-  }
+  static void UseKnownKey() { SetHashKey(kKnownKey); }
 
-  static void UseSecretKey() {
-    SeedHashKey([](SipKey& key) noexcept {
-      key = kSecretKey;
-      return true;
-    });
-  }
+  static void UseSecretKey() { SetHashKey(kSecretKey); }
 
   /// As many names for which `isWanted` returns true; of letters and digits in one case.
   static Names MakeNames(std::size_t count,

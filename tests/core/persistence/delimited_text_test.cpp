@@ -48,7 +48,7 @@ TEST(MarkersTest, GivenMarkersStandInForTheDefaults) {
 }
 
 TEST(MarkersTest, AMarkerMustBeThereAndReadable) {
-  const auto unreadable = OptionalText::Unreadable(RuntimeError(13));
+  const auto unreadable = OptionalText::ConversionFailed(RuntimeError(13));
   EXPECT_EQ(5, ErrorOf([] { MarkersOr(DefaultMarkers(), u"", {}); }));
   EXPECT_EQ(5, ErrorOf([] { MarkersOr(DefaultMarkers(), {}, u""); }));
   EXPECT_EQ(13, ErrorOf([&] { MarkersOr(DefaultMarkers(), unreadable, {}); }));
@@ -387,10 +387,10 @@ class ModelTest : public PersistenceTest {
   }
 
   bool SameRecords(const std::vector<naive::Record>& expected, const CollectionRef& restored) {
-    const auto& entries = CollectionIn(Family(), restored).entries;
+    const auto& entries = CollectionIn(Adapter(), restored).entries;
     if (entries.size() != expected.size()) return false;
     for (std::size_t i = 0; i < entries.size(); ++i) {
-      const auto& record = Family().In<MemoryRecord>(std::get<Object>(entries[i].value));
+      const auto& record = Adapter().In<MemoryRecord>(std::get<Object>(entries[i].value));
       if (record.values != expected[i].values) return false;
       if (entries[i].key.has_value() == expected[i].key.empty()) return false;
       if (entries[i].key.value_or(Text()) != expected[i].key) return false;
@@ -419,7 +419,7 @@ class ModelTest : public PersistenceTest {
     for (const Text& name : members) own.push_back({name});
     members_ = std::move(members);
     keyProperty_ = std::move(keyProperty);
-    creator_ = Creator(ListingClass(Family(), std::move(own)));
+    creator_ = Creator(ListingClass(Adapter(), std::move(own)));
   }
 
   /// Nothing of the last run is alive, and both outcomes came up often enough to mean something.
@@ -527,7 +527,7 @@ TEST_F(RandomTextTest, WhatIsSavedIsRestored) {
       names.push_back(Text(u"Field").append(DecimalText(static_cast<std::int32_t>(column))));
       members.push_back({names.back()});
     }
-    const auto recordClass = ListingClass(Family(), members);
+    const auto recordClass = ListingClass(Adapter(), members);
     Rows rows;
     for (std::size_t count = Below(20) + 1; count > 0; --count) {
       rows.push_back(RandomRow(names.size()));

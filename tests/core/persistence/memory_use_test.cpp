@@ -24,7 +24,7 @@ class MemoryUseTest : public PersistenceTest {
 
   static std::size_t BytesOf(const Text& text) { return text.size() * sizeof(char16_t); }
 
-  const TextDataFamily blocks_{platform_};
+  const TextDataAdapter blocks_{platform_};
 };
 
 TEST_F(MemoryUseTest, ASaveHoldsItsTextTwiceAtTheVeryMost) {

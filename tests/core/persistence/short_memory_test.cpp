@@ -24,7 +24,7 @@ class ShortMemoryTest : public PersistenceTest {
   /// nothing. Returns how many allocations were failed.
   template <class Operation, class IsWhole, class MayYield>
   std::size_t Run(Operation&& operation, IsWhole&& isWhole, MayYield&& mayYield) {
-    const std::size_t objects = Family().LiveObjects();
+    const std::size_t objects = Adapter().LiveObjects();
     const std::size_t blocks = LiveAllocations();
     std::optional<decltype(operation())> result;
     const auto check = [&](bool failed) {
@@ -37,7 +37,7 @@ class ShortMemoryTest : public PersistenceTest {
       CheckReports();
       result.reset();
       platform_.reports.clear();
-      EXPECT_EQ(objects, Family().LiveObjects());
+      EXPECT_EQ(objects, Adapter().LiveObjects());
       EXPECT_EQ(blocks, LiveAllocations());
     };
     return FailEveryAllocation([&] { TryFor(result, operation); }, check);
@@ -129,7 +129,7 @@ TEST_F(ShortMemoryTest, ASaveThatRefusesMarkers) {
 }
 
 TEST_F(ShortMemoryTest, AsDelimitedFromObject) {
-  const Object record = NewRecord(Family(), TitleAndCount(), {u"A record of some length", u"1"});
+  const Object record = NewRecord(Adapter(), TitleAndCount(), {u"A record of some length", u"1"});
   const TextView whole = kSaved.substr(0, kSaved.find(u'B'));
   EXPECT_GT(RunWholeOrEmpty([&] { return store_.AsDelimitedFromObject(record); },
                             [&](const Text& text) { return text == whole; },
@@ -182,7 +182,7 @@ TEST_F(ShortMemoryTest, ATextThatIsRejected) {
           ExpectReports({SplitReport(), RestoreReport(u"Subscript out of range", 9, 6)});
         }
         platform_.reports.clear();
-        EXPECT_EQ(1U, Family().LiveObjects());
+        EXPECT_EQ(1U, Adapter().LiveObjects());
       });
   EXPECT_GT(failures, 40U);
   EXPECT_EQ(failures + 2, calls);
@@ -193,7 +193,7 @@ TEST_F(ShortMemoryTest, GetObjectFromString) {
   EXPECT_GT(RunWholeOrEmpty([&] { return store_.GetObjectFromString(kSaved, creator); },
                             [&](const Object& object) {
                               return !object.IsNothing() &&
-                                     Family().In<MemoryRecord>(object).values ==
+                                     Adapter().In<MemoryRecord>(object).values ==
                                          std::vector<Text>{u"A record of some length", u"1"};
                             },
                             [](const Object& object) { return object.IsNothing(); }),
@@ -203,13 +203,13 @@ TEST_F(ShortMemoryTest, GetObjectFromString) {
 TEST_F(ShortMemoryTest, GetMemberNamesLate) {
   const auto recordClass = TitleAndCount();
   recordClass->typeInformation = {u"Title", u"A member of some length"};
-  const Object record = NewRecord(Family(), recordClass);
+  const Object record = NewRecord(Adapter(), recordClass);
   const auto isWhole = [&](const CollectionRef& names) {
     return names != nullptr && NamesIn(names) == *recordClass->typeInformation;
   };
   const auto operation = [&] { return store_.GetMemberNamesLate(record); };
   EXPECT_GT(RunWholeOrEmpty(operation, isWhole, IsNone), 5U);
-  recordClass->membersCol = ListOf(Family(), *recordClass->typeInformation);
+  recordClass->membersCol = ListOf(Adapter(), *recordClass->typeInformation);
   EXPECT_GT(RunWholeOrEmpty(operation, isWhole, IsNone), 5U);
 }
 
@@ -240,7 +240,7 @@ TEST_F(ShortMemoryTest, MultiDataColString) {
   const Text before = store_.MultiDataString();
   // The failures of the inner operations are reported by them; the outer one goes on with what they
   // yield, a set of blocks without any or an empty text.
-  const Text noData = store_.MultiDataColString(Family().NewCollection(), name);
+  const Text noData = store_.MultiDataColString(Adapter().NewCollection(), name);
   const Text noBlocks = u"DataString\u00A5Name\u00A5\u0152\u00A5" + Text(name) + u"\u00A5\u0152";
   EXPECT_GT(Run([&] { return store_.MultiDataColString(records, name); },
                 [&](const Text& text) { return text == whole; },
@@ -257,7 +257,7 @@ TEST_F(ShortMemoryTest, ReplacingACollection) {
   const TextView name = u"A name of some length";
   store_.SetMultiDataString(
       store_.MultiDataColString(RecordsOf(TitleAndCount(), {{u"old"}}), name));
-  const Text noData = store_.MultiDataColString(Family().NewCollection(), name);
+  const Text noData = store_.MultiDataColString(Adapter().NewCollection(), name);
   const Text whole = store_.MultiDataColString(records, name);
   EXPECT_GT(Run([&] { return store_.MultiDataColString(records, name); },
                 [&](const Text& text) { return text == whole; },
@@ -281,7 +281,7 @@ TEST_F(ShortMemoryTest, StoreCollection) {
     store_.SetRefuseMarkers(refuses);
     for (const Text& before :
          {Text(), store_.MultiDataColString(records, u"The first"),
-          store_.MultiDataColString(Family().NewCollection(), name), Text(odd)}) {
+          store_.MultiDataColString(Adapter().NewCollection(), name), Text(odd)}) {
       store_.SetMultiDataString(before);
       const Text whole = store_.MultiDataColString(records, name);
       EXPECT_GT(Run(
@@ -362,7 +362,7 @@ TEST_F(ShortMemoryTest, AssigningTheResultOfStoring) {
 }
 
 TEST_F(ShortMemoryTest, ItemExists) {
-  const auto names = ListOf(Family(), {u"A name of some length"})();
+  const auto names = ListOf(Adapter(), {u"A name of some length"})();
   bool exists = false;
   const auto failures = FailEveryAllocation(
       [&] { exists = clsCollectionSaveRestore::ItemExists(names, u"a NAME of some length"); },

@@ -131,7 +131,7 @@ TEST_F(StoreCollectionTest, MarkersInValuesAndNamesMakeTheTextOfTheLongWay) {
 }
 
 TEST_F(StoreCollectionTest, AnEmptyCollectionIsStoredWithoutData) {
-  EXPECT_TRUE(store_.StoreCollection(Family().NewCollection(), u"None"));
+  EXPECT_TRUE(store_.StoreCollection(Adapter().NewCollection(), u"None"));
   EXPECT_EQ(TextOf({{u"", u"None"}}), store_.MultiDataString());
   EXPECT_EQ(nullptr, store_.WorkingCol(u"None", Creator(class_)));
   EXPECT_THAT(Names(), ElementsAre(u"None"));
@@ -296,10 +296,10 @@ TEST_F(StoreCollectionTest, AFailureKeepsWhatTheHostStoredMeanwhile) {
 
 TEST_F(StoreCollectionTest, ACreatorThatRemovesAndStoresWhatIsRead) {
   store_.StoreCollection(RecordsOf(class_, {{u"A", u"1"}, {u"B", u"2"}}), u"Items");
-  const Object creator = Family().New<MemoryCreator>([&] {
+  const Object creator = Adapter().New<MemoryCreator>([&] {
     store_.RemoveCollection(u"Items");
     store_.StoreCollection(RecordsOf(TitleAndCount(), {{u"new", u"1"}}), u"Items");
-    return NewRecord(Family(), class_);
+    return NewRecord(Adapter(), class_);
   });
   const auto working = store_.WorkingCol(u"Items", creator);
   ASSERT_NE(nullptr, working);
@@ -312,7 +312,7 @@ TEST_F(StoreCollectionTest, ACreatorThatRemovesAndStoresWhatIsRead) {
 TEST_F(StoreCollectionTest, LongSequencesAgreeWithTheNaiveModel) {
   std::mt19937 random(11);
   const naive::Texts members = {u"Title", u"Count"};
-  const auto plain = ListingClass(Family(), {{u"Title"}, {u"Count"}});
+  const auto plain = ListingClass(Adapter(), {{u"Title"}, {u"Count"}});
   naive::Collections model;
   std::size_t found = 0;
   for (int step = 0; step < 3000; ++step) {

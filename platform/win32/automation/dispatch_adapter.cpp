@@ -1,4 +1,4 @@
-#include "platform/win32/automation/dispatch_family.h"
+#include "platform/win32/automation/dispatch_adapter.h"
 
 #include <utility>
 
@@ -15,37 +15,37 @@ IDispatch& DispatchOf(void* object) { return *static_cast<IDispatch*>(object); }
 
 }  // namespace
 
-Object DispatchFamily::Wrap(ComPtr<IDispatch> object) const noexcept {
+Object DispatchAdapter::Wrap(ComPtr<IDispatch> object) const noexcept {
   if (!object) return {};
   return {*this, object.Detach()};
 }
 
-void DispatchFamily::AddRef(void* object) const noexcept { DispatchOf(object).AddRef(); }
+void DispatchAdapter::AddRef(void* object) const noexcept { DispatchOf(object).AddRef(); }
 
-void DispatchFamily::Release(void* object) const noexcept { DispatchOf(object).Release(); }
+void DispatchAdapter::Release(void* object) const noexcept { DispatchOf(object).Release(); }
 
-Object DispatchFamily::CallForObject(void* object, TextView name) const {
+Object DispatchAdapter::CallForObject(void* object, TextView name) const {
   return Wrap(ObjectYieldedBy(DispatchOf(object), Bstr(name).Get()));
 }
 
-CollectionRef DispatchFamily::CallForCollection(void* object, TextView name) const {
+CollectionRef DispatchAdapter::CallForCollection(void* object, TextView name) const {
   ComPtr<IDispatch> collection = ObjectYieldedBy(DispatchOf(object), Bstr(name).Get());
   if (!collection) return nullptr;
   if (adapt_ != nullptr) return adapt_(collection.Get());
   return std::make_shared<DispatchCollection>(*this, std::move(collection));
 }
 
-bool DispatchFamily::FlagOf(const Object& object, TextView name) const {
+bool DispatchAdapter::FlagOf(const Object& object, TextView name) const {
   const Bstr member(name);
   IDispatch& dispatch = DispatchOf(object.Self(*this));
   return brindlex::FlagOf(Invoke(dispatch, MemberId(dispatch, member.Get()), kGet).Get());
 }
 
-std::vector<Text> DispatchFamily::PropertyGetNames(void* object) const {
+std::vector<Text> DispatchAdapter::PropertyGetNames(void* object) const {
   return PropertyGetNamesOf(DispatchOf(object));
 }
 
-std::unique_ptr<MemberAccess> DispatchFamily::Access(std::vector<Text> names) const {
+std::unique_ptr<MemberAccess> DispatchAdapter::Access(std::vector<Text> names) const {
   return MakeDispatchAccess(*this, std::move(names));
 }
 

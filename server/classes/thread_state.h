@@ -7,14 +7,14 @@
 
 namespace brindlex {
 
-/// What a host hands over for one thread.
+/// What a host has set for one thread.
 struct ThreadState {
   HostState host;
   /// Null when reports are shown to the user.
   std::shared_ptr<DispatchListener> listener;
 };
 
-/// What the host has handed over on the calling thread; null before it has.
+/// The state of the calling thread; null before the host has set anything.
 ///
 /// It is released while the thread's apartment is still there, in the last CoUninitialize of the
 /// thread; on a thread that ends without one, when COM cleans up after it. Until then it counts as

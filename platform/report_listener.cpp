@@ -1,8 +1,8 @@
-#include "environment/report_listener.h"
+#include "platform/report_listener.h"
 
 #include <functional>
 
-#include "environment/trap.h"
+#include "automation/runtime_error.h"
 
 namespace brindlex {
 namespace {

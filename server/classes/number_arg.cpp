@@ -1,12 +1,31 @@
-#include "server/com/given_number.h"
+#include "server/classes/number_arg.h"
 
 #include "automation/runtime_error.h"
 #include "platform/win32/automation/hresult.h"
 #include "platform/win32/automation/late_binding.h"
 
 namespace brindlex {
+namespace {
 
-GivenNumber::GivenNumber(const VARIANT& argument) {
+/// The whole number in `value`, of a type that 32 bits with a sign can hold.
+std::int32_t WholeIn(const VARIANT& value) {
+  switch (value.vt) {
+    case VT_I1:
+      return static_cast<signed char>(value.cVal);
+    case VT_UI1:
+      return value.bVal;
+    case VT_I2:
+      return value.iVal;
+    case VT_UI2:
+      return value.uiVal;
+    default:
+      return value.lVal;
+  }
+}
+
+}  // namespace
+
+NumberArg::NumberArg(const VARIANT& argument) {
   const VARIANT& value = Dereferenced(argument);
   const auto type = static_cast<VARTYPE>(value.vt & ~VT_BYREF);
   if (type == VT_DISPATCH || type == VT_UNKNOWN) {
@@ -20,7 +39,7 @@ GivenNumber::GivenNumber(const VARIANT& argument) {
   }
 }
 
-void GivenNumber::Read(const VARIANT& value) {
+void NumberArg::Read(const VARIANT& value) {
   switch (value.vt) {
     case VT_EMPTY:
       number_ = std::monostate();
@@ -29,20 +48,12 @@ void GivenNumber::Read(const VARIANT& value) {
       number_ = value.boolVal != VARIANT_FALSE;
       break;
     case VT_I1:
-      number_ = std::int32_t{static_cast<signed char>(value.cVal)};
-      break;
     case VT_UI1:
-      number_ = std::int32_t{value.bVal};
-      break;
     case VT_I2:
-      number_ = std::int32_t{value.iVal};
-      break;
     case VT_UI2:
-      number_ = std::int32_t{value.uiVal};
-      break;
     case VT_I4:
     case VT_INT:
-      number_ = std::int32_t{value.lVal};
+      number_ = WholeIn(value);
       break;
     case VT_R8:
       number_ = value.dblVal;
@@ -61,14 +72,14 @@ void GivenNumber::Read(const VARIANT& value) {
       ReadWritten(value);
       break;
     case VT_NULL:
-      number_ = Unreadable{RuntimeError(error_number::kInvalidUseOfNull)};
+      number_ = ConversionFailed{RuntimeError(error_number::kInvalidUseOfNull)};
       break;
     default:
-      number_ = Unreadable{RuntimeError(error_number::kTypeMismatch)};
+      number_ = ConversionFailed{RuntimeError(error_number::kTypeMismatch)};
   }
 }
 
-void GivenNumber::ReadWritten(const VARIANT& value) {
+void NumberArg::ReadWritten(const VARIANT& value) {
   Variant number;
   Check(ChangeType(number.Get(), value, 0, VT_R8));
   Variant text;

@@ -1,4 +1,4 @@
-#include "server/com/thread_state.h"
+#include "server/classes/thread_state.h"
 
 #include <windows.h>
 
@@ -16,8 +16,8 @@
 namespace brindlex {
 namespace {
 
-/// A place for one pointer on every thread: a plain slot of the system, taken at its first use and
-/// kept until the process ends.
+/// One pointer for every thread: a plain slot of the system, allocated at its first use and kept
+/// until the process ends.
 class ThreadSlot {
  public:
   /// Null where none was set.
@@ -79,7 +79,8 @@ class ApartmentWatch final : public CountedObject<ApartmentWatch, IInitializeSpy
 
   void End() {
     const ComPtr<ApartmentWatch> alive(this);
-    // First, so that a host that calls from inside its object's end finds nothing half gone.
+    // First, so that a host that calls from inside its object's end finds no state that is partly
+    // gone.
     watchSlot.Set(nullptr);
     state_.reset();
     CoRevokeInitializeSpy(cookie_);

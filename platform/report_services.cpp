@@ -1,8 +1,8 @@
-#include "environment/system_services.h"
+#include "platform/report_services.h"
 
 namespace brindlex {
 
-void SystemServices::ShowReport(const Report& report) {
+void ReportServices::ShowReport(const Report& report) {
   // A reference of its own: the host may put another listener in its place meanwhile.
   const std::shared_ptr<ReportListener> listener = Listener();
   if (listener != nullptr) {

@@ -77,8 +77,8 @@ TEST_F(ReportListenerTest, LearnsNumberDescriptionAndLineByThemselves) {
   store.GetObjectFromString(u"", Object());
   EXPECT_TRUE(listener_->told.empty());
   store.SetRefuseMarkers(true);
-  const auto one = ListingClass(Family(), {{u"A"}});
-  store.AsDelimitedFromObject(NewRecord(Family(), one, {u"\u00A5"}));
+  const auto one = ListingClass(Adapter(), {{u"A"}});
+  store.AsDelimitedFromObject(NewRecord(Adapter(), one, {u"\u00A5"}));
   expect(0, u"Value contains the field end marker, record number 1", 0);
 }
 

@@ -14,19 +14,19 @@ namespace brindlex {
 /// Makes the collections that the host receives.
 using CollectionMaker = CollectionRef (*)();
 
-/// The collection that an object, which is not null, stands for: one of the component's own
-/// directly, any other through IDispatch.
+/// The collection that `object`, which is not null, is: one of the component's own directly, any
+/// other through IDispatch.
 using CollectionAdapter = CollectionRef (*)(IDispatch* object);
 
-/// The family of all objects that are reached through IDispatch: the host's own, and the
+/// The adapter of all objects that are reached through IDispatch: the host's own, and the
 /// component's as a host sees them.
-class DispatchFamily : public ObjectFamily {
+class DispatchAdapter : public ObjectAdapter {
  public:
   /// Without `adapt`, every collection is used through IDispatch.
-  explicit DispatchFamily(CollectionMaker makeCollection, CollectionAdapter adapt = nullptr)
+  explicit DispatchAdapter(CollectionMaker makeCollection, CollectionAdapter adapt = nullptr)
       : makeCollection_(makeCollection), adapt_(adapt) {}
 
-  /// `object` as an object of this family; Nothing for null.
+  /// `object` as an object of this adapter; Nothing for null.
   Object Wrap(ComPtr<IDispatch> object) const noexcept;
 
   void AddRef(void* object) const noexcept override;
@@ -46,9 +46,9 @@ class DispatchFamily : public ObjectFamily {
 /// A collection that is reached through IDispatch: Count, Item, and _NewEnum where it has that.
 class DispatchCollection : public Collection {
  public:
-  /// `family` must outlive the collection and what it yields.
-  DispatchCollection(const DispatchFamily& family, ComPtr<IDispatch> object)
-      : family_(family), object_(std::move(object)) {}
+  /// `adapter` must outlive the collection and what it yields.
+  DispatchCollection(const DispatchAdapter& adapter, ComPtr<IDispatch> object)
+      : adapter_(adapter), object_(std::move(object)) {}
 
   std::int32_t Count() const override;
   std::unique_ptr<Enumerator> Enumerate() const override;
@@ -57,14 +57,14 @@ class DispatchCollection : public Collection {
   /// Error 445: the component adds to collections of its own only.
   void Add(Object entry, std::optional<TextView> key) override;
   void Add(TextView entry, std::optional<TextView> key) override;
-  Object AsObject() const override { return family_.Wrap(object_); }
+  Object AsObject() const override { return adapter_.Wrap(object_); }
   bool IsOwn() const override { return false; }
 
  protected:
-  const DispatchFamily& Family() const { return family_; }
+  const DispatchAdapter& Adapter() const { return adapter_; }
 
  private:
-  const DispatchFamily& family_;
+  const DispatchAdapter& adapter_;
   ComPtr<IDispatch> object_;
 };
 

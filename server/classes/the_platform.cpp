@@ -1,7 +1,7 @@
-#include "server/com/the_platform.h"
+#include "server/classes/the_platform.h"
 
 #include "server/classes/co_collection.h"
-#include "server/com/thread_state.h"
+#include "server/classes/thread_state.h"
 #include "server/runtime/never_destroyed.h"
 
 namespace brindlex {

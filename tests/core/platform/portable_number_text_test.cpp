@@ -1,4 +1,4 @@
-#include "automation/portable_number_text.h"
+#include "platform/portable_number_text.h"
 
 #include <gtest/gtest.h>
 

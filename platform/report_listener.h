@@ -3,9 +3,9 @@
 #include <array>
 #include <cstdint>
 
-#include "environment/report.h"
-
 namespace brindlex {
+
+struct Report;
 
 /// The object that receives the reports of one thread in place of its user. Lives on that thread.
 class ReportListener {

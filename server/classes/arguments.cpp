@@ -1,35 +1,35 @@
-#include "server/com/values.h"
+#include "server/classes/arguments.h"
 
 #include "platform/win32/automation/hresult.h"
 #include "platform/win32/automation/variant.h"
-#include "server/com/the_platform.h"
+#include "server/classes/the_platform.h"
 
 namespace brindlex {
 
-Object GivenObject(IDispatch* object) {
+Object ObjectArg(IDispatch* object) {
   return ThePlatform().Dispatch().Wrap(ComPtr<IDispatch>(object));
 }
 
-GivenText::GivenText(const VARIANT& argument) {
+TextArg::TextArg(const VARIANT& argument) {
   if (IsMissing(argument) || Dereferenced(argument).vt == VT_EMPTY) return;
   try {
     text_ = TextOf(argument);
-    given_ = text_;
+    read_ = text_;
   } catch (const RuntimeError& error) {
-    given_ = OptionalText::Unreadable(error);
+    read_ = OptionalText::ConversionFailed(error);
   }
 }
 
-IDispatch* HandedOut(const Object& object) {
+IDispatch* ToResult(const Object& object) {
   if (object.IsNothing()) return nullptr;
   auto* const dispatch = static_cast<IDispatch*>(object.Self(ThePlatform().Dispatch()));
   dispatch->AddRef();
   return dispatch;
 }
 
-_clsCollection* HandedOut(const CollectionRef& collection) {
+_clsCollection* ToResult(const CollectionRef& collection) {
   if (collection == nullptr) return nullptr;
-  const auto object = ComPtr<IDispatch>::Adopt(HandedOut(collection->AsObject()));
+  const auto object = ComPtr<IDispatch>::Adopt(ToResult(collection->AsObject()));
   auto result = object.As<_clsCollection>();
   if (!result) throw ErrorOf(E_NOINTERFACE);
   return result.Detach();
