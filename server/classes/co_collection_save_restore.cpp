@@ -73,7 +73,9 @@ class CoCollectionSaveRestore final
     return RunFor(result, [&] {
       // The host may change its variable while the call runs.
       const Text ownName(ViewOf(*name));
-      *result = NewBstr(operations_.MultiDataColString(CollectionOf(*newCol), ownName));
+      BstrBuilder text;
+      operations_.MultiDataColString(CollectionOf(*newCol), ownName, text);
+      *result = text.Detach();
     });
   }
 
@@ -89,7 +91,11 @@ class CoCollectionSaveRestore final
   }
 
   STDMETHODIMP get_MultiDataString(BSTR* result) override {
-    return RunFor(result, [&] { *result = NewBstr(operations_.MultiDataString()); });
+    return RunFor(result, [&] {
+      BstrBuilder text;
+      operations_.MultiDataString(text);
+      *result = text.Detach();
+    });
   }
 
   STDMETHODIMP put_MultiDataString(BSTR value) override {
