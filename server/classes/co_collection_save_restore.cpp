@@ -110,6 +110,23 @@ class CoCollectionSaveRestore final
     return Run([&] { operations_.SetRefuseMarkers(value != VARIANT_FALSE); });
   }
 
+  STDMETHODIMP StoreCollection(IDispatch* newCol, BSTR name, VARIANT_BOOL* result) override {
+    return RunFor(result, [&] {
+      // The host may change its variable while the call runs.
+      const Text ownName(ViewOf(name));
+      *result = ToVariantBool(operations_.StoreCollection(CollectionOf(newCol), ownName));
+    });
+  }
+
+  STDMETHODIMP RemoveCollection(BSTR name, VARIANT_BOOL* result) override {
+    return RunFor(result,
+                  [&] { *result = ToVariantBool(operations_.RemoveCollection(ViewOf(name))); });
+  }
+
+  STDMETHODIMP CollectionNames(_clsCollection** result) override {
+    return RunFor(result, [&] { *result = ToResult(operations_.CollectionNames()); });
+  }
+
  private:
   clsCollectionSaveRestore operations_;
 };
