@@ -27,6 +27,9 @@ class MemberAccess {
   MemberAccess& operator=(const MemberAccess&) = delete;
   virtual ~MemberAccess() = default;
 
+  /// The number of members.
+  std::size_t Count() const noexcept { return names_.size(); }
+
   /// Appends the value of the member with index `member`, converted to text. Error 438 when the
   /// object lacks it, 94 when the value is null, 13 when it has no text, or the getter's own error;
   /// `text` is then as it was.

@@ -36,7 +36,7 @@ std::size_t StepTowards(std::size_t expected, std::size_t least) {
 }  // namespace
 
 std::size_t TextBuilder::NextCapacity(std::size_t least) const noexcept {
-  return expected_ > least ? StepTowards(expected_, least) : NextSize(least, expected_ != 0);
+  return expected_ >= least ? StepTowards(expected_, least) : NextSize(least, expected_ != 0);
 }
 
 void TextBuilder::MakeRoom(std::size_t wanted) {

@@ -46,6 +46,13 @@ class TextBuilder {
   /// wrong.
   void SetSizeHint(std::size_t size) noexcept { expected_ = size; }
 
+  /// Allocates memory for a text of `size` units in all, if there is less, so that appending up to
+  /// that size neither fails nor moves the text. Throws as Append.
+  void Reserve(std::size_t size) {
+    expected_ = size;
+    if (size > Size() + Room()) MakeRoom(size - Size());
+  }
+
  protected:
   /// Units in memory: those of the text, and room that may be written to.
   struct Memory {

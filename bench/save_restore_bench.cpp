@@ -179,7 +179,7 @@ struct ManyCollections {
     const TextDataAdapter blocks(platform);
     const CollectionRef all = blocks.NewCollection();
     for (std::int32_t number = 0; number < kCollections; ++number) {
-      all->Add(blocks.NewBlock({inner, Text(u"Collection ").append(DecimalText(number))}), {});
+      all->Add(blocks.NewRecord({inner, Text(u"Collection ").append(DecimalText(number))}), {});
     }
     store.SetMultiDataString(store.AsDelimitedFromCollection(all));
   }
@@ -191,8 +191,8 @@ struct ManyCollections {
   /// The texts of all collections: what no reading can go below.
   std::vector<Text> CopyOfAll() const {
     std::vector<Text> texts;
-    const auto walk = WalkRecords(store.MultiDataString(), DefaultMarkers());
-    for (walk->Next(); walk->Next();) texts.emplace_back(walk->Fields()[0]);
+    const auto parser = ParseRecords(store.MultiDataString(), DefaultMarkers());
+    for (parser->Next(); parser->Next();) texts.emplace_back(parser->Fields()[0]);
     return texts;
   }
 

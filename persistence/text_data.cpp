@@ -11,7 +11,7 @@
 namespace brindlex {
 namespace {
 
-/// What an object of the adapter refers to. A creator is a block that nobody reads.
+/// What an object of the adapter refers to. A creator is a record that nobody reads.
 struct Counted {
   clsTextData data;
   long references = 1;
@@ -19,9 +19,9 @@ struct Counted {
 
 [[noreturn]] void NoSuchMember() { throw RuntimeError(error_number::kNoSuchMember); }
 
-class BlockAccess : public MemberAccess {
+class TextDataAccess : public MemberAccess {
  public:
-  BlockAccess(const TextDataAdapter& adapter, std::vector<Text> names)
+  TextDataAccess(const TextDataAdapter& adapter, std::vector<Text> names)
       : MemberAccess(std::move(names)), adapter_(adapter) {
     for (const Text& name : Names()) {
       properties_.push_back(clsTextData::FindProperty(name));
@@ -40,7 +40,7 @@ class BlockAccess : public MemberAccess {
   Text& Member(const Object& object, std::size_t member) const {
     const clsTextData::Property* const property = properties_.at(member);
     if (property == nullptr) NoSuchMember();
-    return adapter_.Block(object).*property->text;
+    return adapter_.RecordOf(object).*property->text;
   }
 
   const TextDataAdapter& adapter_;
@@ -71,13 +71,13 @@ CollectionRef clsTextData::GetMemberNames(Platform& platform) {
   return result;
 }
 
-Object TextDataAdapter::NewCreator() const { return NewBlock({}); }
+Object TextDataAdapter::NewCreator() const { return NewRecord({}); }
 
-Object TextDataAdapter::NewBlock(clsTextData data) const {
+Object TextDataAdapter::NewRecord(clsTextData data) const {
   return {*this, new Counted{std::move(data)}};
 }
 
-clsTextData& TextDataAdapter::Block(const Object& object) const {
+clsTextData& TextDataAdapter::RecordOf(const Object& object) const {
   return static_cast<Counted*>(object.Self(*this))->data;
 }
 
@@ -92,7 +92,7 @@ void TextDataAdapter::Release(void* object) const noexcept {
 
 Object TextDataAdapter::CallForObject(void* /*object*/, TextView name) const {
   if (!EqualIgnoringCase(name, u"GetNewObject")) NoSuchMember();
-  return NewBlock({});
+  return NewRecord({});
 }
 
 CollectionRef TextDataAdapter::CallForCollection(void* /*object*/, TextView name) const {
@@ -109,7 +109,7 @@ std::vector<Text> TextDataAdapter::PropertyGetNames(void* /*object*/) const {
 }
 
 std::unique_ptr<MemberAccess> TextDataAdapter::Access(std::vector<Text> names) const {
-  return std::make_unique<BlockAccess>(*this, std::move(names));
+  return std::make_unique<TextDataAccess>(*this, std::move(names));
 }
 
 CollectionRef TextDataAdapter::NewCollection() const { return std::make_shared<InnerCollection>(); }

@@ -10,16 +10,17 @@
 
 namespace brindlex {
 
-/// The component's own record: one named block of text.
+/// The component's own record: a text under a name.
 class clsTextData {
  public:
   /// A new collection of the names of the two properties, each under itself as key. A failure shows
   /// "Error GMN" and yields no collection.
   static CollectionRef GetMemberNames(Platform& platform);
 
-  /// The text that the record carries; in a multi-collection text, one whole inner collection.
+  /// The text that the record carries; in a multi-collection text, a complete
+  /// named collection.
   Text DataString;
-  /// The name under which the block is stored and looked up.
+  /// The name under which the text is stored and looked up.
   Text Name;
 
   /// One property: its name, and where its text is.
@@ -40,21 +41,21 @@ inline constexpr std::array<clsTextData::Property, 2> clsTextData::kProperties =
     {u"Name", &clsTextData::Name},
 }};
 
-/// The adapter of the text blocks that live within the component, and of their creators. Blocks are
-/// reached by name like any record, so that one procedure saves and restores them all.
+/// The adapter of the records of texts that live within the component, and of their creators. Such
+/// records are reached by name like any other, so that one procedure saves and restores all.
 class TextDataAdapter : public ObjectAdapter {
  public:
   /// `platform` must outlive the adapter, and the adapter every object of it.
   explicit TextDataAdapter(Platform& platform) : platform_(platform) {}
 
-  /// A new creator: its GetNewObject yields new, empty blocks.
+  /// A new creator: its GetNewObject returns new, empty records.
   Object NewCreator() const;
 
-  /// A new block that holds `data`.
-  Object NewBlock(clsTextData data) const;
+  /// A new record that holds `data`.
+  Object NewRecord(clsTextData data) const;
 
-  /// The block that `object` refers to, which must be one of this adapter.
-  clsTextData& Block(const Object& object) const;
+  /// The record that `object` refers to, which must be one of this adapter.
+  clsTextData& RecordOf(const Object& object) const;
 
   void AddRef(void* object) const noexcept override;
   void Release(void* object) const noexcept override;

@@ -73,6 +73,9 @@ type
     procedure Set_MultiDataString(Value: WideString); safecall;
     function Get_RefuseMarkers: WordBool; safecall;
     procedure Set_RefuseMarkers(Value: WordBool); safecall;
+    function StoreCollection(NewCol: IDispatch; Name: WideString): WordBool; safecall;
+    function RemoveCollection(Name: WideString): WordBool; safecall;
+    function CollectionNames: _clsCollection; safecall;
     property MultiDataString: WideString read Get_MultiDataString write Set_MultiDataString;
     property RefuseMarkers: WordBool read Get_RefuseMarkers write Set_RefuseMarkers;
   end;

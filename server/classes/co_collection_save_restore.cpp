@@ -73,7 +73,9 @@ class CoCollectionSaveRestore final
     return RunFor(result, [&] {
       // The host may change its variable while the call runs.
       const Text ownName(ViewOf(*name));
-      *result = NewBstr(operations_.MultiDataColString(CollectionOf(*newCol), ownName));
+      BstrBuilder text;
+      operations_.MultiDataColString(CollectionOf(*newCol), ownName, text);
+      *result = text.Detach();
     });
   }
 
@@ -89,7 +91,11 @@ class CoCollectionSaveRestore final
   }
 
   STDMETHODIMP get_MultiDataString(BSTR* result) override {
-    return RunFor(result, [&] { *result = NewBstr(operations_.MultiDataString()); });
+    return RunFor(result, [&] {
+      BstrBuilder text;
+      operations_.MultiDataString(text);
+      *result = text.Detach();
+    });
   }
 
   STDMETHODIMP put_MultiDataString(BSTR value) override {
@@ -102,6 +108,23 @@ class CoCollectionSaveRestore final
 
   STDMETHODIMP put_RefuseMarkers(VARIANT_BOOL value) override {
     return Run([&] { operations_.SetRefuseMarkers(value != VARIANT_FALSE); });
+  }
+
+  STDMETHODIMP StoreCollection(IDispatch* newCol, BSTR name, VARIANT_BOOL* result) override {
+    return RunFor(result, [&] {
+      // The host may change its variable while the call runs.
+      const Text ownName(ViewOf(name));
+      *result = ToVariantBool(operations_.StoreCollection(CollectionOf(newCol), ownName));
+    });
+  }
+
+  STDMETHODIMP RemoveCollection(BSTR name, VARIANT_BOOL* result) override {
+    return RunFor(result,
+                  [&] { *result = ToVariantBool(operations_.RemoveCollection(ViewOf(name))); });
+  }
+
+  STDMETHODIMP CollectionNames(_clsCollection** result) override {
+    return RunFor(result, [&] { *result = ToResult(operations_.CollectionNames()); });
   }
 
  private:

@@ -37,9 +37,9 @@ BSTR BstrBuilder::Detach() {
   constexpr std::size_t kLong = 65536;
   const std::size_t length = Size();
   const std::size_t capacity = text_.View().size();
-  if (length < kLong || capacity - length > capacity / 4) {
+  if (length == 0 || (length != capacity && (length < kLong || capacity - length > capacity / 4))) {
     text_ = Bstr(View());
-  } else {
+  } else if (length != capacity) {
     TruncateInPlace(text_.Get(), length);
   }
   Forget();

@@ -48,13 +48,13 @@ TEST_F(TextDataTest, NamesThatCannotBeListedAreReported) {
 
 TEST_F(TextDataTest, NewBlocksAreEmpty) {
   const Object block = adapter_.NewCreator().CallForObject(u"getNEWobject");
-  EXPECT_EQ(u"", adapter_.Block(block).DataString);
-  EXPECT_EQ(u"", adapter_.Block(block).Name);
+  EXPECT_EQ(u"", adapter_.RecordOf(block).DataString);
+  EXPECT_EQ(u"", adapter_.RecordOf(block).Name);
   EXPECT_EQ(438, ErrorOf([&] { adapter_.NewCreator().CallForObject(u"Other"); }));
 }
 
 TEST_F(TextDataTest, AnswersByNameLikeAnyRecord) {
-  const Object block = adapter_.NewBlock({u"data", u"name"});
+  const Object block = adapter_.NewRecord({u"data", u"name"});
   EXPECT_THAT(NamesIn(block.CallForCollection(u"getmembernames")),
               ElementsAre(u"DataString", u"Name"));
   EXPECT_THAT(block.PropertyGetNames(), ElementsAre(u"DataString", u"Name"));
@@ -68,21 +68,21 @@ TEST_F(TextDataTest, AnswersByNameLikeAnyRecord) {
   EXPECT_EQ(438, ErrorOf([&] { access->AppendText(block, 2, text); }));
   access->LetText(block, 0, u"changed");
   EXPECT_EQ(438, ErrorOf([&] { access->LetText(block, 2, u""); }));
-  EXPECT_EQ(u"changed", adapter_.Block(block).Name);
+  EXPECT_EQ(u"changed", adapter_.RecordOf(block).Name);
   EXPECT_EQ(u"<namedata", text.View());
 }
 
 TEST_F(TextDataTest, IsSavedAndRestoredLikeAnyRecord) {
   const auto blocks = adapter_.NewCollection();
-  blocks->Add(adapter_.NewBlock({u"x", u"1"}), {});
-  blocks->Add(adapter_.NewBlock({}), {});
+  blocks->Add(adapter_.NewRecord({u"x", u"1"}), {});
+  blocks->Add(adapter_.NewRecord({}), {});
   const Text text = store_.AsDelimitedFromCollection(blocks);
   EXPECT_EQ(u"DataString\u00A5Name\u00A5\u0152x\u00A51\u00A5\u0152\u00A5\u00A5\u0152", text);
   const auto restored = store_.AsDelimitedToCollection(text, adapter_.NewCreator());
   ASSERT_NE(nullptr, restored);
   EXPECT_EQ(2, restored->Count());
-  EXPECT_EQ(u"x", adapter_.Block(FirstObject(*restored)).DataString);
-  EXPECT_EQ(u"1", adapter_.Block(FirstObject(*restored)).Name);
+  EXPECT_EQ(u"x", adapter_.RecordOf(FirstObject(*restored)).DataString);
+  EXPECT_EQ(u"1", adapter_.RecordOf(FirstObject(*restored)).Name);
 }
 
 TEST_F(TextDataTest, ObjectsOfAnotherAdapterAreRefused) {
@@ -116,7 +116,7 @@ class MultiCollectionTest : public PersistenceTest {
         store_.AsDelimitedToCollection(store_.MultiDataString(), adapter.NewCreator());
     if (blocks == nullptr) return names;
     const auto walk = blocks->Enumerate();
-    for (Object block; walk->NextObject(block);) names.push_back(adapter.Block(block).Name);
+    for (Object block; walk->NextObject(block);) names.push_back(adapter.RecordOf(block).Name);
     return names;
   }
 };

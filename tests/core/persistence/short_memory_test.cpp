@@ -267,6 +267,100 @@ TEST_F(ShortMemoryTest, ReplacingACollection) {
             80U);
 }
 
+/// What an operation on the text of an instance returns, and the text that it leaves.
+struct Change {
+  bool result;
+  Text text;
+};
+
+TEST_F(ShortMemoryTest, StoreCollection) {
+  const auto records = TwoRecords();
+  const TextView name = u"A name of some length";
+  const TextView odd = u"Name\u00A5DataString\u00A5\u0152The first\u00A5x\u00A5\u0152";
+  for (const bool refuses : {false, true}) {
+    store_.SetRefuseMarkers(refuses);
+    for (const Text& before :
+         {Text(), store_.MultiDataColString(records, u"The first"),
+          store_.MultiDataColString(Adapter().NewCollection(), name), Text(odd)}) {
+      store_.SetMultiDataString(before);
+      const Text whole = store_.MultiDataColString(records, name);
+      EXPECT_GT(Run(
+                    [&] {
+                      clsCollectionSaveRestore store(platform_);
+                      store.SetRefuseMarkers(refuses);
+                      store.SetMultiDataString(before);
+                      const bool isStored = store.StoreCollection(records, name);
+                      return Change{isStored, store.MultiDataString()};
+                    },
+                    [&](const Change& change) { return change.result && change.text == whole; },
+                    [&](const Change& change, bool reported) {
+                      return reported && !change.result && change.text == before;
+                    }),
+                40U);
+    }
+  }
+  store_.SetMultiDataString({});
+}
+
+TEST_F(ShortMemoryTest, RemoveCollection) {
+  const auto records = TwoRecords();
+  const TextView name = u"A name of some length";
+  for (const TextView first : {u"DataString\u00A5Name\u00A5\u0152x\u00A5The "
+                               u"first\u00A5\u0152x\u00A5A name of some length\u00A5\u0152",
+                               u"Name\u00A5DataString\u00A5\u0152The first\u00A5x\u00A5\u0152A "
+                               u"name of some length\u00A5x\u00A5\u0152"}) {
+    const Text whole = u"DataString\u00A5Name\u00A5\u0152x\u00A5The first\u00A5\u0152";
+    EXPECT_GT(Run(
+                  [&] {
+                    clsCollectionSaveRestore store(platform_);
+                    store.SetMultiDataString(first);
+                    const bool wasThere = store.RemoveCollection(name);
+                    return Change{wasThere, store.MultiDataString()};
+                  },
+                  [&](const Change& change) { return change.result && change.text == whole; },
+                  [&](const Change& change, bool reported) {
+                    return reported && !change.result && change.text == first;
+                  }),
+              20U);
+  }
+}
+
+TEST_F(ShortMemoryTest, CollectionNames) {
+  store_.SetMultiDataString(store_.MultiDataColString(TwoRecords(), u"A name of some length"));
+  EXPECT_GT(RunWholeOrEmpty([&] { return store_.CollectionNames(); },
+                            [&](const CollectionRef& names) {
+                              return names != nullptr &&
+                                     NamesIn(names) == std::vector<Text>{u"A name of some length"};
+                            },
+                            IsNone),
+            5U);
+}
+
+TEST_F(ShortMemoryTest, AssigningTheResultOfStoring) {
+  const auto records = TwoRecords();
+  const Text before = store_.MultiDataColString(records, u"The first, and of some length");
+  store_.SetMultiDataString(before);
+  const Text after = store_.MultiDataColString(records, u"The second, and of some length");
+  bool thrown = false;
+  const auto failures = FailEveryAllocation(
+      [&] {
+        try {
+          thrown = false;
+          store_.SetMultiDataString(after);
+        } catch (const std::bad_alloc&) {
+          thrown = true;
+        }
+      },
+      [&](bool failed) {
+        EXPECT_EQ(failed, thrown);
+        EXPECT_EQ(failed ? before : after, store_.MultiDataString());
+        EXPECT_EQ(failed ? 1 : 2, store_.CollectionNames()->Count());
+        store_.SetMultiDataString(before);
+        EXPECT_EQ(1, store_.CollectionNames()->Count());
+      });
+  EXPECT_GT(failures, 1U);
+}
+
 TEST_F(ShortMemoryTest, ItemExists) {
   const auto names = ListOf(Adapter(), {u"A name of some length"})();
   bool exists = false;
