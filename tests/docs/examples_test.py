@@ -32,7 +32,7 @@ TRANSLATION = (
      r'\1Dim \2: Set \2 = CreateObject("Brindlex.clsCollection")'),
     (re.compile(r"^( *)Dim (\w+) As New (Brindlex\.\w+)$", re.MULTILINE), r'\1Dim \2: Set \2 = CreateObject("\3")'),
     (re.compile(r" As (?:New )?[\w.]+"), ""),
-    (re.compile(r"Debug\.Print ([^\n,]+), ([^\n]+)"), r'WScript.Echo \1 & " " & \2'),
+    (re.compile(r"Debug\.Print ([\w.]+), ([\w.]+)$", re.MULTILINE), r'WScript.Echo \1 & " " & \2'),
     (re.compile(r"Debug\.Print"), "WScript.Echo"),
     (re.compile(r'Environ\("(\w+)"\)'), r'CreateObject("WScript.Shell").ExpandEnvironmentStrings("%\1%")'),
     (re.compile(r"^( *)Kill (\w+)$", re.MULTILINE), r'\1CreateObject("Scripting.FileSystemObject").DeleteFile \2'),

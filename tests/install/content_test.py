@@ -98,7 +98,7 @@ def check_zip(content: dict[str, bytes]) -> None:
     for name in ("README.md", "CHANGELOG.md", "SECURITY.md", "THIRD-PARTY-NOTICES.txt", "verify/verify.cmd",
                  "docs/html/index.html", "docs/html/search.js", "examples/books.vbs"):
         assert content.get(name), f"the zip lacks {name}"
-    assert b"Brindlex.chm\0" in content["Brindlex.tlb"], "the type library does not name its help"
+    assert b"Brindlex.chm" in content["Brindlex.tlb"], "the type library does not name its help"
     for name, text in content.items():
         assert b"/build/" not in text or not name.endswith((".h", ".c", ".dll")), f"{name} names the place of its build"
 

@@ -15,6 +15,8 @@ from parts import BINARIES, PARTS
 
 ARCHIVE = re.compile(r"^(?:LOAD )?(/?[^\s()]+\.(?:a|o|so[.\d]*))(?=[(\s]|$)", re.MULTILINE)
 # Where the build keeps the objects of each kind of binary.
+# What is somebody else's although it is in the tree: copies of header libraries, and unpacked packages.
+COPIED = re.compile(r"/build/(\w+/cli/include|tools)/")
 OBJECTS = {
     "component": re.compile(r"server/|CMakeFiles/brindlex_(core|csv)"),
     "program": re.compile(r"cli/|CMakeFiles/brindlex_core"),
@@ -48,8 +50,9 @@ def problems(root: str, binary: str) -> list[str]:
     expected = {part.name for part in PARTS if binary in part.binaries}
     found, wrong = set(), []
     for path in sorted(paths):
-        owners = {part.name for part in PARTS if any(marker in path for marker in part.markers)}
-        if not owners & expected and not path.startswith(root + os.sep):
+        owners = {part.name for part in PARTS if any(re.search(marker, path) for marker in part.markers)}
+        is_ours = path.startswith(root + os.sep) and not COPIED.search(path)
+        if not owners & expected and not is_ours:
             wrong.append(f"{binary}: no part is listed for {path}")
         found |= owners
     return wrong + [f"{binary}: contains nothing of {part}" for part in sorted(expected - found)]

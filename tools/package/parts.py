@@ -48,8 +48,8 @@ class Text:
 @dataclass(frozen=True)
 class Part:
     """One third-party part. `package` is the Debian package that its version is taken from, or empty for
-    the data that Python has; `markers` are pieces of the paths of its files, by which the build shows that
-    it is linked in."""
+    the data that Python has; `markers` are expressions for the paths of its files, by which the build shows
+    that it is linked in."""
 
     name: str
     package: str
@@ -95,11 +95,10 @@ PARTS = (
          GCC_LICENCE, "https://gcc.gnu.org", WINDOWS, ("/gcc/i686-w64-mingw32/", "/gcc/x86_64-w64-mingw32/"),
          GCC_TEXTS),
     Part("GCC run-time libraries for Linux (libgcc, libstdc++)", "libstdc++-12-dev", GCC_LICENCE,
-         "https://gcc.gnu.org", ("program-linux",), ("/gcc/x86_64-linux-gnu/", "/usr/include/c++/"), GCC_TEXTS),
+         "https://gcc.gnu.org", ("program-linux",), ("/gcc/x86_64-linux-gnu/", r"/usr/include/c\+\+/"), GCC_TEXTS),
     Part("mingw-w64 run time (start-up code, C library additions, headers)", "mingw-w64-x86-64-dev",
          EXTRACTED, "https://www.mingw-w64.org", WINDOWS,
-         ("/i686-w64-mingw32/lib/", "/x86_64-w64-mingw32/lib/", "/i686-w64-mingw32/include/",
-          "/x86_64-w64-mingw32/include/"), (Text(MINGW),)),
+         (r"-w64-mingw32/lib/(?!libwinpthread|libpthread)", "-w64-mingw32/include/", "/usr/share/mingw-w64/"), (Text(MINGW),)),
     Part("winpthreads", "mingw-w64-x86-64-dev", "MIT AND BSD-3-Clause", "https://www.mingw-w64.org", WINDOWS,
          ("/libwinpthread.a", "/libpthread.a"),
          (Text(MINGW, "Files: mingw-w64-libraries/winpthreads/*", "Files: mingw-w64-libraries/winstorecompat"),

@@ -12,8 +12,8 @@
 #include <objbase.h>
 #include <oleauto.h>
 #include <shlobj.h>
+#include <xmmintrin.h>
 
-#include <cfenv>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -151,18 +151,17 @@ void CheckSaveAndRestore() {
 
 void CheckNumbers() {
   const Value bases = Create(L"Brindlex.clsBases");
-  // A host may have unmasked every exception of the floating-point unit.
-  std::fenv_t environment{};
-  std::fegetenv(&environment);
-  unsigned int control = 0;
-  _controlfp_s(&control, 0, _MCW_EM);
+  // As Delphi's programs have it: overflow, division by zero and invalid operations are not masked.
+  constexpr unsigned int kStrict = 0x1900;
+  constexpr unsigned int kFlags = 0x3F;
+  const unsigned int before = _mm_getcsr();
+  _mm_setcsr(kStrict);
   const Outcome number = Call(bases.Object(), L"ConvertBase", {Value(0.1), Value(10L), Value(16L)});
-  unsigned int after = 0;
-  _controlfp_s(&after, 0, 0);
-  std::fesetenv(&environment);
+  const unsigned int after = _mm_getcsr() & ~kFlags;
+  _mm_setcsr(before);
   Expect("numbers: converts in a strict host", L"0.1999999999999A", number);
-  Expect("numbers: keeps the host's floating-point settings", L"0",
-         std::to_wstring(after & _MCW_EM));
+  Expect("numbers: keeps the host's floating-point settings", std::to_wstring(kStrict),
+         std::to_wstring(after));
   Expect("numbers: reads base 60", L"3725",
          Call(bases.Object(), L"ConvertBase2Dec", {Text(L"01:02:05:"), Value(60L)}));
   Expect("numbers: raises 13 for a wrong digit", L"error 0x800A000D Invalid Alpha Character",
