@@ -53,8 +53,9 @@ class TextReader {
 };
 
 /// The files and folders of the machine, as its scripting run time gives access to them. Paths are
-/// the system's; what is wrong with one is told by the error: 53 file not found, 70 permission
-/// denied, 76 path not found, or whatever else the system says. Files and streams may outlive it.
+/// the system's; what is wrong with one is told by the error: 52 for a path with a NUL, 53 file not
+/// found, 70 permission denied, 76 path not found, or whatever else the system says. Files and
+/// streams may outlive it.
 class FileSystem {
  public:
   FileSystem() = default;

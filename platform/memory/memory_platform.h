@@ -31,7 +31,7 @@ class MemoryPlatform : public Platform {
 
   std::string InCodePage(TextView text) override;
 
-  /// Over `disk`; the new file is `path` with ".~saving" behind it.
+  /// Over `disk`; the new file is `path` with ".~saving-" and a number after it.
   std::unique_ptr<FileReplacement> NewFileReplacement(TextView path) override;
 
   /// The objects of the host, the collections of this platform included.
