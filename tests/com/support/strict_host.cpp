@@ -4,8 +4,9 @@
 
 #include <atomic>
 #include <cstdio>
-#include <cstring>
 #include <string>
+
+#include "tests/digest/fpu.h"
 
 namespace brindlex::testing {
 namespace {
@@ -81,13 +82,7 @@ void FloatingPointEnvironment::Set() const {
   asm volatile("ldmxcsr %0" : : "m"(sse));
 }
 
-bool IsProcessorEmulated() {
-  const EnvironmentScope single({0x007F, 0x1F80});
-  const double given = 0.1;
-  double loaded = 0;
-  asm volatile("fldl %1\n\tfstpl %0" : "=m"(loaded) : "m"(given));
-  return std::memcmp(&loaded, &given, sizeof given) != 0;
-}
+bool IsProcessorEmulated() { return !LoadsKeepPrecision(); }
 
 FloatingPointEnvironment StrictestEnvironment() {
   constexpr std::uint16_t k53Bits = 0x0200;
