@@ -17,7 +17,7 @@ bool IsBlank(char16_t unit) { return unit == u' ' || unit == u'\t' || unit == u'
 
 bool IsDigit(char unit) { return unit >= '0' && unit <= '9'; }
 
-/// As many characters, and one that no number holds for every unit that is none.
+/// As many characters; a unit that is none becomes one that no number holds.
 std::string Narrowed(TextView text) {
   std::string narrow;
   std::transform(text.begin(), text.end(), std::back_inserter(narrow),

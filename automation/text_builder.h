@@ -122,7 +122,7 @@ class TextBuilder {
 
   char16_t* begin_ = nullptr;
   char16_t* end_ = nullptr;
-  /// Behind the memory that may be written to.
+  /// The end of the memory that may be written to.
   char16_t* limit_ = nullptr;
   std::size_t expected_ = 0;
 };

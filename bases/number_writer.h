@@ -30,10 +30,10 @@ struct ConversionLimits {
 /// zero digit. In the bases that have no digits, only such a number without fraction is written.
 ///
 /// Error 5 when `x` is 0. Error 6 when `x` is not finite or a power is beyond the largest double.
-/// Error 13 of ConvertDigit, "Invalid digit for base" where a digit comes out as large as the base
+/// Error 13 of ConvertDigit, "Invalid digit for base" where a digit is as large as the base
 /// (a count one short, a power rounded down) or "Unknown base". Below 1 / base the plain method has
-/// no end: its powers sink to 0, which can be subtracted for ever, until a counter overflows; such
-/// an `x` gets error 6, or the error of the first digit that has one, at once.
+/// no end: its powers sink to 0, which can be subtracted without end, until a counter overflows;
+/// such an `x` gets error 6, or the error of the first digit that has one, at once.
 ///
 /// `limits.tolerance` is not negative. After an error `buffer` may have grown by the digits before
 /// the error. Any thread.

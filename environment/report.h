@@ -2,7 +2,7 @@
 
 #include "automation/text.h"
 #include "environment/trap.h"
-#include "platform/report_services.h"
+#include "platform/report.h"
 
 namespace brindlex {
 

@@ -27,10 +27,10 @@ class Platform : public ReportServices, public ShellFolders, public SystemVersio
   /// description that names the position, when the code page cannot hold it.
   virtual std::string InCodePage(TextView text) = 0;
 
-  /// A new, empty file that is to replace the file `path`, which need not exist. The
-  /// temporary file of an earlier replacement whose process was ended is removed. Error 70 when
-  /// another replacement of it is in progress, `path` is a folder, or the folder may not be written
-  /// to; 68 for a device, 76 when there is no such folder, 52 for a name that no file can have.
+  /// A new, empty file that is to replace the file `path`, which need not exist. Its name is none
+  /// that anything in the folder has. Error 70 when `path` is a folder or a link, or the folder may
+  /// not be written to; 68 for a device, 76 when there is no such folder, 52 for a name that no
+  /// file can have.
   virtual std::unique_ptr<FileReplacement> NewFileReplacement(TextView path) = 0;
 };
 

@@ -44,7 +44,7 @@ void ReportListener::Write(Mark& mark) noexcept {
   return true;
 }
 
-/// Whether a call of Notify runs from which the one with `mark` comes. Stacks grow towards lower
+/// Whether the call with `mark` runs inside another call of Notify. Stacks grow towards lower
 /// addresses, so the frames of running callers have higher ones.
 bool ReportListener::IsRunningOutside(const Mark& mark) const noexcept {
   if (running_ == nullptr || !std::less<>()(&mark, running_)) return false;

@@ -3,9 +3,9 @@
 #include <array>
 #include <cstdint>
 
-namespace brindlex {
+#include "platform/report.h"
 
-struct Report;
+namespace brindlex {
 
 /// The object that receives the reports of one thread in place of its user. Lives on that thread.
 class ReportListener {
@@ -16,7 +16,7 @@ class ReportListener {
   virtual ~ReportListener() = default;
 
   /// Passes `report` on. False when the listener failed, or is still handling an earlier report: a
-  /// failure of its own would otherwise notify it without an end.
+  /// failure of its own would otherwise notify it without end.
   ///
   /// A host may leave OnReport by a non-local jump (longjmp, as the errors of some script engines
   /// do), and this function then never returns. That is noticed at the next report.

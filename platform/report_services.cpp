@@ -3,7 +3,7 @@
 namespace brindlex {
 
 void ReportServices::ShowReport(const Report& report) {
-  // A reference of its own: the host may put another listener in its place meanwhile.
+  // A reference of its own: the host may replace the listener meanwhile.
   const std::shared_ptr<ReportListener> listener = Listener();
   if (listener != nullptr) {
     if (!listener->Notify(report)) WriteToErrorChannel(report);

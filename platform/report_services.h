@@ -1,25 +1,11 @@
 #pragma once
 
-#include <cstdint>
 #include <memory>
 
-#include "automation/text.h"
+#include "platform/report.h"
 #include "platform/report_listener.h"
 
 namespace brindlex {
-
-/// The report of a failure: the caption and the text of one message box, which are complete in
-/// themselves, and separately the values that a program may want to know.
-struct Report {
-  /// One OK button and the exclamation icon.
-  static constexpr std::uint32_t kStyle = 48;
-
-  Text caption;
-  Text text;
-  std::int32_t number = 0;
-  Text description{};
-  std::int32_t line = 0;
-};
 
 /// The ways in which the system shows a report. Every function may throw RuntimeError and is called
 /// on the thread of the caller's apartment.

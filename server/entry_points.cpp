@@ -60,7 +60,7 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, void* /*reserve
   return TRUE;
 }
 
-/// Every object comes from here, so the hash tables get their key before one is filled.
+/// Every object is made through it, so the hash tables get their key before one is filled.
 STDAPI DllGetClassObject(REFCLSID classId, REFIID interfaceId, void** result) {
   static const bool isSeeded = (brindlex::SeedHashTables(), true);
   (void)isSeeded;

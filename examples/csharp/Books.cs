@@ -1,5 +1,6 @@
-// Keeps a list of books in a file, in C#, late bound. A program for "Any CPU" is a 64-bit one on 64-bit
-// Windows and needs the 64-bit component. Not run by the tests.
+// Keeps a list of books in a file, in C#, late bound by `dynamic`. That needs .NET Framework 4, or .NET 5 or
+// later; ../dotnet runs on every .NET. A program for "Any CPU" is a 64-bit one on 64-bit Windows and needs
+// the 64-bit component. ./dev clients compiles it; no test runs it.
 //
 //   csc Books.cs
 

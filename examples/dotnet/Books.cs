@@ -1,4 +1,4 @@
-// Keeps a list of books in a file, in C# for .NET Core, which has no `dynamic` for COM objects: the
+// Keeps a list of books in a file, in C# for every .NET, since .NET Core has no `dynamic` for COM objects: the
 // collection and the number bases early bound, through interfaces declared after the type library, the
 // rest late bound, by reflection. For .NET Framework and .NET 5 or later, ../csharp is shorter.
 // A 64-bit .NET needs the 64-bit component.

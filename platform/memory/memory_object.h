@@ -124,7 +124,7 @@ struct RecordClass {
   bool caseSensitive = false;
   /// Runs before each use of a record's member and may do anything, failing included.
   std::function<void(Use use, TextView member)> onUse{};
-  /// Runs when a record goes away; must not fail.
+  /// Runs when a record ends; must not fail.
   std::function<void()> onTerminate{};
 };
 

@@ -31,7 +31,7 @@ class MemoryPlatform : public Platform {
 
   std::string InCodePage(TextView text) override;
 
-  /// Over `disk`; the temporary file is `path` followed by ".~saving".
+  /// Over `disk`; the temporary file is `path` followed by ".~saving-" and a number.
   std::unique_ptr<FileReplacement> NewFileReplacement(TextView path) override;
 
   /// The objects of the host, the collections of this platform included.

@@ -17,7 +17,7 @@ std::uint64_t NumberOf(const FILETIME& time) {
   return std::uint64_t{time.dwHighDateTime} << 32U | time.dwLowDateTime;
 }
 
-std::uint64_t AddressOf(const void* place) { return reinterpret_cast<std::uintptr_t>(place); }
+std::uint64_t AddressOf(const void* object) { return reinterpret_cast<std::uintptr_t>(object); }
 
 /// What differs from process to process.
 SipKey MixedKey() noexcept {

@@ -2,7 +2,7 @@
 
 #include <windows.h>
 
-#include "platform/report_services.h"
+#include "platform/report.h"
 
 namespace brindlex {
 

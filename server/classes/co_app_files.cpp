@@ -10,7 +10,7 @@
 namespace brindlex {
 namespace {
 
-/// Puts `text` in the place of the text in the caller's variable, unless it holds that already.
+/// Replaces the text in the caller's variable by `text`, unless it is the same.
 void Assign(TextView text, BSTR& variable) {
   if (ViewOf(variable) == text) return;
   auto* const made = NewBstr(text);

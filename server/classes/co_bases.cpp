@@ -45,9 +45,8 @@ class LimitsArg {
 };
 
 /// The number bases as hosts see them. Errors are raised to the host, none is reported in a box.
-/// The optional arguments are passed by reference: a null pointer means the default, and the
-/// absolute value of the tolerance is written where the conversion comes to it and it is another,
-/// even if the call then fails.
+/// The optional arguments are passed by reference: a null pointer means the default. The tolerance
+/// is replaced by its absolute value if the conversion reaches it, even if the call then fails.
 class CoBases final : public Coclass<CoBases, _clsBases, ::clsBases> {
  public:
   STDMETHODIMP ConvertBase(VARIANT number, long fromBase, long toBase, long* maxFractionDigits,

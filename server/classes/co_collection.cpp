@@ -80,7 +80,7 @@ class EntryEnumerator final : public CountedObject<EntryEnumerator, IEnumVARIANT
 }  // namespace
 
 CoCollection::~CoCollection() {
-  // An entry that ends may use the collection, which is empty and whole by then.
+  // An entry that ends may use the collection, which is empty and consistent by then.
   while (entries_.Count() > 0) const auto ended = std::exchange(entries_, {});
 }
 
@@ -128,7 +128,7 @@ STDMETHODIMP CoCollection::get_Count(long* result) {
 
 STDMETHODIMP CoCollection::Remove(VARIANT index) {
   return Run([&] {
-    // Released at the end of this scope, when the collection is whole again.
+    // Released at the end of this scope, when the collection is consistent again.
     const Variant removed = entries_.Remove(PositionOf(index));
   });
 }

@@ -39,7 +39,7 @@ class CoEnvironment final : public Coclass<CoEnvironment, _clsEnvironment, ::cls
     return Run([&] {
       const auto state = value == nullptr ? CurrentThreadState() : EnsureThreadState();
       if (state == nullptr) return;
-      // The one that was there goes last: its end may call in again.
+      // The former one is released last: its end may call in again.
       auto listener =
           value == nullptr ? nullptr : std::make_shared<DispatchListener>(ComPtr<IDispatch>(value));
       std::swap(state->listener, listener);

@@ -45,7 +45,7 @@ class ThreadSlot {
 constinit ThreadSlot watchSlot;
 constinit ThreadSlot cacheSlot;
 
-/// Told by COM when the thread leaves its apartment. COM holds the only lasting reference, from
+/// Called by COM when the thread leaves its apartment. COM holds the only lasting reference, from
 /// Register until the last CoUninitialize, or the thread's end.
 class ApartmentWatch final : public CountedObject<ApartmentWatch, IInitializeSpy> {
  public:

@@ -87,7 +87,7 @@ class Coclass : public Interface,
   Coclass() = default;
   ~Coclass() = default;
 
-  /// Runs the body of a vtable method. The object lives through it even if the host lets go of it
+  /// Runs the body of a vtable method. The object lives until it ends even if the host releases it
   /// meanwhile; a failure becomes a status and the thread's error object.
   template <class Body>
   HRESULT Run(Body&& body) noexcept {
@@ -100,7 +100,7 @@ class Coclass : public Interface,
     }
   }
 
-  /// As above, for a method whose result goes to `*result`: E_POINTER without a place for it; the
+  /// As above, for a method whose result goes to `*result`: E_POINTER when `result` is null; the
   /// type's empty value unless the body stores another.
   template <class Result, class Body>
   HRESULT RunFor(Result* result, Body&& body) noexcept {

@@ -67,6 +67,7 @@ class Member:
     is_reference: bool
     parameters: list[Parameter]
     result: Parameter | None
+    context: int = 0  # of the help; the directions of a property share it
 
 
 @dataclass
@@ -83,6 +84,7 @@ class Coclass:
     uuid: str
     help: str
     interface: Interface
+    context: int = 0
 
 
 @dataclass
@@ -198,6 +200,18 @@ class Reader:
         return library
 
 
+def number_help(library: Library) -> None:
+    """Gives every class and member its help context: 1000 for the first class, 1001 for its first member.
+    New classes and members go at the end, so that released numbers never change."""
+    for number, coclass in enumerate(library.classes, 1):
+        coclass.context = 1000 * number
+        names = list(dict.fromkeys(member.name for member in coclass.interface.members))
+        for member in coclass.interface.members:
+            member.context = coclass.context + 1 + names.index(member.name)
+
+
 def read_library(path: str) -> Library:
     with open(path, encoding="ascii") as file:
-        return Reader(file.read()).library()
+        library = Reader(file.read()).library()
+    number_help(library)
+    return library

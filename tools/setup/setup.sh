@@ -8,6 +8,7 @@ set -euo pipefail
 
 source "$(dirname "${BASH_SOURCE[0]}")/../common.sh"
 source "$root/tools/setup/apt.sh"
+source "$root/tools/setup/emulator.sh"
 
 # Groups of commands that need the same packages.
 readonly -A groups=(
@@ -31,7 +32,7 @@ readonly packages=(
   'xvfb                       | wine             | a display for Wine'
   'g++-mingw-w64-x86-64-posix | win64            | compiles the 64-bit component'
   'wine64                     | test clients package soak | runs it'
-  'g++                        | test bench       | the optimized native build'
+  'g++                        | test bench package | the optimized native build'
   'clang                      | native           | the other native builds'
   'libclang-rt-14-dev         | sanitizers       | the run time of sanitizers, fuzzing, coverage'
   'llvm                       | sanitizers       | names in their reports; the coverage tables'
@@ -43,18 +44,27 @@ readonly packages=(
   'libcli11-dev               | program          | the library of its options, headers only'
   'libfmt-dev                 | program          | the library of its messages, headers only'
   'nlohmann-json3-dev         | program          | its library of JSON, headers only'
-  'fp-compiler                | test             | compiles the examples in Pascal'
+  'fp-compiler                | test package     | compiles the examples in Pascal; the compiler of the help file'
   'fpc-source                 | test             | the run time of those examples, for Windows'
   'golang-go                  | test             | compiles the example in Go'
   'cargo                      | test             | builds the example in Rust'
   'rustc                      | test             | compiles it'
   'libstd-rust-dev-windows    | test             | its library, for 64-bit Windows'
   'librust-winapi-dev         | test             | its declarations of Windows'
-  'chromium                   | test             | shows the page that to-html makes'
+  'chromium                   | test package     | shows the page that to-html makes, and the help'
   'zsh                        | test             | runs the completions for it'
   'strace                     | test             | shows in which order a program makes its calls'
   'wixl                       | package          | makes the installers'
   'msitools                   | package          | completes them'
+  'pandoc                     | package          | makes HTML of the documentation'
+  'fp-units-misc              | package          | its units write the help file'
+  'fp-units-fcl               | package          | what those need'
+  'libchm-bin                 | package          | reads the help file back'
+  'dpkg-dev                   | package          | finds what the program for Linux depends on'
+  'man-db                     | package          | formats its manual page as a reader does'
+  'python3-jsonschema         | package          | checks the bill of materials'
+  'osslsigncode               | package          | signs DLLs, programs and installers'
+  'openssl                    | package          | makes a throw-away certificate for the test of that'
   'libgmp-dev                 | bench            | each of these six is compared with'
   'libcsv-dev                 | bench            |'
   'libsimdjson-dev            | bench            |'
@@ -124,6 +134,11 @@ install_missing() {
   [[ ${#absent[@]} -eq 0 ]] || fail "apt reported success, yet these are missing: ${absent[*]}"
 }
 
+# Whether one of `commands` runs 32-bit programs on a machine that cannot, once their packages are installed.
+lacks_i386() {
+  [[ -n $(needed "x|wine|") ]] && ! runs_i386
+}
+
 # The names of PACKAGE... that build/tools does not have.
 not_unpacked() {
   local package
@@ -140,7 +155,7 @@ setup() {
   mapfile -t binaries < <(not_unpacked "${binaries[@]}")
   mapfile -t sources < <(needed "${source_packages[@]}")
   mapfile -t sources < <(not_unpacked "${sources[@]}")
-  if [[ ${#absent[@]} -eq 0 && ${#binaries[@]} -eq 0 && ${#sources[@]} -eq 0 ]]; then
+  if [[ ${#absent[@]} -eq 0 && ${#binaries[@]} -eq 0 && ${#sources[@]} -eq 0 ]] && ! lacks_i386; then
     return
   fi
 
@@ -149,6 +164,7 @@ setup() {
   [[ ${#absent[@]} -eq 0 ]] || install_missing
   for package in "${binaries[@]}"; do unpack_package "$package" "$root/build/tools/$package"; done
   for package in "${sources[@]}"; do unpack_source "$package" "$root/build/tools/$package"; done
+  ! lacks_i386 || enable_i386
   say "everything is there"
 }
 

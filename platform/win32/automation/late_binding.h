@@ -57,7 +57,7 @@ void Let(IDispatch& object, DISPID member, VARIANT& value, LCID locale = GetUser
          DWORD* lastError = nullptr);
 
 /// What the object's default property yields, followed until it is no object. Error 91 for Nothing,
-/// 438 without a default property, 13 when the objects lead nowhere.
+/// 438 without a default property, 13 when the objects never lead to a value.
 Variant DefaultValueOf(const VARIANT& object);
 
 }  // namespace brindlex

@@ -81,7 +81,7 @@ std::vector<Text> NamesFromService(IDispatch& service, IDispatch& object) {
 
 // ---- The object's own type information ---------------------------------------------------------
 
-/// A description that its ITypeInfo made, and that goes back to it.
+/// A description that its ITypeInfo made, and that must be released to it.
 template <class Description, void (STDMETHODCALLTYPE ITypeInfo::*kGiveBack)(Description*)>
 class Described {
  public:

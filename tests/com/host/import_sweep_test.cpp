@@ -3,6 +3,7 @@
 // none, a failure is reported, and the next call succeeds.
 
 #include <shlobj.h>
+#include <winternl.h>
 
 #include <algorithm>
 #include <set>
@@ -16,6 +17,9 @@
 #include "tests/com/support/hidden_station.h"
 #include "tests/com/support/malloc_spy.h"
 #include "tests/com/support/registry.h"
+
+/// RtlGenRandom, by the name that it is exported under.
+extern "C" BOOLEAN NTAPI SystemFunction036(PVOID bytes, ULONG size);
 
 namespace brindlex::testing {
 namespace {
@@ -238,7 +242,10 @@ class ImportSweepTest : public TextFilesTest {
     own_ = nullptr;
     collection_ = nullptr;
     memory_.reset();
-    SetFileAttributesW(Wide(PathOf(u"h")), FILE_ATTRIBUTE_NORMAL);
+    // A temporary file stays where every call that could remove it was made to fail.
+    for (const auto& file : std::filesystem::directory_iterator(PathOf(u""))) {
+      SetFileAttributesW(file.path().c_str(), FILE_ATTRIBUTE_NORMAL);
+    }
     EXPECT_EQ(0, ScriptedObject::Alive());
     TextFilesTest::TearDown();
   }

@@ -47,7 +47,7 @@ class DescribedIdsTest : public SaveRestoreTest {
   const Description fitting_{{{u"Title", 1}, {u"Count", 2}}};
 };
 
-TEST_F(DescribedIdsTest, OneDescriptionOfAllObjectsStandsForTheirAnswers) {
+TEST_F(DescribedIdsTest, ACommonDescriptionReplacesTheirAnswers) {
   const auto first = Described(u"a", u"1", fitting_);
   const auto second = Described(u"b", u"2", fitting_);
   EXPECT_EQ(u"Title\u00A5Count\u00A5\u0152a\u00A51\u00A5\u0152b\u00A52\u00A5\u0152",
@@ -146,7 +146,7 @@ TEST_F(DescribedIdsTest, OwnRecordsLackWhatTheyLack) {
 
 // ---- A text that is built where the host takes it ----------------------------------------------
 
-TEST(BstrBuilderTest, TextsOfEverySizeComeOutWhole) {
+TEST(BstrBuilderTest, TextsOfEverySizeAreComplete) {
   for (const std::size_t count : {0U, 1U, 100U, 65535U, 65536U, 70000U, 300000U}) {
     for (const double expectation : {0.0, 1.0, 1.03, 1.2, 1.5}) {
       std::u16string expected;

@@ -425,7 +425,7 @@ TEST_P(MemberTest, TakesNamedArgumentsInAnyOrder) {
   });
 }
 
-TEST_P(MemberTest, TakesNamedArgumentsBehindPlacedOnes) {
+TEST_P(MemberTest, TakesNamedArgumentsAfterPositionalOnes) {
   ExpectResult(Names(), DISPATCH_METHOD, [](auto& call, auto& ids, auto& arguments) {
     for (std::size_t index = 0; index < arguments.size(); ++index) {
       if (index == 0) {

@@ -11,7 +11,11 @@
 namespace brindlex::testing {
 namespace {
 
+using ::testing::AllOf;
+using ::testing::Each;
+using ::testing::Gt;
 using ::testing::IsEmpty;
+using ::testing::Lt;
 
 class TypeLibraryTest : public ComTest {};
 
@@ -79,7 +83,7 @@ TEST_F(TypeLibraryTest, EveryInterfaceIsDualAndOfAutomationTypesOnly) {
     // The half for late binding never has the flag for automation types.
     EXPECT_EQ(TYPEFLAG_FOLEAUTOMATION | TYPEFLAG_FDUAL | TYPEFLAG_FDISPATCHABLE,
               vtableAttributes->wTypeFlags);
-    // IDispatch takes the first seven places.
+    // IDispatch has the first seven entries.
     EXPECT_EQ(7 * sizeof(void*),
               static_cast<std::size_t>(FunctionDescription(*vtable.Get(), 0)->oVft));
   }
@@ -95,6 +99,35 @@ TEST_F(TypeLibraryTest, EveryTypeAndEveryMemberHasAHelpText) {
   }
   for (const ClassDescription& description : Classes()) {
     EXPECT_THAT(FunctionsWithoutHelp(*VtableTypeOf(description.interfaceId).Get()), IsEmpty());
+  }
+}
+
+/// The help context of each function, in the order of the vtable.
+std::vector<DWORD> ContextsOf(ITypeInfo& type) {
+  std::vector<DWORD> contexts;
+  const TypeAttributes attributes(type);
+  for (UINT index = 0; index < attributes->cFuncs; ++index) {
+    const FunctionDescription function(type, index);
+    DWORD context = 0;
+    type.GetDocumentation(function->memid, nullptr, nullptr, &context, nullptr);
+    contexts.push_back(context);
+  }
+  return contexts;
+}
+
+TEST_F(TypeLibraryTest, EveryClassAndEveryMemberHasAHelpContextOfTheHelpFile) {
+  const auto library = OwnTypeLibrary();
+  Bstr file;
+  ASSERT_EQ(S_OK, library->GetDocumentation(-1, nullptr, nullptr, nullptr, file.Receive()));
+  EXPECT_TRUE(file.View().ends_with(L"Brindlex.chm")) << file.Get();
+  DWORD first = 0;
+  for (const ClassDescription& description : Classes()) {
+    first += 1000;
+    const auto type = VtableTypeOf(description.interfaceId);
+    DWORD context = 0;
+    EXPECT_EQ(S_OK, type->GetDocumentation(MEMBERID_NIL, nullptr, nullptr, &context, nullptr));
+    EXPECT_EQ(first, context) << "the contexts of the classes count by thousands";
+    EXPECT_THAT(ContextsOf(*type.Get()), Each(AllOf(Gt(first), Lt(first + 1000))));
   }
 }
 

@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <cstdio>
+#include <cstring>
 #include <string>
 
 namespace brindlex::testing {
@@ -80,10 +81,28 @@ void FloatingPointEnvironment::Set() const {
   asm volatile("ldmxcsr %0" : : "m"(sse));
 }
 
+bool IsProcessorEmulated() {
+  const EnvironmentScope single({0x007F, 0x1F80});
+  const double given = 0.1;
+  double loaded = 0;
+  asm volatile("fldl %1\n\tfstpl %0" : "=m"(loaded) : "m"(given));
+  return std::memcmp(&loaded, &given, sizeof given) != 0;
+}
+
+FloatingPointEnvironment StrictestEnvironment() {
+  constexpr std::uint16_t k53Bits = 0x0200;
+  FloatingPointEnvironment strictest{0x0822, 0xD140};
+  if (IsProcessorEmulated()) strictest.x87 |= k53Bits;
+  return strictest;
+}
+
 bool MakeHostStrict() {
   if (!Load(kUnwinder) || !Load(L"libstdc++-6.dll") || !Load(L"libwinpthread-1.dll")) return false;
   AddVectoredExceptionHandler(1, CountException);
-  kStrictest.Set();
+  if (IsProcessorEmulated()) {
+    std::fprintf(stderr, "the processor is emulated and raises no floating-point exceptions\n");
+  }
+  StrictestEnvironment().Set();
   return true;
 }
 

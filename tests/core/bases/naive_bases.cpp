@@ -69,7 +69,7 @@ class Natural {
     return left * scale;
   }
 
-  /// Cut, by whole parts of 32 bits.
+  /// Truncated by `count` parts of 32 bits.
   Natural WithoutParts(std::size_t count) const {
     Natural rest;
     if (count < parts_.size()) {
@@ -78,7 +78,7 @@ class Natural {
     return rest;
   }
 
-  /// Cut.
+  /// Truncated.
   friend Natural operator/(Natural left, std::uint32_t divisor) {
     std::uint64_t rest = 0;
     for (std::size_t i = left.parts_.size(); i-- > 0;) {
@@ -296,7 +296,8 @@ Text ConvertDigit(std::int32_t digit, std::int32_t base) {
     if (digit < 0) throw RuntimeError(5);
     return {RowOf(base)->alphabet[static_cast<std::size_t>(digit)]};
   }
-  if (!HasStyle(base, DigitStyle::kSexagesimal)) throw RuntimeError(13, u"Unknown base", u"ConvertDigit");
+  if (!HasStyle(base, DigitStyle::kSexagesimal))
+    throw RuntimeError(13, u"Unknown base", u"ConvertDigit");
   std::string padded = "00";
   padded += numeral;
   padded += ":";

@@ -67,7 +67,7 @@ TEST_F(MemoryPlatformTest, HandsOutCollectionsThatCanBeInspected) {
   EXPECT_EQ(2, CollectionOf(Adapter(), collection->AsObject())->Count());
 }
 
-TEST_F(MemoryPlatformTest, CollectionsAnswerAsTheContractSays) {
+TEST_F(MemoryPlatformTest, CollectionsFollowTheContract) {
   const CollectionRef collection = platform_.NewCollection();
   collection->Add(TextView(u"text"), TextView(u"a"));
   collection->Add(RecordOf({}), TextView(u"b"));
@@ -81,27 +81,27 @@ TEST_F(MemoryPlatformTest, CollectionsAnswerAsTheContractSays) {
   EXPECT_EQ(5, ErrorOf([&] { collection->ObjectUnder(u""); }));
 }
 
-TEST_F(MemoryPlatformTest, EnumeratorsSayFalseBehindTheLastEntry) {
+TEST_F(MemoryPlatformTest, EnumeratorsReturnFalseAfterTheLastEntry) {
   const CollectionRef collection = platform_.NewCollection();
   collection->Add(TextView(u"x"), std::nullopt);
-  const auto walk = collection->Enumerate();
+  const auto enumerator = collection->Enumerate();
   Text entry;
-  EXPECT_TRUE(walk->NextText(entry));
+  EXPECT_TRUE(enumerator->NextText(entry));
   EXPECT_EQ(u"x", entry);
-  EXPECT_FALSE(walk->NextText(entry));
-  EXPECT_FALSE(walk->NextText(entry));
+  EXPECT_FALSE(enumerator->NextText(entry));
+  EXPECT_FALSE(enumerator->NextText(entry));
   EXPECT_EQ(u"x", entry);
 }
 
 TEST_F(MemoryPlatformTest, AnEnumeratorKeepsItsCollection) {
   CollectionRef collection = platform_.NewCollection();
   collection->Add(TextView(u"x"), std::nullopt);
-  auto walk = collection->Enumerate();
+  auto enumerator = collection->Enumerate();
   collection.reset();
   EXPECT_EQ(1U, Adapter().LiveObjects());
   Text entry;
-  EXPECT_TRUE(walk->NextText(entry));
-  walk.reset();
+  EXPECT_TRUE(enumerator->NextText(entry));
+  enumerator.reset();
   EXPECT_EQ(0U, Adapter().LiveObjects());
 }
 
@@ -119,9 +119,9 @@ TEST_F(MemoryPlatformTest, CollectionsFailAndLieOnDemand) {
     fault.Pass();
   };
   collection->Count();
-  const auto walk = collection->Enumerate();
+  const auto enumerator = collection->Enumerate();
   Object entry;
-  EXPECT_EQ(94, ErrorOf([&] { walk->NextObject(entry); }));
+  EXPECT_EQ(94, ErrorOf([&] { enumerator->NextObject(entry); }));
   EXPECT_EQ(440, ErrorOf([&] { collection->Add(Object(), TextView(u"new")); }));
   EXPECT_EQ(5, ErrorOf([&] { collection->ObjectUnder(u"new"); }));
   EXPECT_THAT(uses, ElementsAre(MemoryCollection::Use::kCount, MemoryCollection::Use::kEnumerate,
@@ -177,7 +177,7 @@ TEST_F(MemoryPlatformTest, MembersAreFoundInAnyLetterCaseUnlessTheClassMinds) {
   EXPECT_EQ(438, ErrorOf([&] { Write(record, u"nAME", u""); }));
 }
 
-TEST_F(MemoryPlatformTest, MembersRefuseAsTheyAreTold) {
+TEST_F(MemoryPlatformTest, MembersFailAsScripted) {
   const Object record = RecordOf({
       {.name = u"ReadOnly", .value = u"r", .writable = false},
       {.name = u"WriteOnly", .readable = false},
@@ -193,7 +193,7 @@ TEST_F(MemoryPlatformTest, MembersRefuseAsTheyAreTold) {
   EXPECT_THAT(Adapter().In<MemoryRecord>(record).values, ElementsAre(u"r", u"w", u""));
 }
 
-TEST_F(MemoryPlatformTest, AppendedTextGoesBehindWhatIsThere) {
+TEST_F(MemoryPlatformTest, AppendedTextFollowsTheExistingText) {
   const Object record =
       NewRecord(Adapter(), ListingClass(Adapter(), {{u"A"}, {u"B"}}), {u"1", u"2"});
   const auto access = Adapter().Access({u"B", u"A"});

@@ -125,7 +125,7 @@ TEST(PortableNumberText, NumbersAsText) {
   for (const auto& [value, text] : rows) EXPECT_EQ(kReading.ToText(value), text) << value;
 }
 
-TEST(PortableNumberText, BeginsWithZeroIsWhatTheTextSays) {
+TEST(PortableNumberText, BeginsWithZeroFollowsFromTheText) {
   for (const double value : {0.0, -0.0, 1.0, 0.5, -0.001, 1e-300, 5e-324, 1e300}) {
     EXPECT_EQ(kReading.BeginsWithZero(value), kReading.NumberText::BeginsWithZero(value)) << value;
   }

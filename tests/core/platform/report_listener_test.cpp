@@ -11,17 +11,17 @@
 namespace brindlex {
 namespace {
 
-/// Keeps what it is told, then does what a test wants.
+/// Keeps the reports that it receives, then does what a test wants.
 class Listener : public ReportListener {
  public:
-  std::vector<Report> told;
-  std::function<void()> whenTold;
+  std::vector<Report> received;
+  std::function<void()> onReceived;
 
  private:
   void OnReport(const Report& report) override {
-    told.push_back(report);
+    received.push_back(report);
     // A copy, since it may replace itself.
-    const auto action = whenTold;
+    const auto action = onReceived;
     if (action) action();
   }
 };
@@ -36,8 +36,8 @@ class ReportListenerTest : public AppFilesTest {
   /// A save that fails with error 76 at line 2.
   void Fail() { EXPECT_FALSE(SaveTextFile(platform_, u"C:\\No\\f", u"the text", false)); }
 
-  void ExpectCounts(std::size_t told, std::size_t boxes, std::size_t written) {
-    EXPECT_EQ(told, listener_->told.size());
+  void ExpectCounts(std::size_t received, std::size_t boxes, std::size_t written) {
+    EXPECT_EQ(received, listener_->received.size());
     EXPECT_EQ(boxes, platform_.reports.size());
     EXPECT_EQ(written, platform_.errorChannel.size());
   }
@@ -45,13 +45,13 @@ class ReportListenerTest : public AppFilesTest {
   std::shared_ptr<Listener> listener_ = std::make_shared<Listener>();
 };
 
-TEST_F(ReportListenerTest, IsToldInPlaceOfTheUser) {
+TEST_F(ReportListenerTest, ReceivesReportsInPlaceOfTheUser) {
   Fail();
   ExpectCounts(0, 1, 0);
   platform_.listener = listener_;
   Fail();
   ExpectCounts(1, 1, 0);
-  EXPECT_EQ(platform_.reports[0], listener_->told[0]);
+  EXPECT_EQ(platform_.reports[0], listener_->received[0]);
   platform_.listener = nullptr;
   Fail();
   ExpectCounts(1, 2, 0);
@@ -61,11 +61,11 @@ TEST_F(ReportListenerTest, IsToldInPlaceOfTheUser) {
 TEST_F(ReportListenerTest, LearnsNumberDescriptionAndLineByThemselves) {
   platform_.listener = listener_;
   const auto expect = [&](std::int32_t number, TextView description, std::int32_t line) {
-    ASSERT_EQ(1U, listener_->told.size());
-    EXPECT_EQ(number, listener_->told[0].number);
-    EXPECT_EQ(description, listener_->told[0].description);
-    EXPECT_EQ(line, listener_->told[0].line);
-    listener_->told.clear();
+    ASSERT_EQ(1U, listener_->received.size());
+    EXPECT_EQ(number, listener_->received[0].number);
+    EXPECT_EQ(description, listener_->received[0].description);
+    EXPECT_EQ(line, listener_->received[0].line);
+    listener_->received.clear();
   };
   Fail();
   expect(76, u"Path not found", 2);
@@ -75,7 +75,7 @@ TEST_F(ReportListenerTest, LearnsNumberDescriptionAndLineByThemselves) {
   store.AsDelimitedFromCollection(nullptr);
   expect(91, u"Object variable or With block variable not set", 1);
   store.GetObjectFromString(u"", Object());
-  EXPECT_TRUE(listener_->told.empty());
+  EXPECT_TRUE(listener_->received.empty());
   store.SetRefuseMarkers(true);
   const auto one = ListingClass(Adapter(), {{u"A"}});
   store.AsDelimitedFromObject(NewRecord(Adapter(), one, {u"\u00A5"}));
@@ -96,24 +96,24 @@ TEST_F(ReportListenerTest, WithoutADesktopAReportGoesToTheErrorChannel) {
   EXPECT_EQ(u"KX Error", platform_.errorChannel[0].caption);
 }
 
-TEST_F(ReportListenerTest, WhatAFailingListenerIsToldGoesToTheErrorChannel) {
+TEST_F(ReportListenerTest, AReportToAFailingListenerGoesToTheErrorChannel) {
   platform_.listener = listener_;
-  listener_->whenTold = [] { throw RuntimeError(438); };
+  listener_->onReceived = [] { throw RuntimeError(438); };
   Fail();
-  listener_->whenTold = [] { throw std::bad_alloc(); };
+  listener_->onReceived = [] { throw std::bad_alloc(); };
   Fail();
-  listener_->whenTold = [] { throw 1; };
+  listener_->onReceived = [] { throw 1; };
   Fail();
   ExpectCounts(3, 0, 3);
-  EXPECT_EQ(listener_->told[2], platform_.errorChannel[2]);
-  listener_->whenTold = nullptr;
+  EXPECT_EQ(listener_->received[2], platform_.errorChannel[2]);
+  listener_->onReceived = nullptr;
   Fail();
   ExpectCounts(4, 0, 3);
 }
 
-TEST_F(ReportListenerTest, AFailureOfTheListenersOwnIsNotToldToItself) {
+TEST_F(ReportListenerTest, AListenerDoesNotReceiveItsOwnFailures) {
   platform_.listener = listener_;
-  listener_->whenTold = [this] { Fail(); };
+  listener_->onReceived = [this] { Fail(); };
   Fail();
   ExpectCounts(1, 0, 1);
   Fail();
@@ -171,7 +171,7 @@ TEST(JumpingListenerTest, IsNotifiedAgainFromCallsThatGoDeeper) {
 
 TEST_F(ReportListenerTest, AReportFromInsideTheListenerIsNotItsOwnHoweverDeep) {
   platform_.listener = listener_;
-  listener_->whenTold = [this] { RunDeeper(50, [this] { Fail(); }); };
+  listener_->onReceived = [this] { RunDeeper(50, [this] { Fail(); }); };
   Fail();
   ExpectCounts(1, 0, 1);
 }
@@ -179,17 +179,17 @@ TEST_F(ReportListenerTest, AReportFromInsideTheListenerIsNotItsOwnHoweverDeep) {
 TEST_F(ReportListenerTest, MayPutAnotherInItsPlaceMeanwhile) {
   platform_.listener = listener_;
   const auto other = std::make_shared<Listener>();
-  listener_->whenTold = [&] {
+  listener_->onReceived = [&] {
     platform_.listener = other;
     Fail();
   };
   Fail();
-  EXPECT_EQ(1U, listener_->told.size());
-  EXPECT_EQ(1U, other->told.size());
-  listener_->whenTold = [&] { platform_.listener = nullptr; };
+  EXPECT_EQ(1U, listener_->received.size());
+  EXPECT_EQ(1U, other->received.size());
+  listener_->onReceived = [&] { platform_.listener = nullptr; };
   platform_.listener = listener_;
-  // The last reference to it may go while it is told.
-  std::exchange(listener_, std::make_shared<Listener>())->told.clear();
+  // The last reference to it may be released while it handles a report.
+  std::exchange(listener_, std::make_shared<Listener>())->received.clear();
   Fail();
   EXPECT_EQ(nullptr, platform_.listener);
 }
