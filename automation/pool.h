@@ -65,7 +65,7 @@ class Pool {
 
   /// The first slot that was never used. The last block's are used from its end.
   Slot* Unused() {
-    constexpr std::size_t kFewest = 4;
+    constexpr std::size_t kFewest = 8;
     constexpr std::size_t kMost = 512;
     if (unused_ == 0) {
       const std::size_t count =

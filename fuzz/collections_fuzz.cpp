@@ -103,6 +103,15 @@ class Comparison {
     model_.text = text;
   }
 
+  /// Runs `operation` with a further operation, perhaps, within one of its calls of the host.
+  template <class Operation>
+  auto Interrupted(Operation&& operation) {
+    usesLeft_ = input_.TakeBelow(8);
+    auto result = operation();
+    usesLeft_ = 0;
+    return result;
+  }
+
   void StoreInNewText() {
     const Text name = input_.TakeText(kMostOfAName);
     const std::vector<naive::Texts> rows = TakeRows();
@@ -163,15 +172,6 @@ class Comparison {
         Interrupted([&] { return store_.WorkingCol(name, creator_, key); });
     RequireRecords(expected.records, working, Adapter());
     RequireReports(expected.reports, platform_);
-  }
-
-  /// Runs `operation` with a further operation, perhaps, within one of its calls of the host.
-  template <class Operation>
-  auto Interrupted(Operation&& operation) {
-    usesLeft_ = input_.TakeBelow(8);
-    auto result = operation();
-    usesLeft_ = 0;
-    return result;
   }
 
   void UseMeanwhile() {

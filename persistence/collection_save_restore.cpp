@@ -37,25 +37,84 @@ bool HoldsEntries(const CollectionRef& object) {
 }
 
 std::vector<Text> TextsOf(const Collection& collection) {
+  constexpr std::size_t kUsual = 8;
   std::vector<Text> texts;
+  texts.reserve(kUsual);
   const auto entries = collection.Enumerate();
   for (Text text; entries->NextText(text);) texts.push_back(text);
   return texts;
 }
 
+/// The objects of a collection, to be saved.
+class CollectionObjects {
+ public:
+  explicit CollectionObjects(const CollectionRef& collection) : collection_(collection) {}
+
+  std::int32_t Count() const { return Required(collection_).Count(); }
+  Object First() const { return FirstObject(*collection_); }
+  template <class Visit>
+  void ForEach(Visit&& visit) const {
+    const auto entries = collection_->Enumerate();
+    for (Object object; entries->NextObject(object);) visit(object);
+  }
+
+ private:
+  const CollectionRef& collection_;
+};
+
+/// One object, to be saved as the only one of a collection.
+class OneObject {
+ public:
+  explicit OneObject(const Object& object) : object_(object) {}
+
+  std::int32_t Count() const { return 1; }
+  const Object& First() const { return object_; }
+  template <class Visit>
+  void ForEach(Visit&& visit) const {
+    visit(object_);
+  }
+
+ private:
+  const Object& object_;
+};
+
 /// Writes the header `names` and a record for each of `objects`, which are about `count`; `first`
 /// is the first of them.
-void WriteObjects(const Collection& objects, std::int32_t count, const Object& first,
+template <class Objects>
+void WriteObjects(const Objects& objects, std::int32_t count, const Object& first,
                   const std::vector<Text>& names, RecordWriter& writer, TextBuilder& text) {
   writer.AppendHeader(names);
   const auto access = first.Adapter().Access(names);
-  const auto entries = objects.Enumerate();
   std::int32_t written = 0;
-  for (Object object; entries->NextObject(object);) {
+  objects.ForEach([&](const Object& object) {
     writer.AppendRecord(object, *access);
     HintSize(count, ++written, text);
-  }
+  });
 }
+
+/// Collects what is restored in a collection that can be handed out.
+class InCollection {
+ public:
+  void Begin(const ObjectAdapter& adapter) { collection_ = adapter.NewCollection(); }
+  void Add(Object object, std::optional<TextView> key) { collection_->Add(std::move(object), key); }
+  CollectionRef Take() { return std::move(collection_); }
+
+ private:
+  CollectionRef collection_;
+};
+
+/// Collects what is restored, for one call.
+class InList {
+ public:
+  void Begin(const ObjectAdapter& /*adapter*/) {}
+  void Add(Object object, std::optional<TextView> /*key*/) {
+    objects_.push_back(std::move(object));
+  }
+  std::vector<Object> Take() { return std::move(objects_); }
+
+ private:
+  std::vector<Object> objects_;
+};
 
 }  // namespace
 
@@ -151,11 +210,18 @@ void clsCollectionSaveRestore::AsDelimitedFromCollection(const CollectionRef& my
                                                          const OptionalText& recordEndMarker,
                                                          const OptionalText& fieldEndMarker,
                                                          TextBuilder& result) {
-  Save(myObjects, recordEndMarker, fieldEndMarker, nullptr, result);
+  SaveCollection(myObjects, recordEndMarker, fieldEndMarker, nullptr, result);
 }
 
-bool clsCollectionSaveRestore::Save(const CollectionRef& myObjects,
-                                    const OptionalText& recordEndMarker,
+bool clsCollectionSaveRestore::SaveCollection(const CollectionRef& myObjects,
+                                              const OptionalText& recordEndMarker,
+                                              const OptionalText& fieldEndMarker,
+                                              const Markers* around, TextBuilder& result) {
+  return Save(CollectionObjects(myObjects), recordEndMarker, fieldEndMarker, around, result);
+}
+
+template <class Objects>
+bool clsCollectionSaveRestore::Save(const Objects& objects, const OptionalText& recordEndMarker,
                                     const OptionalText& fieldEndMarker, const Markers* around,
                                     TextBuilder& result) {
   SaveProgress progress;
@@ -164,12 +230,12 @@ bool clsCollectionSaveRestore::Save(const CollectionRef& myObjects,
   Trap(
       [&](CurrentLine& line) {
         line = 1;
-        const std::int32_t count = Required(myObjects).Count();
+        const std::int32_t count = objects.Count();
         if (count != 0) {
           line = 2;
           const Markers markers = MarkersOr(DefaultMarkers(), recordEndMarker, fieldEndMarker);
           line = 3;
-          const Object first = FirstObject(*myObjects);
+          const Object first = objects.First();
           progress.names = NamesToSave(first);
           line = 4;
           if (progress.names.empty()) GoToHandler({});
@@ -178,7 +244,7 @@ bool clsCollectionSaveRestore::Save(const CollectionRef& myObjects,
           std::optional<ValidatingRecordWriter> validating;
           if (refusesMarkers) validating.emplace(markers, around, result, progress.reading);
           RecordWriter& writer = refusesMarkers ? static_cast<RecordWriter&>(*validating) : plain;
-          WriteObjects(*myObjects, count, first, progress.names, writer, result);
+          WriteObjects(objects, count, first, progress.names, writer, result);
         }
         isSaved = true;
       },
@@ -203,9 +269,9 @@ Text clsCollectionSaveRestore::AsDelimitedFromObject(const Object& myObj) {
   Text result;
   Trap(
       [&](CurrentLine&) {
-        const auto alone = std::make_shared<InnerCollection>();
-        alone->Add(myObj, std::nullopt);
-        result = AsDelimitedFromCollection(alone);
+        StringTextBuilder text;
+        Save(OneObject(myObj), {}, {}, nullptr, text);
+        result = text.Take();
       },
       [&](const PendingError& pending) {
         platform_.ShowReport(TaggedReport(u"Error DFO", u"Error DFO", pending));
@@ -243,12 +309,13 @@ const FieldViews& clsCollectionSaveRestore::FieldsOf(const RecordParser& record)
   return *fields;
 }
 
-CollectionRef clsCollectionSaveRestore::AsDelimitedToCollection(TextView savedInfo,
-                                                                const Object& createObject,
-                                                                const OptionalText& recordEndMarker,
-                                                                const OptionalText& fieldEndMarker,
-                                                                const OptionalText& keyProperty) {
-  CollectionRef result;
+template <class Result>
+auto clsCollectionSaveRestore::Restore(TextView savedInfo, const Object& createObject,
+                                       const OptionalText& recordEndMarker,
+                                       const OptionalText& fieldEndMarker,
+                                       const OptionalText& keyProperty)
+    -> decltype(std::declval<Result>().Take()) {
+  decltype(std::declval<Result>().Take()) result{};
   Trap(
       [&](CurrentLine& line) {
         line = 1;
@@ -264,19 +331,20 @@ CollectionRef clsCollectionSaveRestore::AsDelimitedToCollection(TextView savedIn
         if (!HasHeaderAndRecord(*records)) return;
         line = 5;
         const RestoreHeader header = ReadHeader(records->Fields(), *members, keyName);
-        result = RestoreObjects(*records, header, sample, createObject, line);
+        result = RestoreObjects<Result>(*records, header, sample, createObject, line);
       },
       [&](const PendingError& pending) { ReportFailedRestore(pending); });
   return result;
 }
 
-CollectionRef clsCollectionSaveRestore::RestoreObjects(RecordParser& records,
-                                                       const RestoreHeader& header,
-                                                       const Object& sample, const Object& creator,
-                                                       CurrentLine& line) {
+template <class Result>
+auto clsCollectionSaveRestore::RestoreObjects(RecordParser& records, const RestoreHeader& header,
+                                              const Object& sample, const Object& creator,
+                                              CurrentLine& line) {
   const auto access = sample.Adapter().Access(header.properties);
-  const auto creatorAccess = creator.Adapter().Access({Text(kGetNewObject)});
-  CollectionRef collection = sample.Adapter().NewCollection();
+  const auto creatorAccess = creator.Adapter().Access(std::vector<Text>(1, Text(kGetNewObject)));
+  Result result;
+  result.Begin(sample.Adapter());
   for (std::size_t number = 1; records.Next(); ++number) {
     line = 6;
     const FieldViews& values = FieldsOf(records);
@@ -286,9 +354,18 @@ CollectionRef clsCollectionSaveRestore::RestoreObjects(RecordParser& records,
     object.Adapter();
     access->LetTexts(object, values);
     line = 8;
-    collection->Add(std::move(object), KeyOf(values, header.keyColumns));
+    result.Add(std::move(object), KeyOf(values, header.keyColumns));
   }
-  return collection;
+  return result.Take();
+}
+
+CollectionRef clsCollectionSaveRestore::AsDelimitedToCollection(TextView savedInfo,
+                                                                const Object& createObject,
+                                                                const OptionalText& recordEndMarker,
+                                                                const OptionalText& fieldEndMarker,
+                                                                const OptionalText& keyProperty) {
+  return Restore<InCollection>(savedInfo, createObject, recordEndMarker, fieldEndMarker,
+                               keyProperty);
 }
 
 void clsCollectionSaveRestore::ReportFailedRestore(const PendingError& pending) {
@@ -301,7 +378,9 @@ Object clsCollectionSaveRestore::GetObjectFromString(TextView inputString,
   Trap(
       [&](CurrentLine&) {
         if (inputString.empty()) return;
-        result = FirstObject(Required(AsDelimitedToCollection(inputString, objectSample)));
+        std::vector<Object> objects = Restore<InList>(inputString, objectSample, {}, {}, {});
+        if (objects.empty()) throw RuntimeError(error_number::kObjectNotSet);
+        result = std::move(objects.front());
       },
       [&](const PendingError& pending) {
         platform_.ShowReport(

@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include "automation/collection.h"
@@ -140,7 +141,11 @@ class clsCollectionSaveRestore {
   const FieldViews& FieldsOf(const RecordParser& record);
   /// AsDelimitedFromCollection; returns whether there was no report. `around` are the markers of
   /// the layer in which the text will be a value; null when it stands alone.
-  bool Save(const CollectionRef& myObjects, const OptionalText& recordEndMarker,
+  bool SaveCollection(const CollectionRef& myObjects, const OptionalText& recordEndMarker,
+                      const OptionalText& fieldEndMarker, const Markers* around,
+                      TextBuilder& result);
+  template <class Objects>
+  bool Save(const Objects& objects, const OptionalText& recordEndMarker,
             const OptionalText& fieldEndMarker, const Markers* around, TextBuilder& result);
   void ReportFailedSave(const PendingError& pending, const SaveProgress& progress);
 
@@ -148,9 +153,15 @@ class clsCollectionSaveRestore {
   CollectionRef CopyOf(const Collection& foreign);
   CollectionRef MembersOf(const Object& sample);
   std::vector<Text> NamesToSave(const Object& first);
-  /// A collection of one object of `creator` for each record after the header.
-  CollectionRef RestoreObjects(RecordParser& records, const RestoreHeader& header,
-                               const Object& sample, const Object& creator, CurrentLine& line);
+  /// AsDelimitedToCollection, whose objects a Result takes.
+  template <class Result>
+  auto Restore(TextView savedInfo, const Object& createObject, const OptionalText& recordEndMarker,
+               const OptionalText& fieldEndMarker, const OptionalText& keyProperty)
+      -> decltype(std::declval<Result>().Take());
+  /// An object of `creator` for each record after the header.
+  template <class Result>
+  auto RestoreObjects(RecordParser& records, const RestoreHeader& header, const Object& sample,
+                      const Object& creator, CurrentLine& line);
   void ReportFailedRestore(const PendingError& pending);
 
   /// Parses the text of `data` unless that is done; returns false after a report.

@@ -80,13 +80,14 @@ class FastRecordParser final : public RecordParser {
  private:
   using Scan = MarkerScan<FastestMatcher>;
   using Position = TokenizedRecords::Position;
+  static constexpr std::size_t kFirstRoom = 2 * Scan::kRoom;
 
   FastRecordParser(TextView text, char16_t fieldEnd)
       : RecordParser(1),
         scan_(text, fieldEnd, text.back()),
         end_(text.data() + text.size()),
         fieldEnd_(fieldEnd) {
-    starts_.front() = text.data();
+    starts_[0] = text.data();
   }
 
   bool IsTokenized() const override { return scan_.IsAtEnd(); }
@@ -97,20 +98,27 @@ class FastRecordParser final : public RecordParser {
     // The text ends with a record end, so there is one.
     std::size_t count = 0;
     while (count == 0) {
-      if (starts_.size() - listed_ < Scan::kRoom) starts_.resize(2 * starts_.size());
-      Position* const first = starts_.data() + listed_;
+      if (room_ - listed_ < Scan::kRoom) Grow();
+      Position* const first = starts_.get() + listed_;
       Position* const last = scan_.List(first);
-      listed_ = static_cast<std::size_t>(last - starts_.data());
+      listed_ = static_cast<std::size_t>(last - starts_.get());
       count = FindEnds(first, last);
     }
     for (std::size_t number = 0; number < count; ++number) SkipBreaks(*ends_[number]);
-    records.Set(starts_.data(), {ends_.data(), count});
+    records.Set(starts_.get(), {ends_.data(), count});
     return true;
+  }
+
+  void Grow() {
+    auto larger = std::make_unique_for_overwrite<Position[]>(2 * room_);
+    std::copy_n(starts_.get(), listed_, larger.get());
+    starts_ = std::move(larger);
+    room_ *= 2;
   }
 
   /// Moves the positions of the record that is not tokenized to its end to the front.
   void DropPassed(TokenizedRecords& records) noexcept {
-    Position* const front = starts_.data();
+    Position* const front = starts_.get();
     Position* const rest = records.Rest() == nullptr ? front : records.Rest();
     listed_ -= static_cast<std::size_t>(rest - front);
     std::memmove(front, rest, listed_ * sizeof(Position));
@@ -143,7 +151,8 @@ class FastRecordParser final : public RecordParser {
   char16_t fieldEnd_;
   /// Positions where fields and records start, and their number: those of the stretch that was
   /// scanned last, and of the record that it began in.
-  std::vector<Position> starts_ = std::vector<Position>(2 * Scan::kRoom);
+  std::unique_ptr<Position[]> starts_ = std::make_unique_for_overwrite<Position[]>(kFirstRoom);
+  std::size_t room_ = kFirstRoom;
   std::size_t listed_ = 1;
   /// Of these, the ones where a record starts.
   std::array<Position*, Scan::kRoom> ends_;

@@ -122,7 +122,8 @@ void clsCollectionSaveRestore::MultiDataColString(const CollectionRef& newCol, T
         const bool needsInner = refuseMarkers_;
         const Markers outer = DefaultMarkers();
         StringTextBuilder inner;
-        const bool isSaved = Save(newCol, InternalRecordEnd, InternalFieldEnd, &outer, inner);
+        const bool isSaved =
+            SaveCollection(newCol, InternalRecordEnd, InternalFieldEnd, &outer, inner);
         if (needsInner && !isSaved) return;
         WriteWithChange(collections, {inner.View(), name}, result);
       },
@@ -140,7 +141,7 @@ bool clsCollectionSaveRestore::StoreCollection(const CollectionRef& newCol, Text
         if (!Parse(*data)) return;
         const Markers outer = DefaultMarkers();
         StringTextBuilder inner;
-        if (!Save(newCol, InternalRecordEnd, InternalFieldEnd, &outer, inner)) return;
+        if (!SaveCollection(newCol, InternalRecordEnd, InternalFieldEnd, &outer, inner)) return;
         const NamedCollections::Change change = {inner.View(), name};
         const bool isReadBack = NamedCollections::IsReadBack(change.data, change.name);
         if (isReadBack && data->collections->AreReadBack()) {

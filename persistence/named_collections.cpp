@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <limits>
 #include <new>
 #include <utility>
 
@@ -20,6 +19,8 @@ constexpr TextView kHeader = u"DataString\u00A5Name\u00A5\u0152";
 /// Two field ends and a record end.
 constexpr std::size_t kMarkers = 3;
 constexpr std::size_t kFewestSlots = 16;
+/// More than any text of a host has.
+constexpr std::size_t kMostUnits = 0x7FFFFFFF;
 
 bool HoldsMarker(TextView text) noexcept {
   return FindEither(text, kFieldEnd, kRecordEnd) != TextView::npos;
@@ -66,7 +67,7 @@ class Comparison {
 }  // namespace
 
 SharedUnits ShareUnits(TextView text) {
-  if (text.size() > std::numeric_limits<std::uint32_t>::max()) throw std::bad_alloc();
+  if (text.size() > kMostUnits) throw std::bad_alloc();
   auto units = std::make_shared_for_overwrite<char16_t[]>(text.size());
   std::copy(text.begin(), text.end(), units.get());
   return units;
@@ -129,8 +130,7 @@ std::vector<Text> NamedCollections::Names() const {
 // ---- Changes -----------------------------------------------------------------------------------
 
 NamedCollections::Entry NamedCollections::MakeCopy(TextView data, TextView name) const {
-  constexpr std::size_t kMost = std::numeric_limits<std::uint32_t>::max();
-  if (data.size() > kMost || name.size() > kMost - data.size()) throw std::bad_alloc();
+  if (data.size() > kMostUnits || name.size() > kMostUnits) throw std::bad_alloc();
   auto units = std::make_shared_for_overwrite<char16_t[]>(data.size() + name.size());
   char16_t* const nameUnits = std::copy(data.begin(), data.end(), units.get());
   std::copy(name.begin(), name.end(), nameUnits);
@@ -181,7 +181,7 @@ std::optional<NamedCollections::Change> NamedCollections::FindChange(TextView te
     const auto data = comparison.TakeField();
     const auto name = data ? comparison.TakeField() : std::nullopt;
     if (!name || !comparison.Skip({&kRecordEnd, 1})) return false;
-    change = {*data, *name};
+    change = Change{*data, *name};
     return !data->starts_with(kLineBreak);
   };
   const Entry* last = nullptr;
@@ -193,7 +193,7 @@ std::optional<NamedCollections::Change> NamedCollections::FindChange(TextView te
     if (!EqualIgnoringCase(change->name, entry.Name())) return std::nullopt;
   }
   if (change || comparison.IsAtEnd()) {
-    if (!change && last != nullptr && last->hasKey) change = {last->Data(), last->Name()};
+    if (!change && last != nullptr && last->hasKey) change = Change{last->Data(), last->Name()};
   } else if (!takeChange() || Find(change->name)) {
     return std::nullopt;
   }

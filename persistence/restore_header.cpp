@@ -25,6 +25,7 @@ std::optional<std::size_t> RestoreHeader::LastColumn(TextView property) const {
 
 RestoreHeader ReadHeader(const FieldViews& names, const Collection& members, TextView keyProperty) {
   RestoreHeader header;
+  header.properties.reserve(names.size());
   for (const TextView name : names) {
     Text property;
     IgnoreErrors([&] { property = OwnSpelling(members, name); });

@@ -154,8 +154,12 @@ class DirectEnumerator : public Enumerator {
   bool NextText(Text& entry) override {
     const VARIANT* const next = Next();
     if (next == nullptr) return false;
-    // A copy, since an object that is asked for its text may take itself out.
-    entry = TextOf(Variant(*next).Get());
+    if (next->vt == VT_BSTR) {
+      entry = ViewOf(next->bstrVal);
+    } else {
+      // A copy, since an object that is asked for its text may take itself out.
+      entry = TextOf(Variant(*next).Get());
+    }
     return true;
   }
 
@@ -180,7 +184,12 @@ class DirectCollection : public Collection {
     return std::make_unique<DirectEnumerator>(collection_);
   }
 
-  Text TextUnder(TextView key) const override { return TextOf(Variant(All().At(key).Get()).Get()); }
+  Text TextUnder(TextView key) const override {
+    const VARIANT& entry = All().At(key).Get();
+    if (entry.vt == VT_BSTR) return Text(ViewOf(entry.bstrVal));
+    // A copy, since an object that is asked for its text may take itself out.
+    return TextOf(Variant(entry).Get());
+  }
 
   Object ObjectUnder(TextView key) const override {
     return ThePlatform().Dispatch().Wrap(ObjectOf(All().At(key).Get()));

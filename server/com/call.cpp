@@ -77,8 +77,6 @@ Call::Call(const Member& member, const DISPPARAMS& params) : params_(params) {
   }
   Assign(member, count);
   RequireAll(member, count);
-  owned_.reserve(count);
-  variables_.reserve(count);
 }
 
 void Call::Assign(const Member& member, std::size_t count) {
@@ -123,7 +121,7 @@ VARIANT Call::ValueAt(std::size_t index) {
   Variant copy;
   const HRESULT status = CopyValue(copy.Get(), Dereferenced(*argument));
   if (FAILED(status)) throw BadArgument{status, CallerPositionOf(index)};
-  return owned_.emplace_back(std::move(copy)).Get();
+  return (NextOwned() = std::move(copy)).Get();
 }
 
 const VARIANT& Call::ConvertedAt(std::size_t index, VARTYPE type) {
@@ -135,7 +133,7 @@ const VARIANT& Call::ConvertedAt(std::size_t index, VARTYPE type) {
   // An object that does no automation is a value of the wrong type like any other.
   if (status == E_NOINTERFACE) throw BadArgument{DISP_E_TYPEMISMATCH, CallerPositionOf(index)};
   if (FAILED(status)) throw BadArgument{status, CallerPositionOf(index)};
-  return owned_.emplace_back(std::move(converted)).Get();
+  return (NextOwned() = std::move(converted)).Get();
 }
 
 BSTR Call::TextAt(std::size_t index) { return ConvertedAt(index, VT_BSTR).bstrVal; }
@@ -155,13 +153,15 @@ bool Call::IsLeftOut(std::size_t index) const {
 VARIANT& Call::VariableAt(std::size_t index, VARTYPE type) {
   Variant before(ConvertedAt(index, type));
   Variant now(before.Get());
+  // The member holds pointers into it.
+  variables_.reserve(Member::kMostParameters);
   return variables_.emplace_back(Variable{arguments_.at(index), std::move(before), std::move(now)})
       .now.Get();
 }
 
 long* Call::LongVariableAt(std::size_t index, long byDefault) {
   if (!IsLeftOut(index)) return &VariableAt(index, VT_I4).lVal;
-  VARIANT& number = owned_.emplace_back().Get();
+  VARIANT& number = NextOwned().Get();
   number.vt = VT_I4;
   number.lVal = byDefault;
   return &number.lVal;
@@ -169,7 +169,7 @@ long* Call::LongVariableAt(std::size_t index, long byDefault) {
 
 double* Call::DoubleVariableAt(std::size_t index, double byDefault) {
   if (!IsLeftOut(index)) return &VariableAt(index, VT_R8).dblVal;
-  VARIANT& number = owned_.emplace_back().Get();
+  VARIANT& number = NextOwned().Get();
   number.vt = VT_R8;
   number.dblVal = byDefault;
   return &number.dblVal;

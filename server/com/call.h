@@ -109,8 +109,11 @@ class Call {
   const DISPPARAMS& params_;
   /// In written order; null where the argument is omitted.
   std::array<const VARIANT*, Member::kMostParameters> arguments_ = {};
-  /// What the call had to copy or convert.
-  std::vector<Variant> owned_;
+  Variant& NextOwned() { return owned_.at(ownedCount_++); }
+
+  /// What the call had to copy or convert: at most one value for each argument.
+  std::array<Variant, Member::kMostParameters> owned_;
+  std::size_t ownedCount_ = 0;
   /// An argument that is written back: before and after the member ran.
   struct Variable {
     const VARIANT* argument;

@@ -104,6 +104,7 @@ class DispatchAccess : public MemberAccess {
  public:
   DispatchAccess(const DispatchAdapter& adapter, std::vector<Text> names)
       : MemberAccess(std::move(names)), adapter_(adapter) {
+    names_.reserve(Names().size());
     for (const Text& name : Names()) names_.emplace_back(name);
   }
 

@@ -1,4 +1,5 @@
 #include "persistence/delimited_text.h"
+#include "persistence/record_writer.h"
 
 #include <gmock/gmock.h>
 
@@ -595,21 +596,21 @@ class MeasuredBuilder final : public TextBuilder {
   Text text_;
 };
 
-TEST(ExpectRecordsTest, ExpectsAsMuchForEachRecordAsThoseBeforeTook) {
+TEST(HintSizeTest, EstimatesAsMuchForEachRecordAsThoseBeforeTook) {
   for (std::int32_t written = 1; written < 1000; ++written) {
     MeasuredBuilder builder;
     builder.Append(Text(std::size_t{10} * static_cast<std::size_t>(written), u'x'));
-    ExpectRecords(1000, written, builder);
+    HintSize(1000, written, builder);
     const bool isTime = written >= 8 && std::has_single_bit(static_cast<unsigned>(written));
     // 1000 records of 10 units, and a fifth more.
     EXPECT_EQ(isTime ? 12000U : 2000U, builder.NextCapacity(1000)) << written;
   }
 }
 
-TEST(ExpectRecordsTest, ExpectsABillionUnitsAtMost) {
+TEST(HintSizeTest, EstimatesABillionUnitsAtMost) {
   MeasuredBuilder builder;
   builder.Append(Text(100000, u'x'));
-  ExpectRecords(2'000'000'000, 8, builder);
+  HintSize(2'000'000'000, 8, builder);
   EXPECT_EQ(1'000'000'000U, builder.NextCapacity(100'000'000));
 }
 

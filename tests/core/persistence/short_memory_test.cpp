@@ -51,6 +51,16 @@ class ShortMemoryTest : public PersistenceTest {
                [&](const auto& result, bool reported) { return reported && isEmpty(result); });
   }
 
+  /// Runs `use(store)` on a new instance with the text `multiDataString`, which has yet to parse
+  /// it.
+  template <class Use>
+  auto WithText(TextView multiDataString, Use&& use) {
+    clsCollectionSaveRestore store(platform_);
+    store.SetRefuseMarkers(store_.RefuseMarkers());
+    store.SetMultiDataString(multiDataString);
+    return use(store);
+  }
+
   bool IsSaved(const CollectionRef& collection) {
     return collection != nullptr && store_.AsDelimitedFromCollection(collection) == kSaved;
   }
@@ -120,7 +130,13 @@ TEST_F(ShortMemoryTest, ASaveThatRefusesMarkers) {
     return other.MultiDataColString(records, name);
   }();
   // Blocks that cannot be restored are reported, and left out.
-  EXPECT_GT(Run([&] { return store_.MultiDataColString(records, name); },
+  const Text before = store_.MultiDataString();
+  EXPECT_GT(Run(
+                [&] {
+                  return WithText(before, [&](clsCollectionSaveRestore& store) {
+                    return store.MultiDataColString(records, name);
+                  });
+                },
                 [&](const Text& text) { return text == whole; },
                 [&](const Text& text, bool reported) {
                   return reported && (text.empty() || text == alone);
@@ -224,9 +240,13 @@ TEST_F(ShortMemoryTest, FieldNamesCollection) {
 
 TEST_F(ShortMemoryTest, WorkingCol) {
   const Object creator = Creator(TitleAndCount());
-  store_.SetMultiDataString(store_.MultiDataColString(TwoRecords(), u"A name of some length"));
+  const Text text = store_.MultiDataColString(TwoRecords(), u"A name of some length");
   EXPECT_GT(RunWholeOrEmpty(
-                [&] { return store_.WorkingCol(u"A name of some length", creator, u"Title"); },
+                [&] {
+                  return WithText(text, [&](clsCollectionSaveRestore& store) {
+                    return store.WorkingCol(u"A name of some length", creator, u"Title");
+                  });
+                },
                 [&](const CollectionRef& result) { return IsSaved(result); }, IsNone),
             60U);
 }
@@ -242,7 +262,12 @@ TEST_F(ShortMemoryTest, MultiDataColString) {
   // yield, a set of blocks without any or an empty text.
   const Text noData = store_.MultiDataColString(Adapter().NewCollection(), name);
   const Text noBlocks = u"DataString\u00A5Name\u00A5\u0152\u00A5" + Text(name) + u"\u00A5\u0152";
-  EXPECT_GT(Run([&] { return store_.MultiDataColString(records, name); },
+  EXPECT_GT(Run(
+                [&] {
+                  return WithText(before, [&](clsCollectionSaveRestore& store) {
+                    return store.MultiDataColString(records, name);
+                  });
+                },
                 [&](const Text& text) { return text == whole; },
                 [&](const Text& text, bool reported) {
                   return reported &&
@@ -259,7 +284,13 @@ TEST_F(ShortMemoryTest, ReplacingACollection) {
       store_.MultiDataColString(RecordsOf(TitleAndCount(), {{u"old"}}), name));
   const Text noData = store_.MultiDataColString(Adapter().NewCollection(), name);
   const Text whole = store_.MultiDataColString(records, name);
-  EXPECT_GT(Run([&] { return store_.MultiDataColString(records, name); },
+  const Text before = store_.MultiDataString();
+  EXPECT_GT(Run(
+                [&] {
+                  return WithText(before, [&](clsCollectionSaveRestore& store) {
+                    return store.MultiDataColString(records, name);
+                  });
+                },
                 [&](const Text& text) { return text == whole; },
                 [&](const Text& text, bool reported) {
                   return reported && (text.empty() || text == noData);
@@ -286,11 +317,10 @@ TEST_F(ShortMemoryTest, StoreCollection) {
       const Text whole = store_.MultiDataColString(records, name);
       EXPECT_GT(Run(
                     [&] {
-                      clsCollectionSaveRestore store(platform_);
-                      store.SetRefuseMarkers(refuses);
-                      store.SetMultiDataString(before);
-                      const bool isStored = store.StoreCollection(records, name);
-                      return Change{isStored, store.MultiDataString()};
+                      return WithText(before, [&](clsCollectionSaveRestore& store) {
+                        const bool isStored = store.StoreCollection(records, name);
+                        return Change{isStored, store.MultiDataString()};
+                      });
                     },
                     [&](const Change& change) { return change.result && change.text == whole; },
                     [&](const Change& change, bool reported) {
@@ -303,7 +333,6 @@ TEST_F(ShortMemoryTest, StoreCollection) {
 }
 
 TEST_F(ShortMemoryTest, RemoveCollection) {
-  const auto records = TwoRecords();
   const TextView name = u"A name of some length";
   for (const TextView first : {u"DataString\u00A5Name\u00A5\u0152x\u00A5The "
                                u"first\u00A5\u0152x\u00A5A name of some length\u00A5\u0152",
@@ -312,10 +341,10 @@ TEST_F(ShortMemoryTest, RemoveCollection) {
     const Text whole = u"DataString\u00A5Name\u00A5\u0152x\u00A5The first\u00A5\u0152";
     EXPECT_GT(Run(
                   [&] {
-                    clsCollectionSaveRestore store(platform_);
-                    store.SetMultiDataString(first);
-                    const bool wasThere = store.RemoveCollection(name);
-                    return Change{wasThere, store.MultiDataString()};
+                    return WithText(first, [&](clsCollectionSaveRestore& store) {
+                      const bool wasThere = store.RemoveCollection(name);
+                      return Change{wasThere, store.MultiDataString()};
+                    });
                   },
                   [&](const Change& change) { return change.result && change.text == whole; },
                   [&](const Change& change, bool reported) {
@@ -326,13 +355,18 @@ TEST_F(ShortMemoryTest, RemoveCollection) {
 }
 
 TEST_F(ShortMemoryTest, CollectionNames) {
-  store_.SetMultiDataString(store_.MultiDataColString(TwoRecords(), u"A name of some length"));
-  EXPECT_GT(RunWholeOrEmpty([&] { return store_.CollectionNames(); },
-                            [&](const CollectionRef& names) {
-                              return names != nullptr &&
-                                     NamesIn(names) == std::vector<Text>{u"A name of some length"};
-                            },
-                            IsNone),
+  const Text text = store_.MultiDataColString(TwoRecords(), u"A name of some length");
+  EXPECT_GT(RunWholeOrEmpty(
+                [&] {
+                  return WithText(text, [](clsCollectionSaveRestore& store) {
+                    return store.CollectionNames();
+                  });
+                },
+                [&](const CollectionRef& names) {
+                  return names != nullptr &&
+                         NamesIn(names) == std::vector<Text>{u"A name of some length"};
+                },
+                IsNone),
             5U);
 }
 

@@ -161,16 +161,16 @@ TEST_F(StoreCollectionTest, AFailureChangesNothing) {
 TEST_F(StoreCollectionTest, ATextThatCannotBeRestoredIsReportedAndKept) {
   for (int operation = 0; operation < 3; ++operation) {
     const auto run = [&] {
-      if (operation == 0) EXPECT_FALSE(store_.StoreCollection(One(u"A"), u"Items"));
-      if (operation == 1) EXPECT_FALSE(store_.RemoveCollection(u"Items"));
-      if (operation == 2) EXPECT_EQ(nullptr, store_.CollectionNames());
+      if (operation == 0) return !store_.StoreCollection(One(u"A"), u"Items");
+      if (operation == 1) return !store_.RemoveCollection(u"Items");
+      return store_.CollectionNames() == nullptr;
     };
     store_.SetMultiDataString(kDamaged);
-    run();
+    EXPECT_TRUE(run());
     ExpectReports({SplitReport(), RestoreReport(u"Subscript out of range", 9, 4)});
     EXPECT_EQ(kDamaged, store_.MultiDataString());
     store_.SetMultiDataString(kUnderTwoNames);
-    run();
+    EXPECT_TRUE(run());
     ExpectReports({RestoreReport(kKeyInUse, 457, 8)});
     EXPECT_EQ(kUnderTwoNames, store_.MultiDataString());
   }
