@@ -48,8 +48,9 @@ function writeFile(path, text) {
   stream.Close();
 }
 
+// Bare words stay as they are, since cmd.exe does not know its own switches in quotes.
 function quoted(text) {
-  return '"' + text + '"';
+  return /^[\w\/.:\\-]+$/.test(text) ? text : '"' + text + '"';
 }
 
 // Runs a command without a window. Returns {status, text}: its exit status, and what it printed.
