@@ -9,7 +9,7 @@ var fso = new ActiveXObject("Scripting.FileSystemObject");
 
 var own = fso.GetParentFolderName(WScript.ScriptFullName);
 var root = fso.GetParentFolderName(own);
-var windows = shell.ExpandEnvironmentStrings("%SystemRoot%");
+var windows = fso.GetSpecialFolder(0).Path;
 var work = fso.BuildPath(fso.GetSpecialFolder(2).Path, fso.GetTempName());
 
 // Which programs of the system are of which bitness: System32 holds those of the system itself.
@@ -32,6 +32,11 @@ function add(group, name, state, expected, actual) {
 
 function expect(group, name, expected, actual) {
   add(group, name, String(expected) === String(actual) ? "pass" : "fail", expected, actual);
+}
+
+// Wine's script host leaves the final NUL in the text.
+function expanded(text) {
+  return shell.ExpandEnvironmentStrings(text).replace(/\u0000/g, "");
 }
 
 function readFile(path) {
@@ -175,11 +180,11 @@ function registryValue(name) {
 function aboutTheSystem() {
   var version = "HKLM\\SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\";
   return [
-    ["Windows", lines(run([shell.ExpandEnvironmentStrings("%ComSpec%"), "/c", "ver"]).text).join(" ")],
+    ["Windows", lines(run([expanded("%ComSpec%"), "/c", "ver"]).text).join(" ")],
     ["Product", registryValue(version + "ProductName")],
     ["Build", registryValue(version + "CurrentBuildNumber") + "." + registryValue(version + "UBR")],
     ["Bitness of Windows", is64 ? "64" : "32"],
-    ["Processor", shell.ExpandEnvironmentStrings("%PROCESSOR_ARCHITECTURE%, %PROCESSOR_IDENTIFIER%")],
+    ["Processor", expanded("%PROCESSOR_ARCHITECTURE%, %PROCESSOR_IDENTIFIER%")],
     ["ANSI code page", registryValue("HKLM\\SYSTEM\\CurrentControlSet\\Control\\Nls\\CodePage\\ACP")],
     ["Locale", registryValue("HKCU\\Control Panel\\International\\LocaleName")],
     ["Script host", WScript.Version],
