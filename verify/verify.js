@@ -9,7 +9,7 @@ var fso = new ActiveXObject("Scripting.FileSystemObject");
 
 var own = fso.GetParentFolderName(WScript.ScriptFullName);
 var root = fso.GetParentFolderName(own);
-var windows = shell.ExpandEnvironmentStrings("%SystemRoot%");
+var windows = fso.GetSpecialFolder(0).Path;
 var work = fso.BuildPath(fso.GetSpecialFolder(2).Path, fso.GetTempName());
 
 // Which programs of the system are of which bitness: System32 holds those of the system itself.
@@ -34,6 +34,11 @@ function expect(group, name, expected, actual) {
   add(group, name, String(expected) === String(actual) ? "pass" : "fail", expected, actual);
 }
 
+// Wine's script host leaves the final NUL in the text.
+function expanded(text) {
+  return shell.ExpandEnvironmentStrings(text).replace(/\u0000/g, "");
+}
+
 function readFile(path) {
   if (!fso.FileExists(path) || fso.GetFile(path).Size === 0) return "";
   var stream = fso.OpenTextFile(path, 1);
@@ -48,8 +53,9 @@ function writeFile(path, text) {
   stream.Close();
 }
 
+// Bare words stay as they are, since cmd.exe does not know its own switches in quotes.
 function quoted(text) {
-  return '"' + text + '"';
+  return /^[\w\/.:\\-]+$/.test(text) ? text : '"' + text + '"';
 }
 
 // Runs a command without a window. Returns {status, text}: its exit status, and what it printed.
@@ -174,11 +180,11 @@ function registryValue(name) {
 function aboutTheSystem() {
   var version = "HKLM\\SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\";
   return [
-    ["Windows", lines(run([shell.ExpandEnvironmentStrings("%ComSpec%"), "/c", "ver"]).text).join(" ")],
+    ["Windows", lines(run([expanded("%ComSpec%"), "/c", "ver"]).text).join(" ")],
     ["Product", registryValue(version + "ProductName")],
     ["Build", registryValue(version + "CurrentBuildNumber") + "." + registryValue(version + "UBR")],
     ["Bitness of Windows", is64 ? "64" : "32"],
-    ["Processor", shell.ExpandEnvironmentStrings("%PROCESSOR_ARCHITECTURE%, %PROCESSOR_IDENTIFIER%")],
+    ["Processor", expanded("%PROCESSOR_ARCHITECTURE%, %PROCESSOR_IDENTIFIER%")],
     ["ANSI code page", registryValue("HKLM\\SYSTEM\\CurrentControlSet\\Control\\Nls\\CodePage\\ACP")],
     ["Locale", registryValue("HKCU\\Control Panel\\International\\LocaleName")],
     ["Script host", WScript.Version],

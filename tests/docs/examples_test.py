@@ -20,6 +20,14 @@ PRINTS = re.compile(r"(?:'|//) -> (.*)$", re.MULTILINE)
 MODULE = re.compile(r"Class module `(\w+)`:\s*\Z")
 REFERENCE = "reference.md"
 DONE = "examples: done"
+# A report that no example expects is printed, and fails the comparison, instead of waiting for a user.
+REPORTS = """Class ReportPrinter
+  Public Sub OnReport(caption, text, style, number, description, line)
+    WScript.Echo "report: " & caption & ": " & text
+  End Sub
+End Class
+Set CreateObject("Brindlex.clsEnvironment").ReportListener = New ReportPrinter
+"""
 # What a page takes for granted beside the first script of the reference.
 ASSUMED = {
     "files.md": 'Class HostOfThePage\n  Public ProgDir\n  Public UsingFarOrFarBar\nEnd Class\n'
@@ -34,7 +42,7 @@ TRANSLATION = (
     (re.compile(r" As (?:New )?[\w.]+"), ""),
     (re.compile(r"Debug\.Print ([\w.]+), ([\w.]+)$", re.MULTILINE), r'WScript.Echo \1 & " " & \2'),
     (re.compile(r"Debug\.Print"), "WScript.Echo"),
-    (re.compile(r'Environ\("(\w+)"\)'), r'CreateObject("WScript.Shell").ExpandEnvironmentStrings("%\1%")'),
+    (re.compile(r'Environ\("TEMP"\)'), 'CreateObject("Scripting.FileSystemObject").GetSpecialFolder(2).Path'),
     (re.compile(r"^( *)Kill (\w+)$", re.MULTILINE), r'\1CreateObject("Scripting.FileSystemObject").DeleteFile \2'),
     (re.compile(r"KeyProperty:="), ", , "),
 )
@@ -74,7 +82,7 @@ def in_subroutine(block: str, number: int) -> str:
 
 def run_vbscript(wine: list[str], first: str, page: str, blocks: list[str]) -> None:
     script = [] if blocks and blocks[0] == first else [PRINTS.sub("", first).replace("WScript.Echo", "Quiet")]
-    script.insert(0, "Sub Quiet(text)\nEnd Sub\n")
+    script.insert(0, REPORTS + "Sub Quiet(text)\nEnd Sub\n")
     script.append(ASSUMED.get(page, ""))
     script += [in_subroutine(block, number) for number, block in enumerate(blocks)]
     # Option Explicit is for the first statement alone, and the pages do not declare everything.
@@ -92,7 +100,7 @@ def translated(block: str) -> str:
 
 def run_vba(wine: list[str], modules: list[tuple[str, str]]) -> None:
     """`modules` are (name of the class or "", code), in the order of the page."""
-    script, calls = [], []
+    script, calls = [REPORTS], []
     for number, (name, code) in enumerate(modules):
         code = translated(code)
         if name:
@@ -110,8 +118,11 @@ def run_vba(wine: list[str], modules: list[tuple[str, str]]) -> None:
         file.flush()
         printed = run([*wine, "cscript", "//nologo", windows_path(file.name)])
     missing = {f"ran {call}" for call in calls} - set(printed)
-    silent = [call for call in calls if not printed or printed[0] == f"ran {call}"]
-    if missing or silent or printed[-1:] != [DONE]:
+    # Each prints something; an example that stops early would be silent.
+    silent = [first for first, second in zip(["ran", *printed], printed)
+              if first.startswith("ran") and second.startswith("ran")]
+    reports = [line for line in printed if line.startswith("report: ")]
+    if missing or silent or reports or printed[-1:] != [DONE]:
         raise Failure(f"printed {printed}\nby\n{text}")
 
 

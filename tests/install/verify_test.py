@@ -28,6 +28,15 @@ def run(*command: str, expect: int = 0) -> str:
     return text
 
 
+def verify(folder: str, *arguments: str, expect: int = 0) -> str:
+    """Runs the script as a prompt does, where its path is in quotes."""
+    caller = os.path.join(os.path.dirname(folder), "caller.cmd")
+    words = [windows_path(os.path.join(folder, "verify/verify.cmd")), *arguments]
+    with open(caller, "w", encoding="ascii", newline="\r\n") as file:
+        file.write("@call " + " ".join(f'"{word}"' for word in words) + "\n")
+    return run("cmd", "/c", windows_path(caller), expect=expect)
+
+
 def windows_path(path: str) -> str:
     return "Z:" + path.replace("/", "\\")
 
@@ -55,7 +64,7 @@ def rows_of(report: str) -> list[list[str]]:
 
 def check_all_passes(folder: str) -> None:
     report = os.path.join(folder, "verify/report.html")
-    printed = run("cmd", "/c", windows_path(os.path.join(folder, "verify/verify.cmd")))
+    printed = verify(folder)
     rows = rows_of(report)
     states = {state: sum(row[0] == state for row in rows) for state in ("pass", "fail", "skip")}
     assert states["fail"] == states["skip"] == 0 and states["pass"] > 80, printed
@@ -76,7 +85,7 @@ def check_fault_is_found(folder: str) -> None:
     with open(os.path.join(folder, "examples/books.js"), "a", encoding="ascii") as file:
         file.write('\nWScript.Echo("<one more line>");\n')
     report = os.path.join(folder, "own report.html")
-    run("cmd", "/c", windows_path(os.path.join(folder, "verify/verify.cmd")), windows_path(report), expect=1)
+    verify(folder, windows_path(report), expect=1)
     failed = {(row[1], row[2]): row[4] for row in rows_of(report) if row[0] == "fail"}
     assert ("x64, registration-free", "loads the DLL") in failed, failed
     assert failed["x86, cscript", "examples\\books.js"] == "<one more line>", failed
@@ -88,7 +97,7 @@ def check_registration_is_kept(folder: str) -> None:
     key = "HKCU\\Software\\Classes\\Brindlex.clsCollection"
     run("reg", "add", key, "/ve", "/d", "mine", "/f")
     report = os.path.join(folder, "own report.html")
-    run("cmd", "/c", windows_path(os.path.join(folder, "verify/verify.cmd")), windows_path(report), expect=1)
+    verify(folder, windows_path(report), expect=1)
     skipped = [row for row in rows_of(report) if row[0] == "skip"]
     assert len(skipped) == 2 and "already" in skipped[0][2], skipped
     assert "mine" in run("reg", "query", key)
