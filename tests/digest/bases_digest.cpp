@@ -10,8 +10,8 @@
 #include <iterator>
 #include <limits>
 
-#include "platform/portable_number_text.h"
 #include "bases/bases.h"
+#include "platform/portable_number_text.h"
 #include "tests/core/bases/naive_bases.h"
 #include "tests/core/bases/number_source.h"
 #include "tests/digest/fpu.h"
