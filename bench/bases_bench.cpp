@@ -12,8 +12,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/portable_number_text.h"
 #include "bases/bases.h"
+#include "platform/portable_number_text.h"
 #include "tests/core/bases/number_source.h"
 
 #if defined(BRINDLEX_HAS_GMP)

@@ -5,9 +5,9 @@
 #include <cstdlib>
 #include <iostream>
 
-#include "platform/portable_number_text.h"
 #include "bases/bases.h"
 #include "fuzz/input.h"
+#include "platform/portable_number_text.h"
 #include "tests/core/bases/naive_bases.h"
 
 namespace brindlex {

@@ -54,7 +54,8 @@ void AddBase(CLI::App& tool, Context& context) {
       command.add_option("from", options->from, "The base it is in")->type_name("FROM");
   auto* const to =
       command.add_option("to", options->to, "The base it is wanted in")->type_name("TO");
-  command.add_flag("--table", options->isTable, "Write it in bases " + BaseList() + ", one to a line");
+  command.add_flag("--table", options->isTable,
+                   "Write it in bases " + BaseList() + ", one to a line");
   command
       .add_option("--digits", options->limits.maxFractionDigits,
                   "At most so many fractional digits; -1 for no limit (-1)")

@@ -2,12 +2,12 @@
 
 #include <variant>
 
-#include "platform/portable_number_text.h"
 #include "automation/runtime_error.h"
 #include "bases/bases.h"
 #include "cli/text/diagnostics.h"
 #include "cli/text/escape.h"
 #include "cli/text/utf.h"
+#include "platform/portable_number_text.h"
 
 namespace brindlex::tool {
 namespace {

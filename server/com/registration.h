@@ -22,8 +22,8 @@ struct RegistryKey {
   /// Relative to the classes root.
   std::wstring path;
   std::vector<Value> values;
-  /// True for a key that 32-bit and 64-bit programs read in the same place, so that the DLLs of both
-  /// write it.
+  /// True for a key that 32-bit and 64-bit programs read in the same place, so that the DLLs of
+  /// both write it.
   bool isShared = false;
   /// True for the key of a class that names the DLL's file. Where programs of the other bitness see
   /// it too, the DLL of that bitness is registered.

@@ -1,6 +1,6 @@
 // The whole type library as text, compared to tests/com/interface/type_library.txt, which ./dev
-// generate makes from the interface description. A change of what hosts see shows in that file; what
-// hosts may already use never changes.
+// generate makes from the interface description. A change of what hosts see shows in that file;
+// what hosts may already use never changes.
 
 #include <gtest/gtest.h>
 

@@ -7,8 +7,8 @@
 #include <limits>
 #include <vector>
 
-#include "platform/portable_number_text.h"
 #include "bases/bases.h"
+#include "platform/portable_number_text.h"
 #include "tests/core/bases/naive_bases.h"
 #include "tests/core/bases/number_source.h"
 
