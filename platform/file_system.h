@@ -53,8 +53,8 @@ class TextReader {
 };
 
 /// The files and folders of the machine, as its scripting run time gives access to them. Paths are
-/// the system's; errors are 52 for a path with a NUL, 53 file not found, 70 permission denied, 76 path
-/// not found, or the system's own. Files and streams may outlive it.
+/// the system's; errors are 52 for a path with a NUL, 53 file not found, 70 permission denied, 76
+/// path not found, or the system's own. Files and streams may outlive it.
 class FileSystem {
  public:
   FileSystem() = default;
