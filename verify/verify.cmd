@@ -14,5 +14,8 @@ if not exist "%host%" (
   echo verify: %host% is missing; the Windows Script Host is switched off or not installed.
   exit /b 2
 )
-"%host%" //nologo //E:JScript "%~dp0verify.js" "%report%"
+rem The engine is named because .js may belong to an editor; not every script host knows that switch.
+set "engine=//E:JScript"
+"%host%" //nologo %engine% "%~dp0verify.js" probe >nul 2>&1 || set "engine="
+"%host%" //nologo %engine% "%~dp0verify.js" report "%report%"
 exit /b %ERRORLEVEL%

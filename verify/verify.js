@@ -1,6 +1,7 @@
 // The checks of verify.cmd, and their report. Runs in the Windows Script Host alone.
 //
-//   cscript //nologo //E:JScript verify.js REPORT
+//   cscript //nologo verify.js report REPORT
+//   cscript //nologo verify.js probe          shows by its exit status 0 that it can run
 //
 // Exit status: 0 all checks passed, 1 some failed, 2 it could not run.
 
@@ -226,20 +227,21 @@ function report(system) {
 }
 
 function main() {
-  if (WScript.Arguments.length !== 1) {
-    WScript.Echo("usage: cscript //nologo //E:JScript verify.js REPORT");
+  if (WScript.Arguments.length === 1 && WScript.Arguments.Item(0) === "probe") return 0;
+  if (WScript.Arguments.length !== 2) {
+    WScript.Echo("usage: cscript //nologo verify.js report REPORT");
     return 2;
   }
   fso.CreateFolder(work);
   try {
     checkBitness("x64");
     checkBitness("x86");
-    writeFile(WScript.Arguments(0), report(aboutTheSystem()));
+    writeFile(WScript.Arguments.Item(1), report(aboutTheSystem()));
   } finally {
     fso.DeleteFolder(work, true);
   }
   WScript.Echo(count("pass") + " passed, " + count("fail") + " failed, " + count("skip") + " not run: " +
-               WScript.Arguments(0));
+               WScript.Arguments.Item(1));
   return count("fail") === 0 ? 0 : 1;
 }
 
