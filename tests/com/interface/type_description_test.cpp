@@ -148,7 +148,7 @@ TEST_F(TypeDescriptionTest, ADescriptionThatIsNotThereIsReported) {
 
 // Comparing each name with all before it would take 64 times as long for 8 times as many.
 TEST_F(TypeDescriptionTest, AsManyMembersAsTheCountCanSayTakeLinearTime) {
-  const auto millisecondsFor = [](int members) {
+  const auto millisecondsFor = [this](int members) {
     const auto description = ScriptedTypeInfo::New();
     for (int number = 0; number < members; ++number) {
       // Of one length, so that comparing them cannot stop there.

@@ -119,7 +119,7 @@ TEST_F(TypeLibraryTest, EveryClassAndEveryMemberHasAHelpContextOfTheHelpFile) {
   const auto library = OwnTypeLibrary();
   Bstr file;
   ASSERT_EQ(S_OK, library->GetDocumentation(-1, nullptr, nullptr, nullptr, file.Receive()));
-  EXPECT_TRUE(file.View().ends_with(L"Brindlex.chm")) << file.Get();
+  EXPECT_TRUE(file.View().ends_with(u"Brindlex.chm")) << file.Get();
   DWORD first = 0;
   for (const ClassDescription& description : Classes()) {
     first += 1000;
