@@ -29,9 +29,9 @@ Object FirstObject(const Collection& collection) {
   return first;
 }
 
-class InnerCollection::Walk : public Enumerator {
+class InnerCollection::EntryEnumerator : public Enumerator {
  public:
-  explicit Walk(const KeyedList<Entry>& entries) : entries_(entries) {}
+  explicit EntryEnumerator(const KeyedList<Entry>& entries) : entries_(entries) {}
 
   bool NextObject(Object& entry) override {
     if (position_ >= entries_.Count()) return false;
@@ -51,7 +51,7 @@ class InnerCollection::Walk : public Enumerator {
 };
 
 std::unique_ptr<Enumerator> InnerCollection::Enumerate() const {
-  return std::make_unique<Walk>(entries_);
+  return std::make_unique<EntryEnumerator>(entries_);
 }
 
 Text InnerCollection::TextUnder(TextView key) const { return AsText(entries_.At(key)); }

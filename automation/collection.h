@@ -11,8 +11,8 @@
 
 namespace brindlex {
 
-/// One walk over the entries of a collection, in its order. Each call asks for one more entry and
-/// says false behind the last.
+/// An enumerator over the entries of a collection, in its order. Each call reads one more entry and
+/// returns false after the last.
 class Enumerator {
  public:
   Enumerator() = default;
@@ -60,7 +60,7 @@ class Collection {
 /// 424 when the first entry is neither.
 Object FirstObject(const Collection& collection);
 
-/// A collection that lives within the component and is never handed out.
+/// A collection that lives within the component and is never returned to the host.
 class InnerCollection : public Collection {
  public:
   std::int32_t Count() const override { return static_cast<std::int32_t>(entries_.Count()); }
@@ -74,7 +74,7 @@ class InnerCollection : public Collection {
 
  private:
   using Entry = std::variant<Text, Object>;
-  class Walk;
+  class EntryEnumerator;
 
   KeyedList<Entry> entries_;
 };

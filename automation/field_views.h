@@ -7,15 +7,15 @@
 
 namespace brindlex {
 
-/// The fields of one record of a text, as views into it. The fields stand one behind the other,
-/// each ended by a marker, so that the places where they start tell all.
+/// The fields of one record of a text, as views into it. The fields follow one another, each ended
+/// by a marker, so that their starts determine them.
 class FieldViews {
  public:
   /// No fields.
   FieldViews() = default;
-  /// `count` fields that start at `starts`; behind the last of them stands where a further one
-  /// would start. Each is ended by a marker of `marker` units. Both the places and the text must
-  /// outlive it.
+  /// `count` fields that start at `starts`, which has one more element: the start that a further
+  /// field would have. Each field is ended by a marker of `marker` units. Both the starts and the
+  /// text must outlive it.
   FieldViews(const char16_t* const* starts, std::size_t count, std::size_t marker) noexcept
       : starts_(starts), count_(count), marker_(marker) {}
 

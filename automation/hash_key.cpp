@@ -9,7 +9,7 @@ SipKey hashKey;
 
 }  // namespace
 
-bool SeedHashKey(RandomKeySource source) noexcept { return source(hashKey); }
+void SetHashKey(const SipKey& key) noexcept { hashKey = key; }
 
 const SipKey& HashKey() noexcept { return hashKey; }
 

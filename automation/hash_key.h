@@ -8,18 +8,14 @@
 
 namespace brindlex {
 
-/// Sets `key` to 128 bits that nobody can predict, from the operating system; returns false and
-/// leaves `key` as it is if the system supplies none. The core knows no operating system, so the
-/// program or the component around it supplies the function.
-using RandomKeySource = bool (*)(SipKey& key) noexcept;
+/// Sets the process's hash key, which should be 128 bits from the operating system that nobody can
+/// predict; the component or the program around the core supplies them. To be called once, before
+/// the first use of HashKey and on one thread: a table that was filled under another key no longer
+/// finds its entries.
+void SetHashKey(const SipKey& key) noexcept;
 
-/// Draws the process's hash key from `source`. Returns false, and leaves the key as it was, if the
-/// source fails. To be called once, before the first use of HashKey and on one thread: a table that
-/// was filled under another key no longer finds its entries.
-bool SeedHashKey(RandomKeySource source) noexcept;
-
-/// The key of all hash tables whose keys come from outside: files, hosts. Fixed until SeedHashKey
-/// was called, which suits tests.
+/// The key of all hash tables whose keys come from outside: files, hosts. Fixed until SetHashKey
+/// is called, which suits tests.
 const SipKey& HashKey() noexcept;
 
 /// SipHash-1-3 of `bytes` under HashKey.

@@ -38,7 +38,7 @@ void KeyIndex::Insert(KeyNode& node, Text key, std::uint32_t hash) noexcept {
 
 void KeyIndex::Erase(const KeyNode& node) noexcept {
   std::size_t hole = SlotOf(node.hash, &node);
-  // Those behind the hole move up, as far as that brings them no nearer than their home.
+  // Entries after the hole move into it, unless that brings them before their home.
   for (std::size_t slot = Next(hole); slots_[slot].node != nullptr; slot = Next(slot)) {
     const std::size_t mask = slots_.size() - 1;
     const std::size_t fromHome = (slot - Home(slots_[slot].hash)) & mask;

@@ -18,8 +18,9 @@ namespace brindlex {
 /// An ordered collection with positions from 1 and optional keys that ignore letter case.
 ///
 /// Reading by position or key and adding at the end take constant time; Insert and Remove take the
-/// time of moving the positions behind. A failure leaves the list as it was. Values are destroyed
-/// only after the list is whole again, so a value's destructor may use the list. Not synchronized.
+/// time of moving the following positions. A failure leaves the list as it was. Values are
+/// destroyed only after the list is consistent again, so a value's destructor may use the list. Not
+/// synchronized.
 template <class T>
 class KeyedList {
  public:
@@ -61,13 +62,13 @@ class KeyedList {
   }
 
   /// The position of the value under `key`. Error 5 when there is none. Takes the time of looking
-  /// at the positions behind it.
+  /// at the positions after it.
   std::size_t PositionOf(TextView key) const {
     const KeyNode* const sought = keys_.Find(key);
     if (sought == nullptr) throw RuntimeError(error_number::kInvalidCall);
-    const auto behind = std::find_if(entries_.rbegin(), entries_.rend(),
-                                     [sought](const Entry* entry) { return entry == sought; });
-    return static_cast<std::size_t>(entries_.rend() - behind);
+    const auto found = std::find_if(entries_.rbegin(), entries_.rend(),
+                                    [sought](const Entry* entry) { return entry == sought; });
+    return static_cast<std::size_t>(entries_.rend() - found);
   }
 
   /// Adds `value` at the end. Error 457 when `key` is in use.

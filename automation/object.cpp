@@ -4,7 +4,7 @@
 
 namespace brindlex {
 
-bool ObjectFamily::FlagOf(const Object& object, TextView name) const {
+bool ObjectAdapter::FlagOf(const Object& object, TextView name) const {
   const Text text = object.GetText(name);
   const bool isTrue = EqualIgnoringCase(text, u"True");
   if (!isTrue && !EqualIgnoringCase(text, u"False")) {
@@ -31,19 +31,19 @@ Object MemberAccess::CallForObject(const Object& object, std::size_t member) {
   return object.CallForObject(names_.at(member));
 }
 
-void* Object::Self(const ObjectFamily& family) const {
-  if (&Family() != &family) throw RuntimeError(error_number::kNoAutomation);
+void* Object::Self(const ObjectAdapter& adapter) const {
+  if (&Adapter() != &adapter) throw RuntimeError(error_number::kNoAutomation);
   return self_;
 }
 
-const ObjectFamily& Object::Family() const {
+const ObjectAdapter& Object::Adapter() const {
   if (IsNothing()) throw RuntimeError(error_number::kObjectNotSet);
-  return *family_;
+  return *adapter_;
 }
 
 Text Object::GetText(TextView name) const {
   StringTextBuilder text;
-  Family().Access({Text(name)})->AppendText(*this, 0, text);
+  Adapter().Access({Text(name)})->AppendText(*this, 0, text);
   return text.Take();
 }
 

@@ -19,7 +19,7 @@ class Object;
 /// A shared reference to a collection; null is "no collection".
 using CollectionRef = std::shared_ptr<Collection>;
 
-/// Reads and writes a fixed list of members, by name, on many objects of one family.
+/// Reads and writes a fixed list of members, by name, on many objects of one sort.
 class MemberAccess {
  public:
   explicit MemberAccess(std::vector<Text> names) : names_(std::move(names)) {}
@@ -27,13 +27,16 @@ class MemberAccess {
   MemberAccess& operator=(const MemberAccess&) = delete;
   virtual ~MemberAccess() = default;
 
+  /// The number of members.
+  std::size_t Count() const noexcept { return names_.size(); }
+
   /// Appends the value of the member with index `member`, converted to text. Error 438 when the
   /// object lacks it, 94 when the value is null, 13 when it has no text, or the getter's own error;
   /// `text` is then as it was.
   virtual void AppendText(const Object& object, std::size_t member, TextBuilder& text) = 0;
 
-  /// Appends the values of all members, in the order of the names, with `end` behind each, as
-  /// AppendText has it. `reading` is the index of the member that is being read, when this throws.
+  /// Appends the values of all members, in the order of the names, each followed by `end`, as
+  /// AppendText does. `reading` is the index of the member that is being read, when this throws.
   virtual void AppendTexts(const Object& object, TextView end, TextBuilder& text,
                            std::size_t& reading);
 
@@ -41,11 +44,11 @@ class MemberAccess {
   /// when the object lacks it or cannot set it, or the setter's own error.
   virtual void LetText(const Object& object, std::size_t member, TextView value) = 0;
 
-  /// Hands `values`, one for each name, to the members in the order of the names, as LetText has
-  /// it. A blank name is passed over.
+  /// Hands `values`, one for each name, to the members in the order of the names, as LetText
+  /// does. A blank name is skipped.
   virtual void LetTexts(const Object& object, const FieldViews& values);
 
-  /// The object that the member with index `member` yields, as ObjectFamily::CallForObject has it.
+  /// The object that the member with index `member` yields, as ObjectAdapter::CallForObject has it.
   virtual Object CallForObject(const Object& object, std::size_t member);
 
  protected:
@@ -55,15 +58,15 @@ class MemberAccess {
   std::vector<Text> names_;
 };
 
-/// What can be done, late bound, with one family of objects: the host's own, which are reached by
-/// name only, or the component's. An Object carries its family with it. Every function runs on the
+/// The late-bound operations on one sort of objects: the host's own, which are reached by name
+/// only, or the component's. An Object carries its adapter with it. Every function runs on the
 /// thread of the object's apartment and throws RuntimeError.
-class ObjectFamily {
+class ObjectAdapter {
  public:
-  ObjectFamily() = default;
-  ObjectFamily(const ObjectFamily&) = delete;
-  ObjectFamily& operator=(const ObjectFamily&) = delete;
-  virtual ~ObjectFamily() = default;
+  ObjectAdapter() = default;
+  ObjectAdapter(const ObjectAdapter&) = delete;
+  ObjectAdapter& operator=(const ObjectAdapter&) = delete;
+  virtual ~ObjectAdapter() = default;
 
   virtual void AddRef(void* object) const noexcept = 0;
   virtual void Release(void* object) const noexcept = 0;
@@ -76,18 +79,18 @@ class ObjectFamily {
   virtual CollectionRef CallForCollection(void* object, TextView name) const = 0;
 
   /// The property `name` as a flag: its own when it is one, otherwise what it converts to. Error
-  /// 438 when the object lacks it, 13 when it has no flag, or the getter's own error. A family
-  /// whose properties are texts knows the words True and False, in any letter case.
+  /// 438 when the object lacks it, 13 when it has no flag, or the getter's own error. An
+  /// adapter whose properties are texts knows the words True and False, in any letter case.
   virtual bool FlagOf(const Object& object, TextView name) const;
 
   /// The names of the object's readable properties in declaration order, each once, from its
   /// type information. Error 445 or the system's error when it has none.
   virtual std::vector<Text> PropertyGetNames(void* object) const = 0;
 
-  /// Access to the members `names` of objects of this family.
+  /// Access to the members `names` of this adapter's objects.
   virtual std::unique_ptr<MemberAccess> Access(std::vector<Text> names) const = 0;
 
-  /// A new, empty collection that can hold objects of this family.
+  /// A new, empty collection that can hold this adapter's objects.
   virtual CollectionRef NewCollection() const = 0;
 };
 
@@ -96,40 +99,40 @@ class ObjectFamily {
 class Object {
  public:
   Object() noexcept = default;
-  /// Takes over one reference to `self`. The family must outlive it.
-  Object(const ObjectFamily& family, void* self) noexcept : family_(&family), self_(self) {}
-  Object(const Object& other) noexcept : family_(other.family_), self_(other.self_) {
-    if (self_ != nullptr) family_->AddRef(self_);
+  /// Takes over one reference to `self`. The adapter must outlive it.
+  Object(const ObjectAdapter& adapter, void* self) noexcept : adapter_(&adapter), self_(self) {}
+  Object(const Object& other) noexcept : adapter_(other.adapter_), self_(other.self_) {
+    if (self_ != nullptr) adapter_->AddRef(self_);
   }
   Object(Object&& other) noexcept
-      : family_(other.family_), self_(std::exchange(other.self_, nullptr)) {}
+      : adapter_(other.adapter_), self_(std::exchange(other.self_, nullptr)) {}
   Object& operator=(Object other) noexcept {
-    std::swap(family_, other.family_);
+    std::swap(adapter_, other.adapter_);
     std::swap(self_, other.self_);
     return *this;
   }
   ~Object() {
-    if (self_ != nullptr) family_->Release(self_);
+    if (self_ != nullptr) adapter_->Release(self_);
   }
 
   bool IsNothing() const noexcept { return self_ == nullptr; }
 
-  /// The family's own pointer, still owned by this reference, when the object is of `family`; error
-  /// 430 when it is of another.
-  void* Self(const ObjectFamily& family) const;
+  /// The adapter's own pointer, still owned by this reference, when the object is of `adapter`;
+  /// error 430 when it is of another.
+  void* Self(const ObjectAdapter& adapter) const;
 
-  const ObjectFamily& Family() const;
-  Object CallForObject(TextView name) const { return Family().CallForObject(self_, name); }
+  const ObjectAdapter& Adapter() const;
+  Object CallForObject(TextView name) const { return Adapter().CallForObject(self_, name); }
   CollectionRef CallForCollection(TextView name) const {
-    return Family().CallForCollection(self_, name);
+    return Adapter().CallForCollection(self_, name);
   }
-  std::vector<Text> PropertyGetNames() const { return Family().PropertyGetNames(self_); }
-  /// The property `name` as text, as MemberAccess has it; as a flag, as ObjectFamily has it.
+  std::vector<Text> PropertyGetNames() const { return Adapter().PropertyGetNames(self_); }
+  /// The property `name` as text, as MemberAccess has it; as a flag, as ObjectAdapter has it.
   Text GetText(TextView name) const;
-  bool GetFlag(TextView name) const { return Family().FlagOf(*this, name); }
+  bool GetFlag(TextView name) const { return Adapter().FlagOf(*this, name); }
 
  private:
-  const ObjectFamily* family_ = nullptr;
+  const ObjectAdapter* adapter_ = nullptr;
   void* self_ = nullptr;
 };
 

@@ -9,8 +9,8 @@
 
 namespace brindlex {
 
-/// An optional text argument: omitted, given, or given as something that could not be read as text.
-/// What went wrong then is raised where the operation reads the argument, so that the failure is
+/// An optional text argument: omitted, a text, or the error with which its conversion to text
+/// failed. The operation raises that error when it reads the argument, so that the failure is
 /// reported like any other of the operation.
 class OptionalText {
  public:
@@ -19,13 +19,13 @@ class OptionalText {
   OptionalText(const Text& text) : text_(TextView(text)) {}  // NOLINT
   OptionalText(const char16_t* text) : text_(text) {}        // NOLINT
 
-  static OptionalText Unreadable(const RuntimeError& error) {
+  static OptionalText ConversionFailed(const RuntimeError& error) {
     OptionalText made;
     made.error_ = std::make_shared<const RuntimeError>(error);
     return made;
   }
 
-  /// The text, or nothing when the argument is omitted. Throws what reading it gave.
+  /// The text, or nothing when the argument is omitted. Throws the error of its conversion.
   const std::optional<TextView>& Read() const {
     if (error_ != nullptr) throw RuntimeError(*error_);
     return text_;

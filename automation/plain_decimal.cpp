@@ -17,7 +17,7 @@ bool IsBlank(char16_t unit) { return unit == u' ' || unit == u'\t' || unit == u'
 
 bool IsDigit(char unit) { return unit >= '0' && unit <= '9'; }
 
-/// As many characters, and one that no number holds for every unit that is none.
+/// As many characters; a unit that is none becomes one that no number holds.
 std::string Narrowed(TextView text) {
   std::string narrow;
   std::transform(text.begin(), text.end(), std::back_inserter(narrow),
@@ -56,7 +56,7 @@ std::size_t NumberLength(std::string_view text) {
 }
 
 /// Whether a number out of the doubles' range is so because it is too large. Its first digit other
-/// than 0 stands far from the point, or is far moved by the exponent.
+/// than 0 is far before the point, or the exponent moves it there.
 bool IsLarge(std::string_view number) {
   const std::size_t mantissaEnd = std::min(number.find_first_of("Ee"), number.size());
   const std::size_t point = std::min(number.find('.'), mantissaEnd);

@@ -5,10 +5,10 @@
 namespace brindlex {
 
 /// Numbers in plain decimal text, whatever the user's locale. A number is, in this order: an
-/// optional "+" or "-"; digits, of which a point may stand before, among or behind, at least one;
-/// an optional "E" or "e" with an optional sign and at least one digit. Blanks are space, tab and
-/// line feed. No grouping, currency, hexadecimal or trailing signs. Values are rounded to the
-/// nearest double. Any thread may call.
+/// optional "+" or "-"; at least one digit, with an optional point before, among or after the
+/// digits; an optional "E" or "e" with an optional sign and at least one digit. Blanks are space,
+/// tab and line feed. No grouping, currency, hexadecimal or trailing signs. Values are rounded to
+/// the nearest double. Any thread may call.
 
 /// Whether the whole of `text`, but for blanks around it, is a number within the range of doubles.
 bool IsPlainDecimal(TextView text);

@@ -11,7 +11,7 @@ namespace brindlex {
 
 /// Memory for many objects of one type that come and go one by one but are small beside what an
 /// allocation costs. Objects stay where they are. What an object leaves is used for the next; all
-/// memory is given back when the pool ends, by when every object must be destroyed. Not
+/// memory is released when the pool ends, by when every object must be destroyed. Not
 /// synchronized.
 template <class T>
 class Pool {
@@ -65,7 +65,7 @@ class Pool {
 
   /// The first slot that was never used. The last block's are used from its end.
   Slot* Unused() {
-    constexpr std::size_t kFewest = 4;
+    constexpr std::size_t kFewest = 8;
     constexpr std::size_t kMost = 512;
     if (unused_ == 0) {
       const std::size_t count =

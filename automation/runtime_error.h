@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <exception>
+#include <utility>
 
 #include "automation/text.h"
 
@@ -17,6 +18,7 @@ inline constexpr std::int32_t kOutOfMemory = 7;
 inline constexpr std::int32_t kSubscriptOutOfRange = 9;
 inline constexpr std::int32_t kTypeMismatch = 13;
 inline constexpr std::int32_t kInternal = 51;
+inline constexpr std::int32_t kBadFileName = 52;
 inline constexpr std::int32_t kFileNotFound = 53;
 inline constexpr std::int32_t kFileExists = 58;
 inline constexpr std::int32_t kDiskFull = 61;
@@ -54,5 +56,16 @@ class RuntimeError : public std::exception {
 /// out), a failed allocation as number 7, any other exception as number 51. To be called inside a
 /// catch clause only. Throws std::bad_alloc when not even the description can be allocated.
 RuntimeError CaughtError();
+
+/// Runs `body()`; returns false if it throws, whatever it throws.
+template <class Body>
+bool TrapSilently(Body&& body) noexcept {
+  try {
+    std::forward<Body>(body)();
+    return true;
+  } catch (...) {
+    return false;
+  }
+}
 
 }  // namespace brindlex

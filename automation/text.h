@@ -16,7 +16,7 @@ using TextView = std::u16string_view;
 /// `number` in decimal, without padding; a minus sign comes first when it is negative.
 Text DecimalText(std::int32_t number);
 
-/// The code unit that stands for `unit` when letter case does not count: Unicode simple case
+/// The code unit that `unit` is compared by when letter case does not count: Unicode simple case
 /// folding within the Basic Multilingual Plane. Surrogates fold to themselves. Never fails; the
 /// result does not depend on the locale.
 inline char16_t FoldCase(char16_t unit) noexcept;

@@ -25,8 +25,8 @@ std::size_t NextSize(std::size_t least, bool isNearEnd) {
 }
 
 /// `expected`, or the part of it that is not out of proportion to `least`; chosen so that only a
-/// small part of the text has to be moved when the last step comes, but enough of it is written by
-/// then to tell how long the whole will be.
+/// small part of the text has to be moved in the last step, but enough of it is written by then to
+/// know how long all of it will be.
 std::size_t StepTowards(std::size_t expected, std::size_t least) {
   constexpr std::size_t kLongestStep = 16;
   while (expected / kLongestStep > least) expected /= kLongestStep;
@@ -36,7 +36,7 @@ std::size_t StepTowards(std::size_t expected, std::size_t least) {
 }  // namespace
 
 std::size_t TextBuilder::NextCapacity(std::size_t least) const noexcept {
-  return expected_ > least ? StepTowards(expected_, least) : NextSize(least, expected_ != 0);
+  return expected_ >= least ? StepTowards(expected_, least) : NextSize(least, expected_ != 0);
 }
 
 void TextBuilder::MakeRoom(std::size_t wanted) {

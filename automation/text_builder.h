@@ -12,8 +12,8 @@
 namespace brindlex {
 
 /// Builds a long text run by run. Short runs are copied inline into room that was made ahead, so
-/// that a field of a record costs a few instructions. Where the text lies is a derived class's
-/// business. Not synchronized.
+/// that a field of a record costs a few instructions. Where the memory comes from is a derived
+/// class's business. Not synchronized.
 class TextBuilder {
  public:
   TextBuilder() = default;
@@ -38,12 +38,20 @@ class TextBuilder {
   std::size_t Size() const noexcept { return static_cast<std::size_t>(end_ - begin_); }
   TextView View() const noexcept { return {begin_, Size()}; }
 
-  /// Gives the text and its memory up; the builder is empty again.
+  /// Releases the text and its memory; the builder is empty again.
   virtual void Clear() noexcept = 0;
 
-  /// Says how long the text will be in all, as far as the caller can tell: when it has to grow, it
-  /// grows to that size at once, though by no more than a fixed factor, as the caller may be wrong.
-  void Expect(std::size_t size) noexcept { expected_ = size; }
+  /// A size hint: the length that the caller expects of the whole text. When the text has to grow,
+  /// it grows to that size at once, though by no more than a fixed factor, as the hint may be
+  /// wrong.
+  void SetSizeHint(std::size_t size) noexcept { expected_ = size; }
+
+  /// Allocates memory for a text of `size` units in all, if there is less, so that appending up to
+  /// that size neither fails nor moves the text. Throws as Append.
+  void Reserve(std::size_t size) {
+    expected_ = size;
+    if (size > Size() + Room()) MakeRoom(size - Size());
+  }
 
  protected:
   /// Units in memory: those of the text, and room that may be written to.
@@ -53,7 +61,7 @@ class TextBuilder {
   };
 
   /// Memory for `least` units or more, of which the first are those of View(). It replaces the
-  /// memory that was given before. Throws as Append.
+  /// memory that it returned before. Throws as Append.
   virtual Memory Provide(std::size_t least) = 0;
 
   /// How much to allocate when `least` units are needed.
@@ -114,7 +122,7 @@ class TextBuilder {
 
   char16_t* begin_ = nullptr;
   char16_t* end_ = nullptr;
-  /// Behind the memory that may be written to.
+  /// The end of the memory that may be written to.
   char16_t* limit_ = nullptr;
   std::size_t expected_ = 0;
 };

@@ -1,9 +1,10 @@
 #pragma once
 
-// Made by tools/generate/make_base_tables.py.
+// Made from bases/bases.txt by tools/generate/make_base_tables.py.
 
 #include <cstdint>
-#include <span>
+
+#include "bases/base_table.h"
 
 namespace brindlex {
 
@@ -1205,36 +1206,40 @@ inline constexpr std::int16_t kSlipsOf60[] = {
     -902, -909, -910, -283, -318, -347, -371, -780, -811, -835, -853, -866, -873, -877, -261, -296,
     -325, -700, -739};
 
-/// What there is to know of one base by heart.
-struct BaseTable {
-  std::int32_t base;
-  /// How many bits one digit has; 0 when the base is no power of two.
-  std::int32_t digitBits;
-  /// The logarithm of 2 to this base, times 2^20, cut.
-  std::int32_t logOfTwo;
-  /// The least exponent whose power does not round to 0; 0 for a power of two.
-  std::int32_t lowestPower;
-  /// The correctly rounded powers from lowestPower to the last that is finite; empty for a
-  /// power of two.
-  std::span<const double> powers;
-  /// The least k that a quotient of logarithms ln(x) / ln(base) reaches for some doubles only.
-  std::int32_t lowestThreshold;
-  /// For k from lowestThreshold: how many doubles the least x whose quotient reaches k lies
-  /// behind the rounded power base^k. Beyond the last entry no double reaches k.
-  std::span<const std::int16_t> slips;
-};
-
 /// Ordered by base.
 inline constexpr BaseTable kBaseTables[] = {
-    {2, 1, 1048576, 0, {}, -1073, kSlipsOf2},
-    {8, 3, 349525, 0, {}, -357, kSlipsOf8},
-    {10, 0, 315652, -323, kPowersOf10, -323, kSlipsOf10},
-    {16, 4, 262144, 0, {}, -268, kSlipsOf16},
-    {26, 0, 223080, -228, kPowersOf26, -228, kSlipsOf26},
-    {30, 0, 213694, -219, kPowersOf30, -218, kSlipsOf30},
-    {31, 0, 211654, -216, kPowersOf31, -216, kSlipsOf31},
-    {32, 5, 209715, 0, {}, -214, kSlipsOf32},
-    {60, 0, 177517, -181, kPowersOf60, -181, kSlipsOf60},
+    {2, u"01", DigitStyle::kNumeral, u"Invalid character", 1, 1048576, 0, {}, -1073, kSlipsOf2},
+    {8, u"01234567", DigitStyle::kNumeral, u"Invalid character", 3, 349525, 0, {}, -357, kSlipsOf8},
+    {10, u"0123456789", DigitStyle::kNumeral, u"Invalid character", 0, 315652, -323, kPowersOf10,
+     -323, kSlipsOf10},
+    {16,
+     u"0123456789ABCDEF",
+     DigitStyle::kLetter,
+     u"Invalid digit for base",
+     4,
+     262144,
+     0,
+     {},
+     -268,
+     kSlipsOf16},
+    {26, u"ABCDEFGHIJKLMNOPQRSTUVWXYZ", DigitStyle::kLetter, u"Invalid Alpha Character", 0, 223080,
+     -228, kPowersOf26, -228, kSlipsOf26},
+    {30, u"123456789BCDFGHJKLMNPQRSTVWXYZ", DigitStyle::kLetter, u"Invalid Alpha Character", 0,
+     213694, -219, kPowersOf30, -218, kSlipsOf30},
+    {31, u"23456789ABCDEFGHJKLMNPQRSTVWXYZ", DigitStyle::kLetter, u"Invalid Alpha Character", 0,
+     211654, -216, kPowersOf31, -216, kSlipsOf31},
+    {32,
+     u"123456789ABCDEFGHJKLMNPQRSTVWXYZ",
+     DigitStyle::kLetter,
+     u"Invalid Alpha Character",
+     5,
+     209715,
+     0,
+     {},
+     -214,
+     kSlipsOf32},
+    {60, u"0123456789", DigitStyle::kSexagesimal, u"Invalid digit for base", 0, 177517, -181,
+     kPowersOf60, -181, kSlipsOf60},
 };
 
 }  // namespace brindlex

@@ -31,33 +31,36 @@ const Numerals& NumeralsOf(std::int32_t base) {
   static constexpr Numerals kNone{};
   static constexpr auto kNumerals = [] {
     std::array<Numerals, std::size(kBaseTables)> numerals{};
-    std::ranges::transform(kBaseTables, numerals.begin(), [](const BaseTable& table) {
-      return NumeralsIn(AlphabetOf(table.base));
-    });
+    std::ranges::transform(kBaseTables, numerals.begin(),
+                           [](const BaseTable& table) { return NumeralsIn(table.alphabet); });
     return numerals;
   }();
-  const BaseTable* const table = FindBaseTable(base);
-  return table != nullptr ? kNumerals[static_cast<std::size_t>(table - kBaseTables)] : kNone;
+  const std::size_t index = FindBaseIndex(base);
+  return index == kNoBaseTable ? kNone : kNumerals[index];
 }
 
-/// What a text has been read as, so far.
+/// Reads the text of a number.
 class NumberReader {
  public:
   NumberReader(std::int32_t base, const NumberText& reading)
-      : base_(base), factor_(base), numerals_(NumeralsOf(base)), reading_(reading) {}
+      : base_(base),
+        factor_(base),
+        isSexagesimal_(IsSexagesimal(base)),
+        numerals_(NumeralsOf(base)),
+        reading_(reading) {}
 
   double Read(TextView text) {
     const auto width = static_cast<std::size_t>(DigitWidth(base_));
     for (std::size_t at = 0; at < text.size();) {
       const char16_t unit = text[at];
       if (unit == u'.') {
-        PassPoint();
+        ReadPoint();
         ++at;
       } else if (unit == u'-') {
-        PassMinus();
+        ReadMinus();
         ++at;
       } else {
-        PassDigit(DigitOf(text.substr(at, width)));
+        AddDigit(DigitOf(text.substr(at, width)));
         at += width;
       }
     }
@@ -70,7 +73,7 @@ class NumberReader {
 
   /// The host's way to read a number is asked for what is no plain numeral only.
   std::int32_t DigitOf(TextView token) const {
-    const std::int32_t digit = base_ == 60 ? Sexagesimal(token) : NumeralAt(token, 0);
+    const std::int32_t digit = isSexagesimal_ ? Sexagesimal(token) : NumeralAt(token, 0);
     return digit != kNoNumeral ? digit : DeconvertDigit(token, base_, reading_);
   }
 
@@ -79,26 +82,27 @@ class NumberReader {
     return unit < numerals_.size() ? numerals_[unit] - 1 : kNoNumeral;
   }
 
-  /// Two numerals below 60 and a colon.
+  /// Two numerals, together less than the base, and a colon.
   std::int32_t Sexagesimal(TextView token) const {
     if (token.size() != 3 || token[2] != u':') return kNoNumeral;
     const std::int32_t tens = NumeralAt(token, 0);
     const std::int32_t ones = NumeralAt(token, 1);
-    const bool isDigit = tens != kNoNumeral && tens < 6 && ones != kNoNumeral;
-    return isDigit ? 10 * tens + ones : kNoNumeral;
+    if (tens == kNoNumeral || ones == kNoNumeral) return kNoNumeral;
+    const std::int32_t digit = 10 * tens + ones;
+    return digit < base_ ? digit : kNoNumeral;
   }
 
-  void PassPoint() {
+  void ReadPoint() {
     if (divisor_ != 0) Raise(u"ConvertBase2Dec", u"More than one decimal point");
     divisor_ = 1;
   }
 
-  void PassMinus() {
+  void ReadMinus() {
     if (value_ != 0 || divisor_ != 0) Raise(u"ConvertBase2Dec", u"Invalid negation");
     sign_ = -sign_;
   }
 
-  void PassDigit(std::int32_t digit) {
+  void AddDigit(std::int32_t digit) {
     value_ = factor_ * value_ + digit;
     if (std::abs(value_) > std::numeric_limits<double>::max()) RaiseOverflow();
     const std::int64_t divisor = std::int64_t{divisor_} * base_;
@@ -110,10 +114,11 @@ class NumberReader {
 
   std::int32_t base_;
   double factor_;
+  bool isSexagesimal_;
   const Numerals& numerals_;
   const NumberText& reading_;
   double value_ = 0;
-  /// 0 before the point, then the base to the number of digits behind it.
+  /// 0 before the point, then the base to the number of digits after it.
   std::int32_t divisor_ = 0;
   std::int32_t sign_ = 1;
 };

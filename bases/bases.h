@@ -11,7 +11,7 @@
 
 namespace brindlex {
 
-/// The module mBases: numbers between the number bases 2, 8, 10, 16, 26, 30, 31, 32 and 60. Its
+/// The module mBases: converts numbers between the number bases that bases/bases.txt lists. Its
 /// single-digit operations are in bases/digits.h.
 ///
 /// The text of a number is an optional "-", integer digits and, perhaps, "." and fractional digits,
@@ -24,8 +24,8 @@ using TextOrDouble = std::variant<Text, double>;
 /// `number` as text in `base`.
 ///
 /// Error 13 "Number must be decimal" when it is not numeric, then error 13 "Invalid base" when
-/// `base` is less than 2, then the errors of `number`'s own reading and of WriteNumber. Behind the
-/// first two tests, and only there, limits.tolerance becomes its absolute value.
+/// `base` is less than 2, then the errors of `number`'s own reading and of WriteNumber. Once the
+/// first two checks have passed, and only then, limits.tolerance becomes its absolute value.
 Text ConvertDec2Base(const Number& number, std::int32_t base, ConversionLimits& limits,
                      const NumberText& reading);
 
@@ -33,15 +33,15 @@ Text ConvertDec2Base(const Number& number, std::int32_t base, ConversionLimits& 
 void ConvertDec2Base(const Number& number, std::int32_t base, ConversionLimits& limits,
                      const NumberText& reading, DigitBuffer& text);
 
-/// The number that `text` stands for in `base`; 0 for the empty text.
+/// The number whose text in `base` is `text`; 0 for the empty text.
 ///
 /// Each digit multiplies what was read so far by the base, in double arithmetic, and adds itself;
-/// behind the point a 32-bit divisor grows along, by which the whole is divided at the end. A
+/// after the point a 32-bit divisor grows along, by which the value is divided at the end. A
 /// leading "-", and any further one while the value is 0, flips the sign.
 ///
 /// Error 13 "Invalid Base" when `base` is less than 2; while reading from left to right, error 13
-/// "More than one decimal point", error 13 "Invalid negation" for a "-" behind a value other than 0
-/// or behind the point, the errors of DeconvertDigit, error 6 when the number exceeds the largest
+/// "More than one decimal point", error 13 "Invalid negation" for a "-" after a value other than 0
+/// or after the point, the errors of DeconvertDigit, error 6 when the number exceeds the largest
 /// double or the divisor 32 bits (at more fractional digits than 30 in base 2, 9 in base 10, 7 in
 /// base 16, 5 in base 60).
 double ConvertBase2Dec(TextView text, std::int32_t base, const NumberText& reading);

@@ -52,10 +52,10 @@ inline std::int32_t PaddedToGroup(std::int32_t count, std::int32_t groupSize) {
 /// Error 5 when `x` is 0, error 6 when it is infinite or no number; it is not negative.
 void CheckLogarithm(double x);
 
-/// How many integer digits the magnitude `x` is given in `base` (2 or more): FloorOfQuotient + 1,
-/// padded to `groupSize`. The count is one short where the quotient rounds to just below a whole
-/// number (1000 in base 10), one long where it rounds up to one, and 0 or less below 1. Errors of
-/// CheckLogarithm.
+/// The number of integer digits that are written for the magnitude `x` in `base` (2 or more):
+/// FloorOfQuotient + 1, padded to `groupSize`. The count is one short where the quotient rounds to
+/// just below a whole number (1000 in base 10), one long where it rounds up to one, and 0 or less
+/// below 1. Errors of CheckLogarithm.
 std::int32_t DigitCount(double x, std::int32_t groupSize, std::int32_t base);
 
 }  // namespace brindlex

@@ -27,25 +27,25 @@ Text Sexagesimal(std::int32_t digit) {
   return padded.substr(padded.size() - 2) + u':';
 }
 
-std::int32_t FromNumeral(TextView text, std::int32_t base, const NumberText& reading) {
-  if (!reading.IsNumeric(text)) Raise(Operation::kDeconvert, u"Invalid character");
+std::int32_t FromNumeral(TextView text, const BaseTable& base, const NumberText& reading) {
+  if (!reading.IsNumeric(text)) Raise(Operation::kDeconvert, base.noDigit);
   const std::int32_t digit = reading.ToWhole(text);
-  if (digit >= base) Raise(Operation::kDeconvert, kInvalidDigit);
+  if (digit >= base.base) Raise(Operation::kDeconvert, kInvalidDigit);
   return digit;
 }
 
-std::int32_t FromLetter(TextView text, TextView alphabet, TextView missing) {
-  const std::size_t at = alphabet.find(text);
-  if (at == TextView::npos) Raise(Operation::kDeconvert, missing);
-  return static_cast<std::int32_t>(at);
+std::int32_t FromLetter(TextView text, const BaseTable& base) {
+  const std::size_t position = base.alphabet.find(text);
+  if (position == TextView::npos) Raise(Operation::kDeconvert, base.noDigit);
+  return static_cast<std::int32_t>(position);
 }
 
-std::int32_t FromSexagesimal(TextView text, const NumberText& reading) {
+std::int32_t FromSexagesimal(TextView text, const BaseTable& base, const NumberText& reading) {
   if (text.size() == 3 && text[2] == u':' && reading.IsNumeric(text.substr(0, 2))) {
     const std::int32_t digit = reading.ToWhole(text.substr(0, 2));
-    if (digit < 60) return digit;
+    if (digit < base.base) return digit;
   }
-  Raise(Operation::kDeconvert, kInvalidDigit);
+  Raise(Operation::kDeconvert, base.noDigit);
 }
 
 }  // namespace
@@ -56,42 +56,31 @@ void RaiseUnknownBase() { Raise(Operation::kConvert, kUnknownBase); }
 
 Text ConvertDigit(std::int32_t digit, std::int32_t base) {
   if (digit >= base) RaiseInvalidDigit();
-  switch (base) {
-    case 2:
-    case 8:
-    case 10:
+  const BaseTable* const table = FindBaseTable(base);
+  if (table == nullptr) RaiseUnknownBase();
+  switch (table->style) {
+    case DigitStyle::kNumeral:
       return DecimalText(digit);
-    case 16:
-    case 26:
-    case 30:
-    case 31:
-    case 32:
-      return Letter(digit, AlphabetOf(base));
-    case 60:
-      return Sexagesimal(digit);
-    default:
-      RaiseUnknownBase();
+    case DigitStyle::kLetter:
+      return Letter(digit, table->alphabet);
+    case DigitStyle::kSexagesimal:
+      break;
   }
+  return Sexagesimal(digit);
 }
 
 std::int32_t DeconvertDigit(TextView digitText, std::int32_t base, const NumberText& reading) {
-  switch (base) {
-    case 2:
-    case 8:
-    case 10:
-      return FromNumeral(digitText, base, reading);
-    case 16:
-      return FromLetter(digitText, kAlphabet16, kInvalidDigit);
-    case 26:
-    case 30:
-    case 31:
-    case 32:
-      return FromLetter(digitText, AlphabetOf(base), u"Invalid Alpha Character");
-    case 60:
-      return FromSexagesimal(digitText, reading);
-    default:
-      Raise(Operation::kDeconvert, kUnknownBase);
+  const BaseTable* const table = FindBaseTable(base);
+  if (table == nullptr) Raise(Operation::kDeconvert, kUnknownBase);
+  switch (table->style) {
+    case DigitStyle::kNumeral:
+      return FromNumeral(digitText, *table, reading);
+    case DigitStyle::kLetter:
+      return FromLetter(digitText, *table);
+    case DigitStyle::kSexagesimal:
+      break;
   }
+  return FromSexagesimal(digitText, *table, reading);
 }
 
 }  // namespace brindlex

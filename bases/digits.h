@@ -1,51 +1,31 @@
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 
 #include "automation/text.h"
 #include "bases/number.h"
+#include "bases/powers.h"
 
 namespace brindlex {
 
-/// The digits of the number bases 2, 8, 10, 16, 26, 30, 31, 32 and 60. Errors with number 13 carry
-/// the operation's own name as their source. Any thread may call.
+/// The digits of the number bases that bases/bases.txt lists. Errors with number 13 carry the
+/// operation's own name as their source. Any thread may call.
 
-/// The characters that digits are written with, value 0 first. They are part of the external
-/// format.
-inline constexpr TextView kAlphabet16 = u"0123456789ABCDEF";
-inline constexpr TextView kAlphabet26 = u"ABCDEFGHIJKLMNOPQRSTUVWXYZ";
-inline constexpr TextView kAlphabet30 = u"123456789BCDFGHJKLMNPQRSTVWXYZ";
-inline constexpr TextView kAlphabet31 = u"23456789ABCDEFGHJKLMNPQRSTVWXYZ";
-inline constexpr TextView kAlphabet32 = u"123456789ABCDEFGHJKLMNPQRSTVWXYZ";
-
-/// The digits of `base`, of which each is one character; of base 60 the numerals that a digit is
-/// written with. Empty for the bases that have no digits.
+/// The characters that the digits of `base` are written with, value 0 first; empty for the bases
+/// that have no digits.
 constexpr TextView AlphabetOf(std::int32_t base) {
-  switch (base) {
-    case 2:
-    case 8:
-    case 10:
-      return kAlphabet16.substr(0, static_cast<std::size_t>(base));
-    case 16:
-      return kAlphabet16;
-    case 26:
-      return kAlphabet26;
-    case 30:
-      return kAlphabet30;
-    case 31:
-      return kAlphabet31;
-    case 32:
-      return kAlphabet32;
-    case 60:
-      return AlphabetOf(10);
-    default:
-      return {};
-  }
+  const BaseTable* const table = FindBaseTable(base);
+  return table == nullptr ? TextView() : table->alphabet;
 }
 
-/// How many characters one digit of `base` takes: 3 in base 60 ("00:" to "59:"), else 1.
-constexpr std::int32_t DigitWidth(std::int32_t base) { return base == 60 ? 3 : 1; }
+/// Whether a digit of `base` is written as two numerals and a colon.
+constexpr bool IsSexagesimal(std::int32_t base) {
+  const BaseTable* const table = FindBaseTable(base);
+  return table != nullptr && table->style == DigitStyle::kSexagesimal;
+}
+
+/// How many characters one digit of `base` takes: 3 in a sexagesimal base ("00:" to "59:"), else 1.
+constexpr std::int32_t DigitWidth(std::int32_t base) { return IsSexagesimal(base) ? 3 : 1; }
 
 /// The text of the digit with value `digit`.
 ///
@@ -56,13 +36,14 @@ Text ConvertDigit(std::int32_t digit, std::int32_t base);
 
 /// The value of the digit `digitText`.
 ///
-/// Bases 2, 8, 10: the whole number that the text reads as; error 13 "Invalid character" when it
-/// reads as none, "Invalid digit for base" when it is not less than `base`. A negative one passes.
-/// Other alphabets: where the text first occurs in the alphabet, so that "AB" is 10 in base 16 and
-/// the empty text 0 in all; error 13 "Invalid digit for base" (base 16) or "Invalid Alpha
-/// Character" when it does not occur. Base 60: error 13 "Invalid digit for base" for anything but
-/// two numeric characters, below 60, and a colon. Other bases: error 13 "Unknown base". Error 6
-/// when a number that was read does not fit 32 bits.
+/// Bases whose digits are numerals (2, 8, 10): the whole number that the text reads as; error 13
+/// with BaseTable::noDigit when it reads as none, "Invalid digit for base" when it is not less than
+/// `base`. A negative one is accepted.
+/// Letters: the position of the text's first occurrence in the alphabet, so that "AB" is 10 in base
+/// 16 and the empty text 0 in all; error 13 with BaseTable::noDigit when it does not occur.
+/// Sexagesimal: two numeric characters, together less than `base`, and a colon; error 13 with
+/// BaseTable::noDigit for anything else.
+/// Other bases: error 13 "Unknown base". Error 6 when a number that was read does not fit 32 bits.
 std::int32_t DeconvertDigit(TextView digitText, std::int32_t base, const NumberText& reading);
 
 /// Raises the error that ConvertDigit raises when `digit` is not less than the base.

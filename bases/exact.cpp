@@ -131,11 +131,11 @@ double RoundedReciprocal(const Whole& divisor) {
       quotient |= 1U;
     }
   }
-  // A power of two gives 0.111... without end here, which rounds to what it stands for.
+  // A power of two gives 0.111... without end here, which rounds to its value.
   return RoundToDouble(quotient, !rest.IsZero(), -length);
 }
 
-// One limb before the point, the others behind it.
+// One limb before the point, the others after it.
 constexpr std::size_t kFixedSize = 8;
 using Fixed = Limbs<kFixedSize>;
 constexpr int kPlaces = (kFixedSize - 1) * kLimbBits;

@@ -13,7 +13,7 @@ Overloaded(Functions...) -> Overloaded<Functions...>;
 }  // namespace
 
 bool IsNumeric(const Number& number, const NumberText& reading) {
-  return std::visit(Overloaded{[](const Unreadable&) { return false; },
+  return std::visit(Overloaded{[](const ConversionFailed&) { return false; },
                                [](const WrittenNumber& written) { return written.numeric; },
                                [&reading](TextView text) { return reading.IsNumeric(text); },
                                // Everything else is a number, emptiness and flags included.
@@ -29,7 +29,7 @@ double ToDouble(const Number& number, const NumberText& reading) {
                  [](double value) -> double { return value; },
                  [&reading](TextView text) -> double { return reading.ToDouble(text); },
                  [](const WrittenNumber& written) -> double { return written.value; },
-                 [](const Unreadable& unreadable) -> double { throw unreadable.error; }},
+                 [](const ConversionFailed& failed) -> double { throw failed.error; }},
       number);
 }
 
@@ -41,7 +41,7 @@ Text ToText(const Number& number, const NumberText& reading) {
                  [&reading](double value) -> Text { return reading.ToText(value); },
                  [](TextView text) -> Text { return Text(text); },
                  [](const WrittenNumber& written) -> Text { return Text(written.text); },
-                 [](const Unreadable& unreadable) -> Text { throw unreadable.error; }},
+                 [](const ConversionFailed& failed) -> Text { throw failed.error; }},
       number);
 }
 
@@ -55,7 +55,7 @@ bool BeginsWithZero(const Number& number, const NumberText& reading) {
                  [&reading](const WrittenNumber& written) -> bool {
                    return reading.LeadingNumber(written.text) == 0;
                  },
-                 [](const Unreadable& unreadable) -> bool { throw unreadable.error; }},
+                 [](const ConversionFailed& failed) -> bool { throw failed.error; }},
       number);
 }
 

@@ -33,7 +33,7 @@ class Digits {
 
   /// Writes a digit that is less than the base so that it ends at `end`; returns its beginning.
   static char16_t* Write(std::uint32_t digit, char16_t* end) {
-    if constexpr (kBase == 60) {
+    if constexpr (IsSexagesimal(kBase)) {
       *--end = u':';
       *--end = static_cast<char16_t>(u'0' + digit % 10);
       *--end = static_cast<char16_t>(u'0' + digit / 10);
@@ -75,7 +75,7 @@ class Digits {
   static constexpr TextView kAlphabet = AlphabetOf(kBase);
 
   /// Two digits at a time, where their table is small.
-  static constexpr bool kHasPairs = kBase <= kAlphabet16.size();
+  static constexpr bool kHasPairs = kBase <= 16;
   static constexpr std::uint32_t kPairCount = kAlphabet.size() * kAlphabet.size();
   static constexpr auto kPairs = [] {
     std::array<std::array<char16_t, 2>, kPairCount> pairs{};
@@ -157,7 +157,7 @@ class NumberWriter {
   /// The digit at `position`, when the number is small enough to come that low.
   static Taken TakeAt(double rest, std::int32_t position) {
     // Few steps are quicker than finding out how many.
-    if constexpr (kTable.powers.empty() || kBase < kAlphabet16.size()) {
+    if constexpr (kTable.powers.empty() || kBase < 16) {
       return TakeStepwise(rest, CheckedPower(position));
     } else {
       constexpr int kDigitBits = std::bit_width(kBase);
@@ -256,31 +256,20 @@ void WriteWithoutDigits(double x, std::int32_t base, const ConversionLimits& lim
   RaiseUnknownBase();
 }
 
+using Writer = void (*)(double x, const ConversionLimits& limits, DigitBuffer& buffer);
+
+/// The writer of each base, in the order of kBaseTables.
+constexpr auto kWriters = []<std::size_t... kIndex>(std::index_sequence<kIndex...>) {
+  return std::array<Writer, sizeof...(kIndex)>{Write<kBaseTables[kIndex].base>...};
+}
+(std::make_index_sequence<kNoBaseTable>());
+
 }  // namespace
 
 void WriteNumber(double x, std::int32_t base, const ConversionLimits& limits, DigitBuffer& buffer) {
-  switch (base) {
-    case 2:
-      return Write<2>(x, limits, buffer);
-    case 8:
-      return Write<8>(x, limits, buffer);
-    case 10:
-      return Write<10>(x, limits, buffer);
-    case 16:
-      return Write<16>(x, limits, buffer);
-    case 26:
-      return Write<26>(x, limits, buffer);
-    case 30:
-      return Write<30>(x, limits, buffer);
-    case 31:
-      return Write<31>(x, limits, buffer);
-    case 32:
-      return Write<32>(x, limits, buffer);
-    case 60:
-      return Write<60>(x, limits, buffer);
-    default:
-      return WriteWithoutDigits(x, base, limits, buffer);
-  }
+  const std::size_t index = FindBaseIndex(base);
+  if (index == kNoBaseTable) return WriteWithoutDigits(x, base, limits, buffer);
+  kWriters[index](x, limits, buffer);
 }
 
 void AppendNumber(double x, std::int32_t base, const ConversionLimits& limits, Text& text) {

@@ -19,7 +19,7 @@ std::int32_t CountSteps(double rest, double place) {
     // Up to the next power of two below, every step takes away the place value as rounded here.
     const double lower = FromBits(PowerOfTwoBits(ExponentOf(rest)));
     const double step = (lower + place) - lower;
-    // A little less than fits, so that rounding cannot lead below.
+    // A little less than fits, so that rounding cannot yield less.
     const double jump = Floor((rest - lower) / place * (1 - 0x1p-20));
     rest -= jump * step;
     steps += jump;

@@ -67,50 +67,66 @@ constexpr PlaceValue::PlaceValue(double value) : place(value), inverse(1 / value
 
 #if defined(__SSE2__)
 
+namespace place_value {
+
+/// The steps that end in each range, in pairs of ranges.
+struct RangeSteps {
+  /// Of the two lowest ranges; the first is the digit, less one.
+  __m128d lowest;
+  /// What all steps together take away beside multiples of PlaceValue::high, as two summands.
+  __m128d excess;
+  /// The largest distance of a quotient from the whole number that it is rounded to.
+  double distance;
+};
+
+/// Of steps that subtract `value` from `quotient` place values, less than 2^kDigitBits.
 template <int kDigitBits>
-inline Taken TakeAtOnce(double rest, const PlaceValue& value) {
-  // Cuts a number below 2^51 when it is added and subtracted after 0.5 has been taken off.
-  const __m128d cutter = _mm_set1_pd(0x1.8p52);
-  constexpr double kSureDistance = 0.5 - 0x1p-38;
-  constexpr double kLeastPlace = 0x1p-960;
-
-  const double place = value.place;
-  if (rest < place) return {rest, 0};
-  const double less = rest - place;
-  if (less < place) return {less, 1};
-  const double quotient = rest * value.inverse;
-  constexpr double kMostSteps = 1 << kDigitBits;
-  if (!(quotient < kMostSteps) || place < kLeastPlace) {
-    const Taken more = TakeStepwise(less, place);
-    return {more.rest, more.digit + 1};
-  }
-
+[[gnu::always_inline]] inline RangeSteps StepsInRanges(double quotient, const PlaceValue& value) {
+  // Truncates a number below 2^51 when it is added and subtracted after 0.5 has been taken off.
+  const __m128d truncator = _mm_set1_pd(0x1.8p52);
   const __m128d quotients = _mm_set1_pd(quotient);
-  const auto stepsFrom = [&](std::size_t i, __m128d& distance) {
+  __m128d distance = _mm_setzero_pd();
+  const auto stepsFrom = [&](std::size_t i) {
     const __m128d lower = _mm_loadu_pd(value.lower.data() + i);
     const __m128d above = _mm_max_pd(_mm_sub_pd(quotients, lower), _mm_setzero_pd());
-    const __m128d steps = _mm_sub_pd(_mm_add_pd(above, cutter), cutter);
+    const __m128d steps = _mm_sub_pd(_mm_add_pd(above, truncator), truncator);
     const __m128d over = _mm_andnot_pd(_mm_set1_pd(-0.0), _mm_sub_pd(above, steps));
     distance = _mm_max_pd(distance, over);
     return steps;
   };
-  __m128d distance = _mm_setzero_pd();
-  const __m128d digits = stepsFrom(0, distance);
-  __m128d excess = _mm_mul_pd(digits, _mm_loadu_pd(value.excess.data()));
+  const __m128d lowest = stepsFrom(0);
+  __m128d excess = _mm_mul_pd(lowest, _mm_loadu_pd(value.excess.data()));
   for (std::size_t i = 2; i <= kDigitBits; i += 2) {
-    const __m128d steps = stepsFrom(i, distance);
+    const __m128d steps = stepsFrom(i);
     excess = _mm_add_pd(excess, _mm_mul_pd(steps, _mm_loadu_pd(value.excess.data() + i)));
   }
   distance = _mm_max_sd(distance, _mm_unpackhi_pd(distance, distance));
-  if (_mm_cvtsd_f64(distance) > kSureDistance) {
+  return {lowest, excess, _mm_cvtsd_f64(distance)};
+}
+
+}  // namespace place_value
+
+template <int kDigitBits>
+inline Taken TakeAtOnce(double rest, const PlaceValue& value) {
+  constexpr double kSureDistance = 0.5 - 0x1p-38;
+  constexpr double kLeastPlace = 0x1p-960;
+  constexpr double kMostSteps = 1 << kDigitBits;
+  const double place = value.place;
+  if (rest < place) return {rest, 0};
+  const double less = rest - place;
+  if (less < place) return {less, 1};
+  const auto takeRestStepwise = [less, place] {
     const Taken more = TakeStepwise(less, place);
-    return {more.rest, more.digit + 1};
-  }
-  excess = _mm_add_sd(excess, _mm_unpackhi_pd(excess, excess));
+    return Taken{more.rest, more.digit + 1};
+  };
+  const double quotient = rest * value.inverse;
+  if (!(quotient < kMostSteps) || place < kLeastPlace) return takeRestStepwise();
+  const auto [lowest, excess, distance] = place_value::StepsInRanges<kDigitBits>(quotient, value);
+  if (distance > kSureDistance) return takeRestStepwise();
   // The product and both differences are exact.
-  const double digit = _mm_cvtsd_f64(digits);
-  return {(less - digit * value.high) - _mm_cvtsd_f64(excess),
-          static_cast<std::int32_t>(digit) + 1};
+  const double digit = _mm_cvtsd_f64(lowest);
+  const __m128d sum = _mm_add_sd(excess, _mm_unpackhi_pd(excess, excess));
+  return {(less - digit * value.high) - _mm_cvtsd_f64(sum), static_cast<std::int32_t>(digit) + 1};
 }
 
 #else

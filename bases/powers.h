@@ -1,18 +1,46 @@
 #pragma once
 
+#include <algorithm>
+#include <array>
+#include <cstddef>
 #include <cstdint>
+#include <iterator>
 
 #include "bases/base_tables.h"
 #include "bases/double_bits.h"
 
 namespace brindlex {
 
+/// The bases that have digits, ascending.
+inline constexpr auto kBases = [] {
+  std::array<std::int32_t, std::size(kBaseTables)> bases{};
+  std::ranges::transform(kBaseTables, bases.begin(), &BaseTable::base);
+  return bases;
+}();
+
+/// The index of `base` in kBaseTables; kNoBaseTable for the bases that have no digits.
+inline constexpr std::size_t kNoBaseTable = std::size(kBaseTables);
+
+constexpr std::size_t FindBaseIndex(std::int32_t base) {
+  constexpr std::size_t kEnd = std::size_t{std::end(kBaseTables)[-1].base} + 1;
+  constexpr auto kIndexes = [] {
+    std::array<std::uint8_t, kEnd> indexes{};
+    indexes.fill(kNoBaseTable);
+    for (std::size_t index = 0; index < std::size(kBaseTables); ++index) {
+      indexes.at(static_cast<std::size_t>(kBaseTables[index].base)) =
+          static_cast<std::uint8_t>(index);
+    }
+    return indexes;
+  }();
+  // A negative base becomes a large number.
+  const auto at = static_cast<std::size_t>(base);
+  return at < kEnd ? kIndexes[at] : kNoBaseTable;
+}
+
 /// The table of `base`; null for the bases that have no digits.
 constexpr const BaseTable* FindBaseTable(std::int32_t base) {
-  for (const BaseTable& table : kBaseTables) {
-    if (table.base == base) return &table;
-  }
-  return nullptr;
+  const std::size_t index = FindBaseIndex(base);
+  return index == kNoBaseTable ? nullptr : &kBaseTables[index];
 }
 
 /// The pattern of the table's base raised to `exponent`, rounded to the nearest double: that of 0

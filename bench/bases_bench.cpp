@@ -12,8 +12,8 @@
 #include <string>
 #include <vector>
 
-#include "automation/portable_number_text.h"
 #include "bases/bases.h"
+#include "platform/portable_number_text.h"
 #include "tests/core/bases/number_source.h"
 
 #if defined(BRINDLEX_HAS_GMP)
@@ -175,12 +175,12 @@ void WriteGmp(benchmark::State& state) {
   mpz_clear(number);
 }
 BENCHMARK(WriteGmp)->Name("whole/gmp")->Apply([](benchmark::internal::Benchmark* b) {
-  for (const int base : {2, 8, 10, 16, 26, 30, 31, 32, 60}) b->Arg(base);
+  for (const int base : kBases) b->Arg(base);
 });
 #endif
 
 void AllBases(benchmark::internal::Benchmark* benchmark) {
-  for (const int base : {2, 8, 10, 16, 26, 30, 31, 32, 60}) benchmark->Arg(base);
+  for (const int base : kBases) benchmark->Arg(base);
 }
 
 /// Those that the standard library knows.

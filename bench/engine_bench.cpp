@@ -1,4 +1,4 @@
-// The text engine alone, without objects: writing records field by field and walking over a text
+// The text engine alone, without objects: writing records field by field and parsing a text
 // field by field, beside a copy of the same text and beside other libraries on the same data.
 
 #include <benchmark/benchmark.h>
@@ -83,7 +83,7 @@ Text Written(const Data& data) {
   StringTextBuilder text;
   const auto expected = data.records * data.columns * 13;
   ForEachField(data, &Column::wide, [&](const Text& value, bool isLast) {
-    if (text.Size() == 0) text.Expect(expected);
+    if (text.Size() == 0) text.SetSizeHint(expected);
     text.Append(value);
     text.AppendMarker(markers.fieldEnd);
     if (isLast) text.AppendMarker(markers.recordEnd);
@@ -113,9 +113,9 @@ void BM_Walk(benchmark::State& state) {
   const Markers markers = DefaultMarkers();
   for ([[maybe_unused]] auto _ : state) {
     std::size_t units = 0;
-    const auto walk = WalkRecords(text, markers);
-    while (walk->Next()) {
-      for (const TextView field : walk->Fields()) units += field.size();
+    const auto parser = ParseRecords(text, markers);
+    while (parser->Next()) {
+      for (const TextView field : parser->Fields()) units += field.size();
     }
     benchmark::DoNotOptimize(units);
   }

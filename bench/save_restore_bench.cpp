@@ -34,7 +34,7 @@ std::vector<Text> FieldNames() { return {u"Title", u"Author", u"Year", u"Price",
 CollectionRef NewInnerCollection() { return std::make_shared<InnerCollection>(); }
 
 /// Records as cheap to reach as objects can be, so that the time is that of the component.
-class RecordFamily : public ObjectFamily {
+class RecordAdapter : public ObjectAdapter {
  public:
   Object NewRecord() const { return {*this, new Record}; }
   Record& RecordOf(const Object& object) const { return *static_cast<Record*>(object.Self(*this)); }
@@ -57,20 +57,20 @@ class RecordFamily : public ObjectFamily {
 
 class RecordAccess : public MemberAccess {
  public:
-  RecordAccess(const RecordFamily& family, std::vector<Text> names)
-      : MemberAccess(std::move(names)), family_(family) {}
+  RecordAccess(const RecordAdapter& adapter, std::vector<Text> names)
+      : MemberAccess(std::move(names)), adapter_(adapter) {}
   void AppendText(const Object& object, std::size_t member, TextBuilder& text) override {
-    text.Append(family_.RecordOf(object).fields.at(member));
+    text.Append(adapter_.RecordOf(object).fields.at(member));
   }
   void LetText(const Object& object, std::size_t member, TextView value) override {
-    family_.RecordOf(object).fields.at(member) = value;
+    adapter_.RecordOf(object).fields.at(member) = value;
   }
 
  private:
-  const RecordFamily& family_;
+  const RecordAdapter& adapter_;
 };
 
-std::unique_ptr<MemberAccess> RecordFamily::Access(std::vector<Text> names) const {
+std::unique_ptr<MemberAccess> RecordAdapter::Access(std::vector<Text> names) const {
   return std::make_unique<RecordAccess>(*this, std::move(names));
 }
 
@@ -80,12 +80,12 @@ class SilentPlatform : public MemoryPlatform {
   CollectionRef NewCollection() override { return NewInnerCollection(); }
 };
 
-CollectionRef RecordsOf(const RecordFamily& family, std::int32_t count) {
-  CollectionRef records = family.NewCollection();
+CollectionRef RecordsOf(const RecordAdapter& adapter, std::int32_t count) {
+  CollectionRef records = adapter.NewCollection();
   for (std::int32_t number = 0; number < count; ++number) {
-    Object object = family.NewRecord();
+    Object object = adapter.NewRecord();
     const Text digits = DecimalText(number);
-    family.RecordOf(object).fields = {digits, u"Author", u"2026", u"12.50", u"remark"};
+    adapter.RecordOf(object).fields = {digits, u"Author", u"2026", u"12.50", u"remark"};
     records->Add(std::move(object), std::nullopt);
   }
   return records;
@@ -99,9 +99,9 @@ void ReportPerField(benchmark::State& state) {
 
 void BM_Save(benchmark::State& state) {
   SilentPlatform platform;
-  RecordFamily family;
+  RecordAdapter adapter;
   clsCollectionSaveRestore saveRestore(platform);
-  const CollectionRef records = RecordsOf(family, static_cast<std::int32_t>(state.range(0)));
+  const CollectionRef records = RecordsOf(adapter, static_cast<std::int32_t>(state.range(0)));
   for ([[maybe_unused]] auto _ : state) {
     benchmark::DoNotOptimize(saveRestore.AsDelimitedFromCollection(records));
   }
@@ -110,11 +110,11 @@ void BM_Save(benchmark::State& state) {
 
 void RestoreUnder(TextView key, benchmark::State& state) {
   SilentPlatform platform;
-  RecordFamily family;
+  RecordAdapter adapter;
   clsCollectionSaveRestore saveRestore(platform);
-  const Object creator = family.NewRecord();
+  const Object creator = adapter.NewRecord();
   const Text text = saveRestore.AsDelimitedFromCollection(
-      RecordsOf(family, static_cast<std::int32_t>(state.range(0))));
+      RecordsOf(adapter, static_cast<std::int32_t>(state.range(0))));
   for ([[maybe_unused]] auto _ : state) {
     benchmark::DoNotOptimize(saveRestore.AsDelimitedToCollection(text, creator, {}, {}, key));
   }
@@ -124,22 +124,22 @@ void RestoreUnder(TextView key, benchmark::State& state) {
 /// What no saving can go below: the same texts of the same records, copied one behind the other
 /// into fresh memory.
 void BM_FloorSave(benchmark::State& state) {
-  RecordFamily family;
+  RecordAdapter adapter;
   const Markers markers = DefaultMarkers();
   const auto count = static_cast<std::int32_t>(state.range(0));
   std::vector<Object> objects;
   std::size_t size = 1;
-  const CollectionRef records = RecordsOf(family, count);
+  const CollectionRef records = RecordsOf(adapter, count);
   const auto walk = records->Enumerate();
   for (Object object; walk->NextObject(object);) {
-    for (const Text& field : family.RecordOf(object).fields) size += field.size() + 2;
+    for (const Text& field : adapter.RecordOf(object).fields) size += field.size() + 2;
     objects.push_back(std::move(object));
   }
   for ([[maybe_unused]] auto _ : state) {
     const std::unique_ptr<char16_t[]> text(new char16_t[size]);
     char16_t* end = text.get();
     for (const Object& object : objects) {
-      for (const Text& field : family.RecordOf(object).fields) {
+      for (const Text& field : adapter.RecordOf(object).fields) {
         end = std::copy(field.begin(), field.end(), end);
         *end++ = markers.fieldEnd.front();
       }
@@ -176,10 +176,10 @@ constexpr std::int32_t kRecordsInEach = 10000;
 /// A text of many collections, all alike.
 struct ManyCollections {
   ManyCollections() {
-    const TextDataFamily blocks(platform);
+    const TextDataAdapter blocks(platform);
     const CollectionRef all = blocks.NewCollection();
     for (std::int32_t number = 0; number < kCollections; ++number) {
-      all->Add(blocks.NewBlock({inner, Text(u"Collection ").append(DecimalText(number))}), {});
+      all->Add(blocks.NewRecord({inner, Text(u"Collection ").append(DecimalText(number))}), {});
     }
     store.SetMultiDataString(store.AsDelimitedFromCollection(all));
   }
@@ -191,16 +191,16 @@ struct ManyCollections {
   /// The texts of all collections: what no reading can go below.
   std::vector<Text> CopyOfAll() const {
     std::vector<Text> texts;
-    const auto walk = WalkRecords(store.MultiDataString(), DefaultMarkers());
-    for (walk->Next(); walk->Next();) texts.emplace_back(walk->Fields()[0]);
+    const auto parser = ParseRecords(store.MultiDataString(), DefaultMarkers());
+    for (parser->Next(); parser->Next();) texts.emplace_back(parser->Fields()[0]);
     return texts;
   }
 
   SilentPlatform platform;
-  RecordFamily family;
+  RecordAdapter adapter;
   clsCollectionSaveRestore store{platform};
-  const Object creator = family.NewRecord();
-  const CollectionRef records = RecordsOf(family, kRecordsInEach);
+  const Object creator = adapter.NewRecord();
+  const CollectionRef records = RecordsOf(adapter, kRecordsInEach);
   const Text inner = SaveOne();
 };
 

@@ -29,7 +29,7 @@ TextView NameInWindowsNtLine(std::uint32_t major, std::uint32_t minor) {
 
 }  // namespace
 
-Text GetOsName(SystemServices& system) {
+Text GetOsName(SystemVersion& system) {
   const VersionRecord version = system.GetVersionRecord();
   switch (version.platformId) {
     case kWindows95Line:
@@ -41,7 +41,7 @@ Text GetOsName(SystemServices& system) {
   }
 }
 
-bool IsWindowsVista(SystemServices& system) {
+bool IsWindowsVista(SystemVersion& system) {
   return EqualIgnoringCase(GetOsName(system), u"WINDOWS VISTA");
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "automation/text.h"
-#include "environment/system_services.h"
+#include "platform/system_version.h"
 
 namespace brindlex {
 
@@ -11,9 +11,9 @@ namespace brindlex {
 /// "Windows Millennium Edition (ME)", "Windows NT 3.51", "Windows NT 4.0", "Windows 2000",
 /// "Windows XP" (every 5.x but 5.0) or "Windows Vista" (6.0 and all later ones). Empty for a
 /// version that is none of these, "Failed" for an unknown platform. Traps nothing.
-Text GetOsName(SystemServices& system);
+Text GetOsName(SystemVersion& system);
 
 /// True for Windows Vista and every later release. Traps nothing.
-bool IsWindowsVista(SystemServices& system);
+bool IsWindowsVista(SystemVersion& system);
 
 }  // namespace brindlex

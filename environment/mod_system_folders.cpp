@@ -22,18 +22,18 @@ TextView PathIn(const PathBuffer& buffer) {
 
 }  // namespace
 
-Text FindSystemFolder(SystemServices& system, std::int32_t csidl) {
+Text FindSystemFolder(Platform& platform, std::int32_t csidl) {
   Text result;
   Trap(
       [&](CurrentLine&) {
         ItemIdList list = nullptr;
-        if (system.SpecialFolderLocation(csidl, list) != 0) return;
+        if (platform.SpecialFolderLocation(csidl, list) != 0) return;
         PathBuffer buffer{};
-        if (system.PathFromItemIdList(list, buffer) != 1) return;
+        if (platform.PathFromItemIdList(list, buffer) != 1) return;
         result = PathIn(buffer);
       },
       [&](const PendingError& pending) {
-        system.ShowReport(
+        platform.ShowReport(
             LocatedReport(u"in Brindlex.modSystemFolders.FindSystemFolder ", pending));
       });
   return result;

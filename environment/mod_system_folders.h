@@ -3,7 +3,7 @@
 #include <cstdint>
 
 #include "automation/text.h"
-#include "environment/system_services.h"
+#include "platform/platform.h"
 
 namespace brindlex {
 
@@ -14,8 +14,8 @@ inline constexpr std::int32_t kCommonAppData = 35;
 
 /// The path of the shell's special folder `csidl`, without NULs, and without blanks at its ends.
 /// Empty, without a report, when the shell has no such folder or no path for it; empty after the
-/// report located in FindSystemFolder on any failure. Every call leaves the shell's item-id list
-/// behind unreleased, a few dozen bytes.
-Text FindSystemFolder(SystemServices& system, std::int32_t csidl);
+/// report located in FindSystemFolder on any failure. No call releases the shell's item-id
+/// list, a few dozen bytes.
+Text FindSystemFolder(Platform& platform, std::int32_t csidl);
 
 }  // namespace brindlex

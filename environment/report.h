@@ -1,26 +1,12 @@
 #pragma once
 
-#include <cstdint>
-
 #include "automation/text.h"
 #include "environment/trap.h"
+#include "platform/report.h"
 
 namespace brindlex {
 
-/// What the user is told about a failure: the caption and the text of one message box, which say it
-/// all, and once more by itself what a program may want to know.
-struct Report {
-  /// One OK button and the exclamation icon.
-  static constexpr std::uint32_t kStyle = 48;
-
-  Text caption;
-  Text text;
-  std::int32_t number = 0;
-  Text description{};
-  std::int32_t line = 0;
-};
-
-/// A report of `pending` that says `text` under `caption`.
+/// A report of `pending` with `caption` and `text`.
 Report ReportOf(const PendingError& pending, TextView caption, Text text);
 
 /// Layout A, of the persistence classes: the first line, a blank line, the description, " Number: "
@@ -31,13 +17,13 @@ Report TaggedReport(TextView caption, TextView firstLine, const PendingError& pe
 /// "in Project.Module.Procedure ") and "at line " and the line. The caption is "Application Error".
 Report LocatedReport(TextView location, const PendingError& pending);
 
-/// Layout C, of the file routines: `sentence` (which says what was being done, to what, and ends
-/// with its own line breaks), "Error: " and the description, " Error Number: " and the number,
+/// Layout C, of the file routines: `sentence` (what was being done, to what; it ends with its own
+/// line breaks), "Error: " and the description, " Error Number: " and the number,
 /// " Line: " and the line, then `context` without any separator. The caption is "KX Error".
 Report ContextualReport(TextView sentence, const PendingError& pending, TextView context = {});
 
-/// The short form of layout C: `tag`, the description directly behind it, " Error Number: " and the
-/// number, " Line " (without a colon) and the line. The caption is "KX Error".
+/// The short form of layout C: `tag`, directly followed by the description, " Error Number: " and
+/// the number, " Line " (without a colon) and the line. The caption is "KX Error".
 Report ShortContextualReport(TextView tag, const PendingError& pending);
 
 }  // namespace brindlex

@@ -22,7 +22,7 @@ using CurrentLine = std::int32_t;
 /// 0, line 0 and `description`.
 [[noreturn]] void GoToHandler(Text description);
 
-/// The exception being handled, as the pending error of a procedure that stood at `line`. To be
+/// The exception being handled, as the pending error of a procedure that was at `line`. To be
 /// called inside a catch clause only; throws std::bad_alloc when its texts cannot be allocated.
 PendingError CatchPending(CurrentLine line);
 
@@ -50,17 +50,6 @@ void IgnoreErrors(Body&& body) {
     std::forward<Body>(body)();
   } catch (const RuntimeError&) {
     return;
-  }
-}
-
-/// Runs `body()` and ends it without a word at the first failure. Says whether it came to its end.
-template <class Body>
-bool TrapSilently(Body&& body) noexcept {
-  try {
-    std::forward<Body>(body)();
-    return true;
-  } catch (...) {
-    return false;
   }
 }
 

@@ -1,6 +1,6 @@
-' The typical road: hands itself over as the host, asks for the settings folder that all users
-' share, keeps a list there as a text file, reads it back, and has one failure reported. It changes
-' nothing but the folder Brindlex\Settings demo in that place.
+' The usual course: passes itself to the component as the host, asks for the settings folder that all
+' users share, keeps several lists there in one text file, reads them back, changes one and removes
+' one, and has one failure reported. It changes nothing but the folder Brindlex\Settings demo there.
 '
 '   cscript //nologo settings_demo.vbs
 '
@@ -26,21 +26,31 @@ Sub Require(condition, what)
   End If
 End Sub
 
-Sub AddBlock(blocks, name, data)
-  Dim block
-  Set block = CreateObject("Brindlex.clsTextData")
-  block.Name = name
-  block.DataString = data
-  blocks.Add block, name
-End Sub
+Function Setting(name, value)
+  Dim made
+  Set made = CreateObject("Brindlex.clsTextData")
+  made.Name = name
+  made.DataString = value
+  Set Setting = made
+End Function
 
-' ---- The road -------------------------------------------------------------------------------------
+' A list of settings under their names.
+Function ListOf(settings)
+  Dim list, one
+  Set list = CreateObject("Brindlex.clsCollection")
+  For Each one In settings
+    list.Add one, one.Name
+  Next
+  Set ListOf = list
+End Function
 
-Dim files, saveRestore, blocks, restored, block, folder, company, path, text, readBack, line, fso
-Dim missing
+' ---- The usual course -----------------------------------------------------------------------------
+
+Dim files, store, again, creator, folder, company, path, text, name, entry, fso, missing
 
 Set files = CreateObject("Brindlex.clsAppFiles")
-Set saveRestore = CreateObject("Brindlex.clsCollectionSaveRestore")
+Set store = CreateObject("Brindlex.clsCollectionSaveRestore")
+Set creator = CreateObject("Brindlex.clsCreateTextData")
 
 files.StartUp New Host, "Settings demo", "Brindlex"
 folder = files.SettingsFolderAllUsers(company)
@@ -48,34 +58,43 @@ Require folder <> "", "there is a settings folder"
 WScript.Echo "Company   " & company
 WScript.Echo "Settings  " & folder
 
-Set blocks = CreateObject("Brindlex.clsCollection")
-AddBlock blocks, "Language", "English"
-AddBlock blocks, "Window", "120 80 640 480"
-AddBlock blocks, "Opened", CStr(Now)
-text = saveRestore.AsDelimitedFromCollection(blocks, vbCrLf, "|")
-Require text <> "", "the list becomes a text"
+' Several lists in one text. A value or name that would damage the text is refused.
+store.RefuseMarkers = True
+Require store.StoreCollection(ListOf(Array(Setting("Language", "English"), _
+                                           Setting("Opened", CStr(Now)))), "General"), "stored"
+Require store.StoreCollection(ListOf(Array(Setting("Main", "120 80 640 480"), _
+                                           Setting("Tools", "800 80 200 480"))), "Windows"), "stored"
+Require store.StoreCollection(ListOf(Array(Setting("1", "novels.txt"))), "Recent files"), "stored"
 
 path = folder & "\settings.txt"
-Require files.SaveTextFile(path, text, False), "the text is saved"
+text = store.MultiDataString
+Require files.SaveTextFileSafely(path, text, False), "the text is saved"
 WScript.Echo "Saved     " & Len(text) & " characters to " & path
 Set fso = CreateObject("Scripting.FileSystemObject")
 Require fso.FileExists(path), "the file is there"
 
-readBack = files.ReadTextFile(path, False)
-Require readBack = text, "the file holds the text to the character"
+' At the next start.
+Set again = CreateObject("Brindlex.clsCollectionSaveRestore")
+again.MultiDataString = files.ReadTextFile(path, False)
+Require again.MultiDataString = text, "the file holds the text to the character"
 WScript.Echo "It holds:"
-For Each line In Split(readBack, vbCrLf)
-  If line <> "" Then WScript.Echo "          " & line
+For Each name In again.CollectionNames
+  WScript.Echo "          " & name
+  For Each entry In again.WorkingCol(name, creator)
+    WScript.Echo "            " & entry.Name & " = " & entry.DataString
+  Next
 Next
+Require again.CollectionNames.Count = 3, "three lists"
 
-Set restored = saveRestore.AsDelimitedToCollection(readBack, _
-                   CreateObject("Brindlex.clsCreateTextData"), vbCrLf, "|", "Name")
-Require Not restored Is Nothing, "the file becomes a list again"
-Require restored.Count = blocks.Count, "as many entries as before"
-For Each block In blocks
-  Require restored(block.Name).DataString = block.DataString, block.Name & " is as it was"
-Next
-WScript.Echo "Restored  " & restored.Count & " entries of " & files.FileNameFromPath(path) & ", all equal"
+' One list changes and one goes; the others stay as they are.
+Require again.StoreCollection(ListOf(Array(Setting("Main", "0 0 1024 768"))), "Windows"), "stored"
+Require again.RemoveCollection("recent files"), "removed"
+Require files.SaveTextFileSafely(path, again.MultiDataString, False), "the text is saved"
+store.MultiDataString = files.ReadTextFile(path, False)
+Require store.CollectionNames.Count = 2, "two lists"
+Require store.WorkingCol("Windows", creator, "Name")("Main").DataString = "0 0 1024 768", "changed"
+Require store.WorkingCol("General", creator, "Name")("Language").DataString = "English", "kept"
+WScript.Echo "Changed   one list, removed one, kept one"
 
 ' ---- A failure, without and with its report -------------------------------------------------------
 

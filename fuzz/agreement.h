@@ -34,14 +34,14 @@ inline void RequireReports(const std::vector<naive::Report>& expected, MemoryPla
 
 /// `restored`, a collection of records or none, holds what `expected` says, keys included.
 inline void RequireRecords(const std::optional<std::vector<naive::Record>>& expected,
-                           const CollectionRef& restored, const MemoryFamily& family) {
+                           const CollectionRef& restored, const MemoryAdapter& adapter) {
   Require(expected.has_value() == (restored != nullptr), "whether there is a collection");
   if (restored == nullptr) return;
-  const auto& entries = CollectionIn(family, restored).entries;
+  const auto& entries = CollectionIn(adapter, restored).entries;
   Require(entries.size() == expected->size(), "the number of records");
   for (std::size_t i = 0; i < entries.size(); ++i) {
     const naive::Record& record = (*expected)[i];
-    const auto& values = family.In<MemoryRecord>(std::get<Object>(entries[i].value)).values;
+    const auto& values = adapter.In<MemoryRecord>(std::get<Object>(entries[i].value)).values;
     Require(values == record.values, "the values of a record");
     Require(entries[i].key.has_value() != record.key.empty(), "whether a record has a key");
     Require(entries[i].key.value_or(Text()) == record.key, "the key of a record");
@@ -49,12 +49,12 @@ inline void RequireRecords(const std::optional<std::vector<naive::Record>>& expe
 }
 
 /// Records of texts, whose members are `members`.
-inline std::shared_ptr<RecordClass> ClassOf(const MemoryFamily& family,
+inline std::shared_ptr<RecordClass> ClassOf(const MemoryAdapter& adapter,
                                             const naive::Texts& members) {
   std::vector<Member> own;
   own.reserve(members.size());
   for (const Text& name : members) own.push_back({name});
-  return ListingClass(family, std::move(own));
+  return ListingClass(adapter, std::move(own));
 }
 
 }  // namespace brindlex

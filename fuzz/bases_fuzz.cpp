@@ -5,9 +5,9 @@
 #include <cstdlib>
 #include <iostream>
 
-#include "automation/portable_number_text.h"
 #include "bases/bases.h"
 #include "fuzz/input.h"
+#include "platform/portable_number_text.h"
 #include "tests/core/bases/naive_bases.h"
 
 namespace brindlex {
@@ -20,9 +20,8 @@ void Compare(const Outcome& outcome, const Outcome& expected) {
 }
 
 std::int32_t TakeBase(Input& input) {
-  constexpr std::int32_t kBases[] = {2, 8, 10, 16, 26, 30, 31, 32, 60};
   const auto choice = input.Take<std::uint8_t>();
-  return choice < 200 ? kBases[choice % 9] : choice % 8 - 1;
+  return choice < 200 ? kBases[choice % kBases.size()] : choice % 8 - 1;
 }
 
 void CompareTexts(Input& input, std::int32_t base) {

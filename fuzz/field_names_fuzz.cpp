@@ -44,7 +44,7 @@ Outcome Seen(MemoryPlatform& platform, const Text& text, const std::optional<Tex
     const auto found = store.FieldNamesCollection(text, Given(recordEnd), Given(fieldEnd));
     if (found == nullptr) return seen;
     seen.names.emplace();
-    for (const auto& entry : CollectionIn(platform.Family(), found).entries) {
+    for (const auto& entry : CollectionIn(platform.Adapter(), found).entries) {
       seen.names->push_back(std::get<Text>(entry.value));
       Require(entry.key == seen.names->back(), "the key of a name");
     }
@@ -64,7 +64,7 @@ void Compare(Input input) {
   Require(expected.error == seen.error, "the error");
   Require(expected.names == seen.names, "the names");
   RequireReports({}, platform);
-  Require(platform.Family().LiveObjects() == 0, "the objects that are left");
+  Require(platform.Adapter().LiveObjects() == 0, "the objects that are left");
 }
 
 }  // namespace

@@ -46,7 +46,7 @@ class Comparison {
       for (std::size_t i = 0; i < members_.size(); ++i)
         row.push_back(input.TakeText(kMostOfAValue));
     }
-    class_ = ClassOf(platform_.Family(), members_);
+    class_ = ClassOf(platform_.Adapter(), members_);
     store_.SetRefuseMarkers(true);
   }
 
@@ -64,9 +64,9 @@ class Comparison {
     if (rows_.empty()) return;
     RequireSame(naive::Restore(saved, members_, markers, {}));
     RequireRecords(RecordsOf(rows_),
-                   store_.AsDelimitedToCollection(saved, NewCreator(platform_.Family(), class_),
+                   store_.AsDelimitedToCollection(saved, NewCreator(platform_.Adapter(), class_),
                                                   markers.recordEnd, markers.fieldEnd),
-                   platform_.Family());
+                   platform_.Adapter());
     RequireReports({}, platform_);
   }
 
@@ -90,8 +90,8 @@ class Comparison {
     if (rows_.empty()) return;
     store_.SetMultiDataString(stored);
     RequireRecords(RecordsOf(rows_),
-                   store_.WorkingCol(name, NewCreator(platform_.Family(), class_)),
-                   platform_.Family());
+                   store_.WorkingCol(name, NewCreator(platform_.Adapter(), class_)),
+                   platform_.Adapter());
     RequireReports({}, platform_);
   }
 
@@ -111,9 +111,9 @@ class Comparison {
   }
 
   CollectionRef Collection() {
-    CollectionRef collection = platform_.Family().NewCollection();
+    CollectionRef collection = platform_.Adapter().NewCollection();
     for (const naive::Texts& row : rows_) {
-      collection->Add(NewRecord(platform_.Family(), class_, row), std::nullopt);
+      collection->Add(NewRecord(platform_.Adapter(), class_, row), std::nullopt);
     }
     return collection;
   }

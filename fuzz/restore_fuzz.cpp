@@ -17,7 +17,7 @@ OptionalText Given(const Text& marker) { return marker.empty() ? OptionalText() 
 
 void Compare(Input input) {
   MemoryPlatform platform;
-  const MemoryFamily& family = platform.Family();
+  const MemoryAdapter& adapter = platform.Adapter();
   clsCollectionSaveRestore store(platform);
   const naive::Texts& members = kClasses[input.TakeBelow(std::size(kClasses))];
   const TextView key = kKeys[input.TakeBelow(std::size(kKeys))];
@@ -30,8 +30,8 @@ void Compare(Input input) {
 
   const auto expected = naive::Restore(text, members, markers, Text(key));
   const CollectionRef restored = store.AsDelimitedToCollection(
-      text, NewCreator(family, ClassOf(family, members)), Given(recordEnd), Given(fieldEnd), key);
-  RequireRecords(expected.records, restored, family);
+      text, NewCreator(adapter, ClassOf(adapter, members)), Given(recordEnd), Given(fieldEnd), key);
+  RequireRecords(expected.records, restored, adapter);
   RequireReports(expected.reports, platform);
   if (restored == nullptr) return;
 

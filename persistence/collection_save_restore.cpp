@@ -5,7 +5,9 @@
 #include "automation/runtime_error.h"
 #include "environment/report.h"
 #include "environment/trap.h"
-#include "persistence/guarded_text.h"
+#include "persistence/multi_data.h"
+#include "persistence/record_writer.h"
+#include "persistence/restore_header.h"
 
 namespace brindlex {
 namespace {
@@ -14,8 +16,8 @@ constexpr TextView kGetMemberNames = u"GetMemberNames";
 constexpr TextView kGetNewObject = u"GetNewObject";
 constexpr TextView kMembersCol = u"MembersCol";
 
-/// `collection`, which a caller handed in. Error 91 when it is no collection.
-const Collection& Given(const CollectionRef& collection) {
+/// The collection of a caller's reference. Error 91 when it is no collection.
+const Collection& Required(const CollectionRef& collection) {
   if (collection == nullptr) throw RuntimeError(error_number::kObjectNotSet);
   return *collection;
 }
@@ -24,7 +26,7 @@ bool IsEmpty(const CollectionRef& collection) {
   return collection == nullptr || collection->Count() < 1;
 }
 
-/// Whether `object` has entries. An object that cannot even be counted is no collection.
+/// Whether `object` has entries. An object without a count is no collection.
 bool HoldsEntries(const CollectionRef& object) {
   try {
     return !IsEmpty(object);
@@ -35,16 +37,89 @@ bool HoldsEntries(const CollectionRef& object) {
 }
 
 std::vector<Text> TextsOf(const Collection& collection) {
+  constexpr std::size_t kUsual = 8;
   std::vector<Text> texts;
-  const auto walk = collection.Enumerate();
-  for (Text text; walk->NextText(text);) texts.push_back(text);
+  texts.reserve(kUsual);
+  const auto entries = collection.Enumerate();
+  for (Text text; entries->NextText(text);) texts.push_back(text);
   return texts;
 }
+
+/// The objects of a collection, to be saved.
+class CollectionObjects {
+ public:
+  explicit CollectionObjects(const CollectionRef& collection) : collection_(collection) {}
+
+  std::int32_t Count() const { return Required(collection_).Count(); }
+  Object First() const { return FirstObject(*collection_); }
+  template <class Visit>
+  void ForEach(Visit&& visit) const {
+    const auto entries = collection_->Enumerate();
+    for (Object object; entries->NextObject(object);) visit(object);
+  }
+
+ private:
+  const CollectionRef& collection_;
+};
+
+/// One object, to be saved as the only one of a collection.
+class OneObject {
+ public:
+  explicit OneObject(const Object& object) : object_(object) {}
+
+  std::int32_t Count() const { return 1; }
+  const Object& First() const { return object_; }
+  template <class Visit>
+  void ForEach(Visit&& visit) const {
+    visit(object_);
+  }
+
+ private:
+  const Object& object_;
+};
+
+/// Writes the header `names` and a record for each of `objects`, which are about `count`; `first`
+/// is the first of them.
+template <class Objects>
+void WriteObjects(const Objects& objects, std::int32_t count, const Object& first,
+                  const std::vector<Text>& names, RecordWriter& writer, TextBuilder& text) {
+  writer.AppendHeader(names);
+  const auto access = first.Adapter().Access(names);
+  std::int32_t written = 0;
+  objects.ForEach([&](const Object& object) {
+    writer.AppendRecord(object, *access);
+    HintSize(count, ++written, text);
+  });
+}
+
+/// Collects what is restored in a collection that can be handed out.
+class InCollection {
+ public:
+  void Begin(const ObjectAdapter& adapter) { collection_ = adapter.NewCollection(); }
+  void Add(Object object, std::optional<TextView> key) { collection_->Add(std::move(object), key); }
+  CollectionRef Take() { return std::move(collection_); }
+
+ private:
+  CollectionRef collection_;
+};
+
+/// Collects what is restored, for one call.
+class InList {
+ public:
+  void Begin(const ObjectAdapter& /*adapter*/) {}
+  void Add(Object object, std::optional<TextView> /*key*/) {
+    objects_.push_back(std::move(object));
+  }
+  std::vector<Object> Take() { return std::move(objects_); }
+
+ private:
+  std::vector<Object> objects_;
+};
 
 }  // namespace
 
 clsCollectionSaveRestore::clsCollectionSaveRestore(Platform& platform)
-    : platform_(platform), textData_(platform) {}
+    : platform_(platform), textData_(platform), multiData_(std::make_shared<MultiData>()) {}
 
 // ---- Member names ------------------------------------------------------------------------------
 
@@ -118,12 +193,7 @@ CollectionRef clsCollectionSaveRestore::FieldNamesCollection(TextView asDelimite
 }
 
 bool clsCollectionSaveRestore::ItemExists(const CollectionRef& myCol, TextView myKey) noexcept {
-  return TrapSilently([&] { Given(myCol).TextUnder(myKey); });
-}
-
-bool clsCollectionSaveRestore::ObjectItemExists(const CollectionRef& myCol,
-                                                TextView myKey) noexcept {
-  return TrapSilently([&] { Given(myCol).ObjectUnder(myKey); });
+  return TrapSilently([&] { Required(myCol).TextUnder(myKey); });
 }
 
 // ---- Objects to text ---------------------------------------------------------------------------
@@ -140,68 +210,68 @@ void clsCollectionSaveRestore::AsDelimitedFromCollection(const CollectionRef& my
                                                          const OptionalText& recordEndMarker,
                                                          const OptionalText& fieldEndMarker,
                                                          TextBuilder& result) {
-  Save(myObjects, recordEndMarker, fieldEndMarker, nullptr, result);
+  SaveCollection(myObjects, recordEndMarker, fieldEndMarker, nullptr, result);
 }
 
-bool clsCollectionSaveRestore::Save(const CollectionRef& myObjects,
-                                    const OptionalText& recordEndMarker,
+bool clsCollectionSaveRestore::SaveCollection(const CollectionRef& myObjects,
+                                              const OptionalText& recordEndMarker,
+                                              const OptionalText& fieldEndMarker,
+                                              const Markers* around, TextBuilder& result) {
+  return Save(CollectionObjects(myObjects), recordEndMarker, fieldEndMarker, around, result);
+}
+
+template <class Objects>
+bool clsCollectionSaveRestore::Save(const Objects& objects, const OptionalText& recordEndMarker,
                                     const OptionalText& fieldEndMarker, const Markers* around,
                                     TextBuilder& result) {
-  std::vector<Text> names;
-  std::size_t reading = TextView::npos;
+  SaveProgress progress;
   const bool refusesMarkers = refuseMarkers_;
   bool isSaved = false;
   Trap(
       [&](CurrentLine& line) {
         line = 1;
-        const std::int32_t count = Given(myObjects).Count();
-        isSaved = count == 0;
-        if (isSaved) return;
-        line = 2;
-        const Markers markers = MarkersOr(DefaultMarkers(), recordEndMarker, fieldEndMarker);
-        line = 3;
-        const Object first = FirstObject(*myObjects);
-        names = NamesToSave(first);
-        line = 4;
-        if (names.empty()) GoToHandler({});
-        line = 5;
-        std::optional<GuardedText> guarded;
-        if (refusesMarkers) {
-          guarded.emplace(markers, around, result, reading).AppendHeader(names);
-        } else {
-          AppendHeader(names, markers, result);
-        }
-        const auto access = first.Family().Access(names);
-        const auto walk = myObjects->Enumerate();
-        std::int32_t written = 0;
-        for (Object object; walk->NextObject(object);) {
-          if (guarded) {
-            guarded->AppendRecord(object, *access, names.size());
-          } else {
-            access->AppendTexts(object, markers.fieldEnd, result, reading);
-            result.AppendMarker(markers.recordEnd);
-          }
-          ExpectRecords(count, ++written, result);
+        const std::int32_t count = objects.Count();
+        if (count != 0) {
+          line = 2;
+          const Markers markers = MarkersOr(DefaultMarkers(), recordEndMarker, fieldEndMarker);
+          line = 3;
+          const Object first = objects.First();
+          progress.names = NamesToSave(first);
+          line = 4;
+          if (progress.names.empty()) GoToHandler({});
+          line = 5;
+          PlainRecordWriter plain(markers, result, progress.reading);
+          std::optional<ValidatingRecordWriter> validating;
+          if (refusesMarkers) validating.emplace(markers, around, result, progress.reading);
+          RecordWriter& writer = refusesMarkers ? static_cast<RecordWriter&>(*validating) : plain;
+          WriteObjects(objects, count, first, progress.names, writer, result);
         }
         isSaved = true;
       },
       [&](const PendingError& pending) {
         result.Clear();
-        Report report = TaggedReport(u"Error DFC", u"Error DFC", pending);
-        report.text.append(u" Member Name: ");
-        if (reading < names.size()) report.text.append(names[reading]);
-        platform_.ShowReport(report);
+        ReportFailedSave(pending, progress);
       });
   return isSaved;
+}
+
+void clsCollectionSaveRestore::ReportFailedSave(const PendingError& pending,
+                                                const SaveProgress& progress) {
+  Report report = TaggedReport(u"Error DFC", u"Error DFC", pending);
+  report.text.append(u" Member Name: ");
+  if (progress.reading < progress.names.size()) {
+    report.text.append(progress.names[progress.reading]);
+  }
+  platform_.ShowReport(report);
 }
 
 Text clsCollectionSaveRestore::AsDelimitedFromObject(const Object& myObj) {
   Text result;
   Trap(
       [&](CurrentLine&) {
-        const auto alone = std::make_shared<InnerCollection>();
-        alone->Add(myObj, std::nullopt);
-        result = AsDelimitedFromCollection(alone);
+        StringTextBuilder text;
+        Save(OneObject(myObj), {}, {}, nullptr, text);
+        result = text.Take();
       },
       [&](const PendingError& pending) {
         platform_.ShowReport(TaggedReport(u"Error DFO", u"Error DFO", pending));
@@ -226,78 +296,26 @@ void clsCollectionSaveRestore::SplitString(Split&& split) {
   if (!isSplit) throw RuntimeError(error_number::kSubscriptOutOfRange);
 }
 
-std::unique_ptr<RecordWalk> clsCollectionSaveRestore::RecordsOf(TextView text,
-                                                                const Markers& markers) {
-  std::unique_ptr<RecordWalk> records;
-  SplitString([&] { records = WalkRecords(text, markers); });
+std::unique_ptr<RecordParser> clsCollectionSaveRestore::RecordsOf(TextView text,
+                                                                  const Markers& markers) {
+  std::unique_ptr<RecordParser> records;
+  SplitString([&] { records = ParseRecords(text, markers); });
   return records;
 }
 
-const FieldViews& clsCollectionSaveRestore::FieldsOf(const RecordWalk& record) {
+const FieldViews& clsCollectionSaveRestore::FieldsOf(const RecordParser& record) {
   const FieldViews* fields = nullptr;
   SplitString([&] { fields = &record.Fields(); });
   return *fields;
 }
 
-/// The columns of a text under restore.
-struct clsCollectionSaveRestore::Header {
-  /// As the record class spells them; blank for a column that the class does not have.
-  std::vector<Text> properties;
-  /// Those that the header names exactly as the property that keys are taken from.
-  std::vector<std::size_t> keyColumns;
-};
-
-namespace {
-
-/// How the class spells the member that the header calls `name`; the header's spelling when the
-/// list holds something else under that key.
-Text OwnSpelling(const Collection& members, TextView name) {
-  Text own = members.TextUnder(name);
-  return EqualIgnoringCase(own, name) ? own : Text(name);
-}
-
-}  // namespace
-
-clsCollectionSaveRestore::Header clsCollectionSaveRestore::ReadHeader(const FieldViews& names,
-                                                                      const Collection& members,
-                                                                      TextView keyProperty) {
-  Header header;
-  for (const TextView name : names) {
-    Text property;
-    IgnoreErrors([&] { property = OwnSpelling(members, name); });
-    if (!property.empty() && !keyProperty.empty() && name == keyProperty) {
-      header.keyColumns.push_back(header.properties.size());
-    }
-    header.properties.push_back(std::move(property));
-  }
-  return header;
-}
-
-namespace {
-
-/// GoToHandler when a record has not as many values as the header has names.
-void RequireAll(const FieldViews& values, std::size_t expected, std::size_t recordNumber) {
-  if (values.size() == expected) return;
-  GoToHandler(Text(u"Fields in record don't match field list, record number ")
-                  .append(DecimalText(static_cast<std::int32_t>(recordNumber))));
-}
-
-/// The first value that is not empty in one of `columns`.
-std::optional<TextView> KeyOf(const FieldViews& values, const std::vector<std::size_t>& columns) {
-  for (const std::size_t column : columns) {
-    if (!values[column].empty()) return values[column];
-  }
-  return std::nullopt;
-}
-
-}  // namespace
-
-CollectionRef clsCollectionSaveRestore::AsDelimitedToCollection(TextView savedInfo,
-                                                                const Object& createObject,
-                                                                const OptionalText& recordEndMarker,
-                                                                const OptionalText& fieldEndMarker,
-                                                                const OptionalText& keyProperty) {
-  CollectionRef result;
+template <class Result>
+auto clsCollectionSaveRestore::Restore(TextView savedInfo, const Object& createObject,
+                                       const OptionalText& recordEndMarker,
+                                       const OptionalText& fieldEndMarker,
+                                       const OptionalText& keyProperty)
+    -> decltype(std::declval<Result>().Take()) {
+  decltype(std::declval<Result>().Take()) result{};
   Trap(
       [&](CurrentLine& line) {
         line = 1;
@@ -310,30 +328,48 @@ CollectionRef clsCollectionSaveRestore::AsDelimitedToCollection(TextView savedIn
         const CollectionRef members = MembersOf(sample);
         line = 4;
         const auto records = RecordsOf(savedInfo, markers);
-        records->Next();
-        if (!records->More() || !records->HasFields()) return;
+        if (!HasHeaderAndRecord(*records)) return;
         line = 5;
-        const Header header = ReadHeader(records->Fields(), *members, keyName);
-        const auto access = sample.Family().Access(header.properties);
-        const auto creator = createObject.Family().Access({Text(kGetNewObject)});
-        const CollectionRef collection = sample.Family().NewCollection();
-        for (std::size_t number = 1; records->Next(); ++number) {
-          line = 6;
-          const FieldViews& values = FieldsOf(*records);
-          RequireAll(values, header.properties.size(), number);
-          line = 7;
-          Object object = creator->CallForObject(createObject, 0);
-          object.Family();
-          access->LetTexts(object, values);
-          line = 8;
-          collection->Add(std::move(object), KeyOf(values, header.keyColumns));
-        }
-        result = collection;
+        const RestoreHeader header = ReadHeader(records->Fields(), *members, keyName);
+        result = RestoreObjects<Result>(*records, header, sample, createObject, line);
       },
-      [&](const PendingError& pending) {
-        platform_.ShowReport(TaggedReport(u"Error ADTC", u"Error ADTC", pending));
-      });
+      [&](const PendingError& pending) { ReportFailedRestore(pending); });
   return result;
+}
+
+template <class Result>
+auto clsCollectionSaveRestore::RestoreObjects(RecordParser& records, const RestoreHeader& header,
+                                              const Object& sample, const Object& creator,
+                                              CurrentLine& line) {
+  const auto access = sample.Adapter().Access(header.properties);
+  const auto creatorAccess = creator.Adapter().Access(std::vector<Text>(1, Text(kGetNewObject)));
+  Result result;
+  result.Begin(sample.Adapter());
+  for (std::size_t number = 1; records.Next(); ++number) {
+    line = 6;
+    const FieldViews& values = FieldsOf(records);
+    RequireAll(values, header.properties.size(), number);
+    line = 7;
+    Object object = creatorAccess->CallForObject(creator, 0);
+    object.Adapter();
+    access->LetTexts(object, values);
+    line = 8;
+    result.Add(std::move(object), KeyOf(values, header.keyColumns));
+  }
+  return result.Take();
+}
+
+CollectionRef clsCollectionSaveRestore::AsDelimitedToCollection(TextView savedInfo,
+                                                                const Object& createObject,
+                                                                const OptionalText& recordEndMarker,
+                                                                const OptionalText& fieldEndMarker,
+                                                                const OptionalText& keyProperty) {
+  return Restore<InCollection>(savedInfo, createObject, recordEndMarker, fieldEndMarker,
+                               keyProperty);
+}
+
+void clsCollectionSaveRestore::ReportFailedRestore(const PendingError& pending) {
+  platform_.ShowReport(TaggedReport(u"Error ADTC", u"Error ADTC", pending));
 }
 
 Object clsCollectionSaveRestore::GetObjectFromString(TextView inputString,
@@ -342,65 +378,13 @@ Object clsCollectionSaveRestore::GetObjectFromString(TextView inputString,
   Trap(
       [&](CurrentLine&) {
         if (inputString.empty()) return;
-        result = FirstObject(Given(AsDelimitedToCollection(inputString, objectSample)));
+        std::vector<Object> objects = Restore<InList>(inputString, objectSample, {}, {}, {});
+        if (objects.empty()) throw RuntimeError(error_number::kObjectNotSet);
+        result = std::move(objects.front());
       },
       [&](const PendingError& pending) {
         platform_.ShowReport(
             LocatedReport(u"in zrKX4.clsCollectionSaveRestore.GetObjectFromString ", pending));
-      });
-  return result;
-}
-
-// ---- Several collections in one text -----------------------------------------------------------
-
-CollectionRef clsCollectionSaveRestore::RestoreBlocks() {
-  const auto text = multiDataString_;
-  return AsDelimitedToCollection(*text, textData_.NewCreator(), {}, {}, u"Name");
-}
-
-CollectionRef clsCollectionSaveRestore::WorkingCol(TextView collectionName, const Object& myCreator,
-                                                   const OptionalText& workingColKey) {
-  CollectionRef result;
-  Trap(
-      [&](CurrentLine&) {
-        const CollectionRef blocks = RestoreBlocks();
-        if (blocks == nullptr) return;
-        Object block;
-        IgnoreErrors([&] { block = blocks->ObjectUnder(collectionName); });
-        if (block.IsNothing()) return;
-        const Text& data = textData_.Block(block).DataString;
-        result = AsDelimitedToCollection(data, myCreator, InternalRecordEnd, InternalFieldEnd,
-                                         workingColKey);
-      },
-      [&](const PendingError& pending) {
-        platform_.ShowReport(
-            TaggedReport(u"Error DFO", u"Error creating working collection", pending));
-      });
-  return result;
-}
-
-Text clsCollectionSaveRestore::MultiDataColString(const CollectionRef& newCol, TextView name) {
-  Text result;
-  Trap(
-      [&](CurrentLine&) {
-        CollectionRef blocks = RestoreBlocks();
-        if (blocks == nullptr) blocks = textData_.NewCollection();
-        const bool needsInner = refuseMarkers_;
-        const Markers outer = DefaultMarkers();
-        StringTextBuilder inner;
-        const bool isSaved = Save(newCol, InternalRecordEnd, InternalFieldEnd, &outer, inner);
-        if (needsInner && !isSaved) return;
-        clsTextData data{inner.Take(), Text(name)};
-        if (ObjectItemExists(blocks, name)) {
-          textData_.Block(blocks->ObjectUnder(name)) = std::move(data);
-        } else {
-          blocks->Add(textData_.NewBlock(std::move(data)), name);
-        }
-        result = AsDelimitedFromCollection(blocks);
-      },
-      [&](const PendingError& pending) {
-        platform_.ShowReport(
-            TaggedReport(u"Error DFO", u"Error saving working collection", pending));
       });
   return result;
 }

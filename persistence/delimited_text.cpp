@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <cstring>
 #include <utility>
 
@@ -14,7 +13,7 @@ namespace {
 
 constexpr TextView kLineBreak = u"\r\n";
 
-Text GivenMarker(TextView marker) {
+Text CheckedMarker(TextView marker) {
   if (marker.empty()) throw RuntimeError(error_number::kInvalidCall);
   return Text(marker);
 }
@@ -30,8 +29,8 @@ Markers DefaultMarkers() { return {DefaultFieldEnd(), DefaultRecordEnd()}; }
 Markers InternalMarkers() { return {u"\u00BB", u"\u0160"}; }
 
 Markers MarkersOr(Markers defaults, const OptionalText& recordEnd, const OptionalText& fieldEnd) {
-  if (recordEnd.Read()) defaults.recordEnd = GivenMarker(*recordEnd.Read());
-  if (fieldEnd.Read()) defaults.fieldEnd = GivenMarker(*fieldEnd.Read());
+  if (recordEnd.Read()) defaults.recordEnd = CheckedMarker(*recordEnd.Read());
+  if (fieldEnd.Read()) defaults.fieldEnd = CheckedMarker(*fieldEnd.Read());
   return defaults;
 }
 
@@ -61,75 +60,87 @@ TextView StripRecordBreaks(TextView text, TextView recordEnd, Text& storage) {
   return storage;
 }
 
-void RecordWalk::ThrowNoFields() { throw RuntimeError(error_number::kInvalidCall); }
+void RecordParser::ThrowNoFields() { throw RuntimeError(error_number::kInvalidCall); }
 
 namespace {
 
-/// `text` up to and with its last `recordEnd`. Error 5 when it holds none.
-TextView WithoutRest(TextView text, TextView recordEnd) {
+/// `text` up to and including its last `recordEnd`. Error 5 when it holds none.
+TextView UpToLast(TextView recordEnd, TextView text) {
   const std::size_t last = text.rfind(recordEnd);
   if (last == TextView::npos) throw RuntimeError(error_number::kInvalidCall);
   return text.substr(0, last + recordEnd.size());
 }
 
-/// For markers of one unit each: both are found in the same pass.
-class OnePassWalk : public RecordWalk {
+/// The fast path, for markers of one unit each: both are found in the same pass.
+class FastRecordParser final : public RecordParser {
  public:
-  OnePassWalk(TextView text, char16_t fieldEnd, char16_t recordEnd)
-      : OnePassWalk(WithoutRest(text, {&recordEnd, 1}), fieldEnd) {}
+  FastRecordParser(TextView text, char16_t fieldEnd, char16_t recordEnd)
+      : FastRecordParser(UpToLast({&recordEnd, 1}, text), fieldEnd) {}
 
  private:
   using Scan = MarkerScan<FastestMatcher>;
+  using Position = TokenizedRecords::Position;
+  static constexpr std::size_t kFirstRoom = 2 * Scan::kRoom;
 
-  OnePassWalk(TextView text, char16_t fieldEnd)
-      : scan_(text, fieldEnd, text.back()), end_(text.data() + text.size()), fieldEnd_(fieldEnd) {
-    starts_.front() = text.data();
-    SetRecords(starts_.data(), {});
+  FastRecordParser(TextView text, char16_t fieldEnd)
+      : RecordParser(1),
+        scan_(text, fieldEnd, text.back()),
+        end_(text.data() + text.size()),
+        fieldEnd_(fieldEnd) {
+    starts_[0] = text.data();
   }
 
-  bool IsListed() const override { return scan_.IsAtEnd(); }
+  bool IsTokenized() const override { return scan_.IsAtEnd(); }
 
-  bool ListMore() override {
-    if (IsListed()) return false;
-    ForgetPassed();
+  bool Tokenize(TokenizedRecords& records) override {
+    if (IsTokenized()) return false;
+    DropPassed(records);
     // The text ends with a record end, so there is one.
     std::size_t count = 0;
     while (count == 0) {
-      if (starts_.size() - listed_ < Scan::kRoom) starts_.resize(2 * starts_.size());
-      Place* const first = starts_.data() + listed_;
-      Place* const behind = scan_.List(first);
-      listed_ = static_cast<std::size_t>(behind - starts_.data());
-      count = FindEnds(first, behind);
+      if (room_ - listed_ < Scan::kRoom) Grow();
+      Position* const first = starts_.get() + listed_;
+      Position* const last = scan_.List(first);
+      listed_ = static_cast<std::size_t>(last - starts_.get());
+      count = FindEnds(first, last);
     }
-    for (std::size_t number = 0; number < count; ++number) PassBreaks(*ends_[number]);
-    SetRecords(starts_.data(), {ends_.data(), count});
+    for (std::size_t number = 0; number < count; ++number) SkipBreaks(*ends_[number]);
+    records.Set(starts_.get(), {ends_.data(), count});
     return true;
   }
 
-  /// Moves what is listed of a record whose end is not to the front.
-  void ForgetPassed() noexcept {
-    Place* const front = starts_.data();
-    listed_ -= static_cast<std::size_t>(Record() - front);
-    std::memmove(front, Record(), listed_ * sizeof(Place));
-    SetRecords(front, {});
+  void Grow() {
+    auto larger = std::make_unique_for_overwrite<Position[]>(2 * room_);
+    std::copy_n(starts_.get(), listed_, larger.get());
+    starts_ = std::move(larger);
+    room_ *= 2;
   }
 
-  /// Fills ends_ with the places behind record ends and returns how many they are. Each is written
-  /// down, to be overwritten by the next when it is none.
-  std::size_t FindEnds(Place* first, const Place* behind) noexcept {
+  /// Moves the positions of the record that is not tokenized to its end to the front.
+  void DropPassed(TokenizedRecords& records) noexcept {
+    Position* const front = starts_.get();
+    Position* const rest = records.Rest() == nullptr ? front : records.Rest();
+    listed_ -= static_cast<std::size_t>(rest - front);
+    std::memmove(front, rest, listed_ * sizeof(Position));
+    records.Set(front, {});
+  }
+
+  /// Fills ends_ with the positions after record ends and returns their number. Each position is
+  /// written there and overwritten by the next one if it is none of them.
+  std::size_t FindEnds(Position* first, const Position* last) noexcept {
     std::size_t count = 0;
-    for (Place* place = first; place != behind; ++place) {
-      ends_[count] = place;
-      count += (*place)[-1] != fieldEnd_ ? 1 : 0;
+    for (Position* position = first; position != last; ++position) {
+      ends_[count] = position;
+      count += (*position)[-1] != fieldEnd_ ? 1 : 0;
     }
     return count;
   }
 
-  /// Moves `start`, of a record, behind the line breaks that are there.
-  void PassBreaks(Place& start) const noexcept {
+  /// Moves `start`, of a record, past the line breaks there.
+  void SkipBreaks(Position& start) const noexcept {
     constexpr int kMost = 3;
     // The last unit of all is a record end, which begins no break.
-    for (int passed = 0; passed < kMost && start != end_; ++passed) {
+    for (int skipped = 0; skipped < kMost && start != end_; ++skipped) {
       if (start[0] != kLineBreak[0] || start[1] != kLineBreak[1]) break;
       start += kLineBreak.size();
     }
@@ -138,26 +149,27 @@ class OnePassWalk : public RecordWalk {
   Scan scan_;
   const char16_t* end_;
   char16_t fieldEnd_;
-  /// Places where fields and records start, and how many are listed: those of the stretch that was
-  /// listed last, and of the record that it began in.
-  std::vector<Place> starts_ = std::vector<Place>(2 * Scan::kRoom);
+  /// Positions where fields and records start, and their number: those of the stretch that was
+  /// scanned last, and of the record that it began in.
+  std::unique_ptr<Position[]> starts_ = std::make_unique_for_overwrite<Position[]>(kFirstRoom);
+  std::size_t room_ = kFirstRoom;
   std::size_t listed_ = 1;
-  /// Of the places, those where a record starts.
-  std::array<Place*, Scan::kRoom> ends_;
+  /// Of these, the ones where a record starts.
+  std::array<Position*, Scan::kRoom> ends_;
 };
 
-/// For markers of any length, which may begin alike or hold line breaks: step by step.
-class StepwiseWalk : public RecordWalk {
+/// The general path, for markers of any length, which may begin alike or hold line breaks.
+class GeneralRecordParser final : public RecordParser {
  public:
-  StepwiseWalk(TextView text, const Markers& markers)
-      : RecordWalk(markers.fieldEnd.size()),
+  GeneralRecordParser(TextView text, const Markers& markers)
+      : RecordParser(markers.fieldEnd.size()),
         fieldEnd_(markers.fieldEnd),
         records_(StripRecordBreaks(text, markers.recordEnd, stripped_), markers.recordEnd) {}
 
  private:
-  bool IsListed() const override { return !records_.More(); }
+  bool IsTokenized() const override { return !records_.More(); }
 
-  bool ListMore() override {
+  bool Tokenize(TokenizedRecords& records) override {
     TextView record;
     if (!records_.Next(record)) return false;
     starts_.assign({record.data()});
@@ -168,7 +180,7 @@ class StepwiseWalk : public RecordWalk {
       }
     }
     end_ = starts_.data() + starts_.size();
-    SetRecords(starts_.data(), {&end_, 1});
+    records.Set(starts_.data(), {&end_, 1});
     return true;
   }
 
@@ -176,11 +188,12 @@ class StepwiseWalk : public RecordWalk {
   Text stripped_;
   DelimitedItems records_;
   /// Where the fields of the record start.
-  std::vector<Place> starts_;
-  Place* end_ = nullptr;
+  std::vector<TokenizedRecords::Position> starts_;
+  TokenizedRecords::Position* end_ = nullptr;
 };
 
-bool AreOnePass(const Markers& markers) {
+/// Whether the fast path finds what the general path finds.
+bool AllowFastPath(const Markers& markers) {
   const auto isPlain = [](TextView marker) {
     return marker.size() == 1 && kLineBreak.find(marker) == TextView::npos;
   };
@@ -190,9 +203,10 @@ bool AreOnePass(const Markers& markers) {
 
 }  // namespace
 
-std::unique_ptr<RecordWalk> WalkRecords(TextView text, const Markers& markers) {
-  if (!AreOnePass(markers)) return std::make_unique<StepwiseWalk>(text, markers);
-  return std::make_unique<OnePassWalk>(text, markers.fieldEnd.front(), markers.recordEnd.front());
+std::unique_ptr<RecordParser> ParseRecords(TextView text, const Markers& markers) {
+  if (!AllowFastPath(markers)) return std::make_unique<GeneralRecordParser>(text, markers);
+  return std::make_unique<FastRecordParser>(text, markers.fieldEnd.front(),
+                                            markers.recordEnd.front());
 }
 
 std::optional<std::vector<TextView>> HeaderNames(TextView text, const Markers& markers) {
@@ -207,28 +221,6 @@ std::optional<std::vector<TextView>> HeaderNames(TextView text, const Markers& m
     rest.remove_prefix(end + markers.fieldEnd.size());
   }
   return names;
-}
-
-void AppendHeader(const std::vector<Text>& names, const Markers& markers, TextBuilder& text) {
-  for (const Text& name : names) {
-    text.Append(name);
-    text.AppendMarker(markers.fieldEnd);
-  }
-  text.AppendMarker(markers.recordEnd);
-}
-
-void ExpectRecords(std::int32_t count, std::int32_t written, TextBuilder& text) {
-  constexpr std::int32_t kFirst = 8;
-  const auto seen = static_cast<std::uint32_t>(written / kFirst);
-  if (written % kFirst != 0 || !std::has_single_bit(seen)) return;
-  // Records often get longer, as their numbers do. Room that is never written to costs little;
-  // moving a text that is nearly whole costs as much as writing it.
-  constexpr std::uint64_t kMost = 1'000'000'000;
-  const std::uint64_t size = std::min<std::uint64_t>(text.Size(), kMost);
-  const std::uint64_t alike =
-      size * static_cast<std::uint32_t>(count) / static_cast<std::uint32_t>(written);
-  const std::uint64_t expected = alike * 6 / 5;
-  text.Expect(static_cast<std::size_t>(std::min(expected, kMost)));
 }
 
 }  // namespace brindlex

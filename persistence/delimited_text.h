@@ -1,15 +1,13 @@
 #pragma once
 
-#include <cstdint>
 #include <memory>
 #include <optional>
-#include <span>
 #include <vector>
 
 #include "automation/field_views.h"
 #include "automation/optional_text.h"
 #include "automation/text.h"
-#include "automation/text_builder.h"
+#include "persistence/tokenized_records.h"
 
 namespace brindlex {
 
@@ -29,22 +27,22 @@ Markers DefaultMarkers();
 /// caron, codes 187 and 138 of Windows-1252.
 Markers InternalMarkers();
 
-/// `Default` markers with those that the caller gave in their place. Error 5 when a given marker is
-/// empty, since nothing could be told apart by it, or what reading it gave.
+/// `defaults`, each replaced by the caller's marker if there is one. Error 5 when a caller's marker
+/// is empty, since it would end nothing, or the error of reading it.
 Markers MarkersOr(Markers defaults, const OptionalText& recordEnd, const OptionalText& fieldEnd);
 
-/// The items of a delimited text, one after the other.
+/// The items of a delimited text, from left to right.
 ///
-/// The text behind the last delimiter is dropped, so that a text that ends with its delimiter
-/// yields exactly its items, and one delimiter alone yields one empty item. Items are views into
-/// the text, found from left to right by exact comparison; the walk is linear in the text.
+/// The text after the last delimiter is dropped, so that a text that ends with its delimiter yields
+/// exactly its items, and one delimiter alone yields one empty item. Items are views into the text,
+/// found by exact comparison, in time linear in the text.
 class DelimitedItems {
  public:
   /// Error 5 when `text` holds no delimiter at all (the empty text included). Both arguments must
-  /// outlive the walk.
+  /// outlive the items.
   DelimitedItems(TextView text, TextView delimiter);
 
-  /// The next item; false behind the last.
+  /// The next item; false after the last.
   bool Next(TextView& item);
 
   /// True while Next has another item.
@@ -55,92 +53,63 @@ class DelimitedItems {
   std::optional<TextView> rest_;
 };
 
-/// The records of a delimited text, each cut into its fields.
+/// Reads a delimited text record by record, each split into its fields.
 ///
-/// What stands behind the last record end is dropped, and so is, in every record, what stands
-/// behind its last field end. Up to three line breaks behind a record end are passed over.
-class RecordWalk {
+/// The text after the last record end is dropped, and so is, in every record, the text after its
+/// last field end. Up to three line breaks after a record end are skipped. Linear in the text.
+class RecordParser {
  public:
-  RecordWalk() = default;
-  RecordWalk(const RecordWalk&) = delete;
-  RecordWalk& operator=(const RecordWalk&) = delete;
-  virtual ~RecordWalk() = default;
+  RecordParser(const RecordParser&) = delete;
+  RecordParser& operator=(const RecordParser&) = delete;
+  virtual ~RecordParser() = default;
 
-  /// Goes to the next record, the first at first; false behind the last.
-  bool Next() {
-    fields_ = {};
-    if (listed_.empty() && !ListMore()) return false;
-    Place* const end = listed_.front();
-    fields_ = {record_, static_cast<std::size_t>(end - record_) - 1, marker_};
-    record_ = end;
-    listed_ = listed_.subspan(1);
-    return true;
-  }
+  /// Moves to the next record, at first to the first; false after the last. Throws std::bad_alloc;
+  /// the next call tries again.
+  bool Next() { return records_.Next() || (Tokenize(records_) && records_.Next()); }
 
   /// True while Next has another record.
-  bool More() const { return !listed_.empty() || !IsListed(); }
+  bool More() const { return !records_.IsAtEnd() || !IsTokenized(); }
 
-  /// True when the record that the walk is at holds a field end.
-  bool HasFields() const { return !fields_.empty(); }
+  /// True when the current record holds a field end.
+  bool HasFields() const { return !records_.Fields().empty(); }
 
-  /// The fields of the record that the walk is at, valid until Next is called. Error 5 when the
-  /// record holds no field end.
+  /// The fields of the current record, valid until Next is called. Error 5 when the record holds no
+  /// field end.
   const FieldViews& Fields() const {
     if (!HasFields()) ThrowNoFields();
-    return fields_;
+    return records_.Fields();
   }
 
  protected:
-  using Place = const char16_t*;
-
-  explicit RecordWalk(std::size_t marker) : marker_(marker) {}
-
-  /// Goes on with records that are listed one behind the other: from `record` on the places where
-  /// the fields of the first start, behind them the place behind its last field, and then those of
-  /// the next. `ends` are where the places of a record end and those of the next begin.
-  void SetRecords(Place* record, std::span<Place* const> ends) noexcept {
-    record_ = record;
-    listed_ = ends;
-  }
-
-  /// Where the places begin of the record behind those that were listed.
-  Place* Record() const noexcept { return record_; }
+  /// `fieldEnd` is the number of units that end a field.
+  explicit RecordParser(std::size_t fieldEnd) : records_(fieldEnd) {}
 
  private:
-  /// Sets records, at least one, when all that were listed are passed; false when there are none.
-  virtual bool ListMore() = 0;
+  /// Puts the following records, at least one, into `records`, all of whose records are passed;
+  /// false when there are none.
+  virtual bool Tokenize(TokenizedRecords& records) = 0;
 
-  /// True when the last record is listed.
-  virtual bool IsListed() const = 0;
+  /// True when the last record is tokenized.
+  virtual bool IsTokenized() const = 0;
 
   [[noreturn]] static void ThrowNoFields();
 
-  FieldViews fields_;
-  /// Units that end a field.
-  std::size_t marker_ = 1;
-  Place* record_ = nullptr;
-  std::span<Place* const> listed_;
+  TokenizedRecords records_;
 };
 
-/// A walk over the records of `text`, to which the fields are views: one pass and no copy when each
-/// marker is one unit, as usual. Error 5 when `text` holds no record end (the empty text included).
-/// Both arguments must outlive the walk.
-std::unique_ptr<RecordWalk> WalkRecords(TextView text, const Markers& markers);
+/// A parser of the records of `text`, into which their fields are views unless line breaks had to
+/// be removed from a copy. Markers of one unit each, as usual, take the fast path: one pass and no
+/// copy. Error 5 when `text` holds no record end (the empty text included). Both arguments must
+/// outlive the parser.
+std::unique_ptr<RecordParser> ParseRecords(TextView text, const Markers& markers);
 
-/// `text` without the line breaks that editors and file writers put behind record ends: up to three
-/// CR LF pairs behind each `recordEnd`. Line breaks elsewhere are data. The result is `text` itself
+/// `text` without the line breaks that editors and file writers put after record ends: up to three
+/// CR LF pairs after each `recordEnd`. Line breaks elsewhere are data. The result is `text` itself
 /// when there is nothing to drop; otherwise it is a view of `storage`, which receives the new text.
 TextView StripRecordBreaks(TextView text, TextView recordEnd, Text& storage);
 
-/// The field names that stand before the first record end, each ended by a field end, or nothing
-/// when that record end is missing or comes before the third character. The views are into `text`.
+/// The field names in the text up to the first record end, each ended by a field end, or nothing
+/// when that record end is missing or is before the third character. The views are into `text`.
 std::optional<std::vector<TextView>> HeaderNames(TextView text, const Markers& markers);
-
-/// Appends the header record that names `names`.
-void AppendHeader(const std::vector<Text>& names, const Markers& markers, TextBuilder& text);
-
-/// Tells `text`, which holds `written` records, how long it will be with `count` of them, as far as
-/// the records are alike: at the eighth, and again whenever there are eight times as many.
-void ExpectRecords(std::int32_t count, std::int32_t written, TextBuilder& text);
 
 }  // namespace brindlex

@@ -12,26 +12,26 @@
 
 namespace brindlex {
 
-/// How many units are looked at together: one for each bit of a mask.
+/// The number of units that are compared together: one for each bit of a mask.
 inline constexpr std::ptrdiff_t kScanBlock = 32;
 
-/// Which units of a block are one of two: a mask with the first unit in the lowest bit, and how
-/// many they are.
+/// Which units of a block are one of two: a mask with the first unit in the lowest bit, and their
+/// number.
 struct BlockMatch {
   std::uint32_t mask;
   std::uint32_t count;
 };
 
-/// Looks at one unit after the other.
+/// Compares one unit after the other.
 class ScalarMatcher {
  public:
   ScalarMatcher(char16_t one, char16_t other) noexcept : one_(one), other_(other) {}
 
   BlockMatch Match(const char16_t* block) const noexcept {
     BlockMatch match{0, 0};
-    for (unsigned at = 0; at < kScanBlock; ++at) {
-      const std::uint32_t found = block[at] == one_ || block[at] == other_ ? 1 : 0;
-      match.mask |= found << at;
+    for (unsigned bit = 0; bit < kScanBlock; ++bit) {
+      const std::uint32_t found = block[bit] == one_ || block[bit] == other_ ? 1 : 0;
+      match.mask |= found << bit;
       match.count += found;
     }
     return match;
@@ -43,7 +43,7 @@ class ScalarMatcher {
 };
 
 #ifdef __SSE2__
-/// Looks at eight units together.
+/// Compares eight units together.
 class VectorMatcher {
  public:
   VectorMatcher(char16_t one, char16_t other) noexcept
@@ -81,9 +81,43 @@ using FastestMatcher = VectorMatcher;
 using FastestMatcher = ScalarMatcher;
 #endif
 
-/// Lists, from left to right and in one pass, where one of two units stands in a text. Whole
-/// stretches are listed before the places are used, without a branch that depends on how long
-/// fields are: the processor would guess most of those wrong.
+/// The offset of the first unit of `text` that is one of two; npos when there is none.
+inline std::size_t FindEither(TextView text, char16_t one, char16_t other) noexcept {
+  const FastestMatcher matcher(one, other);
+  constexpr auto kBlock = static_cast<std::size_t>(kScanBlock);
+  std::size_t offset = 0;
+  for (; text.size() - offset >= kBlock; offset += kBlock) {
+    const std::uint32_t mask = matcher.Match(text.data() + offset).mask;
+    if (mask != 0) return offset + static_cast<std::size_t>(std::countr_zero(mask));
+  }
+  for (; offset < text.size(); ++offset) {
+    if (text[offset] == one || text[offset] == other) return offset;
+  }
+  return TextView::npos;
+}
+
+/// Whether `size` units are the same. Some run times compare memory byte by byte.
+inline bool AreEqual(const char16_t* left, const char16_t* right, std::size_t size) noexcept {
+  std::size_t offset = 0;
+#ifdef __SSE2__
+  constexpr std::size_t kUnits = 8;
+  const auto load = [](const char16_t* units) {
+    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(units));
+  };
+  for (; size - offset >= kUnits; offset += kUnits) {
+    const __m128i same = _mm_cmpeq_epi16(load(left + offset), load(right + offset));
+    if (_mm_movemask_epi8(same) != 0xFFFF) return false;
+  }
+#endif
+  for (; offset < size; ++offset) {
+    if (left[offset] != right[offset]) return false;
+  }
+  return true;
+}
+
+/// Lists, from left to right and in one pass, the positions of two units in a text. A stretch of
+/// the text is listed before its positions are used, without a branch that depends on the length of
+/// fields, since the processor would mispredict most of those.
 template <class Matcher>
 class MarkerScan {
  public:
@@ -95,55 +129,55 @@ class MarkerScan {
         one_(one),
         other_(other) {}
 
-  /// How many places List needs room for.
+  /// The number of positions that List needs room for.
   static constexpr std::size_t kRoom = 512;
 
   bool IsAtEnd() const noexcept { return next_ == end_; }
 
-  /// Writes down the places behind those units in the next stretch of the text, and returns where
-  /// the list ends. What follows it in the room may have been written to.
-  const char16_t** List(const char16_t** places) noexcept {
+  /// Lists the positions after those units in the next stretch of the text, and returns the end of
+  /// the list. The room after that end may have been written to.
+  const char16_t** List(const char16_t** positions) noexcept {
     const std::ptrdiff_t left = end_ - next_;
-    const std::ptrdiff_t whole = left / kScanBlock * kScanBlock;
+    const std::ptrdiff_t complete = left / kScanBlock * kScanBlock;
     const std::ptrdiff_t ahead = left > kStretch + kAhead ? kAhead : 0;
     const char16_t* block = next_;
-    next_ += whole < kStretch ? whole : kStretch;
+    next_ += complete < kStretch ? complete : kStretch;
     for (; block != next_; block += kScanBlock) {
       __builtin_prefetch(block + ahead);
-      places = ListBlock(block, places);
+      positions = ListBlock(block, positions);
     }
-    if (end_ - next_ < kScanBlock) places = ListRest(places);
-    return places;
+    if (end_ - next_ < kScanBlock) positions = ListRest(positions);
+    return positions;
   }
 
  private:
-  /// Of units that are fetched into the processor's cache before they are looked at: what the
-  /// processor fetches by itself ends with each page.
+  /// The distance in units at which the text is prefetched: the processor's own prefetching ends
+  /// with each page.
   static constexpr std::ptrdiff_t kAhead = 1024;
-  /// As many blocks as there is room for if every unit is listed, and what is left of the text when
-  /// that is less than a block.
+  /// As many units as there is room for if every one is listed, and the rest of the text if that is
+  /// less than a block.
   static constexpr std::ptrdiff_t kStretch = std::ptrdiff_t{kRoom} - kScanBlock;
 
-  /// What is left of a mask, in a word of the processor's.
+  /// The rest of a mask, in a word of the processor.
   using Bits = std::size_t;
   static constexpr int kBits = std::numeric_limits<Bits>::digits;
 
-  const char16_t** ListBlock(const char16_t* block, const char16_t** places) const noexcept {
+  const char16_t** ListBlock(const char16_t* block, const char16_t** positions) const noexcept {
     constexpr std::uint32_t kUsual = 6;
-    const char16_t* const behindFirst = block + 1;
+    const char16_t* const afterFirst = block + 1;
     const auto [mask, count] = matcher_.Match(block);
-    // Those behind the block, if a word has so many, are set, so that there is always one to find.
+    // The bits after the block, if a word has more, are set, so that there is always one to find.
     Bits bits = mask | static_cast<Bits>(~std::uint64_t{0} << kScanBlock);
     // Written for nothing when there are fewer.
     for (std::uint32_t number = 0; number < kUsual; ++number) {
-      places[number] = behindFirst + FirstOf(bits);
+      positions[number] = afterFirst + FirstOf(bits);
       bits &= bits - 1;
     }
     for (std::uint32_t number = kUsual; number < count; ++number) {
-      places[number] = behindFirst + FirstOf(bits);
+      positions[number] = afterFirst + FirstOf(bits);
       bits &= bits - 1;
     }
-    return places + count;
+    return positions + count;
   }
 
   /// The first bit that is set; any when there is none.
@@ -152,11 +186,11 @@ class MarkerScan {
     return std::countr_zero(bits);
   }
 
-  const char16_t** ListRest(const char16_t** places) noexcept {
+  const char16_t** ListRest(const char16_t** positions) noexcept {
     for (; next_ != end_; ++next_) {
-      if (*next_ == one_ || *next_ == other_) *places++ = next_ + 1;
+      if (*next_ == one_ || *next_ == other_) *positions++ = next_ + 1;
     }
-    return places;
+    return positions;
   }
 
   Matcher matcher_;

@@ -1,5 +1,6 @@
 #include "persistence/text_data.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "automation/collection.h"
@@ -10,10 +11,7 @@
 namespace brindlex {
 namespace {
 
-constexpr TextView kDataString = u"DataString";
-constexpr TextView kName = u"Name";
-
-/// What an object of the family refers to. A creator is a block that nobody reads.
+/// What an object of the adapter refers to. A creator is a record that nobody reads.
 struct Counted {
   clsTextData data;
   long references = 1;
@@ -21,11 +19,13 @@ struct Counted {
 
 [[noreturn]] void NoSuchMember() { throw RuntimeError(error_number::kNoSuchMember); }
 
-class BlockAccess : public MemberAccess {
+class TextDataAccess : public MemberAccess {
  public:
-  BlockAccess(const TextDataFamily& family, std::vector<Text> names)
-      : MemberAccess(std::move(names)), family_(family) {
-    for (const Text& name : Names()) members_.push_back(MemberNamed(name));
+  TextDataAccess(const TextDataAdapter& adapter, std::vector<Text> names)
+      : MemberAccess(std::move(names)), adapter_(adapter) {
+    for (const Text& name : Names()) {
+      properties_.push_back(clsTextData::FindProperty(name));
+    }
   }
 
   void AppendText(const Object& object, std::size_t member, TextBuilder& text) override {
@@ -37,33 +37,32 @@ class BlockAccess : public MemberAccess {
   }
 
  private:
-  using MemberPointer = Text clsTextData::*;
-
-  static MemberPointer MemberNamed(TextView name) {
-    if (EqualIgnoringCase(name, kDataString)) return &clsTextData::DataString;
-    if (EqualIgnoringCase(name, kName)) return &clsTextData::Name;
-    return nullptr;
-  }
-
   Text& Member(const Object& object, std::size_t member) const {
-    const MemberPointer pointer = members_.at(member);
-    if (pointer == nullptr) NoSuchMember();
-    return family_.Block(object).*pointer;
+    const clsTextData::Property* const property = properties_.at(member);
+    if (property == nullptr) NoSuchMember();
+    return adapter_.RecordOf(object).*property->text;
   }
 
-  const TextDataFamily& family_;
-  std::vector<MemberPointer> members_;
+  const TextDataAdapter& adapter_;
+  /// By member; null for a name that is no property.
+  std::vector<const clsTextData::Property*> properties_;
 };
 
 }  // namespace
+
+const clsTextData::Property* clsTextData::FindProperty(TextView name) noexcept {
+  const auto* const found = std::find_if(
+      kProperties.begin(), kProperties.end(),
+      [name](const Property& property) { return EqualIgnoringCase(property.name, name); });
+  return found == kProperties.end() ? nullptr : found;
+}
 
 CollectionRef clsTextData::GetMemberNames(Platform& platform) {
   CollectionRef result;
   Trap(
       [&](CurrentLine&) {
         CollectionRef names = platform.NewCollection();
-        names->Add(kDataString, kDataString);
-        names->Add(kName, kName);
+        for (const Property& property : kProperties) names->Add(property.name, property.name);
         result = std::move(names);
       },
       [&](const PendingError& pending) {
@@ -72,43 +71,47 @@ CollectionRef clsTextData::GetMemberNames(Platform& platform) {
   return result;
 }
 
-Object TextDataFamily::NewCreator() const { return NewBlock({}); }
+Object TextDataAdapter::NewCreator() const { return NewRecord({}); }
 
-Object TextDataFamily::NewBlock(clsTextData data) const {
+Object TextDataAdapter::NewRecord(clsTextData data) const {
   return {*this, new Counted{std::move(data)}};
 }
 
-clsTextData& TextDataFamily::Block(const Object& object) const {
+clsTextData& TextDataAdapter::RecordOf(const Object& object) const {
   return static_cast<Counted*>(object.Self(*this))->data;
 }
 
-void TextDataFamily::AddRef(void* object) const noexcept {
+void TextDataAdapter::AddRef(void* object) const noexcept {
   ++static_cast<Counted*>(object)->references;
 }
 
-void TextDataFamily::Release(void* object) const noexcept {
+void TextDataAdapter::Release(void* object) const noexcept {
   auto* const counted = static_cast<Counted*>(object);
   if (--counted->references == 0) delete counted;
 }
 
-Object TextDataFamily::CallForObject(void* /*object*/, TextView name) const {
+Object TextDataAdapter::CallForObject(void* /*object*/, TextView name) const {
   if (!EqualIgnoringCase(name, u"GetNewObject")) NoSuchMember();
-  return NewBlock({});
+  return NewRecord({});
 }
 
-CollectionRef TextDataFamily::CallForCollection(void* /*object*/, TextView name) const {
+CollectionRef TextDataAdapter::CallForCollection(void* /*object*/, TextView name) const {
   if (!EqualIgnoringCase(name, u"GetMemberNames")) NoSuchMember();
   return clsTextData::GetMemberNames(platform_);
 }
 
-std::vector<Text> TextDataFamily::PropertyGetNames(void* /*object*/) const {
-  return {Text(kDataString), Text(kName)};
+std::vector<Text> TextDataAdapter::PropertyGetNames(void* /*object*/) const {
+  std::vector<Text> names;
+  for (const clsTextData::Property& property : clsTextData::kProperties) {
+    names.emplace_back(property.name);
+  }
+  return names;
 }
 
-std::unique_ptr<MemberAccess> TextDataFamily::Access(std::vector<Text> names) const {
-  return std::make_unique<BlockAccess>(*this, std::move(names));
+std::unique_ptr<MemberAccess> TextDataAdapter::Access(std::vector<Text> names) const {
+  return std::make_unique<TextDataAccess>(*this, std::move(names));
 }
 
-CollectionRef TextDataFamily::NewCollection() const { return std::make_shared<InnerCollection>(); }
+CollectionRef TextDataAdapter::NewCollection() const { return std::make_shared<InnerCollection>(); }
 
 }  // namespace brindlex

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <memory>
 #include <vector>
 
@@ -9,34 +10,52 @@
 
 namespace brindlex {
 
-/// The component's own record: one named block of text.
+/// The component's own record: a text under a name.
 class clsTextData {
  public:
   /// A new collection of the names of the two properties, each under itself as key. A failure shows
   /// "Error GMN" and yields no collection.
   static CollectionRef GetMemberNames(Platform& platform);
 
-  /// The text that the record carries; in a multi-collection text, one whole inner collection.
+  /// The text that the record carries; in a multi-collection text, a complete
+  /// named collection.
   Text DataString;
-  /// The name under which the block is stored and looked up.
+  /// The name under which the text is stored and looked up.
   Text Name;
+
+  /// One property: its name, and where its text is.
+  struct Property {
+    TextView name;
+    Text clsTextData::*text;
+  };
+
+  /// All properties, in declaration order.
+  static const std::array<Property, 2> kProperties;
+
+  /// The property `name`, in any letter case; null when there is none.
+  static const Property* FindProperty(TextView name) noexcept;
 };
 
-/// The family of the text blocks that live within the component, and of their creators. Blocks are
-/// reached by name like any record, so that one procedure saves and restores them all.
-class TextDataFamily : public ObjectFamily {
- public:
-  /// `platform` must outlive the family, and the family every object of it.
-  explicit TextDataFamily(Platform& platform) : platform_(platform) {}
+inline constexpr std::array<clsTextData::Property, 2> clsTextData::kProperties = {{
+    {u"DataString", &clsTextData::DataString},
+    {u"Name", &clsTextData::Name},
+}};
 
-  /// A new creator: its GetNewObject yields new, empty blocks.
+/// The adapter of the records of texts that live within the component, and of their creators. Such
+/// records are reached by name like any other, so that one procedure saves and restores all.
+class TextDataAdapter : public ObjectAdapter {
+ public:
+  /// `platform` must outlive the adapter, and the adapter every object of it.
+  explicit TextDataAdapter(Platform& platform) : platform_(platform) {}
+
+  /// A new creator: its GetNewObject returns new, empty records.
   Object NewCreator() const;
 
-  /// A new block that holds `data`.
-  Object NewBlock(clsTextData data) const;
+  /// A new record that holds `data`.
+  Object NewRecord(clsTextData data) const;
 
-  /// The block that `object` refers to, which must be one of this family.
-  clsTextData& Block(const Object& object) const;
+  /// The record that `object` refers to, which must be one of this adapter.
+  clsTextData& RecordOf(const Object& object) const;
 
   void AddRef(void* object) const noexcept override;
   void Release(void* object) const noexcept override;

@@ -6,7 +6,8 @@ namespace brindlex {
 
 /// The new content of a file, written to a file of its own beside it and put into its place in one
 /// step, so that whoever reads the file finds the old content or the new, whatever happens
-/// meanwhile. Going away without having been put in place removes the new file. Every function may
+/// meanwhile. Going away without having been put in place removes the new file, and so does the end
+/// of the process where the system can do that. Every function may
 /// throw RuntimeError; what it was called for is then not done.
 class FileReplacement {
  public:

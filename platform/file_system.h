@@ -22,7 +22,7 @@ class File {
   virtual void SetAttributes(std::int32_t attributes) = 0;
 };
 
-/// A text file open for writing. Going away closes it, without a word about what failed then.
+/// A text file open for writing. Its end closes it and ignores failures.
 class TextWriter {
  public:
   TextWriter() = default;
@@ -30,13 +30,13 @@ class TextWriter {
   TextWriter& operator=(const TextWriter&) = delete;
   virtual ~TextWriter() = default;
 
-  /// Writes `text` in the system's code page, whose replacement stands in for characters that it
-  /// lacks; nothing is added and no line end translated. On failure a part may be written.
+  /// Writes `text` in the system's code page, with its replacement character for characters that
+  /// it lacks; nothing is added and no line end translated. On failure a part may be written.
   virtual void Write(TextView text) = 0;
   virtual void Close() = 0;
 };
 
-/// A text file open for reading. Going away closes it.
+/// A text file open for reading. Its end closes it.
 class TextReader {
  public:
   TextReader() = default;
@@ -53,8 +53,8 @@ class TextReader {
 };
 
 /// The files and folders of the machine, as its scripting run time gives access to them. Paths are
-/// the system's; what is wrong with one is told by the error: 53 file not found, 70 permission
-/// denied, 76 path not found, or whatever else the system says. Files and streams may outlive it.
+/// the system's; errors are 52 for a path with a NUL, 53 file not found, 70 permission denied, 76
+/// path not found, or the system's own. Files and streams may outlive it.
 class FileSystem {
  public:
   FileSystem() = default;
@@ -79,7 +79,7 @@ class FileSystem {
   /// The last level only. Error 58 when it exists, 76 when its parent does not.
   virtual void CreateFolder(TextView path) = 0;
 
-  /// The system folder, as an object with the property Path that can be handed out to the host.
+  /// The system folder, as an object with the property Path that the host can receive.
   virtual Object SystemFolder() = 0;
 };
 

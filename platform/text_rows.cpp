@@ -23,16 +23,16 @@ struct Break {
 /// Of the row that begins at `start`.
 Break BreakOf(TextView text, std::size_t columns, std::size_t start) {
   std::size_t width = 0;
-  std::size_t behindBlank = start;
+  std::size_t afterBlank = start;
   std::size_t at = start;
   for (; at < text.size(); ++at) {
     if (IsLineBreak(text[at])) return {at, at + (text.substr(at).starts_with(u"\r\n") ? 2 : 1)};
     width += ColumnsOf(text[at]);
     if (width > columns) break;
-    if (text[at] == u' ') behindBlank = at + 1;
+    if (text[at] == u' ') afterBlank = at + 1;
   }
   if (at == text.size()) return {at, at};
-  if (behindBlank > start) at = behindBlank;
+  if (afterBlank > start) at = afterBlank;
   if (at - start > 1 && IsPair(text[at - 1], text[at])) --at;
   return {at, at};
 }
@@ -44,7 +44,7 @@ void VisitRows(TextView text, std::size_t columns, Visit&& visit) {
   do {
     visit(found.next);
     found = BreakOf(text, columns, found.next);
-    // A line break at the very end has one more row behind it.
+    // A line break at the very end has one more row after it.
   } while (found.end < text.size());
 }
 
@@ -78,7 +78,7 @@ TextView TextRows::Row(std::size_t index) const {
 
 bool FitsMessageBox(TextView text) {
   // Of what a message box was seen to make of text on a screen of 1024 by 768: rows of running text
-  // about as wide as these and thirteen pixels high, and words never broken.
+  // about as wide as these and thirteen pixels high, and words never split.
   constexpr std::size_t kColumns = 55;
   constexpr std::size_t kRows = 40;
   constexpr std::size_t kWord = 100;

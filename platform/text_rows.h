@@ -14,15 +14,15 @@ constexpr std::size_t ColumnsOf(char16_t unit) {
 }
 
 /// A text laid out in rows of a fixed number of columns, for windows that show a part of a text of
-/// any length. A row ends at a line break (CR LF, or either alone), else behind the last blank that
+/// any length. A row ends at a line break (CR LF, or either alone), else after the last blank that
 /// fits, else where the columns end, though not inside a surrogate pair. Making it takes time
-/// linear in the text; then every row is near at hand.
+/// linear in the text; then every row is found quickly.
 class TextRows {
  public:
   /// `text` must outlive it; at least 2 columns.
   TextRows(TextView text, std::size_t columns);
 
-  /// At least 1. A text that ends with a line break has an empty row behind it.
+  /// At least 1. A text that ends with a line break has an empty row after it.
   std::size_t Count() const { return count_; }
 
   /// The row with number `index`, from 0, without its line break. It must be there.

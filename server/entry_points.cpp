@@ -3,9 +3,9 @@
 #include "platform/win32/automation/hresult.h"
 #include "platform/win32/hash_seed.h"
 #include "server/classes/classes.h"
+#include "server/classes/thread_state.h"
 #include "server/com/module.h"
 #include "server/com/registration.h"
-#include "server/com/thread_state.h"
 #include "server/runtime/emergency_pool.h"
 
 namespace brindlex {
@@ -16,7 +16,7 @@ constexpr wchar_t kClassesRoot[] = L"Software\\Classes";
 
 using KeyOperation = HRESULT (*)(const ClassesRoot& root, std::span<const RegistryKey> keys);
 
-/// An opened classes root; the status says whether it could be opened.
+/// An open classes root, if Status() is a success.
 class OpenRoot {
  public:
   OpenRoot(HKEY owner, REGSAM view)
@@ -39,7 +39,7 @@ class OpenRoot {
 HRESULT OnKeys(HKEY owner, KeyOperation operation) noexcept {
   PrepareToThrow();
   try {
-    const std::vector<RegistryKey> keys = KeysOf(module::Path());
+    const std::vector<RegistryKey> keys = KeysOf(Classes(), module::Path());
     const OpenRoot own(owner, 0);
     const OpenRoot other(owner, kOtherView);
     if (FAILED(own.Status())) return own.Status();
@@ -60,12 +60,12 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, void* /*reserve
   return TRUE;
 }
 
-/// Every object comes from here, so the hash tables get their key before one is filled.
+/// Every object is made through it, so the hash tables get their key before one is filled.
 STDAPI DllGetClassObject(REFCLSID classId, REFIID interfaceId, void** result) {
   static const bool isSeeded = (brindlex::SeedHashTables(), true);
   (void)isSeeded;
   brindlex::PrepareToThrow();
-  return brindlex::GetClassFactory(classId, interfaceId, result);
+  return brindlex::GetClassFactory(brindlex::Classes(), classId, interfaceId, result);
 }
 
 STDAPI DllCanUnloadNow() { return brindlex::module::IsUnused() ? S_OK : S_FALSE; }

@@ -67,9 +67,9 @@ ITypeInfo* SomeTypeInfo() {
   return info.Get();
 }
 
-Records PlainRecords(benchmark::State& state, ITypeInfo* info) {
+Records PlainRecordsOf(long count, ITypeInfo* info) {
   Records records;
-  for (long number = 0; number < state.range(0); ++number) {
+  for (long number = 0; number < count; ++number) {
     auto record = ComPtr<PlainRecord>::Adopt(new PlainRecord);
     record->DescribeAs(info);
     for (std::size_t field = 0; field < kFields; ++field) {
@@ -78,6 +78,10 @@ Records PlainRecords(benchmark::State& state, ITypeInfo* info) {
     records.emplace_back(record.Get());
   }
   return records;
+}
+
+Records PlainRecords(benchmark::State& state, ITypeInfo* info) {
+  return PlainRecordsOf(static_cast<long>(state.range(0)), info);
 }
 
 Records OwnRecords(benchmark::State& state) {
@@ -426,6 +430,287 @@ void BM_FreshText(benchmark::State& state) {
 }
 void BM_FreshTextOwn(benchmark::State& state) { FreshText(state, OwnRecords(state), 2); }
 
+// ---- Many collections in one text ---------------------------------------------------------------
+
+/// Many collections of plain records, and how each of them is saved and restored alone. All hold
+/// the same records, each under a name of its own.
+class ManyCollections {
+ public:
+  ManyCollections(long count, long records)
+      : collection_(CollectionOf(PlainRecordsOf(records, nullptr))),
+        creator_(ComPtr<PlainCreator>::Adopt(new PlainCreator(nullptr))),
+        recordEnd_(TextView(u"\u0160")),
+        fieldEnd_(TextView(u"\u00BB")) {
+    for (long number = 0; number < count; ++number) {
+      names_.emplace_back(Text(u"Collection ").append(DecimalText(number)));
+    }
+  }
+
+  static ComPtr<_clsCollectionSaveRestore> NewStore() {
+    return New<_clsCollectionSaveRestore>(CLSID_clsCollectionSaveRestore);
+  }
+
+  Bstr SaveAlone(_clsCollectionSaveRestore& store) const {
+    Bstr text;
+    Require(store.AsDelimitedFromCollection(collection_.Get(), recordEnd_.Get(), fieldEnd_.Get(),
+                                            Missing(), text.Receive()),
+            "AsDelimitedFromCollection");
+    return text;
+  }
+
+  void RestoreAlone(_clsCollectionSaveRestore& store, const Bstr& text) const {
+    ComPtr<_clsCollection> restored;
+    Require(store.AsDelimitedToCollection(text.Get(), creator_.Get(), recordEnd_.Get(),
+                                          fieldEnd_.Get(), Missing(), restored.Receive()),
+            "AsDelimitedToCollection");
+    if (!restored) Require(E_FAIL, "restoring");
+  }
+
+  void StoreAll(_clsCollectionSaveRestore& store) const {
+    for (const Bstr& name : names_) {
+      VARIANT_BOOL isStored = VARIANT_FALSE;
+      Require(store.StoreCollection(collection_.Get(), name.Get(), &isStored), "StoreCollection");
+      if (isStored == VARIANT_FALSE) Require(E_FAIL, "storing");
+    }
+  }
+
+  /// As StoreAll, by way of the whole text for each.
+  void StoreAllByText(_clsCollectionSaveRestore& store) const {
+    for (const Bstr& name : names_) StoreByText(store, name);
+  }
+
+  Bstr TakeTextWith(_clsCollectionSaveRestore& store, const Bstr& name) const {
+    IDispatch* collection = collection_.Get();
+    BSTR nameText = name.Get();
+    Bstr text;
+    Require(store.MultiDataColString(&collection, &nameText, text.Receive()), "MultiDataColString");
+    return text;
+  }
+
+  void StoreByText(_clsCollectionSaveRestore& store, const Bstr& name) const {
+    const Bstr text = TakeTextWith(store, name);
+    Require(store.put_MultiDataString(text.Get()), "MultiDataString");
+  }
+
+  void ReadAll(_clsCollectionSaveRestore& store) const {
+    for (const Bstr& name : names_) {
+      ComPtr<_clsCollection> restored;
+      Require(store.WorkingCol(name.Get(), creator_.Get(), Missing(), restored.Receive()),
+              "WorkingCol");
+      if (!restored) Require(E_FAIL, "reading");
+    }
+  }
+
+  static Bstr TextOf(_clsCollectionSaveRestore& store) {
+    Bstr text;
+    Require(store.get_MultiDataString(text.Receive()), "MultiDataString");
+    return text;
+  }
+
+  /// The text of all, each saved alone.
+  Bstr TextOfAll() const {
+    const Bstr alone = SaveAlone(*NewStore().Get());
+    Text text(u"DataString\u00A5Name\u00A5\u0152");
+    for (const Bstr& name : names_) {
+      text.append(alone.View()).append(u"\u00A5").append(name.View()).append(u"\u00A5\u0152");
+    }
+    return Bstr(text);
+  }
+
+  ComPtr<_clsCollectionSaveRestore> NewStoreOfAll() const {
+    auto store = NewStore();
+    Require(store->put_MultiDataString(TextOfAll().Get()), "MultiDataString");
+    return store;
+  }
+
+  const std::vector<Bstr>& Names() const { return names_; }
+
+ private:
+  ComPtr<_clsCollection> collection_;
+  ComPtr<PlainCreator> creator_;
+  Variant recordEnd_;
+  Variant fieldEnd_;
+  std::vector<Bstr> names_;
+};
+
+ManyCollections ManyOf(benchmark::State& state) {
+  return {static_cast<long>(state.range(0)), static_cast<long>(state.range(1))};
+}
+
+void ReportPerFieldOfMany(benchmark::State& state) {
+  state.counters["per_field"] = benchmark::Counter(
+      static_cast<double>(state.range(0) * state.range(1)) * static_cast<double>(kFields),
+      benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+}
+
+void BM_FloorStoreMany(benchmark::State& state) {
+  const ManyCollections many = ManyOf(state);
+  const auto store = ManyCollections::NewStore();
+  for ([[maybe_unused]] auto _ : state) {
+    for (std::size_t number = 0; number < many.Names().size(); ++number) {
+      many.SaveAlone(*store.Get());
+    }
+  }
+  ReportPerFieldOfMany(state);
+}
+
+/// Into a new instance, and the text at the end.
+void BM_StoreMany(benchmark::State& state) {
+  const ManyCollections many = ManyOf(state);
+  for ([[maybe_unused]] auto _ : state) {
+    const auto store = ManyCollections::NewStore();
+    many.StoreAll(*store.Get());
+    benchmark::DoNotOptimize(ManyCollections::TextOf(*store.Get()).Get());
+  }
+  ReportPerFieldOfMany(state);
+}
+
+/// A copy of the text of all.
+void BM_FreshTextOfMany(benchmark::State& state) {
+  const Bstr text = ManyOf(state).TextOfAll();
+  for ([[maybe_unused]] auto _ : state) benchmark::DoNotOptimize(Bstr(text.View()).Get());
+  ReportPerFieldOfMany(state);
+}
+
+void BM_FloorReadMany(benchmark::State& state) {
+  const ManyCollections many = ManyOf(state);
+  const auto store = ManyCollections::NewStore();
+  const Bstr text = many.SaveAlone(*store.Get());
+  for ([[maybe_unused]] auto _ : state) {
+    for (std::size_t number = 0; number < many.Names().size(); ++number) {
+      many.RestoreAlone(*store.Get(), text);
+    }
+  }
+  ReportPerFieldOfMany(state);
+}
+
+/// From a text that is assigned first, as one that was read from a file.
+void BM_ReadMany(benchmark::State& state) {
+  const ManyCollections many = ManyOf(state);
+  const Bstr text = many.TextOfAll();
+  for ([[maybe_unused]] auto _ : state) {
+    const auto store = ManyCollections::NewStore();
+    Require(store->put_MultiDataString(text.Get()), "MultiDataString");
+    many.ReadAll(*store.Get());
+  }
+  ReportPerFieldOfMany(state);
+}
+
+/// What storing one collection by way of the whole text cannot go below: saving it and a copy of
+/// the text.
+void BM_FloorStoreByText(benchmark::State& state) {
+  const ManyCollections many = ManyOf(state);
+  const auto store = ManyCollections::NewStore();
+  const Bstr text = many.TextOfAll();
+  for ([[maybe_unused]] auto _ : state) {
+    many.SaveAlone(*store.Get());
+    benchmark::DoNotOptimize(Bstr(text.View()).Get());
+  }
+  ReportPerFieldOfMany(state);
+}
+
+/// One collection in the middle, again and again: MultiDataColString alone.
+void BM_TakeTextWithOne(benchmark::State& state) {
+  const ManyCollections many = ManyOf(state);
+  const auto store = many.NewStoreOfAll();
+  const Bstr& name = many.Names()[many.Names().size() / 2];
+  for ([[maybe_unused]] auto _ : state) many.TakeTextWith(*store.Get(), name);
+  ReportPerFieldOfMany(state);
+}
+
+/// The same, and its result is assigned.
+void BM_StoreByText(benchmark::State& state) {
+  const ManyCollections many = ManyOf(state);
+  const auto store = many.NewStoreOfAll();
+  const Bstr& name = many.Names()[many.Names().size() / 2];
+  for ([[maybe_unused]] auto _ : state) many.StoreByText(*store.Get(), name);
+  ReportPerFieldOfMany(state);
+}
+
+/// What storing all of them by way of the text cannot go below: saving each, and a copy of the text
+/// with those before it.
+void BM_FloorStoreAllByText(benchmark::State& state) {
+  const ManyCollections many = ManyOf(state);
+  const auto store = ManyCollections::NewStore();
+  const Bstr text = many.TextOfAll();
+  const std::size_t count = many.Names().size();
+  for ([[maybe_unused]] auto _ : state) {
+    for (std::size_t number = 1; number <= count; ++number) {
+      many.SaveAlone(*store.Get());
+      const TextView whole = text.View();
+      benchmark::DoNotOptimize(Bstr(whole.substr(0, whole.size() / count * number)).Get());
+    }
+  }
+  ReportPerFieldOfMany(state);
+}
+
+void BM_StoreAllByText(benchmark::State& state) {
+  const ManyCollections many = ManyOf(state);
+  for ([[maybe_unused]] auto _ : state) {
+    many.StoreAllByText(*ManyCollections::NewStore().Get());
+  }
+  ReportPerFieldOfMany(state);
+}
+
+// ---- Small calls -------------------------------------------------------------------------------
+
+void ReportPerCall(benchmark::State& state) {
+  state.counters["per_field"] = benchmark::Counter(
+      1, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+}
+
+void BM_SaveObject(benchmark::State& state) {
+  const auto store = ManyCollections::NewStore();
+  const Records records = PlainRecordsOf(1, nullptr);
+  for ([[maybe_unused]] auto _ : state) {
+    Bstr text;
+    Require(store->AsDelimitedFromObject(records.front().Get(), text.Receive()),
+            "AsDelimitedFromObject");
+  }
+  ReportPerCall(state);
+}
+
+void BM_RestoreObject(benchmark::State& state) {
+  const auto store = ManyCollections::NewStore();
+  const Records records = PlainRecordsOf(1, nullptr);
+  const auto creator = ComPtr<PlainCreator>::Adopt(new PlainCreator(nullptr));
+  Bstr text;
+  Require(store->AsDelimitedFromObject(records.front().Get(), text.Receive()),
+          "AsDelimitedFromObject");
+  for ([[maybe_unused]] auto _ : state) {
+    ComPtr<IDispatch> restored;
+    Require(store->GetObjectFromString(text.Get(), creator.Get(), restored.Receive()),
+            "GetObjectFromString");
+    if (!restored) Require(E_FAIL, "restoring");
+  }
+  ReportPerCall(state);
+}
+
+/// Member names as a record lists them that has no collection of them at hand, all late bound.
+void BM_BuildNames(benchmark::State& state) {
+  ComPtr<IClassFactory> factory;
+  Require(CoGetClassObject(CLSID_clsCollection, CLSCTX_INPROC_SERVER, nullptr, IID_IClassFactory,
+                           factory.ReceiveVoid()),
+          "CoGetClassObject");
+  std::vector<Variant> names;
+  for (const Bstr& name : PlainNames()) names.emplace_back(name.View());
+  const Bstr add(u"Add");
+  for ([[maybe_unused]] auto _ : state) {
+    ComPtr<IDispatch> collection;
+    Require(factory->CreateInstance(nullptr, IID_IDispatch, collection.ReceiveVoid()),
+            "CreateInstance");
+    for (const Variant& name : names) {
+      const DISPID id = IdOf(*collection.Get(), add);
+      VARIANT arguments[2] = {name.Get(), name.Get()};
+      DISPPARAMS params{arguments, nullptr, 2, 0};
+      Require(collection->Invoke(id, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_METHOD, &params,
+                                 nullptr, nullptr, nullptr),
+              "Add");
+    }
+  }
+  ReportPerCall(state);
+}
+
 // ---- The collection ----------------------------------------------------------------------------
 
 /// A collection of numbered texts, each under its own key.
@@ -519,13 +804,25 @@ void BM_FloorMoveInTheMiddle(benchmark::State& state) {
       1, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
 }
 
+/// From a few collections of twenty records to as many as a settings file may have, and a few large
+/// ones.
+void OfMany(benchmark::internal::Benchmark* bench) {
+  for (const std::int64_t count : {10, 100, 1000, 10000}) bench->Args({count, 20});
+  bench->Args({1000, 100})->Args({400, 1000})->Unit(benchmark::kMillisecond);
+}
+
+/// As many as fill the text that is copied for each of them, at once.
+void OfManyByText(benchmark::internal::Benchmark* bench) {
+  bench->Args({1000, 100})->Args({400, 1000})->Unit(benchmark::kMillisecond);
+}
+
 void Sizes(benchmark::internal::Benchmark* bench) {
-  bench->Arg(1000)->Arg(100000)->Unit(benchmark::kMillisecond);
+  bench->Arg(1)->Arg(10)->Arg(1000)->Arg(100000)->Unit(benchmark::kMillisecond);
 }
 
 /// As Sizes, and the most that has room beside its objects in a 32-bit process.
 void SizesToTheMost(benchmark::internal::Benchmark* bench) {
-  bench->Arg(1000)->Arg(100000)->Arg(300000)->Unit(benchmark::kMillisecond);
+  bench->Arg(1)->Arg(10)->Arg(1000)->Arg(100000)->Arg(300000)->Unit(benchmark::kMillisecond);
 }
 
 BENCHMARK(BM_FloorNameAndGet)->Apply(SizesToTheMost);
@@ -555,6 +852,19 @@ BENCHMARK(BM_Restore)->Apply(SizesToTheMost);
 BENCHMARK(BM_FloorPut)->Apply(Sizes);
 BENCHMARK(BM_RestoreDescribed)->Apply(Sizes);
 BENCHMARK(BM_RestoreOwn)->Apply(Sizes);
+BENCHMARK(BM_FloorStoreMany)->Apply(OfMany);
+BENCHMARK(BM_StoreMany)->Apply(OfMany);
+BENCHMARK(BM_FreshTextOfMany)->Apply(OfMany);
+BENCHMARK(BM_FloorReadMany)->Apply(OfMany);
+BENCHMARK(BM_ReadMany)->Apply(OfMany);
+BENCHMARK(BM_FloorStoreByText)->Apply(OfManyByText);
+BENCHMARK(BM_TakeTextWithOne)->Apply(OfManyByText);
+BENCHMARK(BM_StoreByText)->Apply(OfManyByText);
+BENCHMARK(BM_FloorStoreAllByText)->Apply(OfManyByText)->Iterations(1);
+BENCHMARK(BM_StoreAllByText)->Apply(OfManyByText)->Iterations(1);
+BENCHMARK(BM_SaveObject);
+BENCHMARK(BM_RestoreObject);
+BENCHMARK(BM_BuildNames);
 BENCHMARK(BM_ItemAtPosition)->Arg(1000)->Arg(100000);
 BENCHMARK(BM_ItemUnderKey)->Arg(1000)->Arg(100000);
 BENCHMARK(BM_ForEach)->Arg(1000)->Arg(100000);

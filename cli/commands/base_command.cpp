@@ -11,7 +11,7 @@ constexpr const char* kExamples =
     "brindlex base -1A.8 16 10               -26.5\n"
     "brindlex base 3.1 10 2 --digits 8       11.00011001\n"
     "brindlex base 5 10 2 --group 4          0101\n"
-    "brindlex base --table 3725              3725 in all nine bases\n";
+    "brindlex base --table 3725              3725 in every base\n";
 
 struct BaseOptions {
   std::string number;
@@ -54,7 +54,8 @@ void AddBase(CLI::App& tool, Context& context) {
       command.add_option("from", options->from, "The base it is in")->type_name("FROM");
   auto* const to =
       command.add_option("to", options->to, "The base it is wanted in")->type_name("TO");
-  command.add_flag("--table", options->isTable, "Write it in all nine bases, one to a line");
+  command.add_flag("--table", options->isTable,
+                   "Write it in bases " + BaseList() + ", one to a line");
   command
       .add_option("--digits", options->limits.maxFractionDigits,
                   "At most so many fractional digits; -1 for no limit (-1)")

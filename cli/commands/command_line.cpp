@@ -75,9 +75,11 @@ void AddCommands(CLI::App& tool, Context& context) {
 
 // From here on nobody can know in which order a table has the names of a file.
 void SeedHashes() {
-  const bool isSeeded =
-      SeedHashKey([](SipKey& key) noexcept { return system::FillRandom(&key, sizeof(key)); });
-  if (!isSeeded) throw Failure(ExitCode::kInputOutput, "the system supplies no random numbers");
+  SipKey key;
+  if (!system::FillRandom(&key, sizeof(key))) {
+    throw Failure(ExitCode::kInputOutput, "the system supplies no random numbers");
+  }
+  SetHashKey(key);
 }
 
 int Run(const std::vector<std::string>& arguments) {

@@ -2,12 +2,12 @@
 
 #include <variant>
 
-#include "automation/portable_number_text.h"
 #include "automation/runtime_error.h"
 #include "bases/bases.h"
 #include "cli/text/diagnostics.h"
 #include "cli/text/escape.h"
 #include "cli/text/utf.h"
+#include "platform/portable_number_text.h"
 
 namespace brindlex::tool {
 namespace {
@@ -40,6 +40,15 @@ std::string ConvertedNumber(const std::string& number, std::int32_t from, std::i
                                           std::to_string(from) + " to base " + std::to_string(to) +
                                           ": " + Described(error));
   }
+}
+
+std::string BaseList() {
+  std::string list;
+  for (const std::int32_t base : kBases) {
+    if (!list.empty()) list += base == kBases.back() ? " and " : ", ";
+    list += std::to_string(base);
+  }
+  return list;
 }
 
 std::vector<BaseRow> BaseTable(const std::string& number, const ConversionLimits& limits) {

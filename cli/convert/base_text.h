@@ -8,9 +8,6 @@
 
 namespace brindlex::tool {
 
-/// The number bases that have digits, ascending.
-inline constexpr std::int32_t kBases[] = {2, 8, 10, 16, 26, 30, 31, 32, 60};
-
 /// `number` from base `from` in base `to`, as the component writes it, the number in base 10 as
 /// text with a point. Failure kDefects with the component's own description, its number and the
 /// operation that raised it.
@@ -24,7 +21,10 @@ struct BaseRow {
   std::string error;
 };
 
-/// A decimal number in each of the kBases.
+/// Every base that has digits, as a list in words: "2, 8, 10 and 60".
+std::string BaseList();
+
+/// A decimal number in every base that has digits.
 std::vector<BaseRow> BaseTable(const std::string& number, const ConversionLimits& limits);
 
 }  // namespace brindlex::tool

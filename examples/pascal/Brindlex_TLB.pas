@@ -39,7 +39,7 @@ type
     property _NewEnum: IUnknown read Get__NewEnum;
   end;
 
-  { One named block of text: the component's own record. }
+  { A named text: the component's own record. }
   _clsTextData = interface(IDispatch)
     ['{EE6D00D2-7998-4E3A-8199-4205D8D0DA28}']
     function Get_DataString: WideString; safecall;
@@ -73,11 +73,14 @@ type
     procedure Set_MultiDataString(Value: WideString); safecall;
     function Get_RefuseMarkers: WordBool; safecall;
     procedure Set_RefuseMarkers(Value: WordBool); safecall;
+    function StoreCollection(NewCol: IDispatch; Name: WideString): WordBool; safecall;
+    function RemoveCollection(Name: WideString): WordBool; safecall;
+    function CollectionNames: _clsCollection; safecall;
     property MultiDataString: WideString read Get_MultiDataString write Set_MultiDataString;
     property RefuseMarkers: WordBool read Get_RefuseMarkers write Set_RefuseMarkers;
   end;
 
-  { Which Windows release runs, and where the shell's special folders lie. }
+  { The release of Windows, the shell's special folders, and the listener to reports. }
   _clsEnvironment = interface(IDispatch)
     ['{DE5A481A-2A78-4C85-8349-B8BFD7044332}']
     function GetOsName: WideString; safecall;
@@ -102,7 +105,7 @@ type
     function SaveTextFileSafely(path: WideString; text: WideString; quietIfDenied: WordBool): WordBool; safecall;
   end;
 
-  { Numbers between the number bases 2, 8, 10, 16, 26, 30, 31, 32 and 60. }
+  { Converts numbers between number bases. }
   _clsBases = interface(IDispatch)
     ['{C81AACF2-555D-4E7D-A5EB-51D0818D32C3}']
     function ConvertBase(Number: OleVariant; FromBase: Integer; ToBase: Integer; var MaxFractionDigits: Integer; var Tolerance: Double; var GroupSize: Integer): OleVariant; safecall;

@@ -38,8 +38,17 @@ class CreateBook
   end
 end
 
+# Ends Ruby without its finalizers. They release what is left in any order, and WIN32OLE crashes when it has to
+# release an object of Ruby's after its own table of them, whatever component holds that object.
+def leave(status)
+  $stdout.flush
+  exit! status
+end
+
 def require_that(holds, what)
-  abort "FAILED: #{what}" unless holds
+  return if holds
+  warn "FAILED: #{what}"
+  leave 1
 end
 
 def listed(list)
@@ -90,3 +99,4 @@ require_that error && error.first == 5, 'an absent key is error 5'
 error = raised { bases.ConvertBase2Dec('1', 1) }
 require_that error == [13, 'ConvertBase2Dec', 'Invalid Base'], 'base 1 is error 13'
 puts 'books: done'
+leave 0

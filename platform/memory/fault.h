@@ -12,7 +12,7 @@ class Fault {
  public:
   Fault() = default;
 
-  /// The call with number `call`, counted from 1, raises `error`; those before and behind it pass.
+  /// The call with number `call`, counted from 1, raises `error`; those before and after it pass.
   Fault(int call, RuntimeError error) : callsLeft_(call), error_(std::move(error)) {}
 
   /// To be called once at the start of each call that can fail.

@@ -30,11 +30,11 @@ void Announce(const MemoryCollection& collection, Use use) {
   if (onUse) onUse(use);
 }
 
-/// Counts positions, so that it walks on over whatever the collection holds by then.
-class Walk : public Enumerator {
+/// Counts positions, so that it goes on over whatever the collection holds by then.
+class PositionEnumerator : public Enumerator {
  public:
-  Walk(const MemoryFamily& family, Object self)
-      : self_(std::move(self)), collection_(family.In<MemoryCollection>(self_)) {}
+  PositionEnumerator(const MemoryAdapter& adapter, Object self)
+      : self_(std::move(self)), collection_(adapter.In<MemoryCollection>(self_)) {}
 
   bool NextObject(Object& entry) override { return Next(entry, TakenObject); }
   bool NextText(Text& entry) override { return Next(entry, TakenText); }
@@ -56,8 +56,10 @@ class Walk : public Enumerator {
 /// What the component's operations hold while they use a MemoryCollection.
 class View : public Collection {
  public:
-  View(const MemoryFamily& family, Object self)
-      : family_(family), self_(std::move(self)), collection_(family.In<MemoryCollection>(self_)) {}
+  View(const MemoryAdapter& adapter, Object self)
+      : adapter_(adapter),
+        self_(std::move(self)),
+        collection_(adapter.In<MemoryCollection>(self_)) {}
 
   std::int32_t Count() const override {
     Announce(collection_, Use::kCount);
@@ -66,7 +68,7 @@ class View : public Collection {
 
   std::unique_ptr<Enumerator> Enumerate() const override {
     Announce(collection_, Use::kEnumerate);
-    return std::make_unique<Walk>(family_, self_);
+    return std::make_unique<PositionEnumerator>(adapter_, self_);
   }
 
   Text TextUnder(TextView key) const override { return TakenText(Under(key)); }
@@ -101,23 +103,23 @@ class View : public Collection {
     collection_.entries.push_back({std::move(value), std::move(ownKey)});
   }
 
-  const MemoryFamily& family_;
+  const MemoryAdapter& adapter_;
   const Object self_;
   MemoryCollection& collection_;
 };
 
 }  // namespace
 
-CollectionRef CollectionOf(const MemoryFamily& family, Object object) {
-  auto* const self = static_cast<MemoryObject*>(object.Self(family));
+CollectionRef CollectionOf(const MemoryAdapter& adapter, Object object) {
+  auto* const self = static_cast<MemoryObject*>(object.Self(adapter));
   if (dynamic_cast<MemoryCollection*>(self) == nullptr) {
     throw RuntimeError(error_number::kObjectRequired);
   }
-  return std::make_shared<View>(family, std::move(object));
+  return std::make_shared<View>(adapter, std::move(object));
 }
 
-MemoryCollection& CollectionIn(const MemoryFamily& family, const CollectionRef& collection) {
-  return family.In<MemoryCollection>(collection->AsObject());
+MemoryCollection& CollectionIn(const MemoryAdapter& adapter, const CollectionRef& collection) {
+  return adapter.In<MemoryCollection>(collection->AsObject());
 }
 
 }  // namespace brindlex

@@ -12,12 +12,12 @@
 namespace brindlex {
 
 /// A collection of a host that lives in memory: a plain list, searched from its start. It can be
-/// made to fail at any use and to lie about its count.
+/// made to fail at any use and to return a wrong count.
 class MemoryCollection : public MemoryObject {
  public:
   enum class Use { kCount, kEnumerate, kNext, kLookUp, kAdd };
 
-  /// A RuntimeError stands for an entry that raises it when it is taken.
+  /// A RuntimeError is an entry that raises it when it is read.
   using Value = std::variant<Text, Object, RuntimeError>;
 
   struct Entry {
@@ -36,15 +36,15 @@ class MemoryCollection : public MemoryObject {
   /// Whether it counts as one of the component's own class.
   bool isOwn = false;
 
-  /// What Count says instead of the truth.
+  /// What Count returns instead of the number of entries.
   std::optional<std::int32_t> claimedCount;
 };
 
 /// `object`, a MemoryCollection, as the component's operations see it; error 424 when it is
 /// something else. The result shares the object: AsObject gives it back.
-CollectionRef CollectionOf(const MemoryFamily& family, Object object);
+CollectionRef CollectionOf(const MemoryAdapter& adapter, Object object);
 
-/// The MemoryCollection behind `collection`, which CollectionOf or NewCollection gave.
-MemoryCollection& CollectionIn(const MemoryFamily& family, const CollectionRef& collection);
+/// The MemoryCollection of `collection`, which CollectionOf or NewCollection returned.
+MemoryCollection& CollectionIn(const MemoryAdapter& adapter, const CollectionRef& collection);
 
 }  // namespace brindlex

@@ -36,6 +36,11 @@ class OpenObject {
   MemoryPlatform& platform_;
 };
 
+/// Error 52 for a path with an end of its own inside.
+void CheckPath(TextView path) {
+  if (path.find(u'\0') != TextView::npos) Fail(error_number::kBadFileName);
+}
+
 MemoryDisk::StoredFile& FileOf(MemoryDisk& disk, const Text& path) {
   const auto found = disk.files.find(path);
   if (found == disk.files.end()) Fail(error_number::kFileNotFound);
@@ -47,7 +52,7 @@ bool HasParent(const MemoryDisk& disk, TextView path) {
   return end != TextView::npos && disk.folders.contains(Text(path.substr(0, end)));
 }
 
-/// Raises what stands in the way of putting a file at `path`; its attributes in `forbidding` do.
+/// Raises the error that prevents a file at `path`; its attributes in `forbidding` do.
 void CheckReplaceable(const MemoryDisk& disk, const Text& path, std::int32_t forbidding) {
   if (!HasParent(disk, path)) Fail(error_number::kPathNotFound);
   if (disk.folders.contains(path)) Fail(error_number::kPermissionDenied);
@@ -121,15 +126,15 @@ class MemoryFileSystem : public FileSystem {
  public:
   explicit MemoryFileSystem(MemoryPlatform& platform) : open_(platform) {}
 
-  bool FileExists(TextView path) override { return open_.Disk().files.contains(Text(path)); }
+  bool FileExists(TextView path) override { return DiskFor(path).files.contains(Text(path)); }
 
   std::unique_ptr<File> GetFile(TextView path) override {
-    FileOf(open_.Disk(), Text(path));
+    FileOf(DiskFor(path), Text(path));
     return std::make_unique<MemoryFile>(open_.Platform(), path);
   }
 
   std::unique_ptr<TextWriter> CreateTextFile(TextView path) override {
-    MemoryDisk& disk = open_.Disk();
+    MemoryDisk& disk = DiskFor(path);
     CheckReplaceable(disk, Text(path), kReadOnly | kHidden);
     auto& file = disk.files[Text(path)];
     file.bytes.clear();
@@ -138,7 +143,7 @@ class MemoryFileSystem : public FileSystem {
   }
 
   std::unique_ptr<TextReader> OpenTextFile(TextView path) override {
-    MemoryDisk& disk = open_.Disk();
+    MemoryDisk& disk = DiskFor(path);
     if (!HasParent(disk, path)) Fail(error_number::kPathNotFound);
     if (disk.folders.contains(Text(path)) || FileOf(disk, Text(path)).inUse) {
       Fail(error_number::kPermissionDenied);
@@ -147,16 +152,17 @@ class MemoryFileSystem : public FileSystem {
   }
 
   void Copy(TextView source, TextView destination) override {
-    MemoryDisk& disk = open_.Disk();
+    CheckPath(source);
+    MemoryDisk& disk = DiskFor(destination);
     const MemoryDisk::StoredFile copied = FileOf(disk, Text(source));
     CheckReplaceable(disk, Text(destination), kReadOnly);
     disk.files[Text(destination)] = copied;
   }
 
-  bool FolderExists(TextView path) override { return open_.Disk().folders.contains(Text(path)); }
+  bool FolderExists(TextView path) override { return DiskFor(path).folders.contains(Text(path)); }
 
   void CreateFolder(TextView path) override {
-    MemoryDisk& disk = open_.Disk();
+    MemoryDisk& disk = DiskFor(path);
     if (!HasParent(disk, path)) Fail(error_number::kPathNotFound);
     if (disk.madeMeanwhile.contains(Text(path))) disk.folders.insert(Text(path));
     if (disk.files.contains(Text(path)) || !disk.folders.insert(Text(path)).second) {
@@ -170,16 +176,31 @@ class MemoryFileSystem : public FileSystem {
   }
 
  private:
+  MemoryDisk& DiskFor(TextView path) const {
+    CheckPath(path);
+    return open_.Disk();
+  }
+
   OpenObject open_;
 };
 
+/// The path of a new file beside `path`, which nothing on the disk has.
+Text NewPathBeside(const MemoryDisk& disk, TextView path) {
+  for (std::int32_t number = 1;; ++number) {
+    Text beside(path);
+    beside.append(u".~saving-").append(DecimalText(number));
+    if (!disk.files.contains(beside) && !disk.folders.contains(beside)) return beside;
+  }
+}
+
 class MemoryFileReplacement : public FileReplacement {
  public:
-  MemoryFileReplacement(MemoryPlatform& platform, TextView path)
-      : open_(platform), path_(path), beside_(Text(path).append(u".~saving")) {
+  MemoryFileReplacement(MemoryPlatform& platform, TextView path) : open_(platform), path_(path) {
     MemoryDisk& disk = open_.Disk();
+    CheckPath(path);
     if (!HasParent(disk, path)) Fail(error_number::kPathNotFound);
     if (disk.folders.contains(path_)) Fail(error_number::kPermissionDenied);
+    beside_ = NewPathBeside(disk, path);
     disk.files[beside_] = {{}, disk.newAttributes, false};
   }
   MemoryFileReplacement(const MemoryFileReplacement&) = delete;

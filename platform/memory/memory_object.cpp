@@ -16,19 +16,19 @@ MemoryObject& Self(void* object) { return *static_cast<MemoryObject*>(object); }
 
 class MemoryAccess : public MemberAccess {
  public:
-  MemoryAccess(const MemoryFamily& family, std::vector<Text> names)
-      : MemberAccess(std::move(names)), family_(family) {}
+  MemoryAccess(const MemoryAdapter& adapter, std::vector<Text> names)
+      : MemberAccess(std::move(names)), adapter_(adapter) {}
 
   void AppendText(const Object& object, std::size_t member, TextBuilder& text) override {
-    text.Append(Self(object.Self(family_)).Get(Names().at(member)));
+    text.Append(Self(object.Self(adapter_)).Get(Names().at(member)));
   }
 
   void LetText(const Object& object, std::size_t member, TextView value) override {
-    Self(object.Self(family_)).Let(Names().at(member), value);
+    Self(object.Self(adapter_)).Let(Names().at(member), value);
   }
 
  private:
-  const MemoryFamily& family_;
+  const MemoryAdapter& adapter_;
 };
 
 bool IsAscii(TextView text) {
@@ -88,11 +88,11 @@ Text Converted(MemberType type, TextView text) {
 
 }  // namespace
 
-MemoryObject::MemoryObject(const MemoryFamily& family) noexcept : family_(family) {
-  ++family_.live_;
+MemoryObject::MemoryObject(const MemoryAdapter& adapter) noexcept : adapter_(adapter) {
+  ++adapter_.live_;
 }
 
-MemoryObject::~MemoryObject() { --family_.live_; }
+MemoryObject::~MemoryObject() { --adapter_.live_; }
 
 Object MemoryObject::CallForObject(TextView) { NoSuchMember(); }
 
@@ -104,42 +104,42 @@ Text MemoryObject::Get(TextView) { NoSuchMember(); }
 
 void MemoryObject::Let(TextView, TextView) { NoSuchMember(); }
 
-void MemoryFamily::AddRef(void* object) const noexcept { ++Self(object).references_; }
+void MemoryAdapter::AddRef(void* object) const noexcept { ++Self(object).references_; }
 
-void MemoryFamily::Release(void* object) const noexcept {
+void MemoryAdapter::Release(void* object) const noexcept {
   MemoryObject& self = Self(object);
   if (--self.references_ == 0) delete &self;
 }
 
-Object MemoryFamily::CallForObject(void* object, TextView name) const {
+Object MemoryAdapter::CallForObject(void* object, TextView name) const {
   return Self(object).CallForObject(name);
 }
 
-CollectionRef MemoryFamily::CallForCollection(void* object, TextView name) const {
+CollectionRef MemoryAdapter::CallForCollection(void* object, TextView name) const {
   return Self(object).CallForCollection(name);
 }
 
-std::vector<Text> MemoryFamily::PropertyGetNames(void* object) const {
+std::vector<Text> MemoryAdapter::PropertyGetNames(void* object) const {
   return Self(object).PropertyGetNames();
 }
 
-std::unique_ptr<MemberAccess> MemoryFamily::Access(std::vector<Text> names) const {
+std::unique_ptr<MemberAccess> MemoryAdapter::Access(std::vector<Text> names) const {
   return std::make_unique<MemoryAccess>(*this, std::move(names));
 }
 
-CollectionRef MemoryFamily::NewCollection() const {
+CollectionRef MemoryAdapter::NewCollection() const {
   Object collection = New<MemoryCollection>();
   In<MemoryCollection>(collection).isOwn = true;
   return CollectionOf(*this, std::move(collection));
 }
 
-std::size_t MemoryFamily::References(const Object& object) const {
+std::size_t MemoryAdapter::References(const Object& object) const {
   return Self(object.Self(*this)).references_;
 }
 
-ListSource ListOf(const MemoryFamily& family, std::vector<Text> names) {
-  return [&family, names = std::move(names)] {
-    CollectionRef list = family.NewCollection();
+ListSource ListOf(const MemoryAdapter& adapter, std::vector<Text> names) {
+  return [&adapter, names = std::move(names)] {
+    CollectionRef list = adapter.NewCollection();
     for (const Text& name : names) list->Add(TextView(name), TextView(name));
     return list;
   };
@@ -149,19 +149,20 @@ ListSource Raises(RuntimeError error) {
   return [error = std::move(error)]() -> CollectionRef { throw RuntimeError(error); };
 }
 
-std::shared_ptr<RecordClass> ListingClass(const MemoryFamily& family, std::vector<Member> members) {
+std::shared_ptr<RecordClass> ListingClass(const MemoryAdapter& adapter,
+                                          std::vector<Member> members) {
   std::vector<Text> names;
   names.reserve(members.size());
   for (const Member& member : members) names.push_back(member.name);
   auto made = std::make_shared<RecordClass>();
   made->members = std::move(members);
-  made->getMemberNames = ListOf(family, std::move(names));
+  made->getMemberNames = ListOf(adapter, std::move(names));
   return made;
 }
 
-MemoryRecord::MemoryRecord(const MemoryFamily& family,
+MemoryRecord::MemoryRecord(const MemoryAdapter& adapter,
                            std::shared_ptr<const RecordClass> recordClass)
-    : MemoryObject(family), class_(std::move(recordClass)) {
+    : MemoryObject(adapter), class_(std::move(recordClass)) {
   for (const Member& member : class_->members) values.push_back(member.value);
 }
 
@@ -218,24 +219,24 @@ void MemoryRecord::Use(RecordClass::Use use, TextView name) const {
   if (onUse) onUse(use, name);
 }
 
-Object NewRecord(const MemoryFamily& family, std::shared_ptr<const RecordClass> recordClass,
+Object NewRecord(const MemoryAdapter& adapter, std::shared_ptr<const RecordClass> recordClass,
                  const std::vector<Text>& values) {
-  Object record = family.New<MemoryRecord>(std::move(recordClass));
-  std::copy(values.begin(), values.end(), family.In<MemoryRecord>(record).values.begin());
+  Object record = adapter.New<MemoryRecord>(std::move(recordClass));
+  std::copy(values.begin(), values.end(), adapter.In<MemoryRecord>(record).values.begin());
   return record;
 }
 
-MemoryCreator::MemoryCreator(const MemoryFamily& family, std::function<Object()> getNewObject)
-    : MemoryObject(family), getNewObject_(std::move(getNewObject)) {}
+MemoryCreator::MemoryCreator(const MemoryAdapter& adapter, std::function<Object()> getNewObject)
+    : MemoryObject(adapter), getNewObject_(std::move(getNewObject)) {}
 
 Object MemoryCreator::CallForObject(TextView name) {
   if (!EqualIgnoringCase(name, u"GetNewObject")) NoSuchMember();
   return getNewObject_();
 }
 
-Object NewCreator(const MemoryFamily& family, std::shared_ptr<const RecordClass> recordClass) {
-  return family.New<MemoryCreator>(
-      [&family, recordClass = std::move(recordClass)] { return NewRecord(family, recordClass); });
+Object NewCreator(const MemoryAdapter& adapter, std::shared_ptr<const RecordClass> recordClass) {
+  return adapter.New<MemoryCreator>(
+      [&adapter, recordClass = std::move(recordClass)] { return NewRecord(adapter, recordClass); });
 }
 
 }  // namespace brindlex

@@ -14,13 +14,13 @@
 
 namespace brindlex {
 
-class MemoryFamily;
+class MemoryAdapter;
 
 /// An object of a host that lives in memory. Whatever a class does not override is error 438, as
 /// with a member that a host's object lacks.
 class MemoryObject {
  public:
-  explicit MemoryObject(const MemoryFamily& family) noexcept;
+  explicit MemoryObject(const MemoryAdapter& adapter) noexcept;
   MemoryObject(const MemoryObject&) = delete;
   MemoryObject& operator=(const MemoryObject&) = delete;
   virtual ~MemoryObject();
@@ -32,15 +32,15 @@ class MemoryObject {
   virtual void Let(TextView name, TextView value);
 
  private:
-  friend class MemoryFamily;
+  friend class MemoryAdapter;
 
-  const MemoryFamily& family_;
+  const MemoryAdapter& adapter_;
   std::size_t references_ = 1;
 };
 
 /// The late binding of objects in memory. It knows how many of its objects are alive, so that a
-/// test can see that none is left behind; it must outlive them.
-class MemoryFamily : public ObjectFamily {
+/// test can see that none leaks; it must outlive them.
+class MemoryAdapter : public ObjectAdapter {
  public:
   void AddRef(void* object) const noexcept override;
   void Release(void* object) const noexcept override;
@@ -52,15 +52,15 @@ class MemoryFamily : public ObjectFamily {
   /// A MemoryCollection.
   CollectionRef NewCollection() const override;
 
-  /// A new object of class `T`, which is given the family and then `arguments`.
+  /// A new object of class `T`, constructed from the adapter and then `arguments`.
   template <class T, class... Arguments>
   Object New(Arguments&&... arguments) const {
     MemoryObject* const made = new T(*this, std::forward<Arguments>(arguments)...);
     return {*this, made};
   }
 
-  /// The object behind a reference that New gave out for class `T`; another class is
-  /// std::bad_cast, another family error 430.
+  /// The object of a reference that New returned for class `T`; another class is
+  /// std::bad_cast, another adapter error 430.
   template <class T>
   T& In(const Object& object) const {
     return dynamic_cast<T&>(*static_cast<MemoryObject*>(object.Self(*this)));
@@ -101,11 +101,11 @@ struct Member {
 };
 
 /// What a member that is asked for a list of names answers: a collection, no collection, or an
-/// error. An empty function stands for an object without that member.
+/// error. An empty function means an object without that member.
 using ListSource = std::function<CollectionRef()>;
 
-/// A list of names, each its own key, made anew at each call. `family` must outlive the result.
-ListSource ListOf(const MemoryFamily& family, std::vector<Text> names);
+/// A list of names, each its own key, made anew at each call. `adapter` must outlive the result.
+ListSource ListOf(const MemoryAdapter& adapter, std::vector<Text> names);
 
 /// A member that fails: with 424, one that yields something that is no collection.
 ListSource Raises(RuntimeError error);
@@ -120,21 +120,22 @@ struct RecordClass {
   ListSource membersCol{};
   /// The names that the type information lists; without it, asking is error 438.
   std::optional<std::vector<Text>> typeInformation{};
-  /// As in the script engines that tell Name from name.
+  /// As in script engines that distinguish letter case.
   bool caseSensitive = false;
   /// Runs before each use of a record's member and may do anything, failing included.
   std::function<void(Use use, TextView member)> onUse{};
-  /// Runs when a record goes away; must not fail.
+  /// Runs when a record ends; must not fail.
   std::function<void()> onTerminate{};
 };
 
 /// A class with these members that lists them all in GetMemberNames.
-std::shared_ptr<RecordClass> ListingClass(const MemoryFamily& family, std::vector<Member> members);
+std::shared_ptr<RecordClass> ListingClass(const MemoryAdapter& adapter,
+                                          std::vector<Member> members);
 
 /// An object with scalar properties.
 class MemoryRecord : public MemoryObject {
  public:
-  MemoryRecord(const MemoryFamily& family, std::shared_ptr<const RecordClass> recordClass);
+  MemoryRecord(const MemoryAdapter& adapter, std::shared_ptr<const RecordClass> recordClass);
   MemoryRecord(const MemoryRecord&) = delete;
   MemoryRecord& operator=(const MemoryRecord&) = delete;
   ~MemoryRecord() override;
@@ -155,14 +156,14 @@ class MemoryRecord : public MemoryObject {
 };
 
 /// A new record of `recordClass` that holds `values`, as they stand, in its first members.
-Object NewRecord(const MemoryFamily& family, std::shared_ptr<const RecordClass> recordClass,
+Object NewRecord(const MemoryAdapter& adapter, std::shared_ptr<const RecordClass> recordClass,
                  const std::vector<Text>& values = {});
 
 /// An object whose GetNewObject is answered by a function, which may make an object, say Nothing or
 /// fail.
 class MemoryCreator : public MemoryObject {
  public:
-  MemoryCreator(const MemoryFamily& family, std::function<Object()> getNewObject);
+  MemoryCreator(const MemoryAdapter& adapter, std::function<Object()> getNewObject);
 
   Object CallForObject(TextView name) override;
 
@@ -171,6 +172,6 @@ class MemoryCreator : public MemoryObject {
 };
 
 /// A creator of records of `recordClass`.
-Object NewCreator(const MemoryFamily& family, std::shared_ptr<const RecordClass> recordClass);
+Object NewCreator(const MemoryAdapter& adapter, std::shared_ptr<const RecordClass> recordClass);
 
 }  // namespace brindlex

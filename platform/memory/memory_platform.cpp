@@ -14,7 +14,7 @@ void MemoryPlatform::ShowBox(const Report& report) {
 
 CollectionRef MemoryPlatform::NewCollection() {
   fault.Pass();
-  return family_.NewCollection();
+  return adapter_.NewCollection();
 }
 
 VersionRecord MemoryPlatform::GetVersionRecord() {

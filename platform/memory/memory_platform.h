@@ -15,7 +15,7 @@ namespace brindlex {
 /// The system's services in memory: a test reads what was asked of them and lets any call fail.
 class MemoryPlatform : public Platform {
  public:
-  /// A MemoryCollection of Family.
+  /// A MemoryCollection of Adapter.
   CollectionRef NewCollection() override;
 
   VersionRecord GetVersionRecord() override;
@@ -31,16 +31,16 @@ class MemoryPlatform : public Platform {
 
   std::string InCodePage(TextView text) override;
 
-  /// Over `disk`; the new file is `path` with ".~saving" behind it.
+  /// Over `disk`; the temporary file is `path` followed by ".~saving-" and a number.
   std::unique_ptr<FileReplacement> NewFileReplacement(TextView path) override;
 
   /// The objects of the host, the collections of this platform included.
-  const MemoryFamily& Family() const { return family_; }
+  const MemoryAdapter& Adapter() const { return adapter_; }
 
   /// Every report that was shown in a box, in order.
   std::vector<Report> reports;
 
-  /// Who is told in place of that.
+  /// Who receives reports instead.
   std::shared_ptr<ReportListener> listener;
 
   /// Whether a box would be seen, and the reports that went to the error channel.
@@ -73,10 +73,10 @@ class MemoryPlatform : public Platform {
   void ShowBox(const Report& report) override;
   void WriteToErrorChannel(const Report& report) override { errorChannel.push_back(report); }
 
-  MemoryFamily family_;
+  MemoryAdapter adapter_;
 
  public:
-  /// What the file system yields as the system folder; must be of Family.
+  /// What the file system yields as the system folder; must be of Adapter.
   Object systemFolder;
 };
 

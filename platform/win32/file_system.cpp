@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "automation/runtime_error.h"
-#include "environment/trap.h"
+#include "platform/win32/automation/code_page.h"
 #include "platform/win32/automation/hresult.h"
 #include "platform/win32/automation/late_binding.h"
 #include "platform/win32/automation/variant.h"
@@ -160,21 +160,22 @@ Variant FlagArgument(bool flag) {
   return made;
 }
 
-// ---- Text in the code page ---------------------------------------------------------------------
+// ---- Texts and paths ---------------------------------------------------------------------------
 
-/// `text` as it comes back from the system's code page. Some releases of the run time refuse to
-/// write a character that the code page lacks, in place of writing its replacement.
-Text ThroughCodePage(TextView text) {
-  const auto* const wide = reinterpret_cast<const wchar_t*>(text.data());
-  const int length = static_cast<int>(text.size());
-  const int size = WideCharToMultiByte(CP_ACP, 0, wide, length, nullptr, 0, nullptr, nullptr);
-  std::string bytes(static_cast<std::size_t>(size), '\0');
-  WideCharToMultiByte(CP_ACP, 0, wide, length, bytes.data(), size, nullptr, nullptr);
-  Text back(text.size(), u'\0');
-  const int count = MultiByteToWideChar(CP_ACP, 0, bytes.data(), size,
-                                        reinterpret_cast<wchar_t*>(back.data()), length);
-  back.resize(static_cast<std::size_t>(count));
-  return back;
+/// `path` as an argument. Error 52 for one with an end of its own inside: the run time would take
+/// what comes before it for the path.
+Variant PathArgument(TextView path) {
+  if (path.find(u'\0') != TextView::npos) throw RuntimeError(error_number::kBadFileName);
+  return TextArgument(path);
+}
+
+/// The length of the next part of `text` that is written by one call, which parts no pair of
+/// surrogates. The run time counts the bytes of a call in 32 bits, and some releases write nothing,
+/// without an error, when there are too many.
+std::size_t WritablePart(TextView text) {
+  constexpr std::size_t kMostUnits = std::size_t{1} << 24U;
+  if (text.size() <= kMostUnits) return text.size();
+  return IS_HIGH_SURROGATE(text[kMostUnits - 1]) ? kMostUnits - 1 : kMostUnits;
 }
 
 bool IsAscii(TextView text) {
@@ -201,11 +202,18 @@ class ScriptingWriter : public TextWriter {
   explicit ScriptingWriter(ScriptingObject stream) : stream_(std::move(stream)) {}
 
   void Write(TextView text) override {
-    if (IsAscii(text)) {
-      stream_.CallToWrite(u"Write", TextArgument(text));
-    } else {
-      stream_.CallToWrite(u"Write", TextArgument(ThroughCodePage(text)));
-    }
+    // An empty text is written too, as one part.
+    do {
+      const TextView part = text.substr(0, WritablePart(text));
+      if (IsAscii(part)) {
+        stream_.CallToWrite(u"Write", TextArgument(part));
+      } else {
+        // Some releases refuse to write a character that the code page lacks, in place of writing
+        // its replacement.
+        stream_.CallToWrite(u"Write", TextArgument(ThroughCodePage(part)));
+      }
+      text.remove_prefix(part.size());
+    } while (!text.empty());
   }
   void Close() override { stream_.Call(u"Close"); }
 
@@ -251,71 +259,71 @@ class ScriptingReader : public TextReader {
 
 class ScriptingFileSystem : public FileSystem {
  public:
-  ScriptingFileSystem(const DispatchFamily& family, ScriptingObject files)
-      : family_(family), files_(std::move(files)) {}
+  ScriptingFileSystem(const DispatchAdapter& adapter, ScriptingObject files)
+      : adapter_(adapter), files_(std::move(files)) {}
 
   bool FileExists(TextView path) override {
-    return files_.CallForFlag(u"FileExists", TextArgument(path));
+    return files_.CallForFlag(u"FileExists", PathArgument(path));
   }
 
   std::unique_ptr<File> GetFile(TextView path) override {
-    return std::make_unique<ScriptingFile>(files_.CallForObject(u"GetFile", TextArgument(path)));
+    return std::make_unique<ScriptingFile>(files_.CallForObject(u"GetFile", PathArgument(path)));
   }
 
   std::unique_ptr<TextWriter> CreateTextFile(TextView path) override {
     constexpr bool kOverwrite = true;
     constexpr bool kUnicode = false;
     return std::make_unique<ScriptingWriter>(files_.CallForObject(
-        u"CreateTextFile", TextArgument(path), FlagArgument(kOverwrite), FlagArgument(kUnicode)));
+        u"CreateTextFile", PathArgument(path), FlagArgument(kOverwrite), FlagArgument(kUnicode)));
   }
 
   std::unique_ptr<TextReader> OpenTextFile(TextView path) override {
     constexpr std::int32_t kForReading = 1;
     constexpr std::int32_t kAsAscii = 0;
     auto stream =
-        files_.CallForObject(u"OpenTextFile", TextArgument(path), NumberArgument(kForReading),
+        files_.CallForObject(u"OpenTextFile", PathArgument(path), NumberArgument(kForReading),
                              FlagArgument(false), NumberArgument(kAsAscii));
     // A device has no size, and may not be known as a file at all.
     std::int32_t size = 0;
     TrapSilently([&] {
       size =
-          WholeNumberOf(files_.CallForObject(u"GetFile", TextArgument(path)).Call(u"Size").Get());
+          WholeNumberOf(files_.CallForObject(u"GetFile", PathArgument(path)).Call(u"Size").Get());
     });
     return std::make_unique<ScriptingReader>(std::move(stream), FewestCharacters(size));
   }
 
   void Copy(TextView source, TextView destination) override {
     constexpr bool kOverwrite = true;
-    files_.Call(u"CopyFile", TextArgument(source), TextArgument(destination),
+    files_.Call(u"CopyFile", PathArgument(source), PathArgument(destination),
                 FlagArgument(kOverwrite));
   }
 
   bool FolderExists(TextView path) override {
-    return files_.CallForFlag(u"FolderExists", TextArgument(path));
+    return files_.CallForFlag(u"FolderExists", PathArgument(path));
   }
 
-  void CreateFolder(TextView path) override { files_.Call(u"CreateFolder", TextArgument(path)); }
+  void CreateFolder(TextView path) override { files_.Call(u"CreateFolder", PathArgument(path)); }
 
   Object SystemFolder() override {
     constexpr std::int32_t kSystemFolder = 1;
-    return family_.Wrap(ComPtr<IDispatch>(
+    return adapter_.Wrap(ComPtr<IDispatch>(
         files_.CallForObject(u"GetSpecialFolder", NumberArgument(kSystemFolder)).Get()));
   }
 
  private:
-  const DispatchFamily& family_;
+  const DispatchAdapter& adapter_;
   ScriptingObject files_;
 };
 
 }  // namespace
 
-std::unique_ptr<FileSystem> NewScriptingFileSystem(const DispatchFamily& family) {
+std::unique_ptr<FileSystem> NewScriptingFileSystem(const DispatchAdapter& adapter) {
   CLSID classId;
   Check(CLSIDFromProgID(L"Scripting.FileSystemObject", &classId));
   ComPtr<IDispatch> made;
   Check(
       CoCreateInstance(classId, nullptr, CLSCTX_INPROC_SERVER, IID_IDispatch, made.ReceiveVoid()));
-  return std::make_unique<ScriptingFileSystem>(family, ScriptingObject(std::move(made)));
+  return std::make_unique<ScriptingFileSystem>(adapter, ScriptingObject(std::move(made)));
 }
 
 }  // namespace brindlex

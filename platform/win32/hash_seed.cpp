@@ -17,7 +17,7 @@ std::uint64_t NumberOf(const FILETIME& time) {
   return std::uint64_t{time.dwHighDateTime} << 32U | time.dwLowDateTime;
 }
 
-std::uint64_t AddressOf(const void* place) { return reinterpret_cast<std::uintptr_t>(place); }
+std::uint64_t AddressOf(const void* object) { return reinterpret_cast<std::uintptr_t>(object); }
 
 /// What differs from process to process.
 SipKey MixedKey() noexcept {
@@ -39,18 +39,11 @@ SipKey MixedKey() noexcept {
   return key;
 }
 
-/// The source that the seeding in progress uses.
-RandomBytes seedSource = nullptr;
-
 }  // namespace
 
 void SeedHashTables(RandomBytes source) noexcept {
-  seedSource = source;
-  SeedHashKey([](SipKey& key) noexcept {
-    SipKey drawn;
-    key = seedSource(&drawn, sizeof drawn) != FALSE ? drawn : MixedKey();
-    return true;
-  });
+  SipKey drawn;
+  SetHashKey(source(&drawn, sizeof drawn) != FALSE ? drawn : MixedKey());
 }
 
 void SeedHashTables() noexcept { SeedHashTables(RtlGenRandom); }

@@ -7,7 +7,7 @@
 #include <cstring>
 #include <optional>
 
-#include "environment/trap.h"
+#include "automation/runtime_error.h"
 #include "platform/text_rows.h"
 
 namespace brindlex {
@@ -29,13 +29,13 @@ class TextPane {
   TextPane& operator=(const TextPane&) = delete;
   ~TextPane() { DeleteObject(font_); }
 
-  /// Makes the control at `place`, as large as it has to be; that size comes back. Nothing when the
-  /// system makes none that would show the text.
-  std::optional<SIZE> Create(HWND parent, POINT place);
+  /// Makes the control at `position`, as large as it has to be, and returns that size. Nothing when
+  /// the system makes none that would show the text.
+  std::optional<SIZE> Create(HWND parent, POINT position);
 
   void Focus() const { SetFocus(control_); }
 
-  /// Gives the control its own procedure back, before this object may go.
+  /// Restores the control's own procedure, before this object may end.
   void Release() const {
     SetWindowLongPtrW(control_, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(ownProcedure_));
   }
@@ -67,13 +67,13 @@ class TextPane {
   int top_ = 0;
 };
 
-std::optional<SIZE> TextPane::Create(HWND parent, POINT place) {
+std::optional<SIZE> TextPane::Create(HWND parent, POINT position) {
   MeasureFont();
   RECT area{0, 0, kColumns * cell_.cx + GetSystemMetrics(SM_CXVSCROLL), kVisibleRows * cell_.cy};
   constexpr DWORD kStyle = WS_CHILD | WS_VISIBLE | WS_TABSTOP | WS_VSCROLL | SS_NOTIFY;
   AdjustWindowRectEx(&area, 0, FALSE, WS_EX_CLIENTEDGE);
   const SIZE size{area.right - area.left, area.bottom - area.top};
-  control_ = CreateWindowExW(WS_EX_CLIENTEDGE, L"STATIC", nullptr, kStyle, place.x, place.y,
+  control_ = CreateWindowExW(WS_EX_CLIENTEDGE, L"STATIC", nullptr, kStyle, position.x, position.y,
                              size.cx, size.cy, parent, nullptr, nullptr, nullptr);
   SetWindowLongPtrW(control_, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
   ownProcedure_ = reinterpret_cast<WNDPROC>(
@@ -166,7 +166,7 @@ void TextPane::OnScroll(WORD request) {
       return ScrollTo(LastTop());
     case SB_THUMBTRACK:
     case SB_THUMBPOSITION:
-      // The message itself carries sixteen bits of the place only.
+      // The message itself carries sixteen bits of the position only.
       GetScrollInfo(control_, SB_VERT, &bar);
       return ScrollTo(bar.nTrackPos);
     default:
@@ -194,7 +194,7 @@ void TextPane::Paint() const {
   RECT area;
   auto* const context = BeginPaint(control_, &paint);
   if (context == nullptr) {
-    // Or the system would ask again and again, and come to nothing else.
+    // Otherwise the system would ask again and again, and do nothing else.
     ValidateRect(control_, nullptr);
     return;
   }
@@ -295,13 +295,13 @@ class ReportWindow {
     SendMessageW(button, WM_SETFONT, reinterpret_cast<WPARAM>(GetStockObject(DEFAULT_GUI_FONT)),
                  FALSE);
     SetWindowTextW(window, Wide(caption_));
-    PlaceInTheMiddle(window, inner);
+    Center(window, inner);
     pane_.Focus();
     MessageBeep(MB_ICONEXCLAMATION);
     return true;
   }
 
-  static void PlaceInTheMiddle(HWND window, SIZE inner) {
+  static void Center(HWND window, SIZE inner) {
     RECT outer{0, 0, inner.cx, inner.cy};
     const auto style = static_cast<DWORD>(GetWindowLongPtrW(window, GWL_STYLE));
     const auto extended = static_cast<DWORD>(GetWindowLongPtrW(window, GWL_EXSTYLE));

@@ -2,7 +2,7 @@
 
 #include <windows.h>
 
-#include "environment/report.h"
+#include "platform/report.h"
 
 namespace brindlex {
 

@@ -13,7 +13,7 @@ namespace brindlex {
 /// CoTaskMemFree to free. The system's error, and null, when there is none.
 HRESULT SpecialFolderLocation(int csidl, PIDLIST_ABSOLUTE& list) noexcept;
 
-/// As SHGetPathFromIDListA: the path that `list` stands for, into `path` of MAX_PATH bytes, in the
+/// As SHGetPathFromIDListA: the path of `list`, into `path` of MAX_PATH bytes, in the
 /// system's ANSI code page. 0 when there is none.
 BOOL PathFromIdList(PCIDLIST_ABSOLUTE list, char* path) noexcept;
 

@@ -8,13 +8,13 @@
 
 namespace brindlex {
 
-/// The number that hosts know for what the system says by `code`, or 0.
+/// The number that hosts know for the system's error `code`, or 0.
 std::int32_t NumberOfSystemError(DWORD code);
 
 /// The run-time error for `code`: with the number that hosts know, else with the code as a status.
 RuntimeError SystemErrorOf(DWORD code);
 
-/// Throws SystemErrorOf what the thread's last call has left behind, unless `succeeded`.
+/// Throws SystemErrorOf the thread's last error, unless `succeeded`.
 void CheckSystemCall(bool succeeded);
 
 }  // namespace brindlex

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "platform/platform.h"
-#include "platform/win32/automation/dispatch_family.h"
+#include "platform/win32/automation/dispatch_adapter.h"
 
 namespace brindlex {
 
@@ -27,8 +27,8 @@ class Win32Platform : public Platform {
   std::string InCodePage(TextView text) override;
   std::unique_ptr<FileReplacement> NewFileReplacement(TextView path) override;
 
-  /// The family of the objects that a host hands in.
-  const DispatchFamily& Dispatch() const { return dispatch_; }
+  /// The adapter of the objects that a host passes.
+  const DispatchAdapter& Dispatch() const { return dispatch_; }
 
  private:
   std::shared_ptr<ReportListener> Listener() override;
@@ -36,7 +36,7 @@ class Win32Platform : public Platform {
   void ShowBox(const Report& report) override;
   void WriteToErrorChannel(const Report& report) override;
 
-  DispatchFamily dispatch_;
+  DispatchAdapter dispatch_;
   ListenerSource findListener_;
 };
 

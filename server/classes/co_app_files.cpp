@@ -1,82 +1,16 @@
-#include "server/classes/co_app_files.h"
-
 #include "appfiles/settings_folders.h"
 #include "appfiles/text_files.h"
-#include "server/com/the_platform.h"
-#include "server/com/thread_state.h"
-#include "server/com/values.h"
+#include "server/Brindlex.h"
+#include "server/classes/arguments.h"
+#include "server/classes/classes.h"
+#include "server/classes/the_platform.h"
+#include "server/classes/thread_state.h"
+#include "server/com/coclass.h"
 
 namespace brindlex {
 namespace {
 
-CoAppFiles& Self(IDispatch& self) { return static_cast<CoAppFiles&>(self); }
-
-constexpr Member kAppFilesMembers[] = {
-    {L"StartUp",
-     1,
-     DISPATCH_METHOD,
-     [](IDispatch& self, Call& call) {
-       return Self(self).StartUp(call.ObjectAt(0), call.TextAt(1), call.TextAt(2));
-     },
-     {Required(L"HostObject"), Required(L"AppFolderName"), Required(L"CompanyFolderName")}},
-    {L"GetWinSysDirFolder", 2, DISPATCH_METHOD,
-     [](IDispatch& self, Call& call) {
-       return Self(self).GetWinSysDirFolder(call.ResultObject<IDispatch>());
-     }},
-    {L"EnsureFolder",
-     3,
-     DISPATCH_METHOD,
-     [](IDispatch& self, Call& call) {
-       return Self(self).EnsureFolder(call.TextAt(0), call.ResultFlag());
-     },
-     {Required(L"path")}},
-    {L"SettingsFolderAllUsers",
-     4,
-     DISPATCH_METHOD,
-     [](IDispatch& self, Call& call) {
-       return Self(self).SettingsFolderAllUsers(call.TextVariableAt(0), call.ResultText());
-     },
-     {Required(L"companyFolder")}},
-    {L"SaveTextFile",
-     5,
-     DISPATCH_METHOD,
-     [](IDispatch& self, Call& call) {
-       return Self(self).SaveTextFile(call.TextAt(0), call.TextAt(1), call.FlagAt(2),
-                                      call.ResultFlag());
-     },
-     {Required(L"path"), Required(L"text"), Required(L"quietIfDenied")}},
-    {L"ReadTextFile",
-     6,
-     DISPATCH_METHOD,
-     [](IDispatch& self, Call& call) {
-       return Self(self).ReadTextFile(call.TextAt(0), call.FlagAt(1), call.ResultText());
-     },
-     {Required(L"path"), Required(L"quietIfMissing")}},
-    {L"FileNameFromPath",
-     7,
-     DISPATCH_METHOD,
-     [](IDispatch& self, Call& call) {
-       return Self(self).FileNameFromPath(call.TextAt(0), call.ResultText());
-     },
-     {Required(L"path")}},
-    {L"CopyFileKeepAttributes",
-     8,
-     DISPATCH_METHOD,
-     [](IDispatch& self, Call& call) {
-       return Self(self).CopyFileKeepAttributes(call.TextAt(0), call.TextAt(1));
-     },
-     {Required(L"source"), Required(L"destination")}},
-    {L"SaveTextFileSafely",
-     9,
-     DISPATCH_METHOD,
-     [](IDispatch& self, Call& call) {
-       return Self(self).SaveTextFileSafely(call.TextAt(0), call.TextAt(1), call.FlagAt(2),
-                                            call.ResultFlag());
-     },
-     {Required(L"path"), Required(L"text"), Required(L"quietIfDenied")}},
-};
-
-/// Puts `text` in the place of the text in the caller's variable, unless it holds that already.
+/// Replaces the text in the caller's variable by `text`, unless it is the same.
 void Assign(TextView text, BSTR& variable) {
   if (ViewOf(variable) == text) return;
   auto* const made = NewBstr(text);
@@ -84,74 +18,80 @@ void Assign(TextView text, BSTR& variable) {
   variable = made;
 }
 
+/// The settings folders and the text files as hosts see them. What the host passes to StartUp
+/// belongs to the thread, not to the object.
+class CoAppFiles final : public Coclass<CoAppFiles, _clsAppFiles, ::clsAppFiles> {
+ public:
+  STDMETHODIMP StartUp(IDispatch* hostObject, BSTR appFolderName, BSTR companyFolderName) override {
+    return Run([&] {
+      brindlex::StartUp(EnsureThreadState()->host, ObjectArg(hostObject), ViewOf(appFolderName),
+                        ViewOf(companyFolderName));
+    });
+  }
+
+  STDMETHODIMP GetWinSysDirFolder(IDispatch** result) override {
+    return RunFor(result, [&] { *result = ToResult(brindlex::GetWinSysDirFolder(ThePlatform())); });
+  }
+
+  STDMETHODIMP EnsureFolder(BSTR path, VARIANT_BOOL* result) override {
+    return RunFor(result, [&] {
+      *result = ToVariantBool(brindlex::EnsureFolder(ThePlatform(), ViewOf(path)));
+    });
+  }
+
+  STDMETHODIMP SettingsFolderAllUsers(BSTR* companyFolder, BSTR* result) override {
+    if (companyFolder == nullptr) return E_POINTER;
+    return RunFor(result, [&] {
+      // A reference of its own: the host may leave the apartment from inside its object.
+      const std::shared_ptr<ThreadState> state = CurrentThreadState();
+      HostState none;
+      Text company(ViewOf(*companyFolder));
+      const Text folder = brindlex::SettingsFolderAllUsers(
+          ThePlatform(), state == nullptr ? none : state->host, ThreadFolderCache(), company);
+      Bstr made(folder);
+      Assign(company, *companyFolder);
+      *result = made.Detach();
+    });
+  }
+
+  STDMETHODIMP SaveTextFile(BSTR path, BSTR text, VARIANT_BOOL quietIfDenied,
+                            VARIANT_BOOL* result) override {
+    return RunFor(result, [&] {
+      *result = ToVariantBool(brindlex::SaveTextFile(ThePlatform(), ViewOf(path), ViewOf(text),
+                                                     quietIfDenied != VARIANT_FALSE));
+    });
+  }
+
+  STDMETHODIMP ReadTextFile(BSTR path, VARIANT_BOOL quietIfMissing, BSTR* result) override {
+    return RunFor(result, [&] {
+      *result = NewBstr(
+          brindlex::ReadTextFile(ThePlatform(), ViewOf(path), quietIfMissing != VARIANT_FALSE));
+    });
+  }
+
+  STDMETHODIMP FileNameFromPath(BSTR path, BSTR* result) override {
+    return RunFor(result, [&] {
+      *result = NewBstr(brindlex::FileNameFromPath(ThePlatform(), ViewOf(path)));
+    });
+  }
+
+  STDMETHODIMP CopyFileKeepAttributes(BSTR source, BSTR destination) override {
+    return Run([&] {
+      brindlex::CopyFileKeepAttributes(ThePlatform(), ViewOf(source), ViewOf(destination));
+    });
+  }
+
+  STDMETHODIMP SaveTextFileSafely(BSTR path, BSTR text, VARIANT_BOOL quietIfDenied,
+                                  VARIANT_BOOL* result) override {
+    return RunFor(result, [&] {
+      *result = ToVariantBool(brindlex::SaveTextFileSafely(
+          ThePlatform(), ViewOf(path), ViewOf(text), quietIfDenied != VARIANT_FALSE));
+    });
+  }
+};
+
 }  // namespace
 
-const std::span<const Member> CoAppFiles::kMembers = kAppFilesMembers;
-
-STDMETHODIMP CoAppFiles::StartUp(IDispatch* hostObject, BSTR appFolderName,
-                                 BSTR companyFolderName) {
-  return Run([&] {
-    brindlex::StartUp(EnsureThreadState()->host, GivenObject(hostObject), ViewOf(appFolderName),
-                      ViewOf(companyFolderName));
-  });
-}
-
-STDMETHODIMP CoAppFiles::GetWinSysDirFolder(IDispatch** result) {
-  return RunFor(result, [&] { *result = HandedOut(brindlex::GetWinSysDirFolder(ThePlatform())); });
-}
-
-STDMETHODIMP CoAppFiles::EnsureFolder(BSTR path, VARIANT_BOOL* result) {
-  return RunFor(result,
-                [&] { *result = FlagOf(brindlex::EnsureFolder(ThePlatform(), ViewOf(path))); });
-}
-
-STDMETHODIMP CoAppFiles::SettingsFolderAllUsers(BSTR* companyFolder, BSTR* result) {
-  if (companyFolder == nullptr) return E_POINTER;
-  return RunFor(result, [&] {
-    // A reference of its own: the host may leave the apartment from inside its object.
-    const std::shared_ptr<ThreadState> state = CurrentThreadState();
-    HostState none;
-    Text company(ViewOf(*companyFolder));
-    const Text folder = brindlex::SettingsFolderAllUsers(
-        ThePlatform(), state == nullptr ? none : state->host, ThreadFolderCache(), company);
-    Bstr made(folder);
-    Assign(company, *companyFolder);
-    *result = made.Detach();
-  });
-}
-
-STDMETHODIMP CoAppFiles::SaveTextFile(BSTR path, BSTR text, VARIANT_BOOL quietIfDenied,
-                                      VARIANT_BOOL* result) {
-  return RunFor(result, [&] {
-    *result = FlagOf(brindlex::SaveTextFile(ThePlatform(), ViewOf(path), ViewOf(text),
-                                            quietIfDenied != VARIANT_FALSE));
-  });
-}
-
-STDMETHODIMP CoAppFiles::ReadTextFile(BSTR path, VARIANT_BOOL quietIfMissing, BSTR* result) {
-  return RunFor(result, [&] {
-    *result = NewBstr(
-        brindlex::ReadTextFile(ThePlatform(), ViewOf(path), quietIfMissing != VARIANT_FALSE));
-  });
-}
-
-STDMETHODIMP CoAppFiles::FileNameFromPath(BSTR path, BSTR* result) {
-  return RunFor(
-      result, [&] { *result = NewBstr(brindlex::FileNameFromPath(ThePlatform(), ViewOf(path))); });
-}
-
-STDMETHODIMP CoAppFiles::CopyFileKeepAttributes(BSTR source, BSTR destination) {
-  return Run([&] {
-    brindlex::CopyFileKeepAttributes(ThePlatform(), ViewOf(source), ViewOf(destination));
-  });
-}
-
-STDMETHODIMP CoAppFiles::SaveTextFileSafely(BSTR path, BSTR text, VARIANT_BOOL quietIfDenied,
-                                            VARIANT_BOOL* result) {
-  return RunFor(result, [&] {
-    *result = FlagOf(brindlex::SaveTextFileSafely(ThePlatform(), ViewOf(path), ViewOf(text),
-                                                  quietIfDenied != VARIANT_FALSE));
-  });
-}
+IDispatch* NewAppFiles() { return new CoAppFiles; }
 
 }  // namespace brindlex

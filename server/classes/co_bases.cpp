@@ -1,85 +1,35 @@
-#include "server/classes/co_bases.h"
-
 #include "bases/bases.h"
 #include "bases/double_bits.h"
 #include "platform/win32/automation/floating_point_scope.h"
 #include "platform/win32/automation/number_text.h"
-#include "server/com/given_number.h"
+#include "server/Brindlex.h"
+#include "server/classes/classes.h"
+#include "server/classes/number_arg.h"
+#include "server/com/coclass.h"
 #include "server/runtime/never_destroyed.h"
 
 namespace brindlex {
 namespace {
-
-CoBases& Self(IDispatch& self) { return static_cast<CoBases&>(self); }
-
-constexpr ConversionLimits kDefaults;
-
-constexpr Member kBasesMembers[] = {
-    {L"ConvertBase",
-     1,
-     DISPATCH_METHOD,
-     [](IDispatch& self, Call& call) {
-       return Self(self).ConvertBase(call.ValueAt(0), call.LongAt(1), call.LongAt(2),
-                                     call.LongVariableAt(3, kDefaults.maxFractionDigits),
-                                     call.DoubleVariableAt(4, kDefaults.tolerance),
-                                     call.LongVariableAt(5, kDefaults.groupSize),
-                                     call.ResultValue());
-     },
-     {Required(L"Number"), Required(L"FromBase"), Required(L"ToBase"),
-      Optional(L"MaxFractionDigits"), Optional(L"Tolerance"), Optional(L"GroupSize")}},
-    {L"ConvertDec2Base",
-     2,
-     DISPATCH_METHOD,
-     [](IDispatch& self, Call& call) {
-       return Self(self).ConvertDec2Base(
-           call.ValueAt(0), call.LongAt(1), call.LongVariableAt(2, kDefaults.maxFractionDigits),
-           call.DoubleVariableAt(3, kDefaults.tolerance),
-           call.LongVariableAt(4, kDefaults.groupSize), call.ResultText());
-     },
-     {Required(L"Number"), Required(L"Base"), Optional(L"MaxFractionDigits"),
-      Optional(L"Tolerance"), Optional(L"GroupSize")}},
-    {L"ConvertBase2Dec",
-     3,
-     DISPATCH_METHOD,
-     [](IDispatch& self, Call& call) {
-       return Self(self).ConvertBase2Dec(call.TextAt(0), call.LongAt(1), call.ResultDouble());
-     },
-     {Required(L"Text"), Required(L"Base")}},
-    {L"ConvertDigit",
-     4,
-     DISPATCH_METHOD,
-     [](IDispatch& self, Call& call) {
-       return Self(self).ConvertDigit(call.LongAt(0), call.LongAt(1), call.ResultText());
-     },
-     {Required(L"Digit"), Required(L"Base")}},
-    {L"DeconvertDigit",
-     5,
-     DISPATCH_METHOD,
-     [](IDispatch& self, Call& call) {
-       return Self(self).DeconvertDigit(call.TextAt(0), call.LongAt(1), call.ResultLong());
-     },
-     {Required(L"DigitText"), Required(L"Base")}},
-};
 
 const NumberText& Reading() {
   static const NeverDestroyed<Win32NumberText> reading;
   return reading.Get();
 }
 
-/// The limits in the caller's variables. At its end, whatever that is, the tolerance goes back
-/// where it has become another.
-class GivenLimits {
+/// The limits in the caller's variables. A tolerance that was changed is written back at the end,
+/// whether the call succeeds or fails.
+class LimitsArg {
  public:
-  GivenLimits(const long* maxFractionDigits, double* tolerance, const long* groupSize)
+  LimitsArg(const long* maxFractionDigits, double* tolerance, const long* groupSize)
       : tolerance_(tolerance) {
     if (maxFractionDigits != nullptr) limits_.maxFractionDigits = *maxFractionDigits;
     if (tolerance != nullptr) limits_.tolerance = *tolerance;
     if (groupSize != nullptr) limits_.groupSize = *groupSize;
     before_ = limits_.tolerance;
   }
-  GivenLimits(const GivenLimits&) = delete;
-  GivenLimits& operator=(const GivenLimits&) = delete;
-  ~GivenLimits() {
+  LimitsArg(const LimitsArg&) = delete;
+  LimitsArg& operator=(const LimitsArg&) = delete;
+  ~LimitsArg() {
     // By the bits: 0 and -0 are equal, yet not the same.
     if (tolerance_ != nullptr && BitsOf(limits_.tolerance) != BitsOf(before_)) {
       *tolerance_ = limits_.tolerance;
@@ -94,58 +44,63 @@ class GivenLimits {
   double before_ = 0;
 };
 
+/// The number bases as hosts see them. Errors are raised to the host, none is reported in a box.
+/// The optional arguments are passed by reference: a null pointer means the default. The tolerance
+/// is replaced by its absolute value if the conversion reaches it, even if the call then fails.
+class CoBases final : public Coclass<CoBases, _clsBases, ::clsBases> {
+ public:
+  STDMETHODIMP ConvertBase(VARIANT number, long fromBase, long toBase, long* maxFractionDigits,
+                           double* tolerance, long* groupSize, VARIANT* result) override {
+    return RunFor(result, [&] {
+      const NumberArg value(number);
+      const FloatingPointScope ownEnvironment;
+      LimitsArg limits(maxFractionDigits, tolerance, groupSize);
+      DigitBuffer text;
+      const auto converted =
+          brindlex::ConvertBase(value, fromBase, toBase, limits.Get(), Reading(), text);
+      if (converted) {
+        result->dblVal = *converted;
+        result->vt = VT_R8;
+      } else {
+        result->bstrVal = NewBstr(text.View());
+        result->vt = VT_BSTR;
+      }
+    });
+  }
+
+  STDMETHODIMP ConvertDec2Base(VARIANT number, long base, long* maxFractionDigits,
+                               double* tolerance, long* groupSize, BSTR* result) override {
+    return RunFor(result, [&] {
+      const NumberArg value(number);
+      const FloatingPointScope ownEnvironment;
+      LimitsArg limits(maxFractionDigits, tolerance, groupSize);
+      DigitBuffer text;
+      brindlex::ConvertDec2Base(value, base, limits.Get(), Reading(), text);
+      *result = NewBstr(text.View());
+    });
+  }
+
+  STDMETHODIMP ConvertBase2Dec(BSTR text, long base, double* result) override {
+    return RunFor(result, [&] {
+      const FloatingPointScope ownEnvironment;
+      *result = brindlex::ConvertBase2Dec(ViewOf(text), base, Reading());
+    });
+  }
+
+  STDMETHODIMP ConvertDigit(long digit, long base, BSTR* result) override {
+    return RunFor(result, [&] { *result = NewBstr(brindlex::ConvertDigit(digit, base)); });
+  }
+
+  STDMETHODIMP DeconvertDigit(BSTR digitText, long base, long* result) override {
+    return RunFor(result, [&] {
+      const FloatingPointScope ownEnvironment;
+      *result = brindlex::DeconvertDigit(ViewOf(digitText), base, Reading());
+    });
+  }
+};
+
 }  // namespace
 
-const std::span<const Member> CoBases::kMembers = kBasesMembers;
-
-STDMETHODIMP CoBases::ConvertBase(VARIANT number, long fromBase, long toBase,
-                                  long* maxFractionDigits, double* tolerance, long* groupSize,
-                                  VARIANT* result) {
-  return RunFor(result, [&] {
-    const GivenNumber given(number);
-    const FloatingPointScope ownEnvironment;
-    GivenLimits limits(maxFractionDigits, tolerance, groupSize);
-    DigitBuffer text;
-    const auto value =
-        brindlex::ConvertBase(given, fromBase, toBase, limits.Get(), Reading(), text);
-    if (value) {
-      result->dblVal = *value;
-      result->vt = VT_R8;
-    } else {
-      result->bstrVal = NewBstr(text.View());
-      result->vt = VT_BSTR;
-    }
-  });
-}
-
-STDMETHODIMP CoBases::ConvertDec2Base(VARIANT number, long base, long* maxFractionDigits,
-                                      double* tolerance, long* groupSize, BSTR* result) {
-  return RunFor(result, [&] {
-    const GivenNumber given(number);
-    const FloatingPointScope ownEnvironment;
-    GivenLimits limits(maxFractionDigits, tolerance, groupSize);
-    DigitBuffer text;
-    brindlex::ConvertDec2Base(given, base, limits.Get(), Reading(), text);
-    *result = NewBstr(text.View());
-  });
-}
-
-STDMETHODIMP CoBases::ConvertBase2Dec(BSTR text, long base, double* result) {
-  return RunFor(result, [&] {
-    const FloatingPointScope ownEnvironment;
-    *result = brindlex::ConvertBase2Dec(ViewOf(text), base, Reading());
-  });
-}
-
-STDMETHODIMP CoBases::ConvertDigit(long digit, long base, BSTR* result) {
-  return RunFor(result, [&] { *result = NewBstr(brindlex::ConvertDigit(digit, base)); });
-}
-
-STDMETHODIMP CoBases::DeconvertDigit(BSTR digitText, long base, long* result) {
-  return RunFor(result, [&] {
-    const FloatingPointScope ownEnvironment;
-    *result = brindlex::DeconvertDigit(ViewOf(digitText), base, Reading());
-  });
-}
+IDispatch* NewBases() { return new CoBases; }
 
 }  // namespace brindlex

@@ -3,41 +3,14 @@
 #include <limits>
 #include <utility>
 
-#include "platform/win32/automation/dispatch_family.h"
+#include "platform/win32/automation/dispatch_adapter.h"
 #include "platform/win32/automation/hresult.h"
+#include "server/classes/classes.h"
+#include "server/classes/the_platform.h"
 #include "server/com/counted_object.h"
-#include "server/com/the_platform.h"
 
 namespace brindlex {
 namespace {
-
-CoCollection& Self(IDispatch& self) { return static_cast<CoCollection&>(self); }
-
-constexpr Member kCollectionMembers[] = {
-    {L"Item",
-     DISPID_VALUE,
-     DISPATCH_PROPERTYGET,
-     [](IDispatch& self, Call& call) {
-       return Self(self).get_Item(call.ValueAt(0), call.ResultValue());
-     },
-     {Required(L"Index")}},
-    {L"Add",
-     1,
-     DISPATCH_METHOD,
-     [](IDispatch& self, Call& call) {
-       return Self(self).Add(call.ValueAt(0), call.ValueAt(1), call.ValueAt(2), call.ValueAt(3));
-     },
-     {Required(L"Item"), Optional(L"Key"), Optional(L"Before"), Optional(L"After")}},
-    {L"Count", 2, DISPATCH_PROPERTYGET,
-     [](IDispatch& self, Call& call) { return Self(self).get_Count(call.ResultLong()); }},
-    {L"Remove",
-     3,
-     DISPATCH_METHOD,
-     [](IDispatch& self, Call& call) { return Self(self).Remove(call.ValueAt(0)); },
-     {Required(L"Index")}},
-    {L"_NewEnum", DISPID_NEWENUM, DISPATCH_PROPERTYGET,
-     [](IDispatch& self, Call& call) { return Self(self).get__NewEnum(call.ResultUnknown()); }},
-};
 
 bool IsOmitted(const VARIANT& argument) { return IsMissing(argument) || argument.vt == VT_EMPTY; }
 
@@ -45,7 +18,7 @@ bool IsOmitted(const VARIANT& argument) { return IsMissing(argument) || argument
 const BSTR* TextIn(const VARIANT& argument) {
   const VARIANT& actual = Dereferenced(argument);
   if (actual.vt == VT_BSTR) return &actual.bstrVal;
-  // Null when the reference leads nowhere.
+  // Null when the reference is null.
   if (actual.vt == (VT_BSTR | VT_BYREF)) return actual.pbstrVal;
   return nullptr;
 }
@@ -57,37 +30,37 @@ std::optional<TextView> KeyIn(const VARIANT& argument) {
   return ViewOf(*text);
 }
 
-/// A walk over the positions of a collection, which it keeps alive.
-class EntryWalk final : public CountedObject<EntryWalk, IEnumVARIANT> {
+/// Enumerates a collection by position, and keeps it alive.
+class EntryEnumerator final : public CountedObject<EntryEnumerator, IEnumVARIANT> {
  public:
-  EntryWalk(CoCollection& collection, std::size_t passed)
-      : collection_(&collection), passed_(passed) {}
+  EntryEnumerator(CoCollection& collection, std::size_t position)
+      : collection_(&collection), position_(position) {}
 
   STDMETHODIMP Next(ULONG wanted, VARIANT* entries, ULONG* fetched) override {
     if (fetched != nullptr) *fetched = 0;
     if (entries == nullptr || (fetched == nullptr && wanted != 1)) return E_POINTER;
     ULONG count = 0;
-    for (; count < wanted && passed_ < All().Count(); ++count) {
+    for (; count < wanted && position_ < All().Count(); ++count) {
       VariantInit(&entries[count]);
-      const HRESULT status = CopyValue(entries[count], All().At(passed_ + 1).Get());
+      const HRESULT status = CopyValue(entries[count], All().At(position_ + 1).Get());
       if (FAILED(status)) return GiveUp(entries, count, status);
-      ++passed_;
+      ++position_;
     }
     if (fetched != nullptr) *fetched = count;
     return count == wanted ? S_OK : S_FALSE;
   }
   STDMETHODIMP Skip(ULONG count) override {
-    const std::size_t left = All().Count() - std::min(passed_, All().Count());
-    passed_ += std::min<std::size_t>(count, left);
+    const std::size_t left = All().Count() - std::min(position_, All().Count());
+    position_ += std::min<std::size_t>(count, left);
     return count <= left ? S_OK : S_FALSE;
   }
   STDMETHODIMP Reset() override {
-    passed_ = 0;
+    position_ = 0;
     return S_OK;
   }
   STDMETHODIMP Clone(IEnumVARIANT** result) override {
     if (result == nullptr) return E_POINTER;
-    *result = new (std::nothrow) EntryWalk(*collection_.Get(), passed_);
+    *result = new (std::nothrow) EntryEnumerator(*collection_.Get(), position_);
     return *result == nullptr ? E_OUTOFMEMORY : S_OK;
   }
 
@@ -95,21 +68,19 @@ class EntryWalk final : public CountedObject<EntryWalk, IEnumVARIANT> {
   const KeyedList<Variant>& All() const { return collection_->Entries(); }
 
   HRESULT GiveUp(VARIANT* entries, ULONG count, HRESULT status) {
-    passed_ -= count;
+    position_ -= count;
     while (count > 0) VariantClear(&entries[--count]);
     return status;
   }
 
   ComPtr<CoCollection> collection_;
-  std::size_t passed_;
+  std::size_t position_;
 };
 
 }  // namespace
 
-const std::span<const Member> CoCollection::kMembers = kCollectionMembers;
-
 CoCollection::~CoCollection() {
-  // An entry that ends may use the collection, which is empty and whole by then.
+  // An entry that ends may use the collection, which is empty and consistent by then.
   while (entries_.Count() > 0) const auto ended = std::exchange(entries_, {});
 }
 
@@ -157,21 +128,21 @@ STDMETHODIMP CoCollection::get_Count(long* result) {
 
 STDMETHODIMP CoCollection::Remove(VARIANT index) {
   return Run([&] {
-    // Released at the end of this scope, when the collection is whole again.
+    // Released at the end of this scope, when the collection is consistent again.
     const Variant removed = entries_.Remove(PositionOf(index));
   });
 }
 
 STDMETHODIMP CoCollection::get__NewEnum(IUnknown** result) {
-  return RunFor(result, [&] { *result = new EntryWalk(*this, 0); });
+  return RunFor(result, [&] { *result = new EntryEnumerator(*this, 0); });
 }
 
 namespace {
 
-/// A walk over the positions of a CoCollection, which it keeps alive.
-class OwnWalk : public Enumerator {
+/// Enumerates a CoCollection by position, and keeps it alive.
+class DirectEnumerator : public Enumerator {
  public:
-  explicit OwnWalk(ComPtr<CoCollection> collection) : collection_(std::move(collection)) {}
+  explicit DirectEnumerator(ComPtr<CoCollection> collection) : collection_(std::move(collection)) {}
 
   bool NextObject(Object& entry) override {
     const VARIANT* const next = Next();
@@ -183,19 +154,23 @@ class OwnWalk : public Enumerator {
   bool NextText(Text& entry) override {
     const VARIANT* const next = Next();
     if (next == nullptr) return false;
-    // A copy, since an object that is asked for its text may take itself out.
-    entry = TextOf(Variant(*next).Get());
+    if (next->vt == VT_BSTR) {
+      entry = ViewOf(next->bstrVal);
+    } else {
+      // A copy, since an object that is asked for its text may take itself out.
+      entry = TextOf(Variant(*next).Get());
+    }
     return true;
   }
 
  private:
   const VARIANT* Next() {
     const KeyedList<Variant>& all = collection_->Entries();
-    return passed_ < all.Count() ? &all.At(++passed_).Get() : nullptr;
+    return position_ < all.Count() ? &all.At(++position_).Get() : nullptr;
   }
 
   ComPtr<CoCollection> collection_;
-  std::size_t passed_ = 0;
+  std::size_t position_ = 0;
 };
 
 /// A CoCollection, without the way through IDispatch.
@@ -206,10 +181,15 @@ class DirectCollection : public Collection {
   std::int32_t Count() const override { return static_cast<std::int32_t>(All().Count()); }
 
   std::unique_ptr<Enumerator> Enumerate() const override {
-    return std::make_unique<OwnWalk>(collection_);
+    return std::make_unique<DirectEnumerator>(collection_);
   }
 
-  Text TextUnder(TextView key) const override { return TextOf(Variant(All().At(key).Get()).Get()); }
+  Text TextUnder(TextView key) const override {
+    const VARIANT& entry = All().At(key).Get();
+    if (entry.vt == VT_BSTR) return Text(ViewOf(entry.bstrVal));
+    // A copy, since an object that is asked for its text may take itself out.
+    return TextOf(Variant(entry).Get());
+  }
 
   Object ObjectUnder(TextView key) const override {
     return ThePlatform().Dispatch().Wrap(ObjectOf(All().At(key).Get()));
@@ -252,5 +232,7 @@ CollectionRef CollectionOf(IDispatch* collection) {
 CollectionRef MakeCollection() {
   return std::make_shared<DirectCollection>(ComPtr<CoCollection>::Adopt(new CoCollection));
 }
+
+IDispatch* NewCollection() { return new CoCollection; }
 
 }  // namespace brindlex

@@ -10,7 +10,8 @@ namespace brindlex {
 
 class CoCollection;
 
-/// By what the component knows a collection of its own again. It is in no type library.
+/// The interface by which the component recognizes a collection of its own. It is in no type
+/// library.
 struct IOwnCollection : IUnknown {
   static constexpr IID kId = {
       0x763A3EED, 0x9EF1, 0x4C8E, {0xB9, 0xA7, 0xB1, 0x72, 0x8E, 0x41, 0x6E, 0x43}};
@@ -22,8 +23,6 @@ struct IOwnCollection : IUnknown {
 class CoCollection final
     : public Coclass<CoCollection, _clsCollection, ::clsCollection, IOwnCollection> {
  public:
-  static const std::span<const Member> kMembers;
-
   CoCollection() = default;
   ~CoCollection();
 
@@ -49,7 +48,7 @@ class CoCollection final
 /// IDispatch; null is no collection.
 CollectionRef CollectionOf(IDispatch* collection);
 
-/// A new, empty CoCollection, as the component's operations fill and hand out collections.
+/// A new, empty CoCollection, which the component's operations fill and return.
 CollectionRef MakeCollection();
 
 }  // namespace brindlex

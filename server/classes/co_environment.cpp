@@ -1,77 +1,56 @@
-#include "server/classes/co_environment.h"
-
 #include "environment/mod_get_os.h"
 #include "environment/mod_system_folders.h"
-#include "server/com/the_platform.h"
-#include "server/com/thread_state.h"
-#include "server/com/values.h"
+#include "server/Brindlex.h"
+#include "server/classes/arguments.h"
+#include "server/classes/classes.h"
+#include "server/classes/the_platform.h"
+#include "server/classes/thread_state.h"
+#include "server/com/coclass.h"
 
 namespace brindlex {
 namespace {
 
-CoEnvironment& Self(IDispatch& self) { return static_cast<CoEnvironment&>(self); }
+/// The probes of the system as hosts see them.
+class CoEnvironment final : public Coclass<CoEnvironment, _clsEnvironment, ::clsEnvironment> {
+ public:
+  STDMETHODIMP GetOsName(BSTR* result) override {
+    return RunFor(result, [&] { *result = NewBstr(brindlex::GetOsName(ThePlatform())); });
+  }
 
-constexpr Member kEnvironmentMembers[] = {
-    {L"GetOsName", 1, DISPATCH_METHOD,
-     [](IDispatch& self, Call& call) { return Self(self).GetOsName(call.ResultText()); }},
-    {L"IsWindowsVista", 2, DISPATCH_METHOD,
-     [](IDispatch& self, Call& call) { return Self(self).IsWindowsVista(call.ResultFlag()); }},
-    {L"FindSystemFolder",
-     3,
-     DISPATCH_METHOD,
-     [](IDispatch& self, Call& call) {
-       return Self(self).FindSystemFolder(call.LongAt(0), call.ResultText());
-     },
-     {Required(L"csidl")}},
-    {L"ReportListener", 4, DISPATCH_PROPERTYGET,
-     [](IDispatch& self, Call& call) {
-       return Self(self).get_ReportListener(call.ResultObject<IDispatch>());
-     }},
-    {L"ReportListener",
-     4,
-     DISPATCH_PROPERTYPUT | DISPATCH_PROPERTYPUTREF,
-     [](IDispatch& self, Call& call) {
-       return Self(self).putref_ReportListener(call.IsNothingAt(0) ? nullptr : call.ObjectAt(0));
-     },
-     {Required(L"Value")}},
+  STDMETHODIMP IsWindowsVista(VARIANT_BOOL* result) override {
+    return RunFor(result,
+                  [&] { *result = ToVariantBool(brindlex::IsWindowsVista(ThePlatform())); });
+  }
+
+  STDMETHODIMP FindSystemFolder(long csidl, BSTR* result) override {
+    return RunFor(result,
+                  [&] { *result = NewBstr(brindlex::FindSystemFolder(ThePlatform(), csidl)); });
+  }
+
+  STDMETHODIMP get_ReportListener(IDispatch** result) override {
+    return RunFor(result, [&] {
+      const auto state = CurrentThreadState();
+      if (state == nullptr || state->listener == nullptr) return;
+      *result = ComPtr<IDispatch>(state->listener->Object()).Detach();
+    });
+  }
+
+  STDMETHODIMP putref_ReportListener(IDispatch* value) override {
+    return Run([&] {
+      const auto state = value == nullptr ? CurrentThreadState() : EnsureThreadState();
+      if (state == nullptr) return;
+      // The former one is released last: its end may call in again.
+      auto listener =
+          value == nullptr ? nullptr : std::make_shared<DispatchListener>(ComPtr<IDispatch>(value));
+      std::swap(state->listener, listener);
+      listener = nullptr;
+      ForgetEmptyThreadState();
+    });
+  }
 };
 
 }  // namespace
 
-const std::span<const Member> CoEnvironment::kMembers = kEnvironmentMembers;
-
-STDMETHODIMP CoEnvironment::GetOsName(BSTR* result) {
-  return RunFor(result, [&] { *result = NewBstr(brindlex::GetOsName(ThePlatform())); });
-}
-
-STDMETHODIMP CoEnvironment::IsWindowsVista(VARIANT_BOOL* result) {
-  return RunFor(result, [&] { *result = FlagOf(brindlex::IsWindowsVista(ThePlatform())); });
-}
-
-STDMETHODIMP CoEnvironment::FindSystemFolder(long csidl, BSTR* result) {
-  return RunFor(result,
-                [&] { *result = NewBstr(brindlex::FindSystemFolder(ThePlatform(), csidl)); });
-}
-
-STDMETHODIMP CoEnvironment::get_ReportListener(IDispatch** result) {
-  return RunFor(result, [&] {
-    const auto state = CurrentThreadState();
-    if (state == nullptr || state->listener == nullptr) return;
-    *result = ComPtr<IDispatch>(state->listener->Object()).Detach();
-  });
-}
-
-STDMETHODIMP CoEnvironment::putref_ReportListener(IDispatch* value) {
-  return Run([&] {
-    const auto state = value == nullptr ? CurrentThreadState() : EnsureThreadState();
-    if (state == nullptr) return;
-    // The one that was there goes last: its end may call in again.
-    auto listener =
-        value == nullptr ? nullptr : std::make_shared<DispatchListener>(ComPtr<IDispatch>(value));
-    std::swap(state->listener, listener);
-    listener = nullptr;
-    ForgetEmptyThreadState();
-  });
-}
+IDispatch* NewEnvironment() { return new CoEnvironment; }
 
 }  // namespace brindlex

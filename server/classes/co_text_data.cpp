@@ -1,77 +1,64 @@
-#include "server/classes/co_text_data.h"
-
-#include "server/com/the_platform.h"
-#include "server/com/values.h"
+#include "persistence/text_data.h"
+#include "platform/win32/automation/record_texts.h"
+#include "server/Brindlex.h"
+#include "server/classes/arguments.h"
+#include "server/classes/classes.h"
+#include "server/classes/the_platform.h"
+#include "server/com/coclass.h"
 
 namespace brindlex {
 namespace {
 
-CoTextData& Record(IDispatch& self) { return static_cast<CoTextData&>(self); }
+/// The component's own record as hosts see it.
+class CoTextData final : public Coclass<CoTextData, _clsTextData, ::clsTextData, IRecordTexts> {
+ public:
+  STDMETHODIMP get_DataString(BSTR* result) override {
+    return RunFor(result, [&] { *result = NewBstr(data_.DataString); });
+  }
 
-constexpr Member kTextDataMembers[] = {
-    {L"DataString", 1, DISPATCH_PROPERTYGET,
-     [](IDispatch& self, Call& call) { return Record(self).get_DataString(call.ResultText()); }},
-    {L"DataString",
-     1,
-     DISPATCH_PROPERTYPUT,
-     [](IDispatch& self, Call& call) { return Record(self).put_DataString(call.TextAt(0)); },
-     {Required(L"Value")}},
-    {L"Name", 2, DISPATCH_PROPERTYGET,
-     [](IDispatch& self, Call& call) { return Record(self).get_Name(call.ResultText()); }},
-    {L"Name",
-     2,
-     DISPATCH_PROPERTYPUT,
-     [](IDispatch& self, Call& call) { return Record(self).put_Name(call.TextAt(0)); },
-     {Required(L"Value")}},
-    {L"GetMemberNames", 3, DISPATCH_METHOD,
-     [](IDispatch& self, Call& call) {
-       return Record(self).GetMemberNames(call.ResultObject<_clsCollection>());
-     }},
+  STDMETHODIMP put_DataString(BSTR value) override {
+    return Run([&] { data_.DataString = ViewOf(value); });
+  }
+
+  STDMETHODIMP get_Name(BSTR* result) override {
+    return RunFor(result, [&] { *result = NewBstr(data_.Name); });
+  }
+
+  STDMETHODIMP put_Name(BSTR value) override {
+    return Run([&] { data_.Name = ViewOf(value); });
+  }
+
+  STDMETHODIMP GetMemberNames(_clsCollection** result) override {
+    return RunFor(result, [&] { *result = ToResult(clsTextData::GetMemberNames(ThePlatform())); });
+  }
+
+  std::size_t PositionOf(TextView name) const noexcept override {
+    const clsTextData::Property* const property = clsTextData::FindProperty(name);
+    if (property == nullptr) return kNone;
+    return static_cast<std::size_t>(property - clsTextData::kProperties.data());
+  }
+
+  Text& TextAt(std::size_t position) noexcept override {
+    return data_.*clsTextData::kProperties[position].text;
+  }
+
+ private:
+  clsTextData data_;
 };
 
-constexpr Member kCreateTextDataMembers[] = {
-    {L"GetNewObject", 1, DISPATCH_METHOD,
-     [](IDispatch& self, Call& call) {
-       return static_cast<CoCreateTextData&>(self).GetNewObject(call.ResultObject<_clsTextData>());
-     }},
+/// The creator of CoTextData.
+class CoCreateTextData final
+    : public Coclass<CoCreateTextData, _clsCreateTextData, ::clsCreateTextData> {
+ public:
+  STDMETHODIMP GetNewObject(_clsTextData** result) override {
+    return RunFor(result, [&] { *result = new CoTextData; });
+  }
 };
 
 }  // namespace
 
-const std::span<const Member> CoTextData::kMembers = kTextDataMembers;
-const std::span<const Member> CoCreateTextData::kMembers = kCreateTextDataMembers;
+IDispatch* NewTextData() { return new CoTextData; }
 
-STDMETHODIMP CoTextData::get_DataString(BSTR* result) {
-  return RunFor(result, [&] { *result = NewBstr(data_.DataString); });
-}
-
-STDMETHODIMP CoTextData::put_DataString(BSTR value) {
-  return Run([&] { data_.DataString = ViewOf(value); });
-}
-
-STDMETHODIMP CoTextData::get_Name(BSTR* result) {
-  return RunFor(result, [&] { *result = NewBstr(data_.Name); });
-}
-
-STDMETHODIMP CoTextData::put_Name(BSTR value) {
-  return Run([&] { data_.Name = ViewOf(value); });
-}
-
-STDMETHODIMP CoTextData::GetMemberNames(_clsCollection** result) {
-  return RunFor(result, [&] { *result = HandedOut(clsTextData::GetMemberNames(ThePlatform())); });
-}
-
-std::size_t CoTextData::PositionOf(TextView name) const noexcept {
-  if (EqualIgnoringCase(name, u"DataString")) return 0;
-  return EqualIgnoringCase(name, u"Name") ? 1 : kNone;
-}
-
-Text& CoTextData::TextAt(std::size_t position) noexcept {
-  return position == 0 ? data_.DataString : data_.Name;
-}
-
-STDMETHODIMP CoCreateTextData::GetNewObject(_clsTextData** result) {
-  return RunFor(result, [&] { *result = new CoTextData; });
-}
+IDispatch* NewCreateTextData() { return new CoCreateTextData; }
 
 }  // namespace brindlex

@@ -34,11 +34,13 @@ std::size_t RequiredCount(const Member& member) {
       [](const Parameter& parameter) { return parameter.name != nullptr && !parameter.optional; }));
 }
 
-/// Whether two texts, or two numbers of one type, are the same to the bit.
+/// Whether two texts, two objects, or two numbers of one type, are the same to the bit.
 bool IsSame(const VARIANT& left, const VARIANT& right) {
   switch (left.vt) {
     case VT_BSTR:
       return ViewOf(left.bstrVal) == ViewOf(right.bstrVal);
+    case VT_DISPATCH:
+      return left.pdispVal == right.pdispVal;
     case VT_I4:
       return left.lVal == right.lVal;
     default:
@@ -46,12 +48,15 @@ bool IsSame(const VARIANT& left, const VARIANT& right) {
   }
 }
 
-/// Puts `value` into the variable of its type that `reference` refers to; a text changes places
-/// with the one there.
-void Assign(const VARIANT& reference, VARIANT& value) {
+/// Puts `value` into the variable of its type that `reference` refers to; a text or an object
+/// is exchanged with the one there.
+void AssignTo(const VARIANT& reference, VARIANT& value) {
   switch (value.vt) {
     case VT_BSTR:
       std::swap(*reference.pbstrVal, value.bstrVal);
+      break;
+    case VT_DISPATCH:
+      std::swap(*reference.ppdispVal, value.pdispVal);
       break;
     case VT_I4:
       *reference.plVal = value.lVal;
@@ -65,28 +70,26 @@ void Assign(const VARIANT& reference, VARIANT& value) {
 
 // ---- Arguments ---------------------------------------------------------------------------------
 
-Call::Call(const Member& member, const DISPPARAMS& given) : params_(given) {
+Call::Call(const Member& member, const DISPPARAMS& params) : params_(params) {
   const std::size_t count = ParameterCount(member);
-  if (given.cArgs > count || given.cNamedArgs > given.cArgs) {
+  if (params.cArgs > count || params.cNamedArgs > params.cArgs) {
     throw BadArgument{DISP_E_BADPARAMCOUNT};
   }
-  Sort(member, count);
+  Assign(member, count);
   RequireAll(member, count);
-  owned_.reserve(count);
-  variables_.reserve(count);
 }
 
-void Call::Sort(const Member& member, std::size_t count) {
+void Call::Assign(const Member& member, std::size_t count) {
   const bool isPut = (member.kind & DISPATCH_PROPERTYPUT) != 0;
-  for (UINT place = 0; place < params_.cArgs; ++place) {
-    std::size_t index = params_.cArgs - 1 - place;
-    if (place < params_.cNamedArgs) {
-      const DISPID name = params_.rgdispidNamedArgs[place];
+  for (UINT position = 0; position < params_.cArgs; ++position) {
+    std::size_t index = params_.cArgs - 1 - position;
+    if (position < params_.cNamedArgs) {
+      const DISPID name = params_.rgdispidNamedArgs[position];
       index = isPut && name == DISPID_PROPERTYPUT ? count - 1 : static_cast<std::size_t>(name);
-      if (index >= count) throw BadArgument{DISP_E_PARAMNOTFOUND, place};
+      if (index >= count) throw BadArgument{DISP_E_PARAMNOTFOUND, position};
     }
-    if (given_.at(index) != nullptr) throw BadArgument{DISP_E_BADPARAMCOUNT, place};
-    given_.at(index) = &params_.rgvarg[place];
+    if (arguments_.at(index) != nullptr) throw BadArgument{DISP_E_BADPARAMCOUNT, position};
+    arguments_.at(index) = &params_.rgvarg[position];
   }
 }
 
@@ -94,68 +97,71 @@ void Call::RequireAll(const Member& member, std::size_t count) const {
   if (params_.cArgs < RequiredCount(member)) throw BadArgument{DISP_E_BADPARAMCOUNT};
   for (std::size_t index = 0; index < count; ++index) {
     if (member.parameters.at(index).optional) continue;
-    if (given_.at(index) == nullptr || IsMissing(*given_.at(index))) {
-      throw BadArgument{DISP_E_PARAMNOTOPTIONAL, PlaceOf(index)};
+    if (arguments_.at(index) == nullptr || IsMissing(*arguments_.at(index))) {
+      throw BadArgument{DISP_E_PARAMNOTOPTIONAL, CallerPositionOf(index)};
     }
   }
 }
 
-std::optional<UINT> Call::PlaceOf(std::size_t index) const {
-  const VARIANT* const given = given_.at(index);
-  if (given == nullptr) return std::nullopt;
-  return static_cast<UINT>(given - params_.rgvarg);
+std::optional<UINT> Call::CallerPositionOf(std::size_t index) const {
+  const VARIANT* const argument = arguments_.at(index);
+  if (argument == nullptr) return std::nullopt;
+  return static_cast<UINT>(argument - params_.rgvarg);
 }
 
 VARIANT Call::ValueAt(std::size_t index) {
-  const VARIANT* const given = given_.at(index);
-  if (given == nullptr) {
+  const VARIANT* const argument = arguments_.at(index);
+  if (argument == nullptr) {
     VARIANT missing;
     missing.vt = VT_ERROR;
     missing.scode = DISP_E_PARAMNOTFOUND;
     return missing;
   }
-  if ((given->vt & VT_BYREF) == 0) return *given;
+  if ((argument->vt & VT_BYREF) == 0) return *argument;
   Variant copy;
-  const HRESULT status = CopyValue(copy.Get(), Dereferenced(*given));
-  if (FAILED(status)) throw BadArgument{status, PlaceOf(index)};
-  return owned_.emplace_back(std::move(copy)).Get();
+  const HRESULT status = CopyValue(copy.Get(), Dereferenced(*argument));
+  if (FAILED(status)) throw BadArgument{status, CallerPositionOf(index)};
+  return (NextOwned() = std::move(copy)).Get();
 }
 
 const VARIANT& Call::ConvertedAt(std::size_t index, VARTYPE type) {
-  const VARIANT& given = *given_.at(index);
-  if (given.vt == type) return given;
+  const VARIANT& argument = *arguments_.at(index);
+  if (argument.vt == type) return argument;
   Variant converted;
-  const HRESULT status = ChangeType(converted.Get(), Dereferenced(given), VARIANT_ALPHABOOL, type);
+  const HRESULT status =
+      ChangeType(converted.Get(), Dereferenced(argument), VARIANT_ALPHABOOL, type);
   // An object that does no automation is a value of the wrong type like any other.
-  if (status == E_NOINTERFACE) throw BadArgument{DISP_E_TYPEMISMATCH, PlaceOf(index)};
-  if (FAILED(status)) throw BadArgument{status, PlaceOf(index)};
-  return owned_.emplace_back(std::move(converted)).Get();
+  if (status == E_NOINTERFACE) throw BadArgument{DISP_E_TYPEMISMATCH, CallerPositionOf(index)};
+  if (FAILED(status)) throw BadArgument{status, CallerPositionOf(index)};
+  return (NextOwned() = std::move(converted)).Get();
 }
 
 BSTR Call::TextAt(std::size_t index) { return ConvertedAt(index, VT_BSTR).bstrVal; }
 
 IDispatch* Call::ObjectAt(std::size_t index) { return ConvertedAt(index, VT_DISPATCH).pdispVal; }
 
-bool Call::IsNothingAt(std::size_t index) const {
-  const VARTYPE type = Dereferenced(*given_.at(index)).vt;
-  return type == VT_NULL || type == VT_EMPTY;
+IDispatch* Call::ObjectOrNothingAt(std::size_t index) {
+  const VARTYPE type = Dereferenced(*arguments_.at(index)).vt;
+  return type == VT_NULL || type == VT_EMPTY ? nullptr : ObjectAt(index);
 }
 
 bool Call::IsLeftOut(std::size_t index) const {
-  const VARIANT* const given = given_.at(index);
-  return given == nullptr || IsMissing(*given) || Dereferenced(*given).vt == VT_EMPTY;
+  const VARIANT* const argument = arguments_.at(index);
+  return argument == nullptr || IsMissing(*argument) || Dereferenced(*argument).vt == VT_EMPTY;
 }
 
 VARIANT& Call::VariableAt(std::size_t index, VARTYPE type) {
   Variant before(ConvertedAt(index, type));
   Variant now(before.Get());
-  return variables_.emplace_back(Variable{given_.at(index), std::move(before), std::move(now)})
+  // The member holds pointers into it.
+  variables_.reserve(Member::kMostParameters);
+  return variables_.emplace_back(Variable{arguments_.at(index), std::move(before), std::move(now)})
       .now.Get();
 }
 
 long* Call::LongVariableAt(std::size_t index, long byDefault) {
   if (!IsLeftOut(index)) return &VariableAt(index, VT_I4).lVal;
-  VARIANT& number = owned_.emplace_back().Get();
+  VARIANT& number = NextOwned().Get();
   number.vt = VT_I4;
   number.lVal = byDefault;
   return &number.lVal;
@@ -163,7 +169,7 @@ long* Call::LongVariableAt(std::size_t index, long byDefault) {
 
 double* Call::DoubleVariableAt(std::size_t index, double byDefault) {
   if (!IsLeftOut(index)) return &VariableAt(index, VT_R8).dblVal;
-  VARIANT& number = owned_.emplace_back().Get();
+  VARIANT& number = NextOwned().Get();
   number.vt = VT_R8;
   number.dblVal = byDefault;
   return &number.dblVal;
@@ -173,11 +179,11 @@ void Call::WriteBack() {
   for (Variable& variable : variables_) {
     VARIANT& now = variable.now.Get();
     if (IsSame(variable.before.Get(), now)) continue;
-    const VARIANT& target = Dereferenced(*variable.given);
+    const VARIANT& target = Dereferenced(*variable.argument);
     if (target.vt == (VT_BYREF | now.vt)) {
-      Assign(target, now);
-    } else if (variable.given->vt == (VT_BYREF | VT_VARIANT)) {
-      std::swap(*variable.given->pvarVal, now);
+      AssignTo(target, now);
+    } else if (variable.argument->vt == (VT_BYREF | VT_VARIANT)) {
+      std::swap(*variable.argument->pvarVal, now);
     }
   }
 }
@@ -189,7 +195,7 @@ VARIANT& Call::Result(VARTYPE type) {
   return result;
 }
 
-void Call::HandOver(VARIANT* result) {
+void Call::MoveResult(VARIANT* result) {
   if (result == nullptr) return;
   *result = result_.Get();
   VariantInit(&result_.Get());
@@ -207,14 +213,14 @@ HRESULT GetIdsOfNames(std::span<const Member> members, REFIID reserved, LPOLESTR
   if (member == members.end()) return DISP_E_UNKNOWNNAME;
   ids[0] = member->id;
   HRESULT status = S_OK;
-  for (UINT place = 1; place < count; ++place) {
+  for (UINT position = 1; position < count; ++position) {
     const std::size_t parameters = ParameterCount(*member);
     for (std::size_t index = 0; index < parameters; ++index) {
-      if (SameName(member->parameters.at(index).name, names[place])) {
-        ids[place] = static_cast<DISPID>(index);
+      if (SameName(member->parameters.at(index).name, names[position])) {
+        ids[position] = static_cast<DISPID>(index);
       }
     }
-    if (ids[place] == DISPID_UNKNOWN) status = DISP_E_UNKNOWNNAME;
+    if (ids[position] == DISPID_UNKNOWN) status = DISP_E_UNKNOWNNAME;
   }
   return status;
 }
@@ -228,7 +234,7 @@ HRESULT Perform(const Member& member, IDispatch& self, const DISPPARAMS& params,
   // What a member has replaced stays replaced when it fails.
   call.WriteBack();
   if (FAILED(status)) return MoveErrorInfo(status, exception);
-  call.HandOver(result);
+  call.MoveResult(result);
   return status;
 }
 
@@ -247,7 +253,7 @@ HRESULT InvokeMember(std::span<const Member> members, IDispatch& self, DISPID id
   try {
     return Perform(*member, self, *params, result, exception);
   } catch (const BadArgument& bad) {
-    if (wrongArgument != nullptr && bad.place) *wrongArgument = *bad.place;
+    if (wrongArgument != nullptr && bad.position) *wrongArgument = *bad.position;
     return bad.status;
   } catch (...) {
     return MoveErrorInfo(ReportCaughtError(IID_IDispatch), exception);

@@ -35,41 +35,45 @@ struct Member {
   WORD kind;
   /// Calls the member through the vtable with the arguments of the call.
   HRESULT (*invoke)(IDispatch& self, Call& call);
-  /// In written order; unused places have no name.
+  /// In written order; unused elements have no name.
   std::array<Parameter, kMostParameters> parameters = {};
 };
 
-/// Thrown while arguments are taken: the status that IDispatch::Invoke returns for it, and the
-/// argument's place in the caller's own, reversed order, unless the fault is that of none.
+/// Thrown while arguments are read: the status that IDispatch::Invoke returns, and the argument's
+/// position in the caller's own, reversed order, unless no single argument is at fault.
 struct BadArgument {
   HRESULT status;
-  std::optional<UINT> place = std::nullopt;
+  std::optional<UINT> position = std::nullopt;
 };
 
-/// The arguments and the result of one call through IDispatch::Invoke. Arguments are taken by their
-/// place in written order and converted to the parameter's type. What is passed by reference is
+/// The arguments and the result of one call through IDispatch::Invoke. Arguments are read by their
+/// position in written order and converted to the parameter's type. What is passed by reference is
 /// copied, since the host may change its variable while the call runs; copies and converted values
 /// live as long as the call. Throws BadArgument.
 class Call {
  public:
-  /// Sorts the arguments of `given`, named ones included, to the parameters of `member`.
-  Call(const Member& member, const DISPPARAMS& given);
+  /// Assigns the arguments of `params`, named ones included, to the parameters of `member`.
+  Call(const Member& member, const DISPPARAMS& params);
   Call(const Call&) = delete;
   Call& operator=(const Call&) = delete;
   ~Call() = default;
 
-  /// As given; the marker of an omitted argument where it is omitted.
+  /// The argument itself; the marker of an omitted argument where it is omitted.
   VARIANT ValueAt(std::size_t index);
   BSTR TextAt(std::size_t index);
   IDispatch* ObjectAt(std::size_t index);
-  /// Whether it is Null or Empty, which script hosts pass that know no Nothing.
-  bool IsNothingAt(std::size_t index) const;
+  /// As ObjectAt; null for Null and Empty too, which script hosts pass that know no Nothing.
+  IDispatch* ObjectOrNothingAt(std::size_t index);
   VARIANT_BOOL FlagAt(std::size_t index) { return ConvertedAt(index, VT_BOOL).boolVal; }
   long LongAt(std::size_t index) { return ConvertedAt(index, VT_I4).lVal; }
 
-  /// A value of the call's own that the member may replace, for WriteBack to hand on. A number that
-  /// is omitted, or Empty, which is what script hosts pass for an undefined value, is `byDefault`.
+  /// A value of the call's own that the member may replace, which WriteBack writes back. A number
+  /// that is omitted, or Empty, which is what script hosts pass for an undefined value, is
+  /// `byDefault`.
   BSTR* TextVariableAt(std::size_t index) { return &VariableAt(index, VT_BSTR).bstrVal; }
+  IDispatch** ObjectVariableAt(std::size_t index) {
+    return &VariableAt(index, VT_DISPATCH).pdispVal;
+  }
   long* LongVariableAt(std::size_t index, long byDefault);
   double* DoubleVariableAt(std::size_t index, double byDefault);
 
@@ -78,7 +82,7 @@ class Call {
   /// is.
   void WriteBack();
 
-  /// Where the vtable method shall put its result.
+  /// Pointers for the vtable method's result.
   VARIANT* ResultValue() { return &result_.Get(); }
   BSTR* ResultText() { return &Result(VT_BSTR).bstrVal; }
   long* ResultLong() { return &Result(VT_I4).lVal; }
@@ -90,26 +94,29 @@ class Call {
     return reinterpret_cast<Interface**>(&Result(VT_DISPATCH).pdispVal);
   }
 
-  /// Moves the result to the caller, who may not want it.
-  void HandOver(VARIANT* result);
+  /// Moves the result to the caller; null if the caller wants none.
+  void MoveResult(VARIANT* result);
 
  private:
-  void Sort(const Member& member, std::size_t count);
+  void Assign(const Member& member, std::size_t count);
   void RequireAll(const Member& member, std::size_t count) const;
   const VARIANT& ConvertedAt(std::size_t index, VARTYPE type);
   VARIANT& VariableAt(std::size_t index, VARTYPE type);
   bool IsLeftOut(std::size_t index) const;
-  std::optional<UINT> PlaceOf(std::size_t index) const;
+  std::optional<UINT> CallerPositionOf(std::size_t index) const;
   VARIANT& Result(VARTYPE type);
 
   const DISPPARAMS& params_;
-  /// By place in written order; null where the argument is omitted.
-  std::array<const VARIANT*, Member::kMostParameters> given_ = {};
-  /// What the call had to copy or convert.
-  std::vector<Variant> owned_;
-  /// An argument that is written back, as it came and as the member left it.
+  /// In written order; null where the argument is omitted.
+  std::array<const VARIANT*, Member::kMostParameters> arguments_ = {};
+  Variant& NextOwned() { return owned_.at(ownedCount_++); }
+
+  /// What the call had to copy or convert: at most one value for each argument.
+  std::array<Variant, Member::kMostParameters> owned_;
+  std::size_t ownedCount_ = 0;
+  /// An argument that is written back: before and after the member ran.
   struct Variable {
-    const VARIANT* given;
+    const VARIANT* argument;
     Variant before;
     Variant now;
   };

@@ -11,11 +11,13 @@
 #include "server/com/error_info.h"
 #include "server/com/module.h"
 #include "server/com/type_library.h"
+#include "server/dispatch_tables.h"
 
 namespace brindlex {
 
-/// What all coclasses share: IUnknown, IDispatch over the member table `Self::kMembers`,
-/// ISupportErrorInfo and IProvideClassInfo. `Interface` is the default interface, `Class` the name
+/// What all coclasses share: IUnknown, IDispatch over the table of the interface's members that is
+/// made from its description, ISupportErrorInfo and IProvideClassInfo. `Interface` is the default
+/// interface, `Class` the name
 /// that carries the class id, and `Inner` are interfaces for use within the component, with their
 /// ids as kId. Objects are made with one reference, by `new`.
 template <class Self, class Interface, class Class, class... Inner>
@@ -23,6 +25,8 @@ class Coclass : public Interface,
                 public ISupportErrorInfo,
                 public IProvideClassInfo,
                 public Inner... {
+  static_assert(!kMembersOf<Interface>.empty());
+
  public:
   Coclass(const Coclass&) = delete;
   Coclass& operator=(const Coclass&) = delete;
@@ -59,12 +63,12 @@ class Coclass : public Interface,
   }
   STDMETHODIMP GetIDsOfNames(REFIID reserved, LPOLESTR* names, UINT count, LCID,
                              DISPID* ids) override {
-    return GetIdsOfNames(Self::kMembers, reserved, names, count, ids);
+    return GetIdsOfNames(kMembersOf<Interface>, reserved, names, count, ids);
   }
   STDMETHODIMP Invoke(DISPID member, REFIID reserved, LCID, WORD flags, DISPPARAMS* params,
                       VARIANT* result, EXCEPINFO* exception, UINT* wrongArgument) override {
-    return InvokeMember(Self::kMembers, *this, member, reserved, flags, params, result, exception,
-                        wrongArgument);
+    return InvokeMember(kMembersOf<Interface>, *this, member, reserved, flags, params, result,
+                        exception, wrongArgument);
   }
 
   // ISupportErrorInfo
@@ -83,7 +87,7 @@ class Coclass : public Interface,
   Coclass() = default;
   ~Coclass() = default;
 
-  /// Runs the body of a vtable method. The object lives through it even if the host lets go of it
+  /// Runs the body of a vtable method. The object lives until it ends even if the host releases it
   /// meanwhile; a failure becomes a status and the thread's error object.
   template <class Body>
   HRESULT Run(Body&& body) noexcept {
@@ -96,7 +100,7 @@ class Coclass : public Interface,
     }
   }
 
-  /// As above, for a method whose result goes to `*result`: E_POINTER without a place for it; the
+  /// As above, for a method whose result goes to `*result`: E_POINTER when `result` is null; the
   /// type's empty value unless the body stores another.
   template <class Result, class Body>
   HRESULT RunFor(Result* result, Body&& body) noexcept {

@@ -6,7 +6,6 @@
 #include <utility>
 
 #include "server/Brindlex.h"
-#include "server/classes/classes.h"
 
 namespace brindlex {
 namespace {
@@ -43,8 +42,10 @@ void AddClass(const ClassDescription& description, const std::wstring& modulePat
   keys.push_back({versioned, {{L"", title}}, true});
   keys.push_back({versioned + L"\\CLSID", {{L"", id}}, true});
   keys.push_back({root, {{L"", title}}});
-  keys.push_back(
-      {root + L"\\InprocServer32", {{L"", modulePath}, {L"ThreadingModel", L"Apartment"}}});
+  keys.push_back({root + L"\\InprocServer32",
+                  {{L"", modulePath}, {L"ThreadingModel", L"Apartment"}},
+                  false,
+                  true});
   keys.push_back({root + L"\\ProgID", {{L"", versioned}}});
   keys.push_back({root + L"\\VersionIndependentProgID", {{L"", general}}});
   keys.push_back({root + L"\\TypeLib", {{L"", library}}});
@@ -112,32 +113,49 @@ LSTATUS RemoveKey(HKEY classesRoot, const RegistryKey& key) {
   return status;
 }
 
-bool IsRegisteredForOtherWidth(HKEY otherRoot, const ClassDescription& description) {
+bool HasValue(HKEY otherRoot, const RegistryKey& key) {
   HKEY server = nullptr;
-  const std::wstring path = ClassKey(description) + L"\\InprocServer32";
   const LSTATUS opened =
-      RegOpenKeyExW(otherRoot, path.c_str(), 0, KEY_QUERY_VALUE | kOtherView, &server);
+      RegOpenKeyExW(otherRoot, key.path.c_str(), 0, KEY_QUERY_VALUE | kOtherView, &server);
   if (opened != ERROR_SUCCESS) return false;
   const LSTATUS status = RegQueryValueExW(server, nullptr, nullptr, nullptr, nullptr, nullptr);
   RegCloseKey(server);
   return status == ERROR_SUCCESS;
 }
 
-bool IsOtherWidthRegistered(HKEY otherRoot) {
-  const auto classes = Classes();
-  return std::any_of(classes.begin(), classes.end(), [&](const ClassDescription& description) {
-    return IsRegisteredForOtherWidth(otherRoot, description);
+bool IsOtherBitnessRegistered(HKEY otherRoot, std::span<const RegistryKey> keys) {
+  return std::any_of(keys.begin(), keys.end(), [&](const RegistryKey& key) {
+    return key.namesServer && HasValue(otherRoot, key);
   });
+}
+
+/// Removes the first `count` of `keys`.
+HRESULT RemoveFirstKeys(const ClassesRoot& root, std::span<const RegistryKey> keys,
+                        std::size_t count) {
+  const auto written = keys.first(count);
+  LSTATUS first = ERROR_SUCCESS;
+  const auto remove = [&](bool shared) {
+    std::for_each(written.rbegin(), written.rend(), [&](const RegistryKey& key) {
+      if (key.isShared != shared) return;
+      const LSTATUS status = RemoveKey(root.own, key);
+      if (first == ERROR_SUCCESS) first = status;
+    });
+  };
+  remove(false);
+  // Asked now, since on 32-bit Windows the classes of the other bitness would be our own.
+  if (!IsOtherBitnessRegistered(root.other, keys)) remove(true);
+  return HRESULT_FROM_WIN32(first);
 }
 
 }  // namespace
 
-std::vector<RegistryKey> KeysOf(const std::wstring& modulePath) {
-  // A user's own classes may be the first there, and no empty key is to be left behind.
+std::vector<RegistryKey> KeysOf(std::span<const ClassDescription> classes,
+                                const std::wstring& modulePath) {
+  // A user's own classes may be the first there, and no empty key may remain.
   std::vector<RegistryKey> keys{
       {L"CLSID", {}, true}, {L"Interface", {}, true}, {L"TypeLib", {}, true}};
   AddLibrary(modulePath, keys);
-  for (const ClassDescription& description : Classes()) {
+  for (const ClassDescription& description : classes) {
     AddClass(description, modulePath, keys);
     AddInterface(description, keys);
   }
@@ -149,25 +167,14 @@ HRESULT WriteKeys(const ClassesRoot& root, std::span<const RegistryKey> keys) {
     const LSTATUS status = WriteKey(root.own, keys[index]);
     if (status == ERROR_SUCCESS) continue;
     // The key that failed may have been made, or got a part of its values.
-    RemoveKeys(root, keys.first(index + 1));
+    RemoveFirstKeys(root, keys, index + 1);
     return HRESULT_FROM_WIN32(status);
   }
   return S_OK;
 }
 
 HRESULT RemoveKeys(const ClassesRoot& root, std::span<const RegistryKey> keys) {
-  LSTATUS first = ERROR_SUCCESS;
-  const auto remove = [&](bool shared) {
-    std::for_each(keys.rbegin(), keys.rend(), [&](const RegistryKey& key) {
-      if (key.isShared != shared) return;
-      const LSTATUS status = RemoveKey(root.own, key);
-      if (first == ERROR_SUCCESS) first = status;
-    });
-  };
-  remove(false);
-  // Asked now, since on 32-bit Windows the other width's classes would be our own.
-  if (!IsOtherWidthRegistered(root.other)) remove(true);
-  return HRESULT_FROM_WIN32(first);
+  return RemoveFirstKeys(root, keys, keys.size());
 }
 
 }  // namespace brindlex

@@ -38,10 +38,10 @@ class HostTest : public testing::Test {
  protected:
   void TearDown() override {
     platform_.whileShown = nullptr;
-    EXPECT_EQ(0U, Family().LiveObjects()) << "objects that were never released";
+    EXPECT_EQ(0U, Adapter().LiveObjects()) << "objects that were never released";
   }
 
-  const MemoryFamily& Family() const { return platform_.Family(); }
+  const MemoryAdapter& Adapter() const { return platform_.Adapter(); }
 
   MemoryPlatform platform_;
 };

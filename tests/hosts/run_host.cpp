@@ -88,10 +88,13 @@ BOOL CALLBACK CloseBox(HWND window, LPARAM data) {
   // A mark on the window itself, since a later box may get the handle of one that is gone.
   constexpr wchar_t kClosed[] = L"brindlex.closed";
   if (GetPropW(window, kClosed) != nullptr) return TRUE;
-  SetPropW(window, kClosed, window);
   std::wstring text;
   EnumChildWindows(window, FindText, reinterpret_cast<LPARAM>(&text));
-  boxes.closed.push_back(WithVisibleBreaks(Narrow(TextOf(window) + L"|" + text)));
+  const std::wstring caption = TextOf(window);
+  // A box that does not answer yet, or is still being filled, is looked at again.
+  if (caption.empty() || text.empty()) return TRUE;
+  SetPropW(window, kClosed, window);
+  boxes.closed.push_back(WithVisibleBreaks(Narrow(caption + L"|" + text)));
   PostMessageW(window, WM_COMMAND, IDOK, 0);
   return TRUE;
 }

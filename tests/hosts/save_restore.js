@@ -77,6 +77,11 @@ sr.multidatastring = sr.MULTIDATACOLSTRING(namesOfOne(items(3)), "One");
 check("all", 3, sr.WorkingCol("all", createItem).Count);
 check("one", "Gamma ray", sr.WorkingCol("ONE", createItem, "Title")("gamma ray").Title);
 check("unknown name", null, sr.WorkingCol("none", createItem));
+check("stored", true, sr.StoreCollection(items, "More"));
+check("stored under its name", 3, sr.WorkingCol("MORE", createItem).Count);
+check("names", 3, sr.CollectionNames().Count);
+check("removed", true, sr.RemoveCollection("more"));
+check("removed before", false, sr.RemoveCollection("more"));
 
 function namesOfOne(entry) {
   var one = newCollection();

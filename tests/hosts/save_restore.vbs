@@ -175,6 +175,14 @@ Check "collection unchanged", 1, few.Count
 Check "all", 3, sr.WorkingCol("ALL", New CreateItem).Count
 Check "few", "Gamma ray", sr.WorkingCol("few", New CreateItem, "Title")("gamma ray").Title
 Check "unknown name", True, sr.WorkingCol("none", New CreateItem) Is Nothing
+Dim byText
+byText = sr.MultiDataColString(few, "ALL")
+Check "stored", True, sr.StoreCollection(few, "ALL")
+Check "the text as by the longer way", byText, sr.MultiDataString
+Check "names", "ALL Few", sr.CollectionNames(1) & " " & sr.CollectionNames("few")
+Check "removed", True, sr.RemoveCollection("all")
+Check "removed before", False, sr.RemoveCollection("all")
+Check "names left", 1, sr.CollectionNames.Count
 
 ' Errors of the collection, as the script sees them
 On Error Resume Next

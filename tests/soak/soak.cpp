@@ -327,7 +327,7 @@ void InParallel(int threads, const std::function<void(int)>& body) {
   running.reserve(static_cast<std::size_t>(threads));
   for (int number = 0; number < threads; ++number) {
     running.emplace_back([&body, number] {
-      brindlex::testing::kStrictest.Set();
+      brindlex::testing::StrictestEnvironment().Set();
       body(number);
     });
   }

@@ -6,6 +6,8 @@ It knows the part of the language that the file uses, and fails at anything else
 import re
 from dataclasses import dataclass, field
 
+import typelib_tolerance
+
 TOKEN = re.compile(r'\s+|//[^\n]*|("[^"]*"|[\w{}\-.]+?(?=[\s\[\](),;*:{}"])|[\[\](),;*:{}])')
 # How the types are called in a program.
 WORDS = {
@@ -23,11 +25,21 @@ WORDS = {
 class Parameter:
     name: str
     type: str
-    attributes: set[str]
+    attributes: dict[str, str]
 
     @property
     def is_by_reference(self) -> bool:
-        return {"in", "out"} <= self.attributes
+        return {"in", "out"} <= self.attributes.keys()
+
+    @property
+    def default(self) -> str | None:
+        """The default value as a C++ literal; None without one."""
+        value = self.attributes.get("defaultvalue")
+        if value is not None and self.type == "double*":
+            # The description has a stand-in for the only default of type double.
+            assert int(value, 0) == typelib_tolerance.STAND_IN
+            return repr(typelib_tolerance.TOLERANCE)
+        return value
 
     @property
     def word(self) -> str:
@@ -44,14 +56,15 @@ class Parameter:
 
 @dataclass
 class Member:
-    """A method, or one direction of a property; `kind` is "call", "get" or "put",
-    which also stands for setting a reference."""
+    """A method, or one direction of a property. `kind` is "call", "get" or "put"; setting a property
+    that is an object is a "put" too, with `is_reference`."""
 
     name: str
     id: int
     kind: str
     help: str
     is_restricted: bool
+    is_reference: bool
     parameters: list[Parameter]
     result: Parameter | None
     context: int = 0  # of the help; the directions of a property share it
@@ -116,7 +129,7 @@ class Reader:
                 return found
 
     def parameter(self) -> Parameter:
-        attributes = set(self.attributes())
+        attributes = self.attributes()
         type_name = self.next()
         while self.comes("*"):
             type_name += self.next("*")
@@ -141,7 +154,7 @@ class Reader:
         kind = "get" if "propget" in attributes else "put" if is_put else "call"
         return Member(
             name, int(attributes["id"]), kind, attributes["helpstring"], "restricted" in attributes,
-            parameters, result,
+            "propputref" in attributes, parameters, result,
         )
 
     def interface(self, attributes: dict[str, str]) -> Interface:

@@ -1,5 +1,10 @@
 #!/usr/bin/env python3
-"""Writes bases/base_tables.h: the powers of the number bases and where their digit counts change.
+"""Writes what is known of the number bases as a header: digits, powers, and where digit counts change.
+
+usage: make_base_tables.py BASES HEADER [--check]
+
+BASES is bases/bases.txt. With --check writes nothing, and fails when HEADER says anything else than what
+would be written; its layout is clang-format's, through which the caller has it pass.
 
 Everything is computed exactly or far beyond double precision and rounded once, so that no run
 time's log or pow decides a digit:
@@ -11,17 +16,17 @@ time's log or pow decides a digit:
 - The quotient of two rounded logarithms grows with its dividend, so the least double whose quotient
   reaches k is found by halving an interval of bit patterns. It lies near b^k and is written down as
   its distance from the rounded power, in steps from one double to the next.
-
-The output is to be passed through clang-format.
 """
 import math
+import pathlib
+import re
 import struct
 import sys
 from decimal import Decimal, getcontext
 from fractions import Fraction
 
-BASES = (2, 8, 10, 16, 26, 30, 31, 32, 60)
-POWERS_OF_TWO = (2, 8, 16, 32)
+import bases
+
 LARGEST_BITS = 0x7FEFFFFFFFFFFFFF
 INFINITY_BITS = 0x7FF0000000000000
 
@@ -80,89 +85,86 @@ def threshold_bits(base, log_base, count):
     return high
 
 
-def check_rounding():
+def check_rounding(base):
     """Python's own roundings, against the definition: no double is nearer to b^k."""
-    for base in BASES:
-        for exponent in (-300, -100, -23, -7, 23, 40, 150):
-            bits = power_bits(base, exponent)
-            if not 0 < bits < LARGEST_BITS:
-                continue
-            exact = Fraction(base) ** exponent
-            error = abs(Fraction(from_bits(bits)) - exact)
-            for other in (bits - 1, bits + 1):
-                assert error <= abs(Fraction(from_bits(other)) - exact)
+    for exponent in (-300, -100, -23, -7, 23, 40, 150):
+        bits = power_bits(base, exponent)
+        if not 0 < bits < LARGEST_BITS:
+            continue
+        exact = Fraction(base) ** exponent
+        error = abs(Fraction(from_bits(bits)) - exact)
+        for other in (bits - 1, bits + 1):
+            assert error <= abs(Fraction(from_bits(other)) - exact)
 
 
-def print_array(kind, name, values):
-    print("inline constexpr %s %s[] = {" % (kind, name))
-    print(", ".join(values))
-    print("};")
-    print()
+def array_lines(kind, name, values):
+    return [f"inline constexpr {kind} {name}[] = {{", ", ".join(values), "};", ""]
 
 
-def main():
-    check_rounding()
+def base_lines(row):
+    """The arrays of one base, and its row in the table."""
+    base = row.base
+    lines, powers, lowest_power = [], [], 0
+    bits = base.bit_length() - 1 if base & (base - 1) == 0 else 0
+    if not bits:
+        lowest_power = min(k for k in range(-400, 0) if power_bits(base, k) != 0)
+        exponent = lowest_power
+        while power_bits(base, exponent) != INFINITY_BITS:
+            powers.append(from_bits(power_bits(base, exponent)).hex())
+            exponent += 1
+        lines += array_lines("double", f"kPowersOf{base}", powers)
+    log_base = rounded_log(float(base))
+    lowest_count = quotient_floor(1, log_base) + 1
+    highest_count = quotient_floor(LARGEST_BITS, log_base)
+    slips = [
+        str(threshold_bits(base, log_base, count) - power_bits(base, count))
+        for count in range(lowest_count, highest_count + 1)
+    ]
+    lines += array_lines("std::int16_t", f"kSlipsOf{base}", slips)
+    log_of_two = math.floor(2**20 * math.log(2) / math.log(base))
+    return lines, (
+        f'{{{base}, u"{row.alphabet}", DigitStyle::k{row.digits.capitalize()}, u"{row.no_digit}", {bits}, '
+        f"{log_of_two}, {lowest_power}, {f'kPowersOf{base}' if powers else '{}'}, {lowest_count}, "
+        f"kSlipsOf{base}}}"
+    )
+
+
+def header(all_bases):
+    lines = [
+        "#pragma once",
+        "",
+        "// Made from bases/bases.txt by tools/generate/make_base_tables.py.",
+        "",
+        "#include <cstdint>",
+        "",
+        '#include "bases/base_table.h"',
+        "",
+        "namespace brindlex {",
+        "",
+    ]
     rows = []
-    print("#pragma once")
-    print()
-    print("// Made by tools/generate/make_base_tables.py.")
-    print()
-    print("#include <cstdint>")
-    print("#include <span>")
-    print()
-    print("namespace brindlex {")
-    print()
-    for base in BASES:
-        powers, lowest_power = [], 0
-        if base not in POWERS_OF_TWO:
-            lowest_power = min(k for k in range(-400, 0) if power_bits(base, k) != 0)
-            exponent = lowest_power
-            while power_bits(base, exponent) != INFINITY_BITS:
-                powers.append(from_bits(power_bits(base, exponent)).hex())
-                exponent += 1
-            print_array("double", "kPowersOf%d" % base, powers)
-        log_base = rounded_log(float(base))
-        lowest_count = quotient_floor(1, log_base) + 1
-        highest_count = quotient_floor(LARGEST_BITS, log_base)
-        slips = [
-            str(threshold_bits(base, log_base, count) - power_bits(base, count))
-            for count in range(lowest_count, highest_count + 1)
-        ]
-        print_array("std::int16_t", "kSlipsOf%d" % base, slips)
-        powers_name = "kPowersOf%d" % base if powers else "{}"
-        bits = base.bit_length() - 1 if base in POWERS_OF_TWO else 0
-        log_of_two = math.floor(2**20 * math.log(2) / math.log(base))
-        rows.append(
-            "{%d, %d, %d, %d, %s, %d, kSlipsOf%d}"
-            % (base, bits, log_of_two, lowest_power, powers_name, lowest_count, base)
-        )
-    print("/// What there is to know of one base by heart.")
-    print("struct BaseTable {")
-    print("  std::int32_t base;")
-    print("  /// How many bits one digit has; 0 when the base is no power of two.")
-    print("  std::int32_t digitBits;")
-    print("  /// The logarithm of 2 to this base, times 2^20, cut.")
-    print("  std::int32_t logOfTwo;")
-    print("  /// The least exponent whose power does not round to 0; 0 for a power of two.")
-    print("  std::int32_t lowestPower;")
-    print("  /// The correctly rounded powers from lowestPower to the last that is finite; empty for a")
-    print("  /// power of two.")
-    print("  std::span<const double> powers;")
-    print("  /// The least k that a quotient of logarithms ln(x) / ln(base) reaches for some doubles only.")
-    print("  std::int32_t lowestThreshold;")
-    print("  /// For k from lowestThreshold: how many doubles the least x whose quotient reaches k lies")
-    print("  /// behind the rounded power base^k. Beyond the last entry no double reaches k.")
-    print("  std::span<const std::int16_t> slips;")
-    print("};")
-    print()
-    print("/// Ordered by base.")
-    print("inline constexpr BaseTable kBaseTables[] = {")
-    for row in rows:
-        print("    %s," % row)
-    print("};")
-    print()
-    print("}  // namespace brindlex")
+    for base in all_bases:
+        check_rounding(base.base)
+        arrays, row = base_lines(base)
+        lines += arrays
+        rows.append(f"    {row},")
+    lines += ["/// Ordered by base.", "inline constexpr BaseTable kBaseTables[] = {", *rows, "};"]
+    return "\n".join([*lines, "", "}  // namespace brindlex", ""])
+
+
+def main(source, path, *rest):
+    text = header(bases.read_bases(source))
+    file = pathlib.Path(path)
+    if not rest:
+        file.write_text(text, encoding="ascii", newline="\n")
+        return 0
+    # A formatter moves whitespace only.
+    written = file.read_text(encoding="ascii")
+    if re.sub(r"\s", "", written) == re.sub(r"\s", "", text):
+        return 0
+    print(f"{path} is out of date; run ./dev generate")
+    return 1
 
 
 if __name__ == "__main__":
-    sys.exit(main())
+    sys.exit(main(*sys.argv[1:]))

@@ -1,4 +1,4 @@
-"""Writes the description of the Windows Installer package of one width, for wixl.
+"""Writes the description of the Windows Installer package of one bitness, for wixl.
 
 usage: make_installer.py IDL VERSION x86|x64 FOLDER WXS
 
@@ -15,7 +15,7 @@ from xml.sax.saxutils import quoteattr
 import idl
 
 NAMESPACE = uuid.UUID("6f6c35f9-0d6b-4a39-9a2c-0b9ad6f0a2be")
-# The same for every version and for both widths of it, or an upgrade would not find the old one.
+# The same for every version and for both bitnesses, or an upgrade would not find the old one.
 UPGRADE_CODES = {
     "x86": "2A6D2B5E-7A57-4B8B-9B6E-3B0F4C0E9D11",
     "x64": "8E0C6E4B-5B0B-4D7D-8C37-0C8A3B9F2A64",
@@ -35,7 +35,7 @@ def identifier(kind: str, name: str) -> str:
 
 
 def shared_rows(library: idl.Library) -> list[Row]:
-    """What programs of both widths read in one place."""
+    """What programs of both bitnesses read in one place."""
     rows = []
     version = f"TypeLib\\{{{library.uuid}}}\\{library.version}"
     rows += [
@@ -56,10 +56,10 @@ def shared_rows(library: idl.Library) -> list[Row]:
     return rows
 
 
-def own_rows(library: idl.Library, width: str, dll: str) -> list[Row]:
-    """What each width has for itself; DLL is how rows name the installed file."""
+def own_rows(library: idl.Library, bitness: str, dll: str) -> list[Row]:
+    """What each bitness has for itself; DLL is how rows name the installed file."""
     version = f"TypeLib\\{{{library.uuid}}}\\{library.version}"
-    system = "win64" if width == "x64" else "win32"
+    system = "win64" if bitness == "x64" else "win32"
     rows = [(f"{version}\\0\\{system}", "", dll)]
     for coclass in library.classes:
         general = f"{library.name}.{coclass.name}"
@@ -95,15 +95,15 @@ def row_line(row: Row, key_path: bool = False) -> str:
 class Installer:
     """Collects the components and the folders of one package."""
 
-    def __init__(self, library: idl.Library, version: str, width: str, folder: str) -> None:
-        self.library, self.version, self.width, self.folder = library, version, width, folder
+    def __init__(self, library: idl.Library, version: str, bitness: str, folder: str) -> None:
+        self.library, self.version, self.bitness, self.folder = library, version, bitness, folder
         self.components: list[str] = []
         self.lines: list[str] = []
 
     def component(self, name: str, code: str, content: list[str]) -> None:
         own = identifier("c", name)
         self.components.append(own)
-        wide = ' Win64="yes"' if self.width == "x64" else ""
+        wide = ' Win64="yes"' if self.bitness == "x64" else ""
         self.lines += [f'<Component Id="{own}" Guid="{code}"{wide}>', *content, "</Component>"]
 
     def add_file(self, path: str) -> None:
@@ -111,8 +111,8 @@ class Installer:
         own = identifier("f", name)
         content = [f'<File Id="{own}" Source={quoteattr(name)} KeyPath="yes"/>']
         if name == f"{self.library.name}.dll":
-            content += [row_line(r) for r in own_rows(self.library, self.width, f"[#{own}]")]
-        self.component(name, guid(self.width, name), content)
+            content += [row_line(r) for r in own_rows(self.library, self.bitness, f"[#{own}]")]
+        self.component(name, guid(self.bitness, name), content)
 
     def add_folder(self, path: str) -> None:
         for name in sorted(os.listdir(path)):
@@ -133,16 +133,16 @@ class Installer:
 
     def text(self) -> str:
         name = self.library.name
-        title = f"{name} {'64-bit' if self.width == 'x64' else '32-bit'}"
-        program_files = "ProgramFiles64Folder" if self.width == "x64" else "ProgramFilesFolder"
+        title = f"{name} {'64-bit' if self.bitness == 'x64' else '32-bit'}"
+        program_files = "ProgramFiles64Folder" if self.bitness == "x64" else "ProgramFilesFolder"
         self.add_folder(self.folder)
         self.add_shared()
         return "\n".join([
             '<?xml version="1.0" encoding="utf-8"?>',
             '<Wix xmlns="http://schemas.microsoft.com/wix/2006/wi">',
-            f'<Product Id="{guid(self.version, self.width)}" Name="{title}" Language="1033"'
+            f'<Product Id="{guid(self.version, self.bitness)}" Name="{title}" Language="1033"'
             f' Version="{self.version}" Manufacturer="The {name} developers"'
-            f' UpgradeCode="{UPGRADE_CODES[self.width]}">',
+            f' UpgradeCode="{UPGRADE_CODES[self.bitness]}">',
             f'<Package InstallerVersion="500" Compressed="yes"'
             f' Description="{title} {self.version}" Manufacturer="The {name} developers"/>',
             '<MajorUpgrade DowngradeErrorMessage="A newer version is installed."/>',
@@ -162,8 +162,8 @@ class Installer:
         ])
 
 
-def main(description: str, version: str, width: str, folder: str, path: str) -> None:
-    text = Installer(idl.read_library(description), version, width, folder).text()
+def main(description: str, version: str, bitness: str, folder: str, path: str) -> None:
+    text = Installer(idl.read_library(description), version, bitness, folder).text()
     with open(path, "w", encoding="utf-8", newline="\n") as file:
         file.write(text)
 

@@ -7,6 +7,7 @@ With --check writes nothing, and fails when UNIT is not what would be written.
 
 import sys
 
+import generated
 import idl
 
 TYPES = {
@@ -99,16 +100,7 @@ def unit(library: idl.Library) -> str:
 
 
 def main(description: str, path: str, *rest: str) -> int:
-    text = unit(idl.read_library(description))
-    if not rest:
-        with open(path, "w", encoding="ascii", newline="\n") as file:
-            file.write(text)
-        return 0
-    with open(path, encoding="ascii") as file:
-        if file.read() == text:
-            return 0
-    print(f"{path} does not match {description}; make it anew with tools/generate/make_pascal.py")
-    return 1
+    return generated.write_or_check(path, unit(idl.read_library(description)), rest)
 
 
 sys.exit(main(*sys.argv[1:]))

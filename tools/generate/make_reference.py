@@ -2,8 +2,8 @@
 
 usage: make_reference.py IDL REFERENCE [--check]
 
-A part stands between the lines "<!-- made from the IDL: NAME -->" and "<!-- end -->"; what lies around
-it is written by hand. NAME is "classes", "members CLASS" or "identifiers". With --check writes nothing,
+A part is between the lines "<!-- made from the IDL: NAME -->" and "<!-- end -->"; the rest of the page is
+written by hand. NAME is "classes", "members CLASS" or "identifiers". With --check writes nothing,
 and fails when a part is not what would be written, or when a class or a member of the description has
 no place in the page.
 """
@@ -11,6 +11,7 @@ no place in the page.
 import re
 import sys
 
+import generated
 import idl
 
 PART = re.compile(r"(<!-- made from the IDL: ([^>]*?) -->\n)(.*?)(<!-- end -->)", re.DOTALL)
@@ -101,14 +102,7 @@ def main(description: str, path: str, *rest: str) -> int:
     if missing := without_place(library, page):
         print(f"{path} has no place for: {', '.join(missing)}")
         return 1
-    if rest:
-        if made == page:
-            return 0
-        print(f"{path} does not match {description}; make it anew with tools/generate/make_reference.py")
-        return 1
-    with open(path, "w", encoding="utf-8", newline="\n") as file:
-        file.write(made)
-    return 0
+    return generated.write_or_check(path, made, rest)
 
 
 sys.exit(main(*sys.argv[1:]))

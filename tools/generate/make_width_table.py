@@ -2,7 +2,7 @@
 
 usage: make_width_table.py >cli/text/width_table.h
 
-From Python's copy of the Unicode data, whose version stands in the result. Two columns: East Asian Width
+From Python's copy of the Unicode data, whose version is in the result. Two columns: East Asian Width
 wide or fullwidth. None: marks that combine with the character before them, and characters of format,
 but for the soft hyphen, which terminals show.
 """

@@ -3,13 +3,13 @@
 usage: typelib_tolerance.py IDL TYPELIB
 
 widl reads no numbers with a point and writes 4 bytes for the default of a double. The description
-has a stand-in there, once for each of two operations. Their defaults lie one behind the other in
+has a stand-in there, once for each of two operations. Their defaults follow one another in
 the library's table of values:
 
     double stand-in | long -1 | double stand-in        8 bytes each, padded with "WW"
 
 The first two make room for the double; the second operation then shares both defaults of the first,
-whose own -1 stands before. A library without the stand-in stays as it is. Fails when it does not
+whose own -1 precedes them. A library without the stand-in stays as it is. Fails when it does not
 look as expected.
 """
 
@@ -71,4 +71,5 @@ def main(idl: str, typelib: str) -> None:
         file.write(content)
 
 
-main(*sys.argv[1:])
+if __name__ == "__main__":
+    main(*sys.argv[1:])

@@ -2,7 +2,7 @@
 
 usage: widl.py WIDL [ARGUMENT...] FILE.idl
 
-widl warns of each default value behind a pointer that is not zero, without its place. The values of
+widl warns of each default value of a pointer that is not zero, without its position. The values of
 two parameters are meant so: as many of these warnings are left out as the file has such values. Every
 other line is printed, and the exit status is widl's.
 """

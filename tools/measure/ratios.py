@@ -84,9 +84,52 @@ class Table:
 
 
 def growth(times: dict[str, float], name: str) -> tuple[float, float]:
-    """The slowest and the fastest size."""
-    sizes = [time for key, time in times.items() if key.split("/")[0] == name]
+    """The slowest and the fastest size; those of small calls are judged apart."""
+    sizes = [time for key, time in times.items()
+             if key.split("/")[0] == name and key.split("/")[1:] not in (["1"], ["10"])]
     return max(sizes), min(sizes)
+
+
+def many_rows(table: Table, com: dict[str, float]) -> None:
+    """Many collections in one text, beside the same collections alone."""
+    for count in (10, 100, 1000, 10000):
+        at = f"/{count}/20"
+        table.at_most(f"store {count:,} collections of 20 : saving them alone + a copy",
+                      com["BM_StoreMany" + at],
+                      com["BM_FloorStoreMany" + at] + com["BM_FreshTextOfMany" + at], 1.3)
+        table.at_most(f"read {count:,} collections of 20 : restoring them alone",
+                      com["BM_ReadMany" + at], com["BM_FloorReadMany" + at], 1.2)
+    for name, bare in (("BM_StoreMany", "BM_FloorStoreMany"), ("BM_ReadMany", "BM_FloorReadMany")):
+        of_twenty = {key: time for key, time in com.items() if key.endswith("/20")}
+        slowest, fastest = growth(of_twenty, name)
+        bare_slowest, bare_fastest = growth(of_twenty, bare)
+        table.at_most(f"{name[3:]} of 20, slowest : fastest + what the bare calls grow by",
+                      slowest, fastest + bare_slowest - bare_fastest, 1.5)
+    for at in ("/1000/100", "/400/1000"):
+        count, size = at.strip("/").split("/")
+        what = f"{int(count):,} of {int(size):,}"
+        table.at_most(f"store {what} : saving them alone + a copy", com["BM_StoreMany" + at],
+                      com["BM_FloorStoreMany" + at] + com["BM_FreshTextOfMany" + at], 1.3)
+        table.at_most(f"read {what} : restoring them alone",
+                      com["BM_ReadMany" + at], com["BM_FloorReadMany" + at], 1.2)
+        floor = com["BM_FloorStoreByText" + at]
+        table.at_most(f"MultiDataColString, one of {what} : saving + a copy",
+                      com["BM_TakeTextWithOne" + at], floor, 1.3)
+        table.at_most(f"the same, and assign its result : saving + two copies",
+                      com["BM_StoreByText" + at], floor + com["BM_FreshTextOfMany" + at], 1.3)
+        whole = at + "/iterations:1"
+        table.at_most(f"MultiDataColString, assign, {what} in all : saving + a copy each",
+                      com["BM_StoreAllByText" + whole], com["BM_FloorStoreAllByText" + whole], 2.3)
+
+
+def small_calls(table: Table, com: dict[str, float]) -> None:
+    """One record, ten, and a list of names. What is compared in nanoseconds is this machine's."""
+    table.at_most("save an object of five fields, ns : 2,500", com["BM_SaveObject"], 2500, 1.0)
+    table.at_most("restore an object of five fields, ns : 4,500", com["BM_RestoreObject"], 4500, 1.0)
+    table.at_most("save ten records : name + get", com["BM_Save/10"], com["BM_FloorNameAndGet/10"], 1.25)
+    table.at_most("restore ten records : new + name + put",
+                  com["BM_Restore/10"], com["BM_FloorNameAndPut/10"], 1.25)
+    table.at_most("a collection of five names, late bound, ns : 2,550", com["BM_BuildNames"], 2550, 1.0)
 
 
 def main(native: str, windows: str, component: str, *rest: str) -> int:
@@ -157,6 +200,8 @@ def main(native: str, windows: str, component: str, *rest: str) -> int:
     for name in ("WorkingCol", "MultiDataColString"):
         table.at_most(f"{name} of 100 x 10,000 : what its text costs",
                       core[f"BM_{name}"], core[f"BM_Floor{name}"], 1.25)
+    many_rows(table, com)
+    small_calls(table, com)
     per_field = 1e9 / 500000
     if len(script) != 4:
         sys.exit("a script has not come to its end")

@@ -24,7 +24,7 @@ readonly -A groups=(
 readonly packages=(
   'cmake                      | component native | configures every build'
   'ninja-build                | component native | runs it'
-  'python3                    | component native | runs the scripts of builds and tests'
+  'python3                    | component native generate | runs the scripts of builds and tests'
   'g++-mingw-w64-i686-posix   | component        | compiles the component'
   'mingw-w64-tools            | component        | widl, which compiles its type library'
   'wine32:i386                | component        | runs it; widl imports its stdole2.tlb'
@@ -36,7 +36,7 @@ readonly packages=(
   'clang                      | native           | the other native builds'
   'libclang-rt-14-dev         | sanitizers       | the run time of sanitizers, fuzzing, coverage'
   'llvm                       | sanitizers       | names in their reports; the coverage tables'
-  'clang-format-14            | test lint format | the format of every source'
+  'clang-format-14            | test lint format generate | the format of every source'
   'clang-tidy-14              | lint             | its checks'
   'python3-clang-14           | mutate           | finds the places to change'
   'googletest                 | native           | the test library, compiled for every toolchain'

@@ -22,8 +22,8 @@ Bstr WithLength(TextView text, std::size_t length) {
   return made;
 }
 
-/// Makes `text` end at `length` without moving it: the length stands, in bytes, before the text.
-void CutInPlace(BSTR text, std::size_t length) noexcept {
+/// Makes `text` end at `length` without moving it: the length, in bytes, is before the text.
+void TruncateInPlace(BSTR text, std::size_t length) noexcept {
   auto* const bytes = reinterpret_cast<UINT*>(text) - 1;
   *bytes = static_cast<UINT>(length * sizeof(OLECHAR));
   text[length] = L'\0';
@@ -32,15 +32,15 @@ void CutInPlace(BSTR text, std::size_t length) noexcept {
 }  // namespace
 
 BSTR BstrBuilder::Detach() {
-  // What is cut off stays allocated with the text; a text that is short beside it is copied, and so
-  // are those that the system keeps for use again by their length.
+  // The truncated part stays allocated with the text; a text that is short beside it is copied, and
+  // so are those that the system keeps for use again by their length.
   constexpr std::size_t kLong = 65536;
   const std::size_t length = Size();
   const std::size_t capacity = text_.View().size();
-  if (length < kLong || capacity - length > capacity / 4) {
+  if (length == 0 || (length != capacity && (length < kLong || capacity - length > capacity / 4))) {
     text_ = Bstr(View());
-  } else {
-    CutInPlace(text_.Get(), length);
+  } else if (length != capacity) {
+    TruncateInPlace(text_.Get(), length);
   }
   Forget();
   return text_.Detach();

@@ -24,15 +24,22 @@ std::size_t PartOf(TextView rest) {
   return IsHighSurrogate(rest[kUnits - 1]) ? kUnits - 1 : kUnits;
 }
 
-[[noreturn]] void Refuse(std::size_t place) {
+[[noreturn]] void Refuse(std::size_t position) {
   Text description = u"The character at position ";
-  description.append(DecimalText(static_cast<std::int32_t>(place + 1)));
+  description.append(DecimalText(static_cast<std::int32_t>(position + 1)));
   description.append(u" is not in code page ");
   description.append(DecimalText(static_cast<std::int32_t>(GetACP())));
   throw RuntimeError(error_number::kInvalidCall, std::move(description), u"Brindlex");
 }
 
-/// Converts parts of a text there and back.
+/// The number of units that a conversion has made, as the system returns it. Error 5 for none,
+/// which is how it fails, since no part is empty.
+std::size_t Converted(int count) {
+  if (count <= 0) throw RuntimeError(error_number::kInvalidCall);
+  return static_cast<std::size_t>(count);
+}
+
+/// Converts parts of a text, which are not empty, there and back.
 class PartConverter {
  public:
   /// The bytes of `part`, valid until the next call.
@@ -40,14 +47,14 @@ class PartConverter {
     const int count = WideCharToMultiByte(CP_ACP, 0, reinterpret_cast<const wchar_t*>(part.data()),
                                           static_cast<int>(part.size()), bytes_.data(),
                                           static_cast<int>(bytes_.size()), nullptr, nullptr);
-    return {bytes_.data(), static_cast<std::size_t>(count)};
+    return {bytes_.data(), Converted(count)};
   }
 
   /// The text that `bytes` are read as, valid until the next call.
   TextView Back(std::string_view bytes) {
     const int count = MultiByteToWideChar(CP_ACP, 0, bytes.data(), static_cast<int>(bytes.size()),
                                           units_.data(), static_cast<int>(units_.size()));
-    return {reinterpret_cast<const char16_t*>(units_.data()), static_cast<std::size_t>(count)};
+    return {reinterpret_cast<const char16_t*>(units_.data()), Converted(count)};
   }
 
  private:
@@ -70,6 +77,18 @@ std::string InCodePage(TextView text) {
       Refuse(done + static_cast<std::size_t>(differing - part.begin()));
     }
     result.append(bytes);
+    done += part.size();
+  }
+  return result;
+}
+
+Text ThroughCodePage(TextView text) {
+  PartConverter converter;
+  Text result;
+  result.reserve(text.size());
+  for (std::size_t done = 0; done < text.size();) {
+    const TextView part = text.substr(done, PartOf(text.substr(done)));
+    result.append(converter.Back(converter.Bytes(part)));
     done += part.size();
   }
   return result;

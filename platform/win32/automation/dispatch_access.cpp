@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "automation/runtime_error.h"
-#include "platform/win32/automation/dispatch_family.h"
+#include "platform/win32/automation/dispatch_adapter.h"
 #include "platform/win32/automation/hresult.h"
 #include "platform/win32/automation/late_binding.h"
 #include "platform/win32/automation/record_texts.h"
@@ -82,7 +82,7 @@ class OwnClass {
   bool IsKnown() const { return table_ != nullptr; }
 
   /// The texts of `object`, valid as long as it; null when it is of another class. Objects with one
-  /// table of virtual functions are of one class, whose parts lie at the same places.
+  /// table of virtual functions are of one class, whose parts have the same offsets.
   IRecordTexts* TextsOf(IDispatch& object) const {
     if (TableOf(object) != table_) return nullptr;
     return reinterpret_cast<IRecordTexts*>(reinterpret_cast<std::byte*>(&object) + distance_);
@@ -102,8 +102,9 @@ class OwnClass {
 
 class DispatchAccess : public MemberAccess {
  public:
-  DispatchAccess(const DispatchFamily& family, std::vector<Text> names)
-      : MemberAccess(std::move(names)), family_(family) {
+  DispatchAccess(const DispatchAdapter& adapter, std::vector<Text> names)
+      : MemberAccess(std::move(names)), adapter_(adapter) {
+    names_.reserve(Names().size());
     for (const Text& name : Names()) names_.emplace_back(name);
   }
 
@@ -135,8 +136,8 @@ class DispatchAccess : public MemberAccess {
   }
 
   Object CallForObject(const Object& object, std::size_t member) override {
-    auto& dispatch = *static_cast<IDispatch*>(object.Self(family_));
-    return family_.Wrap(ObjectYieldedBy(dispatch, names_[member].Get()));
+    auto& dispatch = *static_cast<IDispatch*>(object.Self(adapter_));
+    return adapter_.Wrap(ObjectYieldedBy(dispatch, names_[member].Get()));
   }
 
  private:
@@ -151,7 +152,7 @@ class DispatchAccess : public MemberAccess {
   };
 
   Way WayTo(const Object& object) {
-    IDispatch& self = *static_cast<IDispatch*>(object.Self(family_));
+    IDispatch& self = *static_cast<IDispatch*>(object.Self(adapter_));
     if (!std::exchange(isLearnt_, true)) LearnFrom(self);
     return {
         self, own_ ? own_->TextsOf(self) : nullptr, described_ && described_->HoldFor(self), {}};
@@ -188,7 +189,7 @@ class DispatchAccess : public MemberAccess {
     brindlex::Let(way.object, IdOf(way, member), text.Get(), locale_);
   }
 
-  const DispatchFamily& family_;
+  const DispatchAdapter& adapter_;
   std::vector<Bstr> names_;
   const LCID locale_ = GetUserDefaultLCID();
   bool isLearnt_ = false;
@@ -199,9 +200,9 @@ class DispatchAccess : public MemberAccess {
 
 }  // namespace
 
-std::unique_ptr<MemberAccess> MakeDispatchAccess(const DispatchFamily& family,
+std::unique_ptr<MemberAccess> MakeDispatchAccess(const DispatchAdapter& adapter,
                                                  std::vector<Text> names) {
-  return std::make_unique<DispatchAccess>(family, std::move(names));
+  return std::make_unique<DispatchAccess>(adapter, std::move(names));
 }
 
 ComPtr<IDispatch> ObjectYieldedBy(IDispatch& object, BSTR name) {

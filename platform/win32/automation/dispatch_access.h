@@ -11,21 +11,21 @@
 
 namespace brindlex {
 
-class DispatchFamily;
+class DispatchAdapter;
 
-/// Access to the members `names` of objects of `family`, which must outlive it, in the quickest way
-/// that is safe for each object:
+/// Access to the members `names` of objects of `adapter`, which must outlive it, in the quickest
+/// way that is safe for each object:
 ///
 /// - the component's own records hand their texts over directly;
 /// - objects with the very type description of the first object are asked by the dispatch ids that
 ///   it lists, provided that the first object itself uses the same ids;
 /// - every other object is asked for the id of every name anew: objects that look alike, even with
 ///   one vtable, may give one name different ids.
-std::unique_ptr<MemberAccess> MakeDispatchAccess(const DispatchFamily& family,
+std::unique_ptr<MemberAccess> MakeDispatchAccess(const DispatchAdapter& adapter,
                                                  std::vector<Text> names);
 
 /// The object that the member `name` of `object` yields; null for Nothing. Errors as
-/// ObjectFamily::CallForObject has them.
+/// ObjectAdapter::CallForObject has them.
 ComPtr<IDispatch> ObjectYieldedBy(IDispatch& object, BSTR name);
 
 }  // namespace brindlex

@@ -1,7 +1,7 @@
 #include <utility>
 
 #include "automation/runtime_error.h"
-#include "platform/win32/automation/dispatch_family.h"
+#include "platform/win32/automation/dispatch_adapter.h"
 #include "platform/win32/automation/hresult.h"
 #include "platform/win32/automation/late_binding.h"
 #include "platform/win32/automation/variant.h"
@@ -17,13 +17,13 @@ constexpr IID kDictionary = {
     0x42C642C1, 0x97E1, 0x11CF, {0x97, 0x8F, 0x00, 0xA0, 0x24, 0x63, 0xE0, 0x6F}};
 
 /// The entries that Next yields, as the host has them.
-class VariantWalk : public Enumerator {
+class VariantEnumerator : public Enumerator {
  public:
-  explicit VariantWalk(const DispatchFamily& family) : family_(family) {}
+  explicit VariantEnumerator(const DispatchAdapter& adapter) : adapter_(adapter) {}
 
   bool NextObject(Object& entry) override {
     if (!Next(current_)) return false;
-    entry = family_.Wrap(ObjectOf(current_.Get()));
+    entry = adapter_.Wrap(ObjectOf(current_.Get()));
     return true;
   }
 
@@ -36,18 +36,18 @@ class VariantWalk : public Enumerator {
  private:
   virtual bool Next(Variant& entry) = 0;
 
-  const DispatchFamily& family_;
+  const DispatchAdapter& adapter_;
   Variant current_;
 };
 
-class EnumeratedWalk : public VariantWalk {
+class NewEnumEnumerator : public VariantEnumerator {
  public:
-  EnumeratedWalk(const DispatchFamily& family, ComPtr<IEnumVARIANT> entries)
-      : VariantWalk(family), entries_(std::move(entries)) {}
+  NewEnumEnumerator(const DispatchAdapter& adapter, ComPtr<IEnumVARIANT> entries)
+      : VariantEnumerator(adapter), entries_(std::move(entries)) {}
 
  private:
   bool Next(Variant& entry) override {
-    // Some enumerators do not say how many they fetched, and some not that they are at their end.
+    // Some enumerators do not set how many they fetched, and some do not report their end.
     ULONG fetched = 1;
     const HRESULT status = entries_->Next(1, entry.Receive(), &fetched);
     CheckHost(status);
@@ -68,10 +68,11 @@ Variant ItemOf(IDispatch& collection, VARIANT& index) {
 }
 
 /// For a collection without an enumerator: positions from 1 to the count at the start.
-class PositionWalk : public VariantWalk {
+class PositionEnumerator : public VariantEnumerator {
  public:
-  PositionWalk(const DispatchFamily& family, ComPtr<IDispatch> collection, std::int32_t count)
-      : VariantWalk(family), collection_(std::move(collection)), count_(count) {}
+  PositionEnumerator(const DispatchAdapter& adapter, ComPtr<IDispatch> collection,
+                     std::int32_t count)
+      : VariantEnumerator(adapter), collection_(std::move(collection)), count_(count) {}
 
  private:
   bool Next(Variant& entry) override {
@@ -128,9 +129,9 @@ std::int32_t DispatchCollection::Count() const {
 
 std::unique_ptr<Enumerator> DispatchCollection::Enumerate() const {
   if (auto entries = EnumeratorOf(*object_.Get())) {
-    return std::make_unique<EnumeratedWalk>(family_, std::move(entries));
+    return std::make_unique<NewEnumEnumerator>(adapter_, std::move(entries));
   }
-  return std::make_unique<PositionWalk>(family_, object_, Count());
+  return std::make_unique<PositionEnumerator>(adapter_, object_, Count());
 }
 
 Text DispatchCollection::TextUnder(TextView key) const {
@@ -138,7 +139,7 @@ Text DispatchCollection::TextUnder(TextView key) const {
 }
 
 Object DispatchCollection::ObjectUnder(TextView key) const {
-  return family_.Wrap(ObjectOf(EntryUnder(*object_.Get(), key).Get()));
+  return adapter_.Wrap(ObjectOf(EntryUnder(*object_.Get(), key).Get()));
 }
 
 void DispatchCollection::Add(Object /*entry*/, std::optional<TextView> /*key*/) {

@@ -2,7 +2,7 @@
 
 #include <oaidl.h>
 
-#include "environment/report_listener.h"
+#include "platform/report_listener.h"
 #include "platform/win32/automation/com_ptr.h"
 
 namespace brindlex {

@@ -5,7 +5,7 @@
 namespace brindlex {
 
 /// Whether the process has a window station that a user can see. A service and a task that runs
-/// without a user have one that nobody sees, where a message box would wait for ever.
+/// without a user have one that nobody sees, where a message box would wait without end.
 bool IsWindowStationVisible() noexcept;
 
 /// Writes `caption`, ": ", `text` and a line break to the debugger (OutputDebugString) and, when

@@ -38,7 +38,7 @@ class FloatingPointScope {
   }
 
  private:
-  /// The bits of the SSE control word that say how to compute; the others are exception flags.
+  /// The bits of the SSE control word that control computation; the others are exception flags.
   static constexpr std::uint32_t kSseControl = 0xFFC0;
   static constexpr std::uint32_t kOwnSse = 0x1F80;
   static constexpr std::uint16_t kOwnControl = 0x027F;

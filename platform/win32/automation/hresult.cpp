@@ -54,7 +54,7 @@ constexpr Mapping kMappings[] = {
 std::int32_t NumberOf(HRESULT status) {
   constexpr std::uint32_t kControlFacility = 0x800A0000;
   const auto bits = static_cast<std::uint32_t>(status);
-  // The number 0 stands for no error at all, so this one status keeps its own.
+  // The number 0 means no error at all, so this one status keeps its own.
   if ((bits & 0xFFFF0000U) == kControlFacility && bits != kControlFacility) {
     return static_cast<std::int32_t>(bits & 0xFFFFU);
   }

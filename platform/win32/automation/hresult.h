@@ -8,14 +8,14 @@
 
 namespace brindlex {
 
-/// The run-time error that a failed automation call stands for: the number that hosts give to the
+/// The run-time error of a failed automation call: the number that hosts give to the
 /// status, else the status itself as a negative number. The error object that the called object may
 /// have left on the thread is cleared, here and below: what fails is reported by the component, and
 /// a call of the component that succeeds leaves no error object.
 RuntimeError ErrorOf(HRESULT status);
 
-/// As above, with what the called object said in `exception` when the status is DISP_E_EXCEPTION.
-/// Fills a deferred description in and releases the texts of `exception`.
+/// As above, with what the called object reported in `exception` when the status is
+/// DISP_E_EXCEPTION. Fills a deferred description in and releases the texts of `exception`.
 RuntimeError ErrorOf(HRESULT status, EXCEPINFO& exception);
 
 /// Throws ErrorOf(status); with `exception`, as ErrorOf has it.

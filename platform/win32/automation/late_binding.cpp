@@ -48,7 +48,7 @@ Variant Invoke(IDispatch& object, DISPID member, WORD flags, std::span<VARIANT> 
 void Let(IDispatch& object, DISPID member, VARIANT& value, LCID locale, DWORD* lastError) {
   DISPID valueName = DISPID_PROPERTYPUT;
   DISPPARAMS parameters{&value, &valueName, 1, 1};
-  // Nobody wants the result, yet some objects write one without asking whether there is a place.
+  // Nobody wants the result, yet some objects write one without a check for null.
   Variant unwanted;
   InvokeRaw(object, member, DISPATCH_PROPERTYPUT, parameters, unwanted.Receive(), locale,
             lastError);

@@ -12,8 +12,8 @@
 
 namespace brindlex {
 
-/// Calls a member; reads a property; both at once, for objects that tell them apart when the caller
-/// cannot.
+/// Calls a member; reads a property; both at once, for objects that distinguish them when the
+/// caller cannot.
 inline constexpr WORD kCall = DISPATCH_METHOD;
 inline constexpr WORD kGet = DISPATCH_PROPERTYGET;
 inline constexpr WORD kCallOrGet = DISPATCH_METHOD | DISPATCH_PROPERTYGET;
@@ -57,7 +57,7 @@ void Let(IDispatch& object, DISPID member, VARIANT& value, LCID locale = GetUser
          DWORD* lastError = nullptr);
 
 /// What the object's default property yields, followed until it is no object. Error 91 for Nothing,
-/// 438 without a default property, 13 when the objects lead nowhere.
+/// 438 without a default property, 13 when the objects never lead to a value.
 Variant DefaultValueOf(const VARIANT& object);
 
 }  // namespace brindlex

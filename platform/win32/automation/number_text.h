@@ -1,6 +1,6 @@
 #pragma once
 
-#include "automation/number_text.h"
+#include "platform/number_text.h"
 
 namespace brindlex {
 

@@ -8,7 +8,7 @@
 #include "automation/keyed_list.h"
 #include "automation/runtime_error.h"
 #include "platform/win32/automation/com_ptr.h"
-#include "platform/win32/automation/dispatch_family.h"
+#include "platform/win32/automation/dispatch_adapter.h"
 #include "platform/win32/automation/hresult.h"
 #include "platform/win32/automation/late_binding.h"
 #include "platform/win32/automation/variant.h"
@@ -66,11 +66,11 @@ std::vector<Text> NamesFromService(IDispatch& service, IDispatch& object) {
   const auto interfaceInfo =
       ObjectMemberOf(service, u"InterfaceInfoFromObject", {&argument.Get(), 1});
   auto members = ObjectMemberOf(*interfaceInfo.Get(), u"Members");
-  const DispatchFamily family(nullptr);
-  const auto walk = DispatchCollection(family, std::move(members)).Enumerate();
+  const DispatchAdapter adapter(nullptr);
+  const auto enumerator = DispatchCollection(adapter, std::move(members)).Enumerate();
   DistinctNames names;
-  for (Object entry; walk->NextObject(entry);) {
-    IDispatch& member = *static_cast<IDispatch*>(entry.Self(family));
+  for (Object entry; enumerator->NextObject(entry);) {
+    IDispatch& member = *static_cast<IDispatch*>(entry.Self(adapter));
     const Text name = TextOf(MemberOf(member, u"Name").Get());
     if (WholeNumberOf(MemberOf(member, u"InvokeKind").Get()) == INVOKE_PROPERTYGET) {
       names.Add(name);
@@ -81,7 +81,7 @@ std::vector<Text> NamesFromService(IDispatch& service, IDispatch& object) {
 
 // ---- The object's own type information ---------------------------------------------------------
 
-/// A description that its ITypeInfo made, and that goes back to it.
+/// A description that its ITypeInfo made, and that must be released to it.
 template <class Description, void (STDMETHODCALLTYPE ITypeInfo::*kGiveBack)(Description*)>
 class Described {
  public:

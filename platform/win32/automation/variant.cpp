@@ -15,7 +15,7 @@ bool IsObjectReference(const VARIANT& value) noexcept {
   return type == VT_DISPATCH || type == VT_UNKNOWN;
 }
 
-/// Whether `value` is a reference to nothing, or one that leads from variant to variant without an
+/// Whether `value` is a reference to nothing, or one that refers from variant to variant without an
 /// end. The system's functions follow whatever they get.
 bool LeadsNowhere(const VARIANT& value) noexcept {
   constexpr int kMostSteps = 3;

@@ -12,7 +12,7 @@
 namespace brindlex {
 
 /// The units of `text`, which may be null (empty); valid as long as the BSTR. Their length, in
-/// bytes, stands in the four bytes before them.
+/// bytes, is in the four bytes before them.
 inline TextView ViewOf(BSTR text) noexcept {
   if (text == nullptr) return {};
   const UINT bytes = reinterpret_cast<const UINT*>(text)[-1];
@@ -120,7 +120,7 @@ class Variant {
 HRESULT ChangeType(VARIANT& converted, const VARIANT& value, USHORT flags, VARTYPE type) noexcept;
 HRESULT CopyValue(VARIANT& copy, const VARIANT& value) noexcept;
 
-/// True for the marker that stands for an omitted optional argument.
+/// True for the marker of an omitted optional argument.
 bool IsMissing(const VARIANT& value) noexcept;
 
 /// `value` with a reference to a variant followed; the result may still be a reference to a value

@@ -158,7 +158,7 @@ TEST_F(BasesTest, AnObjectWithoutAValueIsAnError) {
             Convert(nothing.Get(), 10, 16));
 }
 
-TEST_F(BasesTest, AnObjectOfOursGoesByItsDefaultPropertyToo) {
+TEST_F(BasesTest, AnObjectOfTheComponentConvertsByItsDefaultPropertyToo) {
   const auto collection = NewCollection();
   const Units answer = Convert(Variant::OfObject(collection.Get()).Get(), 10, 16);
   EXPECT_TRUE(answer.starts_with(u"error ")) << ::testing::PrintToString(answer);

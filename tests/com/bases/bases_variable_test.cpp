@@ -24,7 +24,7 @@ class BasesVariableTest : public BasesTest {
                                        tolerance, Missing()});
   }
 
-  /// What a double variable holds afterwards, by both roads.
+  /// The value of a double variable afterwards, by the vtable and by IDispatch.
   double After(double before, const VARIANT& number, long from, long to) {
     ConversionLimits limits{-1, before, 0};
     const Units answer = ByVtable(number, from, to, limits);

@@ -3,6 +3,7 @@
 
 #include <cstring>
 
+#include "bases/powers.h"
 #include "tests/com/objects/scripted_object.h"
 #include "tests/com/support/bases_fixture.h"
 #include "tests/com/support/strict_host.h"
@@ -10,8 +11,6 @@
 
 namespace brindlex::testing {
 namespace {
-
-constexpr long kBases[] = {2, 8, 10, 16, 26, 30, 31, 32, 60};
 
 /// Every rounding mode, precision of the x87 and treatment of denormal numbers, with all exceptions
 /// masked, all unmasked, and those unmasked that Delphi and Free Pascal unmask.

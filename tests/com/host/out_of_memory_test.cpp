@@ -224,6 +224,50 @@ TEST_F(OutOfMemoryTest, RestoringNamedCollections) {
       });
 }
 
+TEST_F(OutOfMemoryTest, StoringInPlace) {
+  const Units before = MultiDataCol(objects_.Get(), u"Items");
+  SetMultiData(before);
+  const Units expected = MultiDataCol(objects_.Get(), u"More");
+  const Bstr name(u"More");
+  VARIANT_BOOL isStored = VARIANT_FALSE;
+  const auto text = [this] {
+    Bstr taken;
+    EXPECT_EQ(S_OK, Operations().get_MultiDataString(taken.Receive()));
+    return Units(taken.View());
+  };
+  FailEach([&] { return Operations().StoreCollection(objects_.Get(), name.Get(), &isStored); },
+           [&] {
+             const bool isRight = isStored == VARIANT_TRUE;
+             EXPECT_EQ(isRight ? expected : before, text());
+             SetMultiData(u"");
+             SetMultiData(before);
+             return isRight;
+           });
+  FailEach([&] { return Operations().RemoveCollection(name.Get(), &isStored); },
+           [&] {
+             EXPECT_EQ(before, text());
+             SetMultiData(u"");
+             SetMultiData(before);
+             return true;
+           });
+}
+
+TEST_F(OutOfMemoryTest, ListingNamedCollections) {
+  const Units before = MultiDataCol(objects_.Get(), u"Items");
+  SetMultiData(before);
+  ComPtr<_clsCollection> result;
+  FailEach([&] { return Operations().CollectionNames(result.Receive()); },
+           [&] {
+             const auto taken = std::exchange(result, nullptr);
+             if (taken) {
+               EXPECT_EQ((std::vector<Units>{u"Items"}), Names(taken));
+             }
+             SetMultiData(u"");
+             SetMultiData(before);
+             return static_cast<bool>(taken);
+           });
+}
+
 TEST_F(OutOfMemoryTest, StoringNamedCollections) {
   SetMultiData(MultiDataCol(objects_.Get(), u"Items"));
   const Units expected = MultiDataCol(objects_.Get(), u"More");

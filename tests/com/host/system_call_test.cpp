@@ -1,5 +1,9 @@
 // Single functions of the system that fail, or say something rare, and what the user has of it.
 
+#include <winternl.h>
+
+#include <fstream>
+
 #include "tests/com/appfiles/text_files_test.h"
 #include "tests/com/objects/late_call.h"
 #include "tests/com/objects/scripted_object.h"
@@ -45,21 +49,19 @@ class OddFileTest : public TextFilesTest {
   }
 
   /// Whether the one box that was shown tells of this.
-  void ExpectBoxOf(std::u16string_view description, int number) {
+  void ExpectBoxOf(std::u16string_view description, int number, int line) {
     ASSERT_EQ(1U, Boxes().Boxes().size());
-    EXPECT_NE(Units::npos, Boxes().Boxes()[0].text.find(
-                               Units(u"Error: ").append(description).append(u" Error Number: ") +
-                               DecimalText(number) + u" Line: "))
+    EXPECT_NE(Units::npos, Boxes().Boxes()[0].text.find(Ending(description, number, line)))
         << ::testing::PrintToString(Boxes().Boxes()[0].text);
     Boxes().Forget();
   }
 };
 
-BOOL WINAPI NoPermissions(LPCWSTR, SECURITY_INFORMATION, PSECURITY_DESCRIPTOR, DWORD, LPDWORD) {
+BOOL WINAPI NoPermissions(HANDLE, SECURITY_INFORMATION, PSECURITY_DESCRIPTOR, DWORD, LPDWORD) {
   return Failing();
 }
 
-BOOL WINAPI NoPermissionsToSet(LPCWSTR, SECURITY_INFORMATION, PSECURITY_DESCRIPTOR) {
+BOOL WINAPI NoPermissionsToSet(HANDLE, SECURITY_INFORMATION, PSECURITY_DESCRIPTOR) {
   return Failing();
 }
 
@@ -69,11 +71,12 @@ TEST_F(OddFileTest, AFileSystemWithoutPermissionsIsServed) {
     code = says;
     calls = 0;
     {
-      const PatchedImport get(Dll().Module(), "GetFileSecurityW", AddressOf(NoPermissions));
+      const PatchedImport get(Dll().Module(), "GetKernelObjectSecurity", AddressOf(NoPermissions));
       EXPECT_TRUE(SaveSafely(PathOf(u"f")));
     }
     {
-      const PatchedImport set(Dll().Module(), "SetFileSecurityW", AddressOf(NoPermissionsToSet));
+      const PatchedImport set(Dll().Module(), "SetKernelObjectSecurity",
+                              AddressOf(NoPermissionsToSet));
       EXPECT_TRUE(SaveSafely(PathOf(u"f")));
     }
     EXPECT_EQ(2, calls);
@@ -85,22 +88,14 @@ TEST_F(OddFileTest, AFileSystemWithoutPermissionsIsServed) {
 TEST_F(OddFileTest, PermissionsThatMayNotBeReadOrGivenAreReported) {
   code = ERROR_ACCESS_DENIED;
   {
-    const PatchedImport get(Dll().Module(), "GetFileSecurityW", AddressOf(NoPermissions));
+    const PatchedImport get(Dll().Module(), "GetKernelObjectSecurity", AddressOf(NoPermissions));
     EXPECT_FALSE(SaveSafely(PathOf(u"f")));
   }
-  ExpectBoxOf(kDenied, 70);
-  const PatchedImport set(Dll().Module(), "SetFileSecurityW", AddressOf(NoPermissionsToSet));
+  ExpectBoxOf(kDenied, 70, 3);
+  const PatchedImport set(Dll().Module(), "SetKernelObjectSecurity", AddressOf(NoPermissionsToSet));
   EXPECT_FALSE(SaveSafely(PathOf(u"f")));
-  ExpectBoxOf(kDenied, 70);
+  ExpectBoxOf(kDenied, 70, 3);
   EXPECT_EQ(u"old", Read(PathOf(u"f")));
-}
-
-DWORD claimed = 0;
-
-BOOL WINAPI ClaimAttributes(LPCWSTR path, GET_FILEEX_INFO_LEVELS level, LPVOID data) {
-  const BOOL done = GetFileAttributesExW(path, level, data);
-  static_cast<WIN32_FILE_ATTRIBUTE_DATA*>(data)->dwFileAttributes |= claimed;
-  return done;
 }
 
 HANDLE WINAPI OpenNothing(LPCWSTR, DWORD, DWORD, LPSECURITY_ATTRIBUTES, DWORD, DWORD, HANDLE) {
@@ -111,7 +106,7 @@ HANDLE WINAPI OpenNothing(LPCWSTR, DWORD, DWORD, LPSECURITY_ATTRIBUTES, DWORD, D
 TEST_F(OddFileTest, PermissionsThatNoRoomIsEnoughForAreReported) {
   code = ERROR_INSUFFICIENT_BUFFER;
   {
-    const PatchedImport get(Dll().Module(), "GetFileSecurityW", AddressOf(NoPermissions));
+    const PatchedImport get(Dll().Module(), "GetKernelObjectSecurity", AddressOf(NoPermissions));
     EXPECT_FALSE(SaveSafely(PathOf(u"f")));
   }
   EXPECT_EQ(1, calls);
@@ -120,28 +115,197 @@ TEST_F(OddFileTest, PermissionsThatNoRoomIsEnoughForAreReported) {
   EXPECT_EQ(u"old", Read(PathOf(u"f")));
 }
 
-TEST_F(OddFileTest, ALinkIsFollowedWhereTheSystemCanSayWhereItLeads) {
-  claimed = FILE_ATTRIBUTE_REPARSE_POINT;
-  const PatchedImport attributes(Dll().Module(), "GetFileAttributesExW",
-                                 AddressOf(ClaimAttributes));
-  EXPECT_TRUE(SaveSafely(PathOf(u"f")));
-  EXPECT_EQ(u"new", Read(PathOf(u"f")));
-  {
-    const PatchedImport open(Dll().Module(), "CreateFileW", AddressOf(OpenNothing));
-    code = ERROR_SHARING_VIOLATION;
-    EXPECT_FALSE(SaveSafely(PathOf(u"f")));
+// ---- Files that are more, or less, than files --------------------------------------------------
+
+DWORD claimed = 0;
+
+/// Of files; what a folder says of itself stays.
+BOOL WINAPI ClaimAttributes(HANDLE file, LPBY_HANDLE_FILE_INFORMATION information) {
+  const BOOL done = GetFileInformationByHandle(file, information);
+  if ((information->dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0) {
+    information->dwFileAttributes |= claimed;
   }
-  ExpectBoxOf(kDenied, 70);
-  EXPECT_EQ(u"new", Read(PathOf(u"f")));
+  return done;
+}
+
+ULONG claimedTag = 0;
+
+NTSTATUS NTAPI ClaimTag(HANDLE, PIO_STATUS_BLOCK, PVOID information, ULONG,
+                        FILE_INFORMATION_CLASS) {
+  ++calls;
+  static_cast<FILE_ATTRIBUTE_TAG_INFORMATION*>(information)->ReparseTag = claimedTag;
+  return static_cast<NTSTATUS>(code);
+}
+
+TEST_F(OddFileTest, ALinkIsNeitherFollowedNorReplaced) {
+  claimed = FILE_ATTRIBUTE_REPARSE_POINT;
+  code = ERROR_SUCCESS;
+  const PatchedImport attributes(Dll().Module(), "GetFileInformationByHandle",
+                                 AddressOf(ClaimAttributes));
+  const PatchedImport tag(Dll().Module(), "NtQueryInformationFile", AddressOf(ClaimTag));
+  // IO_REPARSE_TAG_APPEXECLINK and IO_REPARSE_TAG_LX_SYMLINK are the last two.
+  for (const ULONG link : {ULONG{IO_REPARSE_TAG_SYMLINK}, ULONG{IO_REPARSE_TAG_MOUNT_POINT},
+                           ULONG{0xA000001D}, ULONG{0xA0000019}}) {
+    claimedTag = link;
+    EXPECT_FALSE(SaveSafely(PathOf(u"f")));
+    ExpectBoxOf(kDenied, 70, 2);
+  }
+  EXPECT_EQ(4, calls);
+  EXPECT_EQ(u"old", Read(PathOf(u"f")));
+}
+
+TEST_F(OddFileTest, AFileThatIsStoredElsewhereIsReplacedAsAnyOther) {
+  claimed = FILE_ATTRIBUTE_REPARSE_POINT;
+  code = ERROR_SUCCESS;
+  const PatchedImport attributes(Dll().Module(), "GetFileInformationByHandle",
+                                 AddressOf(ClaimAttributes));
+  const PatchedImport tag(Dll().Module(), "NtQueryInformationFile", AddressOf(ClaimTag));
+  // IO_REPARSE_TAG_HSM, IO_REPARSE_TAG_DEDUP, IO_REPARSE_TAG_CLOUD, IO_REPARSE_TAG_WOF.
+  for (const ULONG storage : {0xC0000004U, 0x80000013U, 0x9000001AU, 0x80000017U}) {
+    claimedTag = storage;
+    EXPECT_TRUE(SaveSafely(PathOf(u"f")));
+    EXPECT_EQ(u"new", Read(PathOf(u"f")));
+    ASSERT_TRUE(Save(PathOf(u"f"), u"old"));
+  }
+  ExpectNoBox();
+}
+
+TEST_F(OddFileTest, AReparsePointThatTheSystemCannotDescribeIsRefused) {
+  claimed = FILE_ATTRIBUTE_REPARSE_POINT;
+  code = static_cast<DWORD>(HRESULT_FROM_WIN32(ERROR_IO_DEVICE));
+  const PatchedImport attributes(Dll().Module(), "GetFileInformationByHandle",
+                                 AddressOf(ClaimAttributes));
+  const PatchedImport tag(Dll().Module(), "NtQueryInformationFile", AddressOf(ClaimTag));
+  EXPECT_FALSE(SaveSafely(PathOf(u"f")));
+  ExpectBoxOf(u"Device I/O error", 57, 2);
+  EXPECT_EQ(u"old", Read(PathOf(u"f")));
 }
 
 TEST_F(OddFileTest, ADeviceIsNoFileToReplace) {
   claimed = FILE_ATTRIBUTE_DEVICE;
-  const PatchedImport attributes(Dll().Module(), "GetFileAttributesExW",
+  const PatchedImport attributes(Dll().Module(), "GetFileInformationByHandle",
                                  AddressOf(ClaimAttributes));
   EXPECT_FALSE(SaveSafely(PathOf(u"f")));
-  ExpectBoxOf(u"Device unavailable", 68);
+  ExpectBoxOf(u"Device unavailable", 68, 2);
 }
+
+DWORD WINAPI ClaimPipe(HANDLE) { return FILE_TYPE_PIPE; }
+
+TEST_F(OddFileTest, APipeIsNoFileToReplace) {
+  const PatchedImport type(Dll().Module(), "GetFileType", AddressOf(ClaimPipe));
+  EXPECT_FALSE(SaveSafely(PathOf(u"f")));
+  ExpectBoxOf(u"Device unavailable", 68, 2);
+}
+
+// ---- Names that are taken ----------------------------------------------------------------------
+
+int drawn = 0;
+
+/// The same few numbers in the same order, as if somebody had guessed them.
+BOOLEAN NTAPI DrawInOrder(void* bytes, ULONG size) {
+  FillMemory(bytes, size, static_cast<BYTE>(++drawn));
+  return TRUE;
+}
+
+Units TemporaryNumber(int number) {
+  Units name = u"f.~saving-";
+  for (int digit = 0; digit < 16; ++digit) {
+    name.push_back(static_cast<char16_t>(digit % 2 == 0 ? u'0' + number : u'0'));
+  }
+  return name;
+}
+
+TEST_F(OddFileTest, NamesThatStrangersHaveTakenAreLeftToThem) {
+  drawn = 0;
+  ASSERT_TRUE(Save(PathOf(TemporaryNumber(1)), u"a stranger's"));
+  SetAttributes(PathOf(TemporaryNumber(1)), FILE_ATTRIBUTE_READONLY);
+  std::filesystem::create_directory(PathOf(TemporaryNumber(2)));
+  ASSERT_TRUE(Save(PathOf(TemporaryNumber(3)), u"in use"));
+  {
+    const InUse other(Wide(PathOf(TemporaryNumber(3))));
+    const PatchedImport random(Dll().Module(), "SystemFunction036", AddressOf(DrawInOrder));
+    EXPECT_TRUE(SaveSafely(PathOf(u"f")));
+  }
+  EXPECT_EQ(4, drawn);
+  EXPECT_EQ(u"new", Read(PathOf(u"f")));
+  EXPECT_EQ(u"a stranger's", Read(PathOf(TemporaryNumber(1))));
+  EXPECT_EQ(DWORD{FILE_ATTRIBUTE_READONLY}, AttributesOf(PathOf(TemporaryNumber(1))));
+  EXPECT_TRUE(std::filesystem::is_directory(PathOf(TemporaryNumber(2))));
+  EXPECT_EQ(u"in use", Read(PathOf(TemporaryNumber(3))));
+  EXPECT_FALSE(std::filesystem::exists(PathOf(TemporaryNumber(4))));
+  SetAttributes(PathOf(TemporaryNumber(1)), FILE_ATTRIBUTE_NORMAL);
+  ExpectNoBox();
+}
+
+TEST_F(OddFileTest, WhoTakesEveryNameIsReportedInTheEnd) {
+  drawn = 0;
+  for (int number = 1; number < 9; ++number) {
+    ASSERT_TRUE(Save(PathOf(TemporaryNumber(number)), u"a stranger's"));
+  }
+  const PatchedImport random(Dll().Module(), "SystemFunction036", AddressOf(DrawInOrder));
+  EXPECT_FALSE(SaveSafely(PathOf(u"f")));
+  ExpectBoxOf(u"File already exists", 58, 2);
+  EXPECT_EQ(8, drawn);
+  EXPECT_EQ(u"old", Read(PathOf(u"f")));
+}
+
+// ---- Folders that change while a file is saved -------------------------------------------------
+
+Units movedFolder;
+Units movedTo;
+
+/// Lets somebody else put another folder in the place of this one before the name is drawn.
+BOOLEAN NTAPI DrawLate(void* bytes, ULONG size) {
+  std::filesystem::rename(movedFolder, movedTo);
+  std::filesystem::create_directory(movedFolder);
+  std::ofstream(std::filesystem::path(movedFolder + u"\\f")) << "planted";
+  return DrawInOrder(bytes, size);
+}
+
+TEST_F(OddFileTest, AFolderThatIsSwappedMeanwhileGetsNothing) {
+  movedFolder = PathOf(u"folder");
+  movedTo = PathOf(u"moved");
+  std::filesystem::create_directory(movedFolder);
+  ASSERT_TRUE(Save(movedFolder + u"\\f", u"old"));
+  const PatchedImport random(Dll().Module(), "SystemFunction036", AddressOf(DrawLate));
+  // Wine renames by path after all, and then finds nothing to rename.
+  const bool saved = SaveSafely(movedFolder + u"\\f");
+  EXPECT_EQ(saved ? 0U : 1U, Boxes().Boxes().size());
+  Boxes().Forget();
+  EXPECT_EQ(saved ? u"new" : u"old", Read(movedTo + u"\\f"));
+  EXPECT_EQ(u"planted", Read(movedFolder + u"\\f"));
+  const auto first = std::filesystem::directory_iterator(movedFolder);
+  EXPECT_EQ(1, std::distance(begin(first), end(first)));
+}
+
+NTSTATUS NTAPI RenameByPathOnly(HANDLE file, PIO_STATUS_BLOCK block, PVOID information, ULONG size,
+                                FILE_INFORMATION_CLASS kind) {
+  constexpr int kRename = 10;
+  if (kind == kRename &&
+      static_cast<FILE_RENAME_INFORMATION*>(information)->RootDirectory != nullptr) {
+    ++calls;
+    return static_cast<NTSTATUS>(code);
+  }
+  return NtSetInformationFile(file, block, information, size, kind);
+}
+
+TEST_F(OddFileTest, AFileSystemThatRenamesByPathOnlyIsServed) {
+  const PatchedImport set(Dll().Module(), "NtSetInformationFile", AddressOf(RenameByPathOnly));
+  for (const DWORD says : {ERROR_INVALID_PARAMETER, ERROR_NOT_SUPPORTED, ERROR_INVALID_FUNCTION,
+                           ERROR_CALL_NOT_IMPLEMENTED}) {
+    code = static_cast<DWORD>(HRESULT_FROM_WIN32(says));
+    EXPECT_TRUE(SaveSafely(PathOf(u"f")));
+    EXPECT_EQ(u"new", Read(PathOf(u"f")));
+    ASSERT_TRUE(Save(PathOf(u"f"), u"old"));
+  }
+  EXPECT_EQ(4, calls);
+  code = static_cast<DWORD>(HRESULT_FROM_WIN32(ERROR_ACCESS_DENIED));
+  EXPECT_FALSE(SaveSafely(PathOf(u"f")));
+  ExpectBoxOf(kDenied, 70, 6);
+  EXPECT_EQ(u"old", Read(PathOf(u"f")));
+}
+
+// ---- Writing -----------------------------------------------------------------------------------
 
 BOOL WINAPI WriteNothing(HANDLE, LPCVOID, DWORD, LPDWORD written, LPOVERLAPPED) {
   *written = 0;
@@ -151,8 +315,21 @@ BOOL WINAPI WriteNothing(HANDLE, LPCVOID, DWORD, LPDWORD written, LPOVERLAPPED) 
 TEST_F(OddFileTest, AWriteThatWritesNothingIsAFullDisk) {
   const PatchedImport write(Dll().Module(), "WriteFile", AddressOf(WriteNothing));
   EXPECT_FALSE(SaveSafely(PathOf(u"f")));
-  ExpectBoxOf(u"Disk full", 61);
+  ExpectBoxOf(u"Disk full", 61, 4);
   EXPECT_EQ(u"old", Read(PathOf(u"f")));
+}
+
+int WINAPI ConvertNothing(UINT, DWORD, LPCWCH, int, LPSTR, int, LPCCH, LPBOOL) { return Failing(); }
+
+TEST_F(OddFileTest, ATextThatTheSystemCannotConvertIsReportedNotSavedEmpty) {
+  code = ERROR_INVALID_PARAMETER;
+  const PatchedImport convert(Dll().Module(), "WideCharToMultiByte", AddressOf(ConvertNothing));
+  EXPECT_FALSE(SaveSafely(PathOf(u"f")));
+  ExpectBoxOf(u"Invalid procedure call or argument", 5, 1);
+  EXPECT_EQ(u"old", Read(PathOf(u"f")));
+  EXPECT_FALSE(Save(PathOf(u"f"), u"caf\u00E9"));
+  ExpectBoxOf(u"Invalid procedure call or argument", 5, 3);
+  EXPECT_EQ(2, calls);
 }
 
 TEST_F(OddFileTest, APathWithoutANameIsNotFound) {
@@ -169,7 +346,7 @@ TEST_F(OddFileTest, AnErrorThatNoHostKnowsIsTheSystemsOwn) {
   code = ERROR_CANCELLED;
   const PatchedImport open(Dll().Module(), "CreateFileW", AddressOf(OpenNothing));
   EXPECT_FALSE(SaveSafely(PathOf(u"f")));
-  ExpectBoxOf(u"Automation error", HRESULT_FROM_WIN32(ERROR_CANCELLED));
+  ExpectBoxOf(u"Automation error", HRESULT_FROM_WIN32(ERROR_CANCELLED), 2);
 }
 
 // ---- A scripting run time that misbehaves ------------------------------------------------------

@@ -9,7 +9,8 @@
 namespace brindlex::testing {
 namespace {
 
-/// Adds one to each number, and fails when the third argument is set.
+/// Next adds one to each number, and fails when the third argument is set. Clear replaces an object
+/// by Nothing.
 constexpr Member kMembers[] = {
     {L"Next",
      1,
@@ -24,6 +25,16 @@ constexpr Member kMembers[] = {
        return fails ? E_FAIL : S_OK;
      },
      {Optional(L"Whole"), Optional(L"Number"), Required(L"Fails")}},
+    {L"Clear",
+     2,
+     DISPATCH_METHOD,
+     [](IDispatch&, Call& call) -> HRESULT {
+       IDispatch** const object = call.ObjectVariableAt(0);
+       if (*object != nullptr) (*object)->Release();
+       *object = nullptr;
+       return S_OK;
+     },
+     {Required(L"Object")}},
 };
 
 class CallTest : public ComTest {
@@ -67,6 +78,18 @@ TEST_F(CallTest, PlainValuesAndVariablesOfOtherTypesStay) {
   EXPECT_EQ(u"double 2.5", Shown(number.Get()));
   EXPECT_EQ(2, Next(TypedReference(OfDouble(2.5)), TypedReference(whole)));
   EXPECT_EQ(u"long 1", Shown(whole.Get()));
+}
+
+TEST_F(CallTest, VariablesOfObjectsReceiveWhatReplacesThem) {
+  const auto self = ScriptedObject::New();
+  IDispatch* variable = ScriptedObject::New().Detach();
+  VARIANT reference;
+  reference.vt = VT_BYREF | VT_DISPATCH;
+  reference.ppdispVal = &variable;
+  DISPPARAMS params{&reference, nullptr, 1, 0};
+  EXPECT_EQ(S_OK, InvokeMember(kMembers, *self.Get(), 2, IID_NULL, DISPATCH_METHOD, &params,
+                               nullptr, nullptr, nullptr));
+  EXPECT_EQ(nullptr, variable);
 }
 
 TEST_F(CallTest, WhatIsLeftOutOrEmptyHasItsDefault) {

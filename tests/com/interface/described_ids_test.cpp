@@ -47,7 +47,7 @@ class DescribedIdsTest : public SaveRestoreTest {
   const Description fitting_{{{u"Title", 1}, {u"Count", 2}}};
 };
 
-TEST_F(DescribedIdsTest, OneDescriptionOfAllObjectsStandsForTheirAnswers) {
+TEST_F(DescribedIdsTest, ACommonDescriptionReplacesTheirAnswers) {
   const auto first = Described(u"a", u"1", fitting_);
   const auto second = Described(u"b", u"2", fitting_);
   EXPECT_EQ(u"Title\u00A5Count\u00A5\u0152a\u00A51\u00A5\u0152b\u00A52\u00A5\u0152",
@@ -146,13 +146,13 @@ TEST_F(DescribedIdsTest, OwnRecordsLackWhatTheyLack) {
 
 // ---- A text that is built where the host takes it ----------------------------------------------
 
-TEST(BstrBuilderTest, TextsOfEverySizeComeOutWhole) {
+TEST(BstrBuilderTest, TextsOfEverySizeAreComplete) {
   for (const std::size_t count : {0U, 1U, 100U, 65535U, 65536U, 70000U, 300000U}) {
     for (const double expectation : {0.0, 1.0, 1.03, 1.2, 1.5}) {
       std::u16string expected;
       BstrBuilder builder;
       builder.Append(u"x");
-      builder.Expect(static_cast<std::size_t>(static_cast<double>(count + 1) * expectation));
+      builder.SetSizeHint(static_cast<std::size_t>(static_cast<double>(count + 1) * expectation));
       expected += u'x';
       while (expected.size() < count) {
         builder.Append(u"0123456");

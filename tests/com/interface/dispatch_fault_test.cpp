@@ -309,7 +309,7 @@ TEST_F(InvokeTest, FaultsNeedNoPlaceForTheWrongArgument) {
   EXPECT_EQ(DISP_E_TYPEMISMATCH, Invoke(*saveRestore.Get(), kItemExists, &params, nullptr));
 }
 
-TEST_F(InvokeTest, AFailingMemberTellsItsErrorToTheCaller) {
+TEST_F(InvokeTest, AFailingMemberReturnsItsErrorToTheCaller) {
   const auto collection = NewCollection();
   const Variant key(u"absent");
   LateCall call(*collection.Get(), L"Item");

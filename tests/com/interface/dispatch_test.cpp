@@ -234,6 +234,19 @@ const Row kRows[] = {
      },
      u"text DataString,Name,;d,n,;"},
     {"RefuseMarkers", SaveRestoreOf, L"RefuseMarkers", {}, NoArguments, u"False"},
+    {"StoreCollection",
+     SaveRestoreOf,
+     L"StoreCollection",
+     {L"NewCol", L"Name"},
+     [](World& world) { return Arguments(AsValue(world.collection), Variant(u"n")); },
+     u"True"},
+    {"RemoveCollection",
+     SaveRestoreWithSeveral,
+     L"RemoveCollection",
+     {L"Name"},
+     [](World&) { return Arguments(Variant(u"absent")); },
+     u"False"},
+    {"CollectionNames", SaveRestoreOf, L"CollectionNames", {}, NoArguments, u"[]"},
     {"MultiDataString",
      SaveRestoreWithSeveral,
      L"MultiDataString",
@@ -412,7 +425,7 @@ TEST_P(MemberTest, TakesNamedArgumentsInAnyOrder) {
   });
 }
 
-TEST_P(MemberTest, TakesNamedArgumentsBehindPlacedOnes) {
+TEST_P(MemberTest, TakesNamedArgumentsAfterPositionalOnes) {
   ExpectResult(Names(), DISPATCH_METHOD, [](auto& call, auto& ids, auto& arguments) {
     for (std::size_t index = 0; index < arguments.size(); ++index) {
       if (index == 0) {

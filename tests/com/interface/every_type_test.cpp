@@ -1,5 +1,5 @@
-// Property values of every type that a variant can claim to be of, sound or not, beside what the
-// system's own conversion says of the same value.
+// Property values of every type that a variant can claim to be of, valid or not, compared to the
+// system's own conversion of the same value.
 
 #include <limits>
 
@@ -23,18 +23,18 @@ std::vector<VARTYPE> Types() {
 }
 
 /// What a value is as text, or the number of the error that it is.
-struct Told {
+struct Reading {
   std::optional<std::u16string> text;
   int error = 0;
 
-  bool operator==(const Told&) const = default;
+  bool operator==(const Reading&) const = default;
 };
 
-void PrintTo(const Told& told, std::ostream* out) {
-  if (told.text) {
-    *out << ::testing::PrintToString(*told.text);
+void PrintTo(const Reading& reading, std::ostream* out) {
+  if (reading.text) {
+    *out << ::testing::PrintToString(*reading.text);
   } else {
-    *out << "error " << told.error;
+    *out << "error " << reading.error;
   }
 }
 
@@ -57,7 +57,7 @@ int NumberOf(HRESULT status) {
 }
 
 /// What the system makes of a value that is no object and not Null.
-Told BySystem(const VARIANT& value) {
+Reading BySystem(const VARIANT& value) {
   Variant text;
   const HRESULT status = VariantChangeTypeEx(&text.Get(), const_cast<VARIANT*>(&value),
                                              GetUserDefaultLCID(), 0, VT_BSTR);
@@ -66,7 +66,7 @@ Told BySystem(const VARIANT& value) {
 }
 
 /// The rules: objects, Null and flags have their own, all else is as the system has it.
-Told ByTheRules(const VARIANT& value) {
+Reading ByTheRules(const VARIANT& value) {
   switch (value.vt & ~VT_BYREF) {
     case VT_NULL:
       return {std::nullopt, 94};
@@ -99,7 +99,7 @@ class EveryTypeTest : public SaveRestoreTest {
   }
 
   /// What becomes of a property that yields just these bytes. Nothing may be left of the call.
-  Told Saved(const VARIANT& raw) {
+  Reading Saved(const VARIANT& raw) {
     record_->operator[](u"Value").leave = [&raw](VARIANT& result) { result = raw; };
     const long heap = FailingMemory::LiveBlocks();
     const long blocks = MallocSpy::Instance().LiveBlocks();
@@ -113,7 +113,7 @@ class EveryTypeTest : public SaveRestoreTest {
   ComPtr<ScriptedObject> record_;
 
  private:
-  static Told Read(const Units& text, const std::vector<Report>& reports) {
+  static Reading Read(const Units& text, const std::vector<Report>& reports) {
     constexpr View kHeader = u"Value\u00A5\u0152";
     constexpr View kEnd = u"\u00A5\u0152";
     if (reports.empty()) {
@@ -126,7 +126,7 @@ class EveryTypeTest : public SaveRestoreTest {
     return {std::nullopt, NumberIn(reports[0])};
   }
 
-  /// The error that a report of the property tells of.
+  /// The error in a report of the property.
   static int NumberIn(const Report& report) {
     constexpr View kNumber = u" Number: ";
     EXPECT_EQ(u"Error DFC", report.caption);
@@ -154,7 +154,7 @@ TEST_F(EveryTypeTest, NothingAtAllUnderEveryTypeIsAsTheSystemHasIt) {
 }
 
 TEST_F(EveryTypeTest, AReferenceToNothingIsAnErrorWhateverItsType) {
-  const Told invalid{std::nullopt, 5};
+  const Reading invalid{std::nullopt, 5};
   for (const VARTYPE type : Types()) {
     for (const VARTYPE flag : {VARTYPE{VT_BYREF}, VARTYPE{VT_ARRAY | VT_BYREF}}) {
       VARIANT raw{};
@@ -173,9 +173,9 @@ TEST_F(EveryTypeTest, ReferencesThatLeadInCirclesAreAnError) {
   VARIANT self{};
   self.vt = VT_BYREF | VT_VARIANT;
   self.pvarVal = &self;
-  EXPECT_EQ((Told{std::nullopt, 5}), Saved(self));
+  EXPECT_EQ((Reading{std::nullopt, 5}), Saved(self));
   VARIANT other = self;
-  EXPECT_EQ((Told{std::nullopt, 5}), Saved(other));
+  EXPECT_EQ((Reading{std::nullopt, 5}), Saved(other));
 }
 
 template <class T>
@@ -183,7 +183,7 @@ VARIANT Raw(VARTYPE type, T value) {
   return Of(type, value).Get();
 }
 
-TEST_F(EveryTypeTest, ValuesAtAndBehindTheEdgesAreAsTheSystemHasThem) {
+TEST_F(EveryTypeTest, ValuesAtAndBeyondTheLimitsConvertAsTheSystemConvertsThem) {
   const KindScope kind;  // the expected values are computed here
   constexpr double kHuge = std::numeric_limits<double>::max();
   constexpr double kInfinite = std::numeric_limits<double>::infinity();
@@ -227,8 +227,8 @@ TEST_F(EveryTypeTest, DecimalsThatThereCannotBeAreAnError) {
       value.decVal.Hi32 = value.decVal.Lo32 = value.decVal.Mid32 = MAXDWORD;
       value.vt = VT_DECIMAL;
       SCOPED_TRACE(::testing::Message() << "scale " << scale << ", sign " << sign);
-      const bool isSound = scale <= 28 && (sign == 0 || sign == DECIMAL_NEG);
-      EXPECT_EQ(isSound ? BySystem(value) : Told({std::nullopt, 5}), Saved(value));
+      const bool isValid = scale <= 28 && (sign == 0 || sign == DECIMAL_NEG);
+      EXPECT_EQ(isValid ? BySystem(value) : Reading({std::nullopt, 5}), Saved(value));
       DECIMAL decimal = value.decVal;
       VARIANT reference{};
       reference.vt = VT_BYREF | VT_DECIMAL;
@@ -261,7 +261,7 @@ Variant Matrix() {
 }
 
 TEST_F(EveryTypeTest, ArraysOfAllShapesAreNoText) {
-  const Told mismatch{std::nullopt, 13};
+  const Reading mismatch{std::nullopt, 13};
   Variant matrix = Matrix();
   SAFEARRAY* variable = matrix.Get().parray;
   EXPECT_EQ(mismatch, Saved(Raw(VT_BYREF | VT_ARRAY | VT_VARIANT, &variable)));

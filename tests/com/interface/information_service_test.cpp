@@ -112,7 +112,7 @@ TEST_F(InformationServiceTest, SavingAndRestoringUseItsNames) {
   EXPECT_EQ(u"0", Read(back.Get(), u"Short"));
 }
 
-TEST_F(InformationServiceTest, AnObjectsOwnListComesBeforeIt) {
+TEST_F(InformationServiceTest, AnObjectsOwnListIsPreferred) {
   AddMember(u"Other", kGetter);
   const auto object = ScriptedObject::New();
   object->Property(u"MembersCol", Variant::OfObject(ForeignCollection::OfNames({u"Own"}).Get()));
@@ -127,7 +127,7 @@ TEST_F(InformationServiceTest, AnInterfaceWithoutGettersGivesAnEmptyCollection) 
   ExpectShown({Dfc({0, u""})});
 }
 
-TEST_F(InformationServiceTest, WhereItCannotBeMadeTheTypeInformationIsWalked) {
+TEST_F(InformationServiceTest, WithoutItTheTypeInformationIsRead) {
   AddMember(u"Other", kGetter);
   for (const HRESULT status : {E_FAIL, REGDB_E_CLASSNOTREG, CO_E_DLLNOTFOUND, E_NOINTERFACE}) {
     factory_.status = status;

@@ -1,4 +1,4 @@
-// What the reports say when an object of the host fails, for every kind of status.
+// The reports when an object of the host fails, for every kind of status.
 
 #include <dispex.h>
 
@@ -57,7 +57,7 @@ const std::vector<Row>& Rows() {
       {{STG_E_FILENOTFOUND}, {53, u"File not found"}},
       {{kControl | 438}, NoMember()},
       {{kControl}, {kControl, u"Automation error"}},
-      // What the object says.
+      // The object's own error.
       {Outcome::Raise(kControl | 438), NoMember()},
       {Outcome::Raise(kControl | 5, u"That will not do", u"Host.Record"), {5, u"That will not do"}},
       {Outcome::Raise(kControl | 1001), {1001, general}},
@@ -81,7 +81,7 @@ const std::vector<Row>& Rows() {
   return rows;
 }
 
-/// Every so many, for the places where failures take the same road: each box takes its time.
+/// One of every so many, where failures take the same path: each box takes time.
 std::vector<Row> OneRowIn(std::size_t step) {
   std::vector<Row> some;
   for (std::size_t at = 0; at < Rows().size(); at += step) some.push_back(Rows()[at]);
@@ -196,7 +196,7 @@ TEST_F(LateErrorTest, NamesAreAskedForByDispatchExWhereIDispatchRefuses) {
   EXPECT_EQ(std::vector<Units>{u"Beta=2"}, Titles(restored));
 }
 
-TEST_F(LateErrorTest, NamesThatCannotBeLookedUpAreReportedAsTheObjectSaysIt) {
+TEST_F(LateErrorTest, NamesThatCannotBeLookedUpAreReportedWithTheObjectsError) {
   const Row rows[] = {
       {{E_FAIL}, {E_FAIL, u"Automation error", 5}},
       {{E_OUTOFMEMORY}, OutOfMemory(5)},

@@ -1,4 +1,4 @@
-// Text handed to properties of every automation type, which convert it as the system does.
+// Text assigned to properties of every automation type, which convert it as the system does.
 
 #include <cstring>
 
@@ -44,7 +44,7 @@ class LateLetTest : public SaveRestoreTest {
   ComPtr<TypedRecord> last_;
 };
 
-/// A record of a bridge that writes to each place of a call, whether there is one or not.
+/// A record of a bridge that writes to every pointer of a call, null or not.
 class BridgedRecord final : public ScriptedObject {
  public:
   static ComPtr<BridgedRecord> New() { return ComPtr<BridgedRecord>::Adopt(new BridgedRecord); }
@@ -180,7 +180,7 @@ TEST_F(LateLetTest, AMethodIsNoProperty) {
   ExpectShown({Dfc(NoMember(5), u"Absent")});
 }
 
-TEST_F(LateLetTest, ARecordOfEveryTypeComesBackAsItWas) {
+TEST_F(LateLetTest, ARecordOfEveryTypeIsRestored) {
   const KindScope kind;  // the record converts texts in the host
   const std::vector<View> members = {u"Short", u"Long", u"Single", u"Double", u"Money", u"Day",
                                      u"Words", u"Flag", u"Any",    u"Exact",  u"Tiny"};

@@ -82,10 +82,10 @@ TEST_F(LateValueTest, NumbersAndDatesAreTextAsTheSystemWritesThemForTheUser) {
 TEST_F(LateValueTest, AReferenceReadsAsWhatItRefersTo) {
   for (Variant& number : Numbers()) {
     VARIANT& value = number.Get();
-    void* const place = value.vt == VT_DECIMAL ? static_cast<void*>(&value.decVal) : &value.llVal;
+    void* const address = value.vt == VT_DECIMAL ? static_cast<void*>(&value.decVal) : &value.llVal;
     const auto type = static_cast<VARTYPE>(VT_BYREF | value.vt);
     // The type of a decimal is where its unused bytes are, so the two may not share a variant.
-    EXPECT_EQ(AsTheSystemHasIt(value), Saved(Of(type, place))) << "type " << value.vt;
+    EXPECT_EQ(AsTheSystemHasIt(value), Saved(Of(type, address))) << "type " << value.vt;
     EXPECT_EQ(AsTheSystemHasIt(value), Saved(Of<VARIANT*>(VT_BYREF | VT_VARIANT, &value)))
         << "type " << value.vt;
   }
@@ -230,7 +230,7 @@ TEST_F(LateValueTest, AnObjectWithoutAutomationIsReportedAndReleased) {
   EXPECT_EQ(0U, plainest.references);
 }
 
-TEST_F(LateValueTest, AFailureLeavesNothingOfTheTextBehind) {
+TEST_F(LateValueTest, AFailureLeavesTheTextAsItWas) {
   const auto first = NewTitle(u"Alpha", u"1");
   const auto second = NewTitle(u"Beta", u"2");
   second->operator[](u"Count").value = Of(VT_NULL, 0);

@@ -96,7 +96,7 @@ TEST_F(MemberNamesTest, AListOfTheComponentsOwnClassIsReturnedAsItIs) {
   EXPECT_EQ(2, CountOf(names));
 }
 
-TEST_F(MemberNamesTest, WhatIsHandedOutIsACollectionOfItsOwn) {
+TEST_F(MemberNamesTest, TheResultIsANewCollection) {
   const auto list = ForeignCollection::OfNames({u"Name"});
   const auto object = WithMembersCol(Variant::OfObject(list.Get()));
   const auto names = NamesLate(object.Get());
@@ -202,7 +202,7 @@ TEST_F(MemberNamesTest, TypeInformationThatIsNotGivenIsReportedAsTheObjectHasIt)
 /// What GetMemberNames may yield instead of a list with names in it.
 struct NoList {
   Variant (*make)();
-  /// What a restore says about it; number 0 where it counts as an empty list.
+  /// The report of a restore; number 0 where it counts as an empty list.
   ShownError onRestore;
 };
 
@@ -248,7 +248,7 @@ TEST_F(MemberNamesTest, WithoutAListRestoringFallsBackToTheTypeInformationOrFail
   }
 }
 
-TEST_F(MemberNamesTest, ARestoreWithoutAnyNamesGoesToItsReportWithNumberNought) {
+TEST_F(MemberNamesTest, ARestoreWithoutAnyNamesReportsNumberZero) {
   const auto creator = NewCreator([] {
     const auto record = ScriptedObject::New();
     record->Method(u"GetMemberNames", [](const Arguments&) { return ListOf({}); });
@@ -272,7 +272,7 @@ TEST_F(MemberNamesTest, AListOfNumbersNamesMembersByThem) {
   EXPECT_EQ(u"other", Read(At(restored, 1).Get(), u"7"));
 }
 
-TEST_F(MemberNamesTest, AMemberListWithADuplicateIsWrittenAsItStands) {
+TEST_F(MemberNamesTest, AMemberListWithADuplicateIsWrittenAsItIs) {
   const auto record = NewRecord({{u"A", u"1"}, {u"A", u"2"}});
   EXPECT_EQ(u"A\u00A5A\u00A5\u01521\u00A51\u00A5\u0152", SaveObject(record.Get()));
 }

@@ -12,7 +12,7 @@ namespace brindlex::testing {
 namespace {
 
 /// One parameter as a caller fills it.
-struct Given {
+struct Argument {
   VARTYPE type;
   bool isOptional;
   bool isReference;
@@ -24,13 +24,13 @@ struct Tried {
   std::wstring name;
   DISPID id;
   WORD kind;
-  std::vector<Given> parameters;
+  std::vector<Argument> parameters;
   bool hasResult;
-  ULONG_PTR place;
+  ULONG_PTR slot;
 
   std::size_t Required() const {
     return static_cast<std::size_t>(std::count_if(parameters.begin(), parameters.end(),
-                                                  [](const Given& g) { return !g.isOptional; }));
+                                                  [](const Argument& g) { return !g.isOptional; }));
   }
   bool IsPut() const { return (kind & (DISPATCH_PROPERTYPUT | DISPATCH_PROPERTYPUTREF)) != 0; }
 };
@@ -89,7 +89,8 @@ VARIANT Error() {
 
 class MisuseTest : public ComTest {
  protected:
-  /// Runs `fault(member)` for every member of every class; how many tries it says it made, in all.
+  /// Runs `fault(member)` for every member of every class; the number of tries that it returns, in
+  /// all.
   int ForEveryMember(const std::function<int(const Tried&)>& fault) {
     int tries = 0;
     for (const ClassDescription& description : Classes()) {
@@ -113,9 +114,9 @@ class MisuseTest : public ComTest {
   }
 };
 
-/// A call with as many fitting arguments by place as there are parameters, but `instead` in the
+/// A call with as many fitting arguments by position as there are parameters, but `instead` in the
 /// place of that with index `wrong`.
-HRESULT RunWith(const Tried& tried, std::size_t wrong, const VARIANT& instead, UINT& place,
+HRESULT RunWith(const Tried& tried, std::size_t wrong, const VARIANT& instead, UINT& position,
                 LCID locale = LOCALE_USER_DEFAULT) {
   LateCall call(tried.object, tried.id);
   call.By(tried.kind).In(locale);
@@ -130,7 +131,7 @@ HRESULT RunWith(const Tried& tried, std::size_t wrong, const VARIANT& instead, U
     }
   }
   const HRESULT status = call.Run();
-  place = call.WrongArgument();
+  position = call.WrongArgument();
   return status;
 }
 
@@ -168,9 +169,9 @@ TEST_F(MisuseTest, ArgumentsThatMayNotBeOmitted) {
               int tries = 0;
               for (std::size_t index = 0; index < tried.parameters.size(); ++index) {
                 if (tried.parameters[index].isOptional) continue;
-                UINT place = 0;
-                EXPECT_EQ(DISP_E_PARAMNOTOPTIONAL, RunWith(tried, index, Missing(), place));
-                EXPECT_EQ(tried.parameters.size() - 1 - index, place);
+                UINT position = 0;
+                EXPECT_EQ(DISP_E_PARAMNOTOPTIONAL, RunWith(tried, index, Missing(), position));
+                EXPECT_EQ(tried.parameters.size() - 1 - index, position);
                 ++tries;
               }
               return tries;
@@ -185,9 +186,9 @@ TEST_F(MisuseTest, ArgumentsOfAWrongTypeInEveryLocale) {
                 // A Variant takes anything; the member itself judges it.
                 if (tried.parameters[index].type == VT_VARIANT) continue;
                 for (const LCID locale : kForeign) {
-                  UINT place = 0;
-                  EXPECT_EQ(DISP_E_TYPEMISMATCH, RunWith(tried, index, Error(), place, locale));
-                  EXPECT_EQ(tried.parameters.size() - 1 - index, place);
+                  UINT position = 0;
+                  EXPECT_EQ(DISP_E_TYPEMISMATCH, RunWith(tried, index, Error(), position, locale));
+                  EXPECT_EQ(tried.parameters.size() - 1 - index, position);
                 }
                 ++tries;
               }
@@ -203,9 +204,9 @@ TEST_F(MisuseTest, ReferencesToNothing) {
                 for (const VARTYPE type : {VT_VARIANT, VT_BSTR, VT_DISPATCH, VT_BOOL, VT_ERROR}) {
                   VARIANT reference{};
                   reference.vt = static_cast<VARTYPE>(VT_BYREF | type);
-                  UINT place = 0;
-                  EXPECT_EQ(E_INVALIDARG, RunWith(tried, index, reference, place)) << type;
-                  EXPECT_EQ(tried.parameters.size() - 1 - index, place);
+                  UINT position = 0;
+                  EXPECT_EQ(E_INVALIDARG, RunWith(tried, index, reference, position)) << type;
+                  EXPECT_EQ(tried.parameters.size() - 1 - index, position);
                 }
                 ++tries;
               }
@@ -219,9 +220,9 @@ TEST_F(MisuseTest, NumbersForObjects) {
               int tries = 0;
               for (std::size_t index = 0; index < tried.parameters.size(); ++index) {
                 if (tried.parameters[index].type != VT_DISPATCH) continue;
-                UINT place = 0;
-                EXPECT_EQ(DISP_E_TYPEMISMATCH, RunWith(tried, index, OfLong(1).Get(), place));
-                EXPECT_EQ(tried.parameters.size() - 1 - index, place);
+                UINT position = 0;
+                EXPECT_EQ(DISP_E_TYPEMISMATCH, RunWith(tried, index, OfLong(1).Get(), position));
+                EXPECT_EQ(tried.parameters.size() - 1 - index, position);
                 ++tries;
               }
               return tries;
@@ -319,8 +320,8 @@ TEST_F(MisuseTest, NoArgumentsAtAllAndAReservedPlaceThatIsUsed) {
 
 // ---- Through the vtable ------------------------------------------------------------------------
 
-/// Where a vtable call puts what it hands out; freed with it.
-struct Places {
+/// The results of a vtable call; released with it.
+struct Results {
   Variant variables[8];
   Variant result;
 };
@@ -328,12 +329,12 @@ struct Places {
 /// Calls a member through the vtable with fitting arguments, but a null pointer for the parameter
 /// with index `null`, the last one being the result's.
 HRESULT CallWithNull(const Tried& tried, std::size_t null) {
-  Places places;
+  Results results;
   std::vector<VARIANT> arguments;
   for (std::size_t index = 0; index < tried.parameters.size(); ++index) {
-    const Given& given = tried.parameters[index];
-    places.variables[index] = Fitting(given.type);
-    VARIANT& variable = places.variables[index].Get();
+    const Argument& given = tried.parameters[index];
+    results.variables[index] = Fitting(given.type);
+    VARIANT& variable = results.variables[index].Get();
     VARIANT argument = variable;
     if (given.isReference) {
       argument = {};
@@ -346,7 +347,7 @@ HRESULT CallWithNull(const Tried& tried, std::size_t null) {
     VARIANT argument{};
     argument.vt = VT_BYREF | VT_I4;
     argument.byref =
-        null == tried.parameters.size() ? nullptr : static_cast<void*>(&places.result.Get().llVal);
+        null == tried.parameters.size() ? nullptr : static_cast<void*>(&results.result.Get().llVal);
     arguments.push_back(argument);
   }
   std::vector<VARTYPE> types;
@@ -359,7 +360,7 @@ HRESULT CallWithNull(const Tried& tried, std::size_t null) {
     pointers.push_back(&arguments[index]);
   }
   VARIANT status{};
-  EXPECT_EQ(S_OK, DispCallFunc(&tried.object, tried.place, CC_STDCALL, VT_ERROR,
+  EXPECT_EQ(S_OK, DispCallFunc(&tried.object, tried.slot, CC_STDCALL, VT_ERROR,
                                static_cast<UINT>(arguments.size()), types.data(), pointers.data(),
                                &status));
   return status.scode;

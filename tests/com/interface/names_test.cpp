@@ -35,9 +35,9 @@ TEST_F(NamesTest, LateBoundHostsFindTheMembersOfTheTypeLibrary) {
       auto names = NamesOf(*type.Get(), function);
       // The names of results are the type library's alone.
       std::vector<DISPID> expected = {function->memid};
-      for (DISPID place = 0; place < function->cParams; ++place) {
-        const USHORT flags = function->lprgelemdescParam[place].paramdesc.wParamFlags;
-        if ((flags & PARAMFLAG_FRETVAL) == 0 && names.size() > 1) expected.push_back(place);
+      for (DISPID position = 0; position < function->cParams; ++position) {
+        const USHORT flags = function->lprgelemdescParam[position].paramdesc.wParamFlags;
+        if ((flags & PARAMFLAG_FRETVAL) == 0 && names.size() > 1) expected.push_back(position);
       }
       names.resize(expected.size());
       EXPECT_THAT(IdsOf(*object.Get(), names), ElementsAreArray(expected));

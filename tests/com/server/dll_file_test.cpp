@@ -1,4 +1,4 @@
-// The DLL as a file: what it exports and imports, and what it says of itself.
+// The DLL as a file: its exports, its imports and its version resource.
 
 #include <gmock/gmock.h>
 
@@ -33,8 +33,9 @@ TEST(DllFileTest, ImportsFromDllsOfTheSystemOnly) {
     imports.push_back(InCapitals(name));
   }
   EXPECT_FALSE(imports.empty());
-  EXPECT_THAT(imports, IsSubsetOf({"ADVAPI32.DLL", "GDI32.DLL", "KERNEL32.DLL", "MSVCRT.DLL",
-                                   "OLE32.DLL", "OLEAUT32.DLL", "USER32.DLL", "VERSION.DLL"}));
+  EXPECT_THAT(imports,
+              IsSubsetOf({"ADVAPI32.DLL", "GDI32.DLL", "KERNEL32.DLL", "MSVCRT.DLL", "NTDLL.DLL",
+                          "OLE32.DLL", "OLEAUT32.DLL", "USER32.DLL", "VERSION.DLL"}));
 }
 
 TEST(DllFileTest, MayLieAnywhereInMemoryAndRunsNoData) {
@@ -99,13 +100,13 @@ TEST_F(VersionTest, GivesTheVersionAsNumbersToo) {
   EXPECT_EQ(static_cast<DWORD>(VFT_DLL), fixed->dwFileType);
 }
 
-TEST_F(VersionTest, TellsToolsThatTheFileRegistersItself) {
+TEST_F(VersionTest, DeclaresThatTheFileRegistersItself) {
   // The entry counts, not its value, which is empty.
   EXPECT_TRUE(Has(L"\\StringFileInfo\\040904B0\\OLESelfRegister"));
   EXPECT_FALSE(Has(L"\\StringFileInfo\\040904B0\\Other"));
 }
 
-TEST_F(VersionTest, SaysItsLanguageAndCodePage) {
+TEST_F(VersionTest, DeclaresItsLanguageAndCodePage) {
   const auto* const translation = Query<WORD>(L"\\VarFileInfo\\Translation");
   ASSERT_NE(nullptr, translation);
   EXPECT_EQ(0x0409, translation[0]);

@@ -117,7 +117,7 @@ RegistryLines With(RegistryLines lines, RegistryLines others) {
   return lines;
 }
 
-/// Says which lines differ, of many.
+/// Prints the lines that differ, of many.
 void ExpectLines(const RegistryLines& expected, const RegistryLines& actual) {
   EXPECT_EQ(RegistryLines{}, Added(actual, expected)) << "missing";
   EXPECT_EQ(RegistryLines{}, Added(expected, actual)) << "too much";
@@ -308,9 +308,10 @@ TEST_F(RedirectedRegistrationTest, LeavesWhatOthersHaveBesideAndBelowOurKeys) {
 
 TEST_F(RedirectedRegistrationTest, IsWholeOrNotAtAll) {
   // No key that is kept may lie below one that is not.
-  const OpenKey passing(HKEY_LOCAL_MACHINE, L"Software\\Classes\\CLSID\\" + kRegistered[2].classId,
-                        KEY_ALL_ACCESS, REG_OPTION_VOLATILE);
-  passing.SetText(L"Other", L"theirs");
+  const OpenKey temporary(HKEY_LOCAL_MACHINE,
+                          L"Software\\Classes\\CLSID\\" + kRegistered[2].classId, KEY_ALL_ACCESS,
+                          REG_OPTION_VOLATILE);
+  temporary.SetText(L"Other", L"theirs");
   const RegistryLines theirs = Lines();
   EXPECT_EQ(HRESULT_FROM_WIN32(ERROR_CHILD_MUST_BE_VOLATILE), Dll().Register());
   ExpectLines(theirs, Lines());

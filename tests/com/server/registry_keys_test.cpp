@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <iterator>
 
+#include "server/classes/classes.h"
 #include "server/com/registration.h"
 #include "tests/com/support/registry.h"
 
@@ -68,8 +69,8 @@ TEST_F(RegistryKeysTest, RemovesNoValueOfOthers) {
 
 TEST_F(RegistryKeysTest, WritesNothingWhenAKeyCannotBeMade) {
   // No key that is kept may lie below one that is not.
-  const OpenKey passing(Root(), L"Second", KEY_ALL_ACCESS, REG_OPTION_VOLATILE);
-  passing.SetText(L"Other", L"theirs");
+  const OpenKey temporary(Root(), L"Second", KEY_ALL_ACCESS, REG_OPTION_VOLATILE);
+  temporary.SetText(L"Other", L"theirs");
   const RegistryLines theirs = Lines();
   EXPECT_EQ(HRESULT_FROM_WIN32(ERROR_CHILD_MUST_BE_VOLATILE), WriteKeys(Roots(), kKeys));
   EXPECT_EQ(theirs, Lines());
@@ -89,7 +90,7 @@ TEST_F(RegistryKeysTest, WritesNothingWhenAValueCannotBeSet) {
   EXPECT_EQ(RegistryLines{}, Lines());
 }
 
-TEST_F(RegistryKeysTest, AFailureLeavesTheKeysBehindItAsTheyAre) {
+TEST_F(RegistryKeysTest, AFailureLeavesTheFollowingKeysAsTheyAre) {
   auto keys = kKeys;
   keys[1].path = std::wstring(300, L'x');
   Put(L"Second\\Below", L"Named");
@@ -98,12 +99,12 @@ TEST_F(RegistryKeysTest, AFailureLeavesTheKeysBehindItAsTheyAre) {
   EXPECT_EQ(theirs, Lines());
 }
 
-TEST_F(RegistryKeysTest, EveryKeyOfOursStandsBehindTheOneThatItLiesBelow) {
+TEST_F(RegistryKeysTest, EveryKeyFollowsItsParent) {
   std::vector<std::wstring> before;
-  for (const RegistryKey& key : KeysOf(kModule)) {
-    const auto cut = key.path.find_last_of(L'\\');
-    if (cut != key.path.npos) {
-      EXPECT_NE(before.end(), std::find(before.begin(), before.end(), key.path.substr(0, cut)))
+  for (const RegistryKey& key : KeysOf(Classes(), kModule)) {
+    const auto slash = key.path.find_last_of(L'\\');
+    if (slash != key.path.npos) {
+      EXPECT_NE(before.end(), std::find(before.begin(), before.end(), key.path.substr(0, slash)))
           << ::testing::PrintToString(key.path);
     }
     EXPECT_EQ(before.end(), std::find(before.begin(), before.end(), key.path))
@@ -112,8 +113,8 @@ TEST_F(RegistryKeysTest, EveryKeyOfOursStandsBehindTheOneThatItLiesBelow) {
   }
 }
 
-TEST_F(RegistryKeysTest, OurKeysGoAndComeWhole) {
-  const auto keys = KeysOf(kModule);
+TEST_F(RegistryKeysTest, RemovesAllKeysOfTheComponent) {
+  const auto keys = KeysOf(Classes(), kModule);
   ASSERT_EQ(S_OK, WriteKeys(Roots(), keys));
   const RegistryLines written = Lines();
   EXPECT_TRUE(
@@ -123,21 +124,45 @@ TEST_F(RegistryKeysTest, OurKeysGoAndComeWhole) {
   EXPECT_EQ(RegistryLines{}, Lines());
 }
 
-TEST_F(RegistryKeysTest, WhatBothWidthsShareStaysAsLongAsOneClassHasAServer) {
-  const auto keys = KeysOf(kModule);
-  std::vector<RegistryKey> shared;
-  std::copy_if(keys.begin(), keys.end(), std::back_inserter(shared),
-               [](const RegistryKey& key) { return key.isShared; });
-  ASSERT_EQ(S_OK, WriteKeys(Roots(), shared));
-  // Below this root both widths see the same keys, so that this is the other's class too.
-  Put(L"CLSID\\{03068CE9-1E2B-4905-831C-745F9AC7CA1E}\\InprocServer32", L"");
+/// Below `Roots()` the DLL of the other bitness is registered: what both share, and one of its
+/// classes.
+class OtherBitnessTest : public RegistryKeysTest {
+ protected:
+  OtherBitnessTest() {
+    OpenKey(other_.Get(), L"CLSID\\{03068CE9-1E2B-4905-831C-745F9AC7CA1E}\\InprocServer32")
+        .SetText(L"", L"theirs");
+    std::vector<RegistryKey> shared;
+    std::copy_if(keys_.begin(), keys_.end(), std::back_inserter(shared),
+                 [](const RegistryKey& key) { return key.isShared; });
+    EXPECT_EQ(S_OK, WriteKeys(Roots(), shared));
+  }
+  ~OtherBitnessTest() override { OpenKey(HKEY_CURRENT_USER, L"Software").Delete(kOtherRoot); }
+
+  ClassesRoot Roots() const { return {Root(), other_.Get()}; }
+
+  const std::vector<RegistryKey> keys_ = KeysOf(Classes(), kModule);
+
+ private:
+  static constexpr wchar_t kOtherRoot[] = L"Brindlex Test, other bitness";
+
+  OpenKey other_{HKEY_CURRENT_USER, std::wstring(L"Software\\") + kOtherRoot};
+};
+
+TEST_F(OtherBitnessTest, RemovingKeepsWhatBothShare) {
   const RegistryLines before = Lines();
   EXPECT_TRUE(before.contains(L"Brindlex.clsAppFiles\\CLSID"));
+  ASSERT_EQ(S_OK, WriteKeys(Roots(), keys_));
+  ASSERT_EQ(S_OK, RemoveKeys(Roots(), keys_));
+  EXPECT_EQ(before, Lines());
+}
 
-  auto own = keys;
-  std::erase_if(own, [](const RegistryKey& key) { return key.path.ends_with(L"InprocServer32"); });
-  ASSERT_EQ(S_OK, WriteKeys(Roots(), own));
-  ASSERT_EQ(S_OK, RemoveKeys(Roots(), own));
+TEST_F(OtherBitnessTest, WritingThatFailsEarlyKeepsWhatBothShare) {
+  const RegistryLines before = Lines();
+  auto keys = keys_;
+  const auto server = std::find_if(keys.begin(), keys.end(),
+                                   [](const RegistryKey& key) { return key.namesServer; });
+  keys.insert(server, {std::wstring(300, L'x'), {}});
+  EXPECT_TRUE(FAILED(WriteKeys(Roots(), keys)));
   EXPECT_EQ(before, Lines());
 }
 

@@ -89,7 +89,7 @@ TEST_F(ServerTest, StaysLoadedWhileAnEnumeratorLives) {
   EXPECT_EQ(S_OK, Dll().CanUnloadNow());
 }
 
-TEST_F(ServerTest, StaysLoadedWhileSomethingHandedOutLives) {
+TEST_F(ServerTest, StaysInUseWhileAReturnedObjectLives) {
   auto record = Dll().New<_clsTextData, ::clsTextData>();
   ComPtr<_clsCollection> names;
   ASSERT_EQ(S_OK, record->GetMemberNames(names.Receive()));
@@ -241,7 +241,7 @@ TEST_P(ClassTest, SupportsErrorInfoOnItsOwnInterface) {
   EXPECT_EQ(S_FALSE, support->InterfaceSupportsErrorInfo(IID_IProvideClassInfo));
 }
 
-TEST_P(ClassTest, SaysWhichClassItIs) {
+TEST_P(ClassTest, ReturnsItsClassInformation) {
   const auto provider = NewObject().As<IProvideClassInfo>();
   ComPtr<ITypeInfo> type;
   ASSERT_EQ(S_OK, provider->GetClassInfo(type.Receive()));

@@ -1,5 +1,10 @@
 #include "tests/com/support/planned_calls.h"
 
+#include <winternl.h>
+
+/// RtlGenRandom, by the name that it is exported under.
+extern "C" BOOLEAN NTAPI SystemFunction036(PVOID bytes, ULONG size);
+
 namespace brindlex::testing {
 namespace {
 
@@ -31,6 +36,9 @@ struct Planned<Function> {
   static void End() { TerminateProcess(GetCurrentProcess(), PlannedCalls::kEnded); }
   static HANDLE Failure(HANDLE) { return INVALID_HANDLE_VALUE; }
   static DWORD Failure(DWORD) { return 0; }
+  static BOOLEAN Failure(BOOLEAN) { return FALSE; }
+  /// The system takes a status of this form back to the error code in it.
+  static NTSTATUS Failure(NTSTATUS) { return HRESULT_FROM_WIN32(plan.error); }
   static BOOL Failure(BOOL) { return FALSE; }
 };
 
@@ -43,16 +51,16 @@ PlannedCalls::PlannedCalls(HMODULE module, const Plan& chosen) {
         std::make_unique<PatchedImport>(module, name, reinterpret_cast<void*>(function)));
   };
   patch("GetFullPathNameW", Planned<GetFullPathNameW>::Call);
-  patch("GetFileAttributesExW", Planned<GetFileAttributesExW>::Call);
   patch("CreateFileW", Planned<CreateFileW>::Call);
-  patch("GetFileSecurityW", Planned<GetFileSecurityW>::Call);
-  patch("SetFileSecurityW", Planned<SetFileSecurityW>::Call);
+  patch("GetFileInformationByHandle", Planned<GetFileInformationByHandle>::Call);
+  patch("NtCreateFile", Planned<NtCreateFile>::Call);
+  patch("GetKernelObjectSecurity", Planned<GetKernelObjectSecurity>::Call);
+  patch("SystemFunction036", Planned<SystemFunction036>::Call);
+  patch("NtSetInformationFile", Planned<NtSetInformationFile>::Call);
+  patch("SetKernelObjectSecurity", Planned<SetKernelObjectSecurity>::Call);
   patch("SetFileTime", Planned<SetFileTime>::Call);
-  patch("SetFileAttributesW", Planned<SetFileAttributesW>::Call);
   patch("WriteFile", Planned<WriteFile>::Call);
   patch("FlushFileBuffers", Planned<FlushFileBuffers>::Call);
-  patch("MoveFileExW", Planned<MoveFileExW>::Call);
-  patch("DeleteFileW", Planned<DeleteFileW>::Call);
   count = 0;
   plan = chosen;
 }

@@ -6,6 +6,8 @@
 #include <cstdio>
 #include <string>
 
+#include "tests/digest/fpu.h"
+
 namespace brindlex::testing {
 namespace {
 
@@ -80,10 +82,22 @@ void FloatingPointEnvironment::Set() const {
   asm volatile("ldmxcsr %0" : : "m"(sse));
 }
 
+bool IsProcessorEmulated() { return !LoadsKeepPrecision(); }
+
+FloatingPointEnvironment StrictestEnvironment() {
+  constexpr std::uint16_t k53Bits = 0x0200;
+  FloatingPointEnvironment strictest{0x0822, 0xD140};
+  if (IsProcessorEmulated()) strictest.x87 |= k53Bits;
+  return strictest;
+}
+
 bool MakeHostStrict() {
   if (!Load(kUnwinder) || !Load(L"libstdc++-6.dll") || !Load(L"libwinpthread-1.dll")) return false;
   AddVectoredExceptionHandler(1, CountException);
-  kStrictest.Set();
+  if (IsProcessorEmulated()) {
+    std::fprintf(stderr, "the processor is emulated and raises no floating-point exceptions\n");
+  }
+  StrictestEnvironment().Set();
   return true;
 }
 

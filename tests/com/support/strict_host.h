@@ -22,7 +22,14 @@ struct FloatingPointEnvironment {
 /// denormal numbers treated as zero. Two exceptions stay masked, inexact results and denormal
 /// operands, because Wine's own code computes in the environment of its caller; FloatingPointTest
 /// unmasks them too, around the calls of the component alone.
-inline constexpr FloatingPointEnvironment kStrictest{0x0822, 0xD140};
+///
+/// On an emulated processor (IsProcessorEmulated) the x87 is at 53 bits, as a test could not read
+/// the result of a call there otherwise.
+FloatingPointEnvironment StrictestEnvironment();
+
+/// Whether the x87 rounds what it only loads, as no real processor does but qemu's. That one raises
+/// no floating-point exceptions either.
+bool IsProcessorEmulated();
 
 /// Sets an environment for the calling thread while it lives, and then the one from before.
 class EnvironmentScope {
@@ -49,13 +56,14 @@ class KindScope : public EnvironmentScope {
 ///
 /// - the shared run time of the compiler (libgcc, libstdc++, winpthreads) is loaded before the
 ///   component;
-/// - the calling thread has the environment kStrictest;
+/// - the calling thread has the environment StrictestEnvironment();
 /// - every exception of the system that is raised in the process is counted, whether somebody
 ///   handles it or not, except those that are no failure: C++ exceptions, debugging texts, names of
 ///   threads, and what the system's remote procedure calls raise for themselves.
 ///
 /// To be called once, before the component is loaded. False, with a line on standard error, when
-/// the shared run time cannot be loaded.
+/// the shared run time cannot be loaded. Prints a line if the processor is emulated: what depends
+/// on exceptions is proven by a run on a real one alone.
 bool MakeHostStrict();
 
 /// How many exceptions were counted; each was printed on standard error with its code and address.

@@ -121,7 +121,7 @@ TEST_F(AppFilesShortMemoryTest, ACopyIsMadeOrError7IsRaised) {
 
 TEST_F(AppFilesShortMemoryTest, ASearchForTheSettingsFolderEndsWithAFolderOrNothing) {
   const Object host =
-      NewRecord(Family(), ListingClass(Family(), {{u"UsingFarOrFarBar"}, {u"ProgDir"}}),
+      NewRecord(Adapter(), ListingClass(Adapter(), {{u"UsingFarOrFarBar"}, {u"ProgDir"}}),
                 {u"False", u"D:\\Program files of this very host"});
   const auto find = [&] {
     HostState state{host, u"A product with a long name", u"A maker with a long name"};

@@ -18,7 +18,7 @@ class AppFilesTest : public HostTest {
                               Text(kRoot)};
     platform_.shellFolders[35].path = kRoot;
     platform_.systemFolder =
-        NewRecord(Family(), ListingClass(Family(), {{u"Path"}}), {u"C:\\Windows\\System32"});
+        NewRecord(Adapter(), ListingClass(Adapter(), {{u"Path"}}), {u"C:\\Windows\\System32"});
   }
 
   void TearDown() override {

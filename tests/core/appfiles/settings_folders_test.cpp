@@ -23,8 +23,8 @@ class SettingsFolderTest : public AppFilesTest {
 
   /// Hands a host over whose flag is `usingFar`.
   void HandOver(TextView usingFar) {
-    hostClass_ = ListingClass(Family(), {{u"UsingFarOrFarBar"}, {u"ProgDir"}});
-    StartUp(state_, NewRecord(Family(), hostClass_, {Text(usingFar), Text(kProgDir)}), u"Product",
+    hostClass_ = ListingClass(Adapter(), {{u"UsingFarOrFarBar"}, {u"ProgDir"}});
+    StartUp(state_, NewRecord(Adapter(), hostClass_, {Text(usingFar), Text(kProgDir)}), u"Product",
             u"Maker");
   }
 

@@ -1,5 +1,6 @@
 #include "appfiles/text_files.h"
 
+#include "appfiles/settings_folders.h"
 #include "tests/core/appfiles/appfiles_test.h"
 #include "tests/core/appfiles/naive_path.h"
 
@@ -199,6 +200,40 @@ TEST_F(TextFilesTest, ASafeSaveThatCannotBeginIsReported) {
   ExpectReports({SafeReport(kPath, u"new", 70, 6)});
   EXPECT_EQ("old", At(kPath).bytes);
   EXPECT_EQ(3, At(kPath).attributes);
+}
+
+TEST_F(TextFilesTest, ASafeSaveLeavesWhatHasANameLikeItsTemporaryFile) {
+  Put(kPath, "old");
+  const Text stranger = Text(kPath).append(u".~saving-1");
+  const Text folder = Text(kPath).append(u".~saving-2");
+  Put(stranger, "a stranger's", 3);
+  platform_.disk.folders.insert(folder);
+  EXPECT_TRUE(SaveSafely(kPath, u"new"));
+  EXPECT_EQ("new", At(kPath).bytes);
+  EXPECT_EQ("a stranger's", At(stranger).bytes);
+  EXPECT_EQ(3, At(stranger).attributes);
+  EXPECT_TRUE(platform_.disk.folders.contains(folder));
+  EXPECT_EQ(2U, platform_.disk.files.size());
+  ExpectReports({});
+}
+
+TEST_F(TextFilesTest, APathWithANulIsError52AndWritesNothing) {
+  Text path(kPath);
+  path.push_back(u'\0');
+  path.append(u".bak");
+  Put(kPath, "old", 3);
+  EXPECT_FALSE(Save(path, u"new"));
+  EXPECT_FALSE(SaveSafely(path, u"new"));
+  EXPECT_EQ(u"", Read(path));
+  EXPECT_EQ(u"", Read(path, true));
+  ExpectReports({SavingReport(path, u"new", 52, 1), SafeReport(path, u"new", 52, 2),
+                 ReadingReport(path, 52, 1), ReadingReport(path, 52, 1)});
+  EXPECT_EQ(52, ErrorOf([&] { Copy(kPath, path); }));
+  EXPECT_EQ(52, ErrorOf([&] { Copy(path, u"C:\\Data\\copy.txt"); }));
+  EXPECT_FALSE(EnsureFolder(platform_, path));
+  EXPECT_EQ("old", At(kPath).bytes);
+  EXPECT_EQ(3, At(kPath).attributes);
+  EXPECT_EQ(1U, platform_.disk.files.size());
 }
 
 TEST_F(TextFilesTest, AFullDiskTakesNothingFromTheOldText) {

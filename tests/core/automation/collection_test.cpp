@@ -15,7 +15,7 @@ using testing::ElementsAre;
 
 class InnerCollectionTest : public HostTest {
  protected:
-  Object Record() { return NewRecord(Family(), ListingClass(Family(), {{u"A"}})); }
+  Object Record() { return NewRecord(Adapter(), ListingClass(Adapter(), {{u"A"}})); }
 
   static std::unique_ptr<InnerCollection> CollectionOfMany(const Object& record, int count) {
     auto collection = std::make_unique<InnerCollection>();
@@ -57,7 +57,7 @@ TEST_F(InnerCollectionTest, AKeyInUseIsRefused) {
   EXPECT_EQ(457, ErrorOf([&] { collection.Add(TextView(u"b"), TextView(u"kEY")); }));
   EXPECT_EQ(457, ErrorOf([&] { collection.Add(Record(), TextView(u"key")); }));
   EXPECT_THAT(Texts(collection), ElementsAre(u"a"));
-  EXPECT_EQ(0U, Family().LiveObjects());
+  EXPECT_EQ(0U, Adapter().LiveObjects());
 }
 
 TEST_F(InnerCollectionTest, HoldsAReferenceToItsObjects) {
@@ -66,11 +66,11 @@ TEST_F(InnerCollectionTest, HoldsAReferenceToItsObjects) {
     InnerCollection collection;
     collection.Add(record, TextView(u"a"));
     collection.Add(record, std::nullopt);
-    EXPECT_EQ(3U, Family().References(record));
-    EXPECT_EQ(record.Self(Family()), collection.ObjectUnder(u"A").Self(Family()));
-    EXPECT_EQ(record.Self(Family()), FirstObject(collection).Self(Family()));
+    EXPECT_EQ(3U, Adapter().References(record));
+    EXPECT_EQ(record.Self(Adapter()), collection.ObjectUnder(u"A").Self(Adapter()));
+    EXPECT_EQ(record.Self(Adapter()), FirstObject(collection).Self(Adapter()));
   }
-  EXPECT_EQ(1U, Family().References(record));
+  EXPECT_EQ(1U, Adapter().References(record));
 }
 
 TEST_F(InnerCollectionTest, TextIsNoObjectAndAnObjectNoText) {
@@ -142,7 +142,7 @@ TEST_F(InnerCollectionTest, AFailedAllocationLeavesTheCollectionAsItWas) {
           EXPECT_EQ(count + (added ? 1 : 0), collection->Count());
           EXPECT_EQ(added, TrapSilently([&] { collection->ObjectUnder(u"A KEY of some length"); }));
           EXPECT_EQ(1U + static_cast<std::size_t>(collection->Count()),
-                    Family().References(record));
+                    Adapter().References(record));
           if (added) collection = CollectionOfMany(record, count);
         });
   }

@@ -9,16 +9,11 @@ namespace brindlex {
 /// Restores the process's hash key that a test found.
 class HashKeyTest : public ::testing::Test {
  protected:
-  void SetUp() override { found = HashKey(); }
-  void TearDown() override {
-    SeedHashKey([](SipKey& key) noexcept {
-      key = found;
-      return true;
-    });
-  }
+  void SetUp() override { found_ = HashKey(); }
+  void TearDown() override { SetHashKey(found_); }
 
  private:
-  static inline SipKey found;
+  SipKey found_;
 };
 
 }  // namespace brindlex

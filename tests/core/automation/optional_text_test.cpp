@@ -20,7 +20,7 @@ TEST(OptionalTextTest, BorrowsTheTextItIsGiven) {
 }
 
 TEST(OptionalTextTest, RaisesWhatReadingItGaveEachTimeItIsRead) {
-  const auto unreadable = OptionalText::Unreadable(RuntimeError(13));
+  const auto unreadable = OptionalText::ConversionFailed(RuntimeError(13));
   const OptionalText copy = unreadable;  // NOLINT(performance-unnecessary-copy-initialization)
   EXPECT_EQ(13, ErrorOf([&] { unreadable.Read(); }));
   EXPECT_EQ(13, ErrorOf([&] { copy.Read(); }));

@@ -62,7 +62,7 @@ TEST(TextBuilderTest, AWrongExpectationDoesNoHarm) {
     StringTextBuilder builder;
     Text plain;
     for (int count = 0; count < 100; ++count) {
-      builder.Expect(expected);
+      builder.SetSizeHint(expected);
       builder.Append(run);
       plain.append(run);
     }
@@ -74,7 +74,7 @@ TEST(TextBuilderTest, GrowsToWhatIsExpectedAtOnce) {
   StringTextBuilder builder;
   const Text run = Numbered(1000);
   builder.Append(run);
-  builder.Expect(30000);
+  builder.SetSizeHint(30000);
   builder.Append(Numbered(2000));
   const char16_t* const place = builder.View().data();
   while (builder.Size() < 29000) builder.Append(run);
@@ -164,11 +164,11 @@ TEST(TextBuilderTest, GrowsByAsMuchAgainAndByASixthWhereItIsLargeOrNearItsEnd) {
   EXPECT_EQ(600U, builder.NextCapacity(300));
   EXPECT_EQ(2 * (kLarge - 1), builder.NextCapacity(kLarge - 1));
   EXPECT_EQ(kLarge + kLarge / 6, builder.NextCapacity(kLarge));
-  builder.Expect(1000);
+  builder.SetSizeHint(1000);
   EXPECT_EQ(1000U, builder.NextCapacity(999));
   EXPECT_EQ(1166U, builder.NextCapacity(1000));
   EXPECT_EQ(1400U, builder.NextCapacity(1200));
-  builder.Expect(1);
+  builder.SetSizeHint(1);
   EXPECT_EQ(1400U, builder.NextCapacity(1200));
   builder.Clear();
   EXPECT_EQ(2400U, builder.NextCapacity(1200));
@@ -176,7 +176,7 @@ TEST(TextBuilderTest, GrowsByAsMuchAgainAndByASixthWhereItIsLargeOrNearItsEnd) {
 
 TEST(TextBuilderTest, GrowsToWhatIsExpectedByAFactorOf16AtMost) {
   GuardedBuilder builder;
-  builder.Expect(16'000);
+  builder.SetSizeHint(16'000);
   EXPECT_EQ(16'000U, builder.NextCapacity(1000));
   EXPECT_EQ(1000U, builder.NextCapacity(999));
   EXPECT_EQ(3U, builder.NextCapacity(1));

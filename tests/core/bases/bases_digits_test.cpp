@@ -5,13 +5,12 @@
 #include <cstdint>
 #include <limits>
 
-#include "automation/portable_number_text.h"
+#include "platform/portable_number_text.h"
 #include "tests/core/bases/naive_bases.h"
 
 namespace brindlex {
 namespace {
 
-constexpr std::int32_t kBases[] = {2, 8, 10, 16, 26, 30, 31, 32, 60};
 const PortableNumberText kReading;
 
 Outcome TextOutcome(Text text) {
@@ -91,10 +90,11 @@ TEST(ConvertDigit, Rows) {
 }
 
 TEST(ConvertDigit, NegativeDigitsOfAnAlphabetAreInvalidArguments) {
-  for (const std::int32_t base : {16, 26, 30, 31, 32}) {
+  for (const BaseTable& table : kBaseTables) {
+    if (table.style != DigitStyle::kLetter) continue;
     for (const std::int32_t digit : {-1, std::numeric_limits<std::int32_t>::min()}) {
-      const Outcome outcome = Convert(digit, base);
-      EXPECT_EQ(outcome.number, 5) << digit << " in base " << base;
+      const Outcome outcome = Convert(digit, table.base);
+      EXPECT_EQ(outcome.number, 5) << digit << " in base " << table.base;
     }
   }
 }
@@ -179,14 +179,36 @@ TEST(Digits, AgreeWithTheTextbookForEveryUnitAndSmallDigit) {
   }
 }
 
+struct PublishedRow {
+  std::int32_t base;
+  TextView alphabet;
+};
+
+// Other programs rely on these digits, so that they are written down a second time.
+TEST(AlphabetOf, PublishedBasesKeepTheirDigits) {
+  const PublishedRow rows[] = {
+      {2, u"01"},
+      {8, u"01234567"},
+      {10, u"0123456789"},
+      {16, u"0123456789ABCDEF"},
+      {26, u"ABCDEFGHIJKLMNOPQRSTUVWXYZ"},
+      {30, u"123456789BCDFGHJKLMNPQRSTVWXYZ"},
+      {31, u"23456789ABCDEFGHJKLMNPQRSTVWXYZ"},
+      {32, u"123456789ABCDEFGHJKLMNPQRSTVWXYZ"},
+      {60, u"0123456789"},
+  };
+  for (const PublishedRow& row : rows) EXPECT_EQ(AlphabetOf(row.base), row.alphabet) << row.base;
+}
+
 TEST(AlphabetOf, HasACharacterForEveryDigit) {
-  for (std::int32_t base = 0; base < 70; ++base) {
+  for (std::int32_t base = -1; base < 70; ++base) {
     const TextView alphabet = AlphabetOf(base);
-    for (std::size_t digit = 0; digit < alphabet.size() && base != 60; ++digit) {
+    for (std::size_t digit = 0; digit < alphabet.size() && !IsSexagesimal(base); ++digit) {
       EXPECT_EQ(Text(1, alphabet[digit]), ConvertDigit(static_cast<std::int32_t>(digit), base));
     }
     const bool hasDigits = Convert(0, base).number == 0;
-    EXPECT_EQ(hasDigits ? static_cast<std::size_t>(base == 60 ? 10 : base) : 0, alphabet.size());
+    const auto expected = static_cast<std::size_t>(IsSexagesimal(base) ? 10 : base);
+    EXPECT_EQ(hasDigits ? expected : 0, alphabet.size());
   }
 }
 

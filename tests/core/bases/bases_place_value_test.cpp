@@ -77,14 +77,14 @@ TEST(CountSteps, IsTheLoopForManySteps) {
   }
 }
 
-// 2^30 steps and more; found out once by running the loop.
+// 2^30 steps and more, as the loop itself counted once.
 TEST(CountSteps, RowsOfVeryManySteps) {
   EXPECT_EQ(CountSteps(1, 1 / 2147483647.0), 2147483647);
   EXPECT_EQ(CountSteps(0.75, 1 / 2000000011.0), 1499999980);
   EXPECT_EQ(CountSteps(0.9, 1 / 1999999973.0), 1799999936);
 }
 
-TEST(CountSteps, SaysWhenTheLoopDoesNotEnd) {
+TEST(CountSteps, ReturnsMinusOneWhenTheLoopDoesNotEnd) {
   EXPECT_EQ(CountSteps(1, 0), -1);
   EXPECT_EQ(CountSteps(0, 0), -1);
   EXPECT_EQ(CountSteps(1, 0x1p-54), -1);

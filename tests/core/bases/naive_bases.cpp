@@ -11,6 +11,8 @@
 #include <utility>
 #include <vector>
 
+#include "bases/base_tables.h"
+
 namespace brindlex {
 namespace {
 
@@ -67,7 +69,7 @@ class Natural {
     return left * scale;
   }
 
-  /// Cut, by whole parts of 32 bits.
+  /// Truncated by `count` parts of 32 bits.
   Natural WithoutParts(std::size_t count) const {
     Natural rest;
     if (count < parts_.size()) {
@@ -76,7 +78,7 @@ class Natural {
     return rest;
   }
 
-  /// Cut.
+  /// Truncated.
   friend Natural operator/(Natural left, std::uint32_t divisor) {
     std::uint64_t rest = 0;
     for (std::size_t i = left.parts_.size(); i-- > 0;) {
@@ -190,24 +192,18 @@ std::int32_t Whole32(double value) {
   return static_cast<std::int32_t>(rounded);
 }
 
-const char16_t* Alphabet(std::int32_t base) {
-  switch (base) {
-    case 16:
-      return u"0123456789ABCDEF";
-    case 26:
-      return u"ABCDEFGHIJKLMNOPQRSTUVWXYZ";
-    case 30:
-      return u"123456789BCDFGHJKLMNPQRSTVWXYZ";
-    case 31:
-      return u"23456789ABCDEFGHJKLMNPQRSTVWXYZ";
-    case 32:
-      return u"123456789ABCDEFGHJKLMNPQRSTVWXYZ";
-    default:
-      return nullptr;
+/// The row of `base` in the table; null for the bases that have no digits.
+const BaseTable* RowOf(std::int32_t base) {
+  for (const BaseTable& row : kBaseTables) {
+    if (row.base == base) return &row;
   }
+  return nullptr;
 }
 
-bool IsNumeralBase(std::int32_t base) { return base == 2 || base == 8 || base == 10; }
+bool HasStyle(std::int32_t base, DigitStyle style) {
+  const BaseTable* const row = RowOf(base);
+  return row != nullptr && row->style == style;
+}
 
 Text DigitAt(double& x, std::int32_t position, std::int32_t base) {
   const double place = naive::Power(base, position);
@@ -295,12 +291,13 @@ std::int32_t DigitCount(double x, std::int32_t groupSize, std::int32_t base) {
 Text ConvertDigit(std::int32_t digit, std::int32_t base) {
   const std::string numeral = std::to_string(digit);
   if (digit >= base) throw RuntimeError(13, u"Invalid digit for base", u"ConvertDigit");
-  if (IsNumeralBase(base)) return {numeral.begin(), numeral.end()};
-  if (const char16_t* const alphabet = Alphabet(base)) {
+  if (HasStyle(base, DigitStyle::kNumeral)) return {numeral.begin(), numeral.end()};
+  if (HasStyle(base, DigitStyle::kLetter)) {
     if (digit < 0) throw RuntimeError(5);
-    return {alphabet[digit]};
+    return {RowOf(base)->alphabet[static_cast<std::size_t>(digit)]};
   }
-  if (base != 60) throw RuntimeError(13, u"Unknown base", u"ConvertDigit");
+  if (!HasStyle(base, DigitStyle::kSexagesimal))
+    throw RuntimeError(13, u"Unknown base", u"ConvertDigit");
   std::string padded = "00";
   padded += numeral;
   padded += ":";
@@ -311,7 +308,7 @@ std::int32_t DeconvertDigit(const Text& digitText, std::int32_t base, const Numb
   const auto invalid = [] {
     return RuntimeError(13, u"Invalid digit for base", u"DeconvertDigit");
   };
-  if (IsNumeralBase(base)) {
+  if (HasStyle(base, DigitStyle::kNumeral)) {
     if (!reading.IsNumeric(digitText)) {
       throw RuntimeError(13, u"Invalid character", u"DeconvertDigit");
     }
@@ -319,17 +316,18 @@ std::int32_t DeconvertDigit(const Text& digitText, std::int32_t base, const Numb
     if (digit >= base) throw invalid();
     return digit;
   }
-  if (const char16_t* const alphabet = Alphabet(base)) {
-    const std::size_t at = Text(alphabet).find(digitText);
+  if (HasStyle(base, DigitStyle::kLetter)) {
+    const std::size_t at = RowOf(base)->alphabet.find(digitText);
     if (at != Text::npos) return static_cast<std::int32_t>(at);
-    if (base == 16) throw invalid();
-    throw RuntimeError(13, u"Invalid Alpha Character", u"DeconvertDigit");
+    throw RuntimeError(13, Text(RowOf(base)->noDigit), u"DeconvertDigit");
   }
-  if (base != 60) throw RuntimeError(13, u"Unknown base", u"DeconvertDigit");
+  if (!HasStyle(base, DigitStyle::kSexagesimal)) {
+    throw RuntimeError(13, u"Unknown base", u"DeconvertDigit");
+  }
   if (digitText.size() != 3) throw invalid();
   if (digitText[2] != u':' || !reading.IsNumeric(digitText.substr(0, 2))) throw invalid();
   const std::int32_t digit = reading.ToWhole(digitText.substr(0, 2));
-  if (digit >= 60) throw invalid();
+  if (digit >= base) throw invalid();
   return digit;
 }
 
@@ -368,7 +366,7 @@ double ConvertBase2Dec(const Text& text, std::int32_t base, const NumberText& re
     return RuntimeError(13, description, u"ConvertBase2Dec");
   };
   if (base < 2) throw fail(u"Invalid Base");
-  const std::size_t width = base == 60 ? 3 : 1;
+  const std::size_t width = HasStyle(base, DigitStyle::kSexagesimal) ? 3 : 1;
   std::int64_t divisor = 0;
   int sign = 1;
   double value = 0;

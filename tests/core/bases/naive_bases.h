@@ -12,7 +12,7 @@
 
 namespace brindlex {
 
-/// What a call came to: a text, a double, or a run-time error, and the tolerance it left behind.
+/// The outcome of a call: a text, a double, or a run-time error, and the tolerance afterwards.
 /// Doubles are the same when their bits are.
 struct Outcome {
   Text text;

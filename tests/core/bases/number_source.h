@@ -9,7 +9,7 @@
 namespace brindlex {
 
 /// Reproducible numbers to convert, the same in every build: whole-number arithmetic and exact
-/// scaling only (SplitMix64 behind them).
+/// scaling only (by SplitMix64).
 class NumberSource {
  public:
   explicit NumberSource(std::uint64_t seed) : state_(seed) {}

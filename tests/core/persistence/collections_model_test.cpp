@@ -12,7 +12,7 @@ const naive::Texts kMembers = {u"a", u"b"};
 /// which must agree on everything that a caller or a user can see.
 class CollectionsModelTest : public PersistenceTest {
  protected:
-  void SetUp() override { class_ = ListingClass(Family(), {{u"a"}, {u"b"}}); }
+  void SetUp() override { class_ = ListingClass(Adapter(), {{u"a"}, {u"b"}}); }
 
   void Set(const Text& text) {
     store_.SetMultiDataString(text);

@@ -1,4 +1,5 @@
 #include "persistence/delimited_text.h"
+#include "persistence/record_writer.h"
 
 #include <gmock/gmock.h>
 
@@ -48,7 +49,7 @@ TEST(MarkersTest, GivenMarkersStandInForTheDefaults) {
 }
 
 TEST(MarkersTest, AMarkerMustBeThereAndReadable) {
-  const auto unreadable = OptionalText::Unreadable(RuntimeError(13));
+  const auto unreadable = OptionalText::ConversionFailed(RuntimeError(13));
   EXPECT_EQ(5, ErrorOf([] { MarkersOr(DefaultMarkers(), u"", {}); }));
   EXPECT_EQ(5, ErrorOf([] { MarkersOr(DefaultMarkers(), {}, u""); }));
   EXPECT_EQ(13, ErrorOf([&] { MarkersOr(DefaultMarkers(), unreadable, {}); }));
@@ -123,57 +124,57 @@ std::vector<Text> TextsOver(TextView alphabet, std::size_t length) {
   return texts;
 }
 
-// ---- Records and fields in one walk ------------------------------------------------------------
+// ---- Records and fields --------------------------------------------------------------------
 
 using Records = std::vector<std::vector<Text>>;
 
 Records RecordsIn(TextView text, const Markers& markers) {
-  const auto walk = WalkRecords(text, markers);
+  const auto parser = ParseRecords(text, markers);
   Records records;
   while (true) {
-    const bool more = walk->More();
-    EXPECT_EQ(more, walk->Next());
+    const bool more = parser->More();
+    EXPECT_EQ(more, parser->Next());
     if (!more) break;
     records.emplace_back();
-    if (walk->HasFields()) records.back() = {walk->Fields().begin(), walk->Fields().end()};
+    if (parser->HasFields()) records.back() = {parser->Fields().begin(), parser->Fields().end()};
   }
-  EXPECT_FALSE(walk->Next()) << "a walk that is at its end stays there";
+  EXPECT_FALSE(parser->Next()) << "a parser at its end stays there";
   return records;
 }
 
-TEST(RecordWalkTest, Rows) {
+TEST(RecordParserTest, Rows) {
   const Markers markers{u",", u";"};
   EXPECT_EQ((Records{{u"a", u"b"}, {u"c", u""}}), RecordsIn(u"a,b,;c,,;", markers));
-  EXPECT_EQ((Records{{u"a"}}), RecordsIn(u"a,rest;behind", markers));
+  EXPECT_EQ((Records{{u"a"}}), RecordsIn(u"a,rest;after", markers));
   EXPECT_EQ((Records{{}, {u""}}), RecordsIn(u"none;,;", markers));
   EXPECT_EQ((Records{{u"a"}, {u"b"}}), RecordsIn(u"a,;\r\n\r\nb,;\r\n", markers));
   EXPECT_EQ((Records{{}}), RecordsIn(u";", markers));
 }
 
-TEST(RecordWalkTest, ATextWithoutARecordEndCannotBeWalked) {
+TEST(RecordParserTest, ATextWithoutARecordEndCannotBeParsed) {
   for (const Markers& markers : {Markers{u",", u";"}, Markers{u"--", u"=="}}) {
-    EXPECT_EQ(5, ErrorOf([&] { WalkRecords(u"", markers); }));
-    EXPECT_EQ(5, ErrorOf([&] { WalkRecords(u"a,b--", markers); }));
+    EXPECT_EQ(5, ErrorOf([&] { ParseRecords(u"", markers); }));
+    EXPECT_EQ(5, ErrorOf([&] { ParseRecords(u"a,b--", markers); }));
   }
 }
 
-TEST(RecordWalkTest, ARecordWithoutAFieldEndHasNoFields) {
+TEST(RecordParserTest, ARecordWithoutAFieldEndHasNoFields) {
   const Markers markers{u",", u";"};
-  const auto walk = WalkRecords(u"a;b,;", markers);
-  ASSERT_TRUE(walk->Next());
-  EXPECT_FALSE(walk->HasFields());
-  EXPECT_EQ(5, ErrorOf([&] { static_cast<void>(walk->Fields()); }));
-  ASSERT_TRUE(walk->Next());
-  EXPECT_THAT(walk->Fields(), ElementsAre(u"b"));
+  const auto parser = ParseRecords(u"a;b,;", markers);
+  ASSERT_TRUE(parser->Next());
+  EXPECT_FALSE(parser->HasFields());
+  EXPECT_EQ(5, ErrorOf([&] { static_cast<void>(parser->Fields()); }));
+  ASSERT_TRUE(parser->Next());
+  EXPECT_THAT(parser->Fields(), ElementsAre(u"b"));
 }
 
-TEST(RecordWalkTest, FieldsAreViewsIntoTheText) {
+TEST(RecordParserTest, FieldsAreViewsIntoTheText) {
   const Markers markers{u",", u";"};
   const Text text = u"ab,;\r\ncd,;";
-  const auto walk = WalkRecords(text, markers);
-  walk->Next();
-  walk->Next();
-  EXPECT_EQ(text.data() + 6, walk->Fields()[0].data());
+  const auto parser = ParseRecords(text, markers);
+  parser->Next();
+  parser->Next();
+  EXPECT_EQ(text.data() + 6, parser->Fields()[0].data());
 }
 
 /// What the naive model makes of `text`; nothing when it cannot be split.
@@ -188,11 +189,11 @@ std::optional<Records> NaiveRecordsIn(const Text& text, const Markers& markers) 
   return records;
 }
 
-TEST(RecordWalkTest, WalksEveryShortTextLikeTheNaiveModel) {
+TEST(RecordParserTest, ParsesEveryShortTextLikeTheNaiveModel) {
   const std::vector<Markers> pairs = {
       {u",", u";"},  {u";", u","},  {u"\r", u";"},  {u",", u"\n"},   {u",", u","},
       {u";,", u";"}, {u",", u";;"}, {u"\n", u"\r"}, {u"\r\n", u";"}, {u",", u"\r\n"}};
-  std::size_t walked = 0;
+  std::size_t parsed = 0;
   for (const Text& text : TextsOver(u"a,;\r\n", 6)) {
     for (const Markers& markers : pairs) {
       const auto expected = NaiveRecordsIn(text, markers);
@@ -200,16 +201,16 @@ TEST(RecordWalkTest, WalksEveryShortTextLikeTheNaiveModel) {
       const auto error = ErrorOf([&] { records = RecordsIn(text, markers); });
       ASSERT_EQ(expected, records) << testing::PrintToString(text);
       ASSERT_EQ(expected.has_value(), !error.has_value());
-      if (records) ++walked;
+      if (records) ++parsed;
     }
   }
-  EXPECT_LT(10000U, walked);
+  EXPECT_LT(10000U, parsed);
 }
 
-TEST(RecordWalkTest, WalksLongTextsLikeTheNaiveModel) {
+TEST(RecordParserTest, ParsesLongTextsLikeTheNaiveModel) {
   std::mt19937 random(7);
   const Markers markers = DefaultMarkers();
-  std::size_t walked = 0;
+  std::size_t parsed = 0;
   for (int round = 0; round < 400; ++round) {
     Text text;
     const std::size_t length = random() % 4000;
@@ -229,20 +230,20 @@ TEST(RecordWalkTest, WalksLongTextsLikeTheNaiveModel) {
     }
     const auto expected = NaiveRecordsIn(text, markers);
     if (!expected) continue;
-    ++walked;
+    ++parsed;
     ASSERT_EQ(*expected, RecordsIn(text, markers)) << testing::PrintToString(text);
   }
-  EXPECT_LT(300U, walked);
+  EXPECT_LT(300U, parsed);
 }
 
-TEST(RecordWalkTest, IsAtNoRecordAtFirst) {
+TEST(RecordParserTest, IsAtNoRecordAtFirst) {
   const Markers markers{u",", u";"};
-  const auto walk = WalkRecords(u"a,;", markers);
-  EXPECT_FALSE(walk->HasFields());
-  EXPECT_EQ(5, ErrorOf([&] { static_cast<void>(walk->Fields()); }));
+  const auto parser = ParseRecords(u"a,;", markers);
+  EXPECT_FALSE(parser->HasFields());
+  EXPECT_EQ(5, ErrorOf([&] { static_cast<void>(parser->Fields()); }));
 }
 
-TEST(RecordWalkTest, ReadsNothingBehindTheText) {
+TEST(RecordParserTest, ReadsNothingAfterTheText) {
   const Text text = u"a,;\r\nb,;";
   // Memory of exactly this size, so that a read beyond it is seen where memory is checked.
   const auto memory = std::make_unique<char16_t[]>(text.size());
@@ -250,19 +251,19 @@ TEST(RecordWalkTest, ReadsNothingBehindTheText) {
   EXPECT_EQ((Records{{u"a"}, {u"b"}}), RecordsIn({memory.get(), text.size()}, Markers{u",", u";"}));
 }
 
-TEST(RecordWalkTest, GoesOnWhereMemoryRanOut) {
+TEST(RecordParserTest, GoesOnWhereMemoryRanOut) {
   const Markers markers{u",", u";"};
   constexpr std::size_t kMany = 5000;
   const Text text = Text(u"a,;b,;") + Text(kMany, u',') + u";c,;";
-  const auto walk = WalkRecords(text, markers);
-  ASSERT_TRUE(walk->Next());
-  EXPECT_THAT(walk->Fields(), ElementsAre(u"a"));
-  ASSERT_TRUE(walk->Next());
-  EXPECT_THAT(walk->Fields(), ElementsAre(u"b"));
-  const auto runsOutOfMemory = [&walk] {
+  const auto parser = ParseRecords(text, markers);
+  ASSERT_TRUE(parser->Next());
+  EXPECT_THAT(parser->Fields(), ElementsAre(u"a"));
+  ASSERT_TRUE(parser->Next());
+  EXPECT_THAT(parser->Fields(), ElementsAre(u"b"));
+  const auto runsOutOfMemory = [&parser] {
     const FailingNew failing(1, FailingNew::Extent::kFromThere);
     try {
-      static_cast<void>(walk->Next());
+      static_cast<void>(parser->Next());
     } catch (const std::bad_alloc&) {
       return true;
     }
@@ -270,25 +271,25 @@ TEST(RecordWalkTest, GoesOnWhereMemoryRanOut) {
   };
   EXPECT_TRUE(runsOutOfMemory());
   EXPECT_TRUE(runsOutOfMemory());
-  EXPECT_TRUE(walk->More());
-  ASSERT_TRUE(walk->Next());
-  EXPECT_EQ(kMany, walk->Fields().size());
-  ASSERT_TRUE(walk->Next());
-  EXPECT_THAT(walk->Fields(), ElementsAre(u"c"));
-  EXPECT_FALSE(walk->Next());
+  EXPECT_TRUE(parser->More());
+  ASSERT_TRUE(parser->Next());
+  EXPECT_EQ(kMany, parser->Fields().size());
+  ASSERT_TRUE(parser->Next());
+  EXPECT_THAT(parser->Fields(), ElementsAre(u"c"));
+  EXPECT_FALSE(parser->Next());
 }
 
-TEST(FieldViewsTest, AreWalkedByEitherStep) {
+TEST(FieldViewsTest, AreIteratedByEitherStep) {
   const Markers markers{u",", u";"};
-  const auto walk = WalkRecords(u"a,bc,;", markers);
-  walk->Next();
-  auto field = walk->Fields().begin();
+  const auto parser = ParseRecords(u"a,bc,;", markers);
+  parser->Next();
+  auto field = parser->Fields().begin();
   EXPECT_EQ(u"a", *field++);
   EXPECT_EQ(u"bc", *field);
-  EXPECT_EQ(walk->Fields().end(), ++field);
+  EXPECT_EQ(parser->Fields().end(), ++field);
 }
 
-TEST(RecordWalkTest, ARecordMayHaveAnyNumberOfFields) {
+TEST(RecordParserTest, ARecordMayHaveAnyNumberOfFields) {
   const Markers markers = DefaultMarkers();
   const auto recordOf = [&markers](std::size_t count) {
     Text record;
@@ -300,25 +301,25 @@ TEST(RecordWalkTest, ARecordMayHaveAnyNumberOfFields) {
   const std::size_t counts[] = {1, 510, 511, 512, 513, 2, 5000, 3, 20000, 1};
   Text text;
   for (const std::size_t count : counts) text.append(recordOf(count));
-  const auto walk = WalkRecords(text, markers);
+  const auto parser = ParseRecords(text, markers);
   for (const std::size_t count : counts) {
-    ASSERT_TRUE(walk->Next());
-    ASSERT_EQ(count, walk->Fields().size());
+    ASSERT_TRUE(parser->Next());
+    ASSERT_EQ(count, parser->Fields().size());
     std::size_t number = 0;
-    for (const TextView field : walk->Fields()) ASSERT_EQ(Text(number++ % 7, u'x'), field);
-    EXPECT_EQ(Text((count - 1) % 7, u'x'), walk->Fields()[count - 1]);
+    for (const TextView field : parser->Fields()) ASSERT_EQ(Text(number++ % 7, u'x'), field);
+    EXPECT_EQ(Text((count - 1) % 7, u'x'), parser->Fields()[count - 1]);
   }
-  EXPECT_FALSE(walk->More());
+  EXPECT_FALSE(parser->More());
 }
 
-TEST(RecordWalkTest, AVeryLongRecordIsWalked) {
-  // Walking it again from its start for every stretch would take minutes.
+TEST(RecordParserTest, AVeryLongRecordIsParsed) {
+  // Parsing it again from its start for every stretch would take minutes.
   constexpr std::size_t kFields = 4000000;
   const Markers markers = DefaultMarkers();
   const Text text = Text(kFields, markers.fieldEnd.front()).append(markers.recordEnd);
-  const auto walk = WalkRecords(text, markers);
-  ASSERT_TRUE(walk->Next());
-  EXPECT_EQ(kFields, walk->Fields().size());
+  const auto parser = ParseRecords(text, markers);
+  ASSERT_TRUE(parser->Next());
+  EXPECT_EQ(kFields, parser->Fields().size());
 }
 
 TEST(HeaderNamesTest, Rows) {
@@ -387,10 +388,10 @@ class ModelTest : public PersistenceTest {
   }
 
   bool SameRecords(const std::vector<naive::Record>& expected, const CollectionRef& restored) {
-    const auto& entries = CollectionIn(Family(), restored).entries;
+    const auto& entries = CollectionIn(Adapter(), restored).entries;
     if (entries.size() != expected.size()) return false;
     for (std::size_t i = 0; i < entries.size(); ++i) {
-      const auto& record = Family().In<MemoryRecord>(std::get<Object>(entries[i].value));
+      const auto& record = Adapter().In<MemoryRecord>(std::get<Object>(entries[i].value));
       if (record.values != expected[i].values) return false;
       if (entries[i].key.has_value() == expected[i].key.empty()) return false;
       if (entries[i].key.value_or(Text()) != expected[i].key) return false;
@@ -419,7 +420,7 @@ class ModelTest : public PersistenceTest {
     for (const Text& name : members) own.push_back({name});
     members_ = std::move(members);
     keyProperty_ = std::move(keyProperty);
-    creator_ = Creator(ListingClass(Family(), std::move(own)));
+    creator_ = Creator(ListingClass(Adapter(), std::move(own)));
   }
 
   /// Nothing of the last run is alive, and both outcomes came up often enough to mean something.
@@ -527,7 +528,7 @@ TEST_F(RandomTextTest, WhatIsSavedIsRestored) {
       names.push_back(Text(u"Field").append(DecimalText(static_cast<std::int32_t>(column))));
       members.push_back({names.back()});
     }
-    const auto recordClass = ListingClass(Family(), members);
+    const auto recordClass = ListingClass(Adapter(), members);
     Rows rows;
     for (std::size_t count = Below(20) + 1; count > 0; --count) {
       rows.push_back(RandomRow(names.size()));
@@ -595,21 +596,21 @@ class MeasuredBuilder final : public TextBuilder {
   Text text_;
 };
 
-TEST(ExpectRecordsTest, ExpectsAsMuchForEachRecordAsThoseBeforeTook) {
+TEST(HintSizeTest, EstimatesAsMuchForEachRecordAsThoseBeforeTook) {
   for (std::int32_t written = 1; written < 1000; ++written) {
     MeasuredBuilder builder;
     builder.Append(Text(std::size_t{10} * static_cast<std::size_t>(written), u'x'));
-    ExpectRecords(1000, written, builder);
+    HintSize(1000, written, builder);
     const bool isTime = written >= 8 && std::has_single_bit(static_cast<unsigned>(written));
     // 1000 records of 10 units, and a fifth more.
     EXPECT_EQ(isTime ? 12000U : 2000U, builder.NextCapacity(1000)) << written;
   }
 }
 
-TEST(ExpectRecordsTest, ExpectsABillionUnitsAtMost) {
+TEST(HintSizeTest, EstimatesABillionUnitsAtMost) {
   MeasuredBuilder builder;
   builder.Append(Text(100000, u'x'));
-  ExpectRecords(2'000'000'000, 8, builder);
+  HintSize(2'000'000'000, 8, builder);
   EXPECT_EQ(1'000'000'000U, builder.NextCapacity(100'000'000));
 }
 

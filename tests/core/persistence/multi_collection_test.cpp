@@ -32,7 +32,7 @@ Report NamesReport(TextView description, std::int32_t number) {
 
 class TextDataTest : public PersistenceTest {
  protected:
-  TextDataFamily family_{platform_};
+  TextDataAdapter adapter_{platform_};
 };
 
 TEST_F(TextDataTest, ListsItsTwoMembers) {
@@ -47,19 +47,19 @@ TEST_F(TextDataTest, NamesThatCannotBeListedAreReported) {
 }
 
 TEST_F(TextDataTest, NewBlocksAreEmpty) {
-  const Object block = family_.NewCreator().CallForObject(u"getNEWobject");
-  EXPECT_EQ(u"", family_.Block(block).DataString);
-  EXPECT_EQ(u"", family_.Block(block).Name);
-  EXPECT_EQ(438, ErrorOf([&] { family_.NewCreator().CallForObject(u"Other"); }));
+  const Object block = adapter_.NewCreator().CallForObject(u"getNEWobject");
+  EXPECT_EQ(u"", adapter_.RecordOf(block).DataString);
+  EXPECT_EQ(u"", adapter_.RecordOf(block).Name);
+  EXPECT_EQ(438, ErrorOf([&] { adapter_.NewCreator().CallForObject(u"Other"); }));
 }
 
 TEST_F(TextDataTest, AnswersByNameLikeAnyRecord) {
-  const Object block = family_.NewBlock({u"data", u"name"});
+  const Object block = adapter_.NewRecord({u"data", u"name"});
   EXPECT_THAT(NamesIn(block.CallForCollection(u"getmembernames")),
               ElementsAre(u"DataString", u"Name"));
   EXPECT_THAT(block.PropertyGetNames(), ElementsAre(u"DataString", u"Name"));
   EXPECT_EQ(438, ErrorOf([&] { block.CallForCollection(u"MembersCol"); }));
-  const auto access = family_.Access({u"NAME", u"datastring", u"Other"});
+  const auto access = adapter_.Access({u"NAME", u"datastring", u"Other"});
   StringTextBuilder text;
   text.Append(u"<");
   access->AppendText(block, 0, text);
@@ -68,25 +68,25 @@ TEST_F(TextDataTest, AnswersByNameLikeAnyRecord) {
   EXPECT_EQ(438, ErrorOf([&] { access->AppendText(block, 2, text); }));
   access->LetText(block, 0, u"changed");
   EXPECT_EQ(438, ErrorOf([&] { access->LetText(block, 2, u""); }));
-  EXPECT_EQ(u"changed", family_.Block(block).Name);
+  EXPECT_EQ(u"changed", adapter_.RecordOf(block).Name);
   EXPECT_EQ(u"<namedata", text.View());
 }
 
 TEST_F(TextDataTest, IsSavedAndRestoredLikeAnyRecord) {
-  const auto blocks = family_.NewCollection();
-  blocks->Add(family_.NewBlock({u"x", u"1"}), {});
-  blocks->Add(family_.NewBlock({}), {});
+  const auto blocks = adapter_.NewCollection();
+  blocks->Add(adapter_.NewRecord({u"x", u"1"}), {});
+  blocks->Add(adapter_.NewRecord({}), {});
   const Text text = store_.AsDelimitedFromCollection(blocks);
   EXPECT_EQ(u"DataString\u00A5Name\u00A5\u0152x\u00A51\u00A5\u0152\u00A5\u00A5\u0152", text);
-  const auto restored = store_.AsDelimitedToCollection(text, family_.NewCreator());
+  const auto restored = store_.AsDelimitedToCollection(text, adapter_.NewCreator());
   ASSERT_NE(nullptr, restored);
   EXPECT_EQ(2, restored->Count());
-  EXPECT_EQ(u"x", family_.Block(FirstObject(*restored)).DataString);
-  EXPECT_EQ(u"1", family_.Block(FirstObject(*restored)).Name);
+  EXPECT_EQ(u"x", adapter_.RecordOf(FirstObject(*restored)).DataString);
+  EXPECT_EQ(u"1", adapter_.RecordOf(FirstObject(*restored)).Name);
 }
 
-TEST_F(TextDataTest, ObjectsOfAnotherFamilyAreRefused) {
-  const auto access = family_.Access({u"Name"});
+TEST_F(TextDataTest, ObjectsOfAnotherAdapterAreRefused) {
+  const auto access = adapter_.Access({u"Name"});
   StringTextBuilder text;
   EXPECT_EQ(430, ErrorOf([&] { access->AppendText(Creator(TitleAndCount()), 0, text); }));
   EXPECT_EQ(91, ErrorOf([&] { access->LetText(Object(), 0, u""); }));
@@ -110,13 +110,13 @@ class MultiCollectionTest : public PersistenceTest {
   }
 
   std::vector<Text> StoredNames() {
-    const TextDataFamily family(platform_);
+    const TextDataAdapter adapter(platform_);
     std::vector<Text> names;
     const auto blocks =
-        store_.AsDelimitedToCollection(store_.MultiDataString(), family.NewCreator());
+        store_.AsDelimitedToCollection(store_.MultiDataString(), adapter.NewCreator());
     if (blocks == nullptr) return names;
     const auto walk = blocks->Enumerate();
-    for (Object block; walk->NextObject(block);) names.push_back(family.Block(block).Name);
+    for (Object block; walk->NextObject(block);) names.push_back(adapter.RecordOf(block).Name);
     return names;
   }
 };
@@ -148,8 +148,8 @@ TEST_F(MultiCollectionTest, TheSameNameIsReplacedInItsPlace) {
 
 TEST_F(MultiCollectionTest, AnEmptyCollectionIsStoredAsAnEmptyBlock) {
   EXPECT_EQ(u"DataString\u00A5Name\u00A5\u0152\u00A5None\u00A5\u0152",
-            store_.MultiDataColString(Family().NewCollection(), u"None"));
-  Store(Family().NewCollection(), u"None");
+            store_.MultiDataColString(Adapter().NewCollection(), u"None"));
+  Store(Adapter().NewCollection(), u"None");
   EXPECT_EQ(nullptr, Working(u"None"));
   ExpectReports({});
 }
@@ -283,7 +283,7 @@ TEST_F(MultiCollectionTest, ABlockThatCannotBeRestoredIsReportedByTheRestore) {
   store_.SetMultiDataString(kOneBlock);
   EXPECT_EQ(nullptr, store_.WorkingCol(u"Items", Object()));
   ExpectReports({RestoreReport(kNotSet, 91, 3)});
-  const auto unreadable = OptionalText::Unreadable(RuntimeError(13));
+  const auto unreadable = OptionalText::ConversionFailed(RuntimeError(13));
   EXPECT_EQ(nullptr, Working(u"Items", unreadable));
   ExpectReports({RestoreReport(u"Type mismatch", 13, 2)});
 }

@@ -65,25 +65,25 @@ class PersistenceTest : public HostTest {
 
   /// A class of records with one text and one number.
   std::shared_ptr<RecordClass> TitleAndCount() {
-    return ListingClass(Family(), {{u"Title"}, {u"Count", MemberType::kNumber, u"0"}});
+    return ListingClass(Adapter(), {{u"Title"}, {u"Count", MemberType::kNumber, u"0"}});
   }
 
   Object Creator(const std::shared_ptr<const RecordClass>& recordClass) {
-    return NewCreator(Family(), recordClass);
+    return NewCreator(Adapter(), recordClass);
   }
 
   /// A collection of records of `recordClass`, one for each row of values.
   CollectionRef RecordsOf(const std::shared_ptr<const RecordClass>& recordClass, const Rows& rows) {
-    CollectionRef collection = Family().NewCollection();
-    for (const auto& row : rows) collection->Add(NewRecord(Family(), recordClass, row), {});
+    CollectionRef collection = Adapter().NewCollection();
+    for (const auto& row : rows) collection->Add(NewRecord(Adapter(), recordClass, row), {});
     return collection;
   }
 
   /// The values of the records in `collection`, in its order.
   Rows RowsOf(const CollectionRef& collection) {
     Rows rows;
-    for (const auto& entry : CollectionIn(Family(), collection).entries) {
-      rows.push_back(Family().In<MemoryRecord>(std::get<Object>(entry.value)).values);
+    for (const auto& entry : CollectionIn(Adapter(), collection).entries) {
+      rows.push_back(Adapter().In<MemoryRecord>(std::get<Object>(entry.value)).values);
     }
     return rows;
   }
@@ -91,14 +91,14 @@ class PersistenceTest : public HostTest {
   /// The keys of the entries in `collection`; nothing for an entry without a key.
   std::vector<std::optional<Text>> KeysOf(const CollectionRef& collection) {
     std::vector<std::optional<Text>> keys;
-    for (const auto& entry : CollectionIn(Family(), collection).entries) keys.push_back(entry.key);
+    for (const auto& entry : CollectionIn(Adapter(), collection).entries) keys.push_back(entry.key);
     return keys;
   }
 
   /// The entries of a collection of texts, each of which must be its own key.
   std::vector<Text> NamesIn(const CollectionRef& collection) {
     std::vector<Text> names;
-    for (const auto& entry : CollectionIn(Family(), collection).entries) {
+    for (const auto& entry : CollectionIn(Adapter(), collection).entries) {
       names.push_back(std::get<Text>(entry.value));
       EXPECT_EQ(names.back(), entry.key);
     }

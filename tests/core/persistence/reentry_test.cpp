@@ -23,7 +23,7 @@ class ReentryTest : public PersistenceTest {
 };
 
 TEST_F(ReentryTest, ASaveWithinAReportOfASave) {
-  const auto failing = ListingClass(Family(), {{.name = u"X", .readable = false}});
+  const auto failing = ListingClass(Adapter(), {{.name = u"X", .readable = false}});
   const auto records = RecordsOf(TitleAndCount(), kRows);
   Text inner;
   platform_.whileShown = [&] { inner = store_.AsDelimitedFromCollection(records); };
@@ -33,7 +33,7 @@ TEST_F(ReentryTest, ASaveWithinAReportOfASave) {
 }
 
 TEST_F(ReentryTest, AFailureWithinAReportOfAFailure) {
-  const auto failing = ListingClass(Family(), {{.name = u"X", .readable = false}});
+  const auto failing = ListingClass(Adapter(), {{.name = u"X", .readable = false}});
   CollectionRef inner;
   platform_.whileShown = [&] {
     platform_.whileShown = {};
@@ -103,7 +103,7 @@ TEST_F(ReentryTest, AGetterThatChangesTheCollectionBeingSaved) {
   for (int change = 0; change < 4; ++change) {
     const auto records = RecordsOf(recordClass, kRows);
     // The first use asks for the member names, the third reads the first record's second member.
-    BeforeUse(*recordClass, 3, [&] { changes(CollectionIn(Family(), records), change); });
+    BeforeUse(*recordClass, 3, [&] { changes(CollectionIn(Adapter(), records), change); });
     EXPECT_EQ(Text(u"Title\u00A5Count\u00A5\u0152") + expected[static_cast<std::size_t>(change)],
               store_.AsDelimitedFromCollection(records));
   }
@@ -113,7 +113,7 @@ TEST_F(ReentryTest, AGetterThatChangesTheCollectionBeingSaved) {
 TEST_F(ReentryTest, MemberNamesThatEmptyTheCollectionBeingSaved) {
   const auto recordClass = TitleAndCount();
   const auto records = RecordsOf(recordClass, kRows);
-  BeforeUse(*recordClass, 1, [&] { CollectionIn(Family(), records).entries.clear(); });
+  BeforeUse(*recordClass, 1, [&] { CollectionIn(Adapter(), records).entries.clear(); });
   EXPECT_EQ(u"Title\u00A5Count\u00A5\u0152", store_.AsDelimitedFromCollection(records));
   ExpectReports({});
 }
@@ -163,9 +163,9 @@ TEST_F(ReentryTest, AMultiCollectionTextThatChangesBeforeItIsRead) {
 TEST_F(ReentryTest, ACreatorThatChangesTheMultiCollectionText) {
   const auto recordClass = TitleAndCount();
   store_.SetMultiDataString(store_.MultiDataColString(RecordsOf(recordClass, kRows), u"Items"));
-  const Object creator = Family().New<MemoryCreator>([&] {
+  const Object creator = Adapter().New<MemoryCreator>([&] {
     store_.SetMultiDataString(u"");
-    return NewRecord(Family(), recordClass);
+    return NewRecord(Adapter(), recordClass);
   });
   const auto working = store_.WorkingCol(u"Items", creator);
   ASSERT_NE(nullptr, working);

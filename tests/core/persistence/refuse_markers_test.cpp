@@ -67,7 +67,7 @@ class RefuseMarkersTest : public PersistenceTest {
     }
   }
 
-  std::shared_ptr<RecordClass> class_ = ListingClass(Family(), {{u"Title"}, {u"Note"}});
+  std::shared_ptr<RecordClass> class_ = ListingClass(Adapter(), {{u"Title"}, {u"Note"}});
   std::size_t saved_ = 0;
   std::size_t refused_ = 0;
 };
@@ -111,15 +111,15 @@ TEST_F(RefuseMarkersTest, TheMarkersInForceCountAndNoOthers) {
   EXPECT_EQ(u"", store_.AsDelimitedFromCollection(records, u"\u0160"));
   ExpectReports(
       {SaveReport(u"Value contains the record end marker, record number 1", 0, 0, u"Title")});
-  EXPECT_EQ(u"", store_.AsDelimitedFromObject(NewRecord(Family(), class_, {u"\u0152"})));
+  EXPECT_EQ(u"", store_.AsDelimitedFromObject(NewRecord(Adapter(), class_, {u"\u0152"})));
   ExpectReports(
       {SaveReport(u"Value contains the record end marker, record number 1", 0, 0, u"Title")});
 }
 
 TEST_F(RefuseMarkersTest, ANameThatHoldsAMarkerIsRefusedToo) {
-  class_ = ListingClass(Family(), {{u"Title"}, {u"No|te"}});
+  class_ = ListingClass(Adapter(), {{u"Title"}, {u"No|te"}});
   ExpectRefused({{u"a", u"b"}}, u"Member name contains the field end marker", u"No|te");
-  class_ = ListingClass(Family(), {{u"Tit;le"}, {u"Note"}});
+  class_ = ListingClass(Adapter(), {{u"Tit;le"}, {u"Note"}});
   ExpectRefused({{u"a", u"b"}}, u"Member name contains the record end marker", u"Tit;le");
 }
 
@@ -127,10 +127,10 @@ TEST_F(RefuseMarkersTest, OtherFailuresAreReportedAsEver) {
   EXPECT_EQ(u"", store_.AsDelimitedFromCollection(nullptr));
   const TextView notSet = u"Object variable or With block variable not set";
   ExpectReports({SaveReport(notSet, 91, 1, u"")});
-  class_ = ListingClass(Family(), {{u"Title"}, {.name = u"Note", .readable = false}});
+  class_ = ListingClass(Adapter(), {{u"Title"}, {.name = u"Note", .readable = false}});
   EXPECT_EQ(u"", Save({{u"a"}}));
   ExpectReports({SaveReport(u"Object doesn't support this property or method", 438, 5, u"Note")});
-  CollectionRef withNothing = RecordsOf(ListingClass(Family(), {{u"A"}}), {{u"a"}});
+  CollectionRef withNothing = RecordsOf(ListingClass(Adapter(), {{u"A"}}), {{u"a"}});
   withNothing->Add(Object(), {});
   EXPECT_EQ(u"", store_.AsDelimitedFromCollection(withNothing));
   ExpectReports({SaveReport(notSet, 91, 5, u"A")});
@@ -156,7 +156,7 @@ TEST_F(RefuseMarkersTest, EveryShortValueComesBackOrIsRefused) {
                         {u"aa", u"b"},    {u"a", u"ab"}, {u"b", u"ab"},    {u"|", u"\r\n"},
                         {u"\r\n", u"||"}, {u"\r", u"|"}, {u"|", u"|\r\n"}, {u";|", u"||"},
                         {u"\r", u"\n"}};
-  const auto one = ListingClass(Family(), {{u"Title"}});
+  const auto one = ListingClass(Adapter(), {{u"Title"}});
   const auto two = class_;
   for (const Pair& pair : pairs) {
     for (const TextView alphabet : {u"|;x", u"abx", u"\r\n|"}) {
@@ -205,7 +205,7 @@ TEST_F(RefuseMarkersTest, ABlocksNameMayHoldNoOuterMarker) {
 }
 
 TEST_F(RefuseMarkersTest, NoBlockIsEmptiedByASaveThatFails) {
-  class_ = ListingClass(Family(), {{.name = u"Title", .readable = false}});
+  class_ = ListingClass(Adapter(), {{.name = u"Title", .readable = false}});
   const auto unreadable = RecordsOf(class_, {{u"x"}});
   const Report report =
       SaveReport(u"Object doesn't support this property or method", 438, 5, u"Title");
@@ -230,7 +230,7 @@ TEST_F(RefuseMarkersTest, NoBlockIsEmptiedByACollectionThatCannotBeCounted) {
 
 TEST_F(RefuseMarkersTest, AnEmptyCollectionStillEmptiesItsBlock) {
   EXPECT_EQ(u"DataString\u00A5Name\u00A5\u0152\u00A5Items\u00A5\u0152",
-            store_.MultiDataColString(Family().NewCollection(), u"Items"));
+            store_.MultiDataColString(Adapter().NewCollection(), u"Items"));
   ExpectReports({});
 }
 

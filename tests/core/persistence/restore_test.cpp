@@ -82,7 +82,7 @@ TEST_F(RestoreTest, ARecordWithoutAFieldEndIsReportedTwice) {
 }
 
 TEST_F(RestoreTest, LineBreaksBehindRecordEndsAreDropped) {
-  const auto title = ListingClass(Family(), {{u"Title"}});
+  const auto title = ListingClass(Adapter(), {{u"Title"}});
   for (const TextView breaks : {u"", u"\r\n", u"\r\n\r\n", u"\r\n\r\n\r\n"}) {
     Text text = u"Title\u00A5\u0152";
     text.append(breaks).append(u"A\u00A5\u0152").append(breaks);
@@ -94,14 +94,14 @@ TEST_F(RestoreTest, LineBreaksBehindRecordEndsAreDropped) {
 }
 
 TEST_F(RestoreTest, AFirstValueLosesALineBreakAtItsStart) {
-  const auto recordClass = ListingClass(Family(), {{u"A"}, {u"B"}});
+  const auto recordClass = ListingClass(Adapter(), {{u"A"}, {u"B"}});
   const Text text =
       store_.AsDelimitedFromCollection(RecordsOf(recordClass, {{u"\r\nx\r\n", u"\r\ny\r\n"}}));
   EXPECT_THAT(RowsOf(Restore(recordClass, text)), ElementsAre(ElementsAre(u"x\r\n", u"\r\ny\r\n")));
 }
 
 TEST_F(RestoreTest, OneEmptyValueComesBack) {
-  const auto recordClass = ListingClass(Family(), {{u"A", MemberType::kText, u"default"}});
+  const auto recordClass = ListingClass(Adapter(), {{u"A", MemberType::kText, u"default"}});
   EXPECT_THAT(RowsOf(Restore(recordClass, u"A\u00A5\u0152\u00A5\u0152\u00A5\u0152")),
               ElementsAre(ElementsAre(u""), ElementsAre(u"")));
 }
@@ -121,7 +121,7 @@ TEST_F(RestoreTest, MarkersMayBeGiven) {
 
 TEST_F(RestoreTest, ArgumentsThatCannotBeUsedAreReported) {
   const auto creator = Creator(TitleAndCount());
-  const auto unreadable = OptionalText::Unreadable(RuntimeError(13));
+  const auto unreadable = OptionalText::ConversionFailed(RuntimeError(13));
   EXPECT_EQ(nullptr, store_.AsDelimitedToCollection(kTwoRecords, creator, u""));
   EXPECT_EQ(nullptr, store_.AsDelimitedToCollection(kTwoRecords, creator, {}, u""));
   EXPECT_EQ(nullptr, store_.AsDelimitedToCollection(kTwoRecords, creator, {}, {}, unreadable));
@@ -189,10 +189,10 @@ TEST_F(RestoreTest, AnyUnitIsDataInAValue) {
 }
 
 TEST_F(RestoreTest, EveryTypeOfMemberComesBack) {
-  const auto recordClass = ListingClass(Family(), {{u"Name"},
-                                                   {u"Size", MemberType::kNumber, u"0"},
-                                                   {u"Made", MemberType::kDate, u"2000-01-01"},
-                                                   {u"Locked", MemberType::kBoolean, u"False"}});
+  const auto recordClass = ListingClass(Adapter(), {{u"Name"},
+                                                    {u"Size", MemberType::kNumber, u"0"},
+                                                    {u"Made", MemberType::kDate, u"2000-01-01"},
+                                                    {u"Locked", MemberType::kBoolean, u"False"}});
   const Rows rows = {{u"a", u"-2.5", u"2024-02-29", u"True"}, {u"", u"0", u"2000-01-01", u"False"}};
   const Text text = store_.AsDelimitedFromCollection(RecordsOf(recordClass, rows));
   EXPECT_EQ(rows, RowsOf(Restore(recordClass, text)));
@@ -230,7 +230,7 @@ TEST_F(RestoreTest, EverySetterMayFail) {
     };
     EXPECT_EQ(nullptr, Restore(recordClass, kTwoRecords));
     EXPECT_EQ(nth, lets);
-    EXPECT_EQ(0U, Family().LiveObjects());
+    EXPECT_EQ(0U, Adapter().LiveObjects());
     ExpectReports({RestoreReport(u"Overflow", 6, 7)});
   }
 }
@@ -251,7 +251,7 @@ TEST_F(RestoreTest, AValueThatHoldsAMarkerSplitsWrongly) {
 TEST_F(RestoreTest, RecordsAreKeyedByOneOfTheirMembers) {
   const auto restored = Restore(kTwoRecords, u"Title");
   EXPECT_THAT(KeysOf(restored), ElementsAre(u"Alpha", u"Beta"));
-  EXPECT_EQ(u"12", Family().In<MemoryRecord>(restored->ObjectUnder(u"BETA")).values[1]);
+  EXPECT_EQ(u"12", Adapter().In<MemoryRecord>(restored->ObjectUnder(u"BETA")).values[1]);
   EXPECT_THAT(KeysOf(Restore(kTwoRecords, u"Count")), ElementsAre(u"3", u"12"));
   ExpectReports({});
 }
@@ -285,7 +285,7 @@ TEST_F(RestoreTest, AKeyThatComesTwiceIsReported) {
   EXPECT_EQ(nullptr,
             Restore(u"Title\u00A5\u0152A\u00A5\u0152B\u00A5\u0152a\u00A5\u0152", u"Title"));
   ExpectReports({RestoreReport(kKeyInUse, 457, 8)});
-  EXPECT_EQ(0U, Family().LiveObjects());
+  EXPECT_EQ(0U, Adapter().LiveObjects());
 }
 
 TEST_F(RestoreTest, TheKeyIsTheTextNotWhatTheMemberMadeOfIt) {
@@ -298,9 +298,9 @@ TEST_F(RestoreTest, TheKeyIsTheTextNotWhatTheMemberMadeOfIt) {
 TEST_F(RestoreTest, TheCreatorIsCalledOnceMoreThanThereAreRecords) {
   const auto recordClass = TitleAndCount();
   int calls = 0;
-  const Object creator = Family().New<MemoryCreator>([&] {
+  const Object creator = Adapter().New<MemoryCreator>([&] {
     ++calls;
-    return NewRecord(Family(), recordClass);
+    return NewRecord(Adapter(), recordClass);
   });
   store_.AsDelimitedToCollection(kTwoRecords, creator);
   EXPECT_EQ(3, calls);
@@ -313,14 +313,14 @@ TEST_F(RestoreTest, EveryCallOfTheCreatorMayFailOrSayNothing) {
   for (int nth = 1; nth <= 3; ++nth) {
     for (const bool fails : {true, false}) {
       int calls = 0;
-      const Object creator = Family().New<MemoryCreator>([&]() -> Object {
-        if (++calls != nth) return NewRecord(Family(), recordClass);
+      const Object creator = Adapter().New<MemoryCreator>([&]() -> Object {
+        if (++calls != nth) return NewRecord(Adapter(), recordClass);
         if (fails) throw RuntimeError(429);
         return {};
       });
       EXPECT_EQ(nullptr, store_.AsDelimitedToCollection(kTwoRecords, creator));
       EXPECT_EQ(nth, calls);
-      EXPECT_EQ(1U, Family().LiveObjects());
+      EXPECT_EQ(1U, Adapter().LiveObjects());
       const std::int32_t number = fails ? 429 : 91;
       ExpectReports({RestoreReport(StandardDescription(number), number, nth == 1 ? 3 : 7)});
     }
@@ -330,8 +330,8 @@ TEST_F(RestoreTest, EveryCallOfTheCreatorMayFailOrSayNothing) {
 TEST_F(RestoreTest, NothingIsNoRecordEvenWhereNoMemberIsSet) {
   const auto recordClass = TitleAndCount();
   int calls = 0;
-  const Object creator = Family().New<MemoryCreator>(
-      [&] { return ++calls == 2 ? Object() : NewRecord(Family(), recordClass); });
+  const Object creator = Adapter().New<MemoryCreator>(
+      [&] { return ++calls == 2 ? Object() : NewRecord(Adapter(), recordClass); });
   EXPECT_EQ(nullptr, store_.AsDelimitedToCollection(u"Other\u00A5\u0152x\u00A5\u0152", creator));
   ExpectReports({RestoreReport(kNotSet, 91, 7)});
 }
@@ -340,15 +340,15 @@ TEST_F(RestoreTest, WhatIsNoCreatorIsReported) {
   EXPECT_EQ(nullptr, store_.AsDelimitedToCollection(kTwoRecords, Object()));
   ExpectReports({RestoreReport(kNotSet, 91, 3)});
   EXPECT_EQ(nullptr,
-            store_.AsDelimitedToCollection(kTwoRecords, NewRecord(Family(), TitleAndCount())));
+            store_.AsDelimitedToCollection(kTwoRecords, NewRecord(Adapter(), TitleAndCount())));
   ExpectReports({RestoreReport(kNoSuchMember, 438, 3)});
 }
 
 TEST_F(RestoreTest, ACreatorThatMakesRecordsOfAnotherClass) {
   const auto recordClass = TitleAndCount();
   int calls = 0;
-  const Object creator = Family().New<MemoryCreator>([&] {
-    return NewRecord(Family(), ++calls == 3 ? ListingClass(Family(), {{u"Title"}}) : recordClass);
+  const Object creator = Adapter().New<MemoryCreator>([&] {
+    return NewRecord(Adapter(), ++calls == 3 ? ListingClass(Adapter(), {{u"Title"}}) : recordClass);
   });
   EXPECT_EQ(nullptr, store_.AsDelimitedToCollection(kTwoRecords, creator));
   ExpectReports({RestoreReport(kNoSuchMember, 438, 7)});
@@ -367,13 +367,13 @@ TEST_F(RestoreTest, ErrorsOfGetMemberNamesAreNotIgnored) {
 TEST_F(RestoreTest, AnEmptyListOrNoneIsLookedForElsewhere) {
   const auto recordClass = Unlisted();
   recordClass->typeInformation = {u"Title", u"Count"};
-  for (const ListSource& source : {ListOf(Family(), {}), ListSource([] { return nullptr; })}) {
+  for (const ListSource& source : {ListOf(Adapter(), {}), ListSource([] { return nullptr; })}) {
     recordClass->getMemberNames = source;
     EXPECT_THAT(RowsOf(Restore(recordClass, kTwoRecords)),
                 ElementsAre(ElementsAre(u"Alpha", u"3"), ElementsAre(u"Beta", u"12")));
     ExpectReports({});
   }
-  recordClass->membersCol = ListOf(Family(), {u"Count"});
+  recordClass->membersCol = ListOf(Adapter(), {u"Count"});
   EXPECT_THAT(RowsOf(Restore(recordClass, kTwoRecords)),
               ElementsAre(ElementsAre(u"", u"3"), ElementsAre(u"", u"12")));
   ExpectReports({});
@@ -381,7 +381,7 @@ TEST_F(RestoreTest, AnEmptyListOrNoneIsLookedForElsewhere) {
 
 TEST_F(RestoreTest, WithoutAnyNamesReportsAreShown) {
   const auto recordClass = Unlisted();
-  recordClass->getMemberNames = ListOf(Family(), {});
+  recordClass->getMemberNames = ListOf(Adapter(), {});
   EXPECT_EQ(nullptr, Restore(recordClass, kTwoRecords));
   ExpectReports({LateNamesReport(kNoSuchMember, 438), RestoreReport(u"", 0, 0)});
   recordClass->typeInformation.emplace();
@@ -398,7 +398,7 @@ TEST_F(RestoreTest, TheMemberNamesAreAskedForBeforeTheTextIsLookedAt) {
 TEST_F(RestoreTest, ANameCountsUnderItsKeyOnly) {
   const auto recordClass = TitleAndCount();
   recordClass->getMemberNames = [this] {
-    CollectionRef list = Family().NewCollection();
+    CollectionRef list = Adapter().NewCollection();
     list->Add(TextView(u"Title"), {});              // found by no key
     list->Add(TextView(u"x"), TextView(u"Count"));  // another text, but there is one
     list->Add(Object(), TextView(u"Other"));        // no text
@@ -414,8 +414,8 @@ TEST_F(RestoreTest, ANameCountsUnderItsKeyOnly) {
 TEST_F(RestoreTest, AListThatFailsWhenItIsLookedUpHasNoNames) {
   const auto recordClass = TitleAndCount();
   recordClass->getMemberNames = [this] {
-    CollectionRef list = ListOf(Family(), {u"Title", u"Count"})();
-    CollectionIn(Family(), list).onUse = [](MemoryCollection::Use use) {
+    CollectionRef list = ListOf(Adapter(), {u"Title", u"Count"})();
+    CollectionIn(Adapter(), list).onUse = [](MemoryCollection::Use use) {
       if (use == MemoryCollection::Use::kLookUp) throw RuntimeError(462);
     };
     return list;
@@ -428,8 +428,8 @@ TEST_F(RestoreTest, AListThatFailsWhenItIsLookedUpHasNoNames) {
 TEST_F(RestoreTest, AListThatCannotBeCountedIsReported) {
   const auto recordClass = TitleAndCount();
   recordClass->getMemberNames = [this] {
-    CollectionRef list = ListOf(Family(), {u"Title"})();
-    CollectionIn(Family(), list).onUse = [](MemoryCollection::Use) { throw RuntimeError(462); };
+    CollectionRef list = ListOf(Adapter(), {u"Title"})();
+    CollectionIn(Adapter(), list).onUse = [](MemoryCollection::Use) { throw RuntimeError(462); };
     return list;
   };
   EXPECT_EQ(nullptr, Restore(recordClass, kTwoRecords));
@@ -440,8 +440,8 @@ TEST_F(RestoreTest, AListThatCannotBeCountedIsReported) {
 
 TEST_F(RestoreTest, TheFirstRecordOfATextIsItsObject) {
   const Object record = store_.GetObjectFromString(kTwoRecords, Creator(TitleAndCount()));
-  EXPECT_THAT(Family().In<MemoryRecord>(record).values, ElementsAre(u"Alpha", u"3"));
-  EXPECT_EQ(1U, Family().References(record));
+  EXPECT_THAT(Adapter().In<MemoryRecord>(record).values, ElementsAre(u"Alpha", u"3"));
+  EXPECT_EQ(1U, Adapter().References(record));
   ExpectReports({});
 }
 
@@ -462,9 +462,9 @@ TEST_F(RestoreTest, ATextWithoutAFirstRecordIsReported) {
 
 TEST_F(RestoreTest, AnObjectSurvivesItsRoundTrip) {
   const auto recordClass = TitleAndCount();
-  const Text text = store_.AsDelimitedFromObject(NewRecord(Family(), recordClass, {u"A", u"1"}));
+  const Text text = store_.AsDelimitedFromObject(NewRecord(Adapter(), recordClass, {u"A", u"1"}));
   const Object record = store_.GetObjectFromString(text, Creator(recordClass));
-  EXPECT_THAT(Family().In<MemoryRecord>(record).values, ElementsAre(u"A", u"1"));
+  EXPECT_THAT(Adapter().In<MemoryRecord>(record).values, ElementsAre(u"A", u"1"));
 }
 
 // ---- FieldNamesCollection ----------------------------------------------------------------------
@@ -501,7 +501,7 @@ TEST_F(FieldNamesTest, FailuresReachTheCaller) {
   EXPECT_EQ(457, ErrorOf([this] { Names(u"\u00A5\u00A5\u0152"); }));
   EXPECT_EQ(5, ErrorOf([this] { Names(kTwoRecords, u""); }));
   EXPECT_EQ(5, ErrorOf([this] { Names(kTwoRecords, {}, u""); }));
-  const auto unreadable = OptionalText::Unreadable(RuntimeError(13));
+  const auto unreadable = OptionalText::ConversionFailed(RuntimeError(13));
   EXPECT_EQ(13, ErrorOf([&] { Names(kTwoRecords, unreadable); }));
   platform_.fault = Fault(1, RuntimeError(429));
   EXPECT_EQ(429, ErrorOf([this] { Names(kTwoRecords); }));
@@ -513,7 +513,7 @@ TEST_F(FieldNamesTest, FailuresReachTheCaller) {
 class ItemExistsTest : public PersistenceTest {};
 
 TEST_F(ItemExistsTest, ATextUnderTheKeyInAnyLetterCase) {
-  const auto collection = Family().NewCollection();
+  const auto collection = Adapter().NewCollection();
   collection->Add(TextView(u"text"), TextView(u"Key"));
   collection->Add(TextView(u""), TextView(u""));
   collection->Add(TextView(u"unkeyed"), {});
@@ -527,13 +527,15 @@ TEST_F(ItemExistsTest, ATextUnderTheKeyInAnyLetterCase) {
 
 TEST_F(ItemExistsTest, AnyFailureIsFalseWithoutAWord) {
   const auto collection = RecordsOf(TitleAndCount(), {});
-  collection->Add(NewRecord(Family(), TitleAndCount()), TextView(u"object"));
+  collection->Add(NewRecord(Adapter(), TitleAndCount()), TextView(u"object"));
   collection->Add(Object(), TextView(u"nothing"));
   collection->Add(TextView(u"text"), TextView(u"text"));
   EXPECT_FALSE(store_.ItemExists(collection, u"object"));
   EXPECT_FALSE(store_.ItemExists(collection, u"nothing"));
   EXPECT_FALSE(store_.ItemExists(nullptr, u"text"));
-  CollectionIn(Family(), collection).onUse = [](MemoryCollection::Use) { throw RuntimeError(462); };
+  CollectionIn(Adapter(), collection).onUse = [](MemoryCollection::Use) {
+    throw RuntimeError(462);
+  };
   EXPECT_FALSE(store_.ItemExists(collection, u"text"));
   ExpectReports({});
 }

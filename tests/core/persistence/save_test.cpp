@@ -47,16 +47,16 @@ TEST_F(SaveTest, EitherMarkerMayBeOmitted) {
 }
 
 TEST_F(SaveTest, NoObjectsAreEmptyText) {
-  EXPECT_EQ(u"", store_.AsDelimitedFromCollection(Family().NewCollection()));
-  EXPECT_EQ(u"", store_.AsDelimitedFromCollection(Family().NewCollection(), u"", u""));
+  EXPECT_EQ(u"", store_.AsDelimitedFromCollection(Adapter().NewCollection()));
+  EXPECT_EQ(u"", store_.AsDelimitedFromCollection(Adapter().NewCollection(), u"", u""));
   ExpectReports({});
 }
 
 TEST_F(SaveTest, EveryTypeOfMemberIsWrittenAsText) {
-  const auto recordClass = ListingClass(Family(), {{u"Name"},
-                                                   {u"Size", MemberType::kNumber, u"0"},
-                                                   {u"Made", MemberType::kDate, u"2000-01-01"},
-                                                   {u"Locked", MemberType::kBoolean, u"False"}});
+  const auto recordClass = ListingClass(Adapter(), {{u"Name"},
+                                                    {u"Size", MemberType::kNumber, u"0"},
+                                                    {u"Made", MemberType::kDate, u"2000-01-01"},
+                                                    {u"Locked", MemberType::kBoolean, u"False"}});
   EXPECT_EQ(
       u"Name\u00A5Size\u00A5Made\u00A5Locked\u00A5\u0152"
       u"a\u00A5-2.5\u00A52024-02-29\u00A5True\u00A5\u0152"
@@ -67,13 +67,14 @@ TEST_F(SaveTest, EveryTypeOfMemberIsWrittenAsText) {
 
 TEST_F(SaveTest, ValuesAreNeverEscaped) {
   const Text odd(u"\0\xD800\u00A5\u0152\r\n", 6);
-  EXPECT_EQ(u"A\u00A5\u0152" + odd + u"\u00A5\u0152",
-            store_.AsDelimitedFromCollection(RecordsOf(ListingClass(Family(), {{u"A"}}), {{odd}})));
+  EXPECT_EQ(
+      u"A\u00A5\u0152" + odd + u"\u00A5\u0152",
+      store_.AsDelimitedFromCollection(RecordsOf(ListingClass(Adapter(), {{u"A"}}), {{odd}})));
 }
 
 TEST_F(SaveTest, OneEmptyValueIsOneDelimiter) {
-  EXPECT_EQ(u"A\u00A5\u0152\u00A5\u0152",
-            store_.AsDelimitedFromCollection(RecordsOf(ListingClass(Family(), {{u"A"}}), {{u""}})));
+  EXPECT_EQ(u"A\u00A5\u0152\u00A5\u0152", store_.AsDelimitedFromCollection(RecordsOf(
+                                              ListingClass(Adapter(), {{u"A"}}), {{u""}})));
 }
 
 TEST_F(SaveTest, NoCollectionIsReported) {
@@ -85,7 +86,7 @@ TEST_F(SaveTest, AMarkerThatCannotBeUsedIsReported) {
   const auto records = RecordsOf(TitleAndCount(), {{u"A", u"1"}});
   EXPECT_EQ(u"", store_.AsDelimitedFromCollection(records, u""));
   EXPECT_EQ(u"", store_.AsDelimitedFromCollection(records, {}, u""));
-  const auto unreadable = OptionalText::Unreadable(RuntimeError(13));
+  const auto unreadable = OptionalText::ConversionFailed(RuntimeError(13));
   EXPECT_EQ(u"", store_.AsDelimitedFromCollection(records, unreadable));
   const Report invalid = SaveReport(u"Invalid procedure call or argument", 5, 2, u"");
   ExpectReports({invalid, invalid, SaveReport(u"Type mismatch", 13, 2, u"")});
@@ -93,8 +94,8 @@ TEST_F(SaveTest, AMarkerThatCannotBeUsedIsReported) {
 
 TEST_F(SaveTest, TheListOfTheFirstObjectServesAll) {
   const auto records = RecordsOf(TitleAndCount(), {{u"A", u"1"}});
-  const auto other = ListingClass(Family(), {{u"count"}, {u"Other"}, {u"TITLE"}});
-  records->Add(NewRecord(Family(), other, {u"2", u"x", u"B"}), {});
+  const auto other = ListingClass(Adapter(), {{u"count"}, {u"Other"}, {u"TITLE"}});
+  records->Add(NewRecord(Adapter(), other, {u"2", u"x", u"B"}), {});
   EXPECT_EQ(u"Title\u00A5Count\u00A5\u0152A\u00A51\u00A5\u0152B\u00A52\u00A5\u0152",
             store_.AsDelimitedFromCollection(records));
   ExpectReports({});
@@ -102,21 +103,21 @@ TEST_F(SaveTest, TheListOfTheFirstObjectServesAll) {
 
 TEST_F(SaveTest, AMemberThatALaterObjectLacksIsReportedByName) {
   const auto records = RecordsOf(TitleAndCount(), {{u"A", u"1"}});
-  records->Add(NewRecord(Family(), ListingClass(Family(), {{u"Title"}})), {});
+  records->Add(NewRecord(Adapter(), ListingClass(Adapter(), {{u"Title"}})), {});
   EXPECT_EQ(u"", store_.AsDelimitedFromCollection(records));
   ExpectReports({SaveReport(kNoSuchMember, 438, 5, u"Count")});
 }
 
 TEST_F(SaveTest, AListedNameThatIsNoMemberIsReported) {
   const auto recordClass = TitleAndCount();
-  recordClass->getMemberNames = ListOf(Family(), {u"Title", u"Missing", u"Count"});
+  recordClass->getMemberNames = ListOf(Adapter(), {u"Title", u"Missing", u"Count"});
   EXPECT_EQ(u"", store_.AsDelimitedFromCollection(OneRecord(recordClass)));
   ExpectReports({SaveReport(kNoSuchMember, 438, 5, u"Missing")});
 }
 
 TEST_F(SaveTest, TheErrorOfAGetterIsReportedAsItStands) {
   const auto recordClass = ListingClass(
-      Family(),
+      Adapter(),
       {{u"A"}, {.name = u"B", .getError = RuntimeError(-2147352571, u"odd words", u"x")}});
   EXPECT_EQ(u"", store_.AsDelimitedFromCollection(OneRecord(recordClass)));
   ExpectReports({SaveReport(u"odd words", -2147352571, 5, u"B")});
@@ -138,7 +139,7 @@ TEST_F(SaveTest, EveryGetterMayFail) {
 
 TEST_F(SaveTest, EveryUseOfTheCollectionMayFail) {
   const auto records = RecordsOf(TitleAndCount(), {{u"A", u"1"}, {u"B", u"2"}});
-  MemoryCollection& inside = CollectionIn(Family(), records);
+  MemoryCollection& inside = CollectionIn(Adapter(), records);
   int failures = 0;
   for (bool failed = true; failed; ++failures) {
     int left = failures + 1;
@@ -160,14 +161,14 @@ TEST_F(SaveTest, EveryUseOfTheCollectionMayFail) {
 
 TEST_F(SaveTest, ACollectionMayLieAboutItsCount) {
   const auto records = RecordsOf(TitleAndCount(), {{u"A", u"1"}});
-  CollectionIn(Family(), records).claimedCount = 100;
+  CollectionIn(Adapter(), records).claimedCount = 100;
   EXPECT_EQ(u"Title\u00A5Count\u00A5\u0152A\u00A51\u00A5\u0152",
             store_.AsDelimitedFromCollection(records));
-  CollectionIn(Family(), records).claimedCount = 0;
+  CollectionIn(Adapter(), records).claimedCount = 0;
   EXPECT_EQ(u"", store_.AsDelimitedFromCollection(records));
   ExpectReports({});
-  const auto none = Family().NewCollection();
-  CollectionIn(Family(), none).claimedCount = 1;
+  const auto none = Adapter().NewCollection();
+  CollectionIn(Adapter(), none).claimedCount = 1;
   EXPECT_EQ(u"", store_.AsDelimitedFromCollection(none));
   ExpectReports({SaveReport(u"Subscript out of range", 9, 3, u"")});
 }
@@ -177,7 +178,7 @@ TEST_F(SaveTest, AnEntryThatIsNoObjectIsReported) {
   records->Add(TextView(u"text"), {});
   EXPECT_EQ(u"", store_.AsDelimitedFromCollection(records));
   ExpectReports({SaveReport(u"Object required", 424, 5, u"")});
-  const auto texts = Family().NewCollection();
+  const auto texts = Adapter().NewCollection();
   texts->Add(TextView(u"text"), {});
   EXPECT_EQ(u"", store_.AsDelimitedFromCollection(texts));
   ExpectReports({SaveReport(u"Object required", 424, 3, u"")});
@@ -191,19 +192,19 @@ TEST_F(SaveTest, AnEntryThatIsNothingIsReported) {
 }
 
 TEST_F(SaveTest, NothingInTheFirstPlaceHasNoMemberNames) {
-  const auto records = Family().NewCollection();
+  const auto records = Adapter().NewCollection();
   records->Add(Object(), {});
   EXPECT_EQ(u"", store_.AsDelimitedFromCollection(records));
   ExpectReports({LateNamesReport(kNotSet, 91), SaveReport(u"", 0, 0, u"")});
 }
 
-TEST_F(SaveTest, AnObjectOfAnotherFamilyIsReported) {
-  const MemoryFamily other;
+TEST_F(SaveTest, AnObjectOfAnotherAdapterIsReported) {
+  const MemoryAdapter other;
   const auto records = RecordsOf(TitleAndCount(), {{u"A", u"1"}});
   records->Add(NewRecord(other, ListingClass(other, {{u"Title"}, {u"Count"}})), {});
   EXPECT_EQ(u"", store_.AsDelimitedFromCollection(records));
   ExpectReports({SaveReport(StandardDescription(430), 430, 5, u"Title")});
-  CollectionIn(Family(), records).entries.clear();
+  CollectionIn(Adapter(), records).entries.clear();
 }
 
 // ---- Where the member names come from ----------------------------------------------------------
@@ -214,7 +215,7 @@ TEST_F(SaveTest, WithoutMemberNamesTheTypeInformationTellsThem) {
   const ListSource sources[] = {
       {},                                             // no such member
       [] { return nullptr; },                         // nothing
-      ListOf(Family(), {}),                           // an empty list
+      ListOf(Adapter(), {}),                          // an empty list
       Raises(RuntimeError(424)),                      // not a collection
       Raises(RuntimeError(-2147467259, u"E", u"x")),  // any failure
   };
@@ -229,7 +230,7 @@ TEST_F(SaveTest, WithoutMemberNamesTheTypeInformationTellsThem) {
 TEST_F(SaveTest, MembersColGoesBeforeTheTypeInformation) {
   const auto recordClass = Unlisted();
   recordClass->typeInformation = {u"B", u"A"};
-  recordClass->membersCol = ListOf(Family(), {u"A"});
+  recordClass->membersCol = ListOf(Adapter(), {u"A"});
   EXPECT_EQ(u"A\u00A5\u01521\u00A5\u0152",
             store_.AsDelimitedFromCollection(OneRecord(recordClass)));
   ExpectReports({});
@@ -237,8 +238,8 @@ TEST_F(SaveTest, MembersColGoesBeforeTheTypeInformation) {
 
 TEST_F(SaveTest, GetMemberNamesGoesBeforeMembersCol) {
   const auto recordClass = Unlisted();
-  recordClass->getMemberNames = ListOf(Family(), {u"B"});
-  recordClass->membersCol = ListOf(Family(), {u"A"});
+  recordClass->getMemberNames = ListOf(Adapter(), {u"B"});
+  recordClass->membersCol = ListOf(Adapter(), {u"A"});
   EXPECT_EQ(u"B\u00A5\u01522\u00A5\u0152",
             store_.AsDelimitedFromCollection(OneRecord(recordClass)));
   ExpectReports({});
@@ -268,7 +269,7 @@ TEST_F(SaveTest, NamesMayBeAnythingThatHasAText) {
   const auto recordClass = Unlisted();
   recordClass->members = {{u"1"}, {u"2"}};
   recordClass->getMemberNames = [this] {
-    CollectionRef list = Family().NewCollection();
+    CollectionRef list = Adapter().NewCollection();
     list->Add(TextView(u"2"), {});
     list->Add(TextView(u"1"), {});
     list->Add(TextView(u"2"), {});
@@ -282,7 +283,7 @@ TEST_F(SaveTest, NamesMayBeAnythingThatHasAText) {
 TEST_F(SaveTest, ANameWithoutATextIsReported) {
   const auto recordClass = Unlisted();
   recordClass->getMemberNames = [this] {
-    CollectionRef list = Family().NewCollection();
+    CollectionRef list = Adapter().NewCollection();
     list->Add(Object(), {});
     return list;
   };
@@ -295,7 +296,7 @@ TEST_F(SaveTest, ANameWithoutATextIsReported) {
 TEST_F(SaveTest, LateNamesAreThePropertiesInDeclarationOrder) {
   const auto recordClass = Unlisted();
   recordClass->typeInformation = {u"Zulu", u"alpha", u"Mike"};
-  const auto names = store_.GetMemberNamesLate(NewRecord(Family(), recordClass));
+  const auto names = store_.GetMemberNamesLate(NewRecord(Adapter(), recordClass));
   EXPECT_THAT(NamesIn(names), ElementsAre(u"Zulu", u"alpha", u"Mike"));
   EXPECT_EQ(u"Zulu", names->TextUnder(u"zULU"));
   ExpectReports({});
@@ -304,10 +305,10 @@ TEST_F(SaveTest, LateNamesAreThePropertiesInDeclarationOrder) {
 TEST_F(SaveTest, LateNamesAreThoseOfMembersColFirst) {
   const auto recordClass = Unlisted();
   recordClass->typeInformation = {u"A", u"B"};
-  recordClass->membersCol = ListOf(Family(), {u"B"});
-  const Object record = NewRecord(Family(), recordClass);
+  recordClass->membersCol = ListOf(Adapter(), {u"B"});
+  const Object record = NewRecord(Adapter(), recordClass);
   EXPECT_THAT(NamesIn(store_.GetMemberNamesLate(record)), ElementsAre(u"B"));
-  recordClass->membersCol = ListOf(Family(), {});
+  recordClass->membersCol = ListOf(Adapter(), {});
   EXPECT_THAT(NamesIn(store_.GetMemberNamesLate(record)), ElementsAre(u"A", u"B"));
   recordClass->membersCol = [] { return nullptr; };
   EXPECT_THAT(NamesIn(store_.GetMemberNamesLate(record)), ElementsAre(u"A", u"B"));
@@ -319,12 +320,12 @@ TEST_F(SaveTest, LateNamesAreThoseOfMembersColFirst) {
 TEST_F(SaveTest, LateNamesDoNotAskForGetMemberNames) {
   const auto recordClass = TitleAndCount();
   recordClass->typeInformation = {u"Count"};
-  EXPECT_THAT(NamesIn(store_.GetMemberNamesLate(NewRecord(Family(), recordClass))),
+  EXPECT_THAT(NamesIn(store_.GetMemberNamesLate(NewRecord(Adapter(), recordClass))),
               ElementsAre(u"Count"));
 }
 
 TEST_F(SaveTest, LateNamesThatCannotBeFoundAreReported) {
-  EXPECT_EQ(nullptr, store_.GetMemberNamesLate(NewRecord(Family(), Unlisted())));
+  EXPECT_EQ(nullptr, store_.GetMemberNamesLate(NewRecord(Adapter(), Unlisted())));
   EXPECT_EQ(nullptr, store_.GetMemberNamesLate(Object()));
   ExpectReports({LateNamesReport(kNoSuchMember, 438), LateNamesReport(kNotSet, 91)});
 }
@@ -333,11 +334,11 @@ TEST_F(SaveTest, OnlyTheReadOfMembersColIsIgnored) {
   const auto recordClass = Unlisted();
   recordClass->typeInformation = {u"A"};
   recordClass->membersCol = [this] {
-    CollectionRef list = ListOf(Family(), {u"A"})();
-    CollectionIn(Family(), list).onUse = [](MemoryCollection::Use) { throw RuntimeError(462); };
+    CollectionRef list = ListOf(Adapter(), {u"A"})();
+    CollectionIn(Adapter(), list).onUse = [](MemoryCollection::Use) { throw RuntimeError(462); };
     return list;
   };
-  EXPECT_EQ(nullptr, store_.GetMemberNamesLate(NewRecord(Family(), recordClass)));
+  EXPECT_EQ(nullptr, store_.GetMemberNamesLate(NewRecord(Adapter(), recordClass)));
   ExpectReports({LateNamesReport(StandardDescription(462), 462)});
 }
 
@@ -345,11 +346,11 @@ TEST_F(SaveTest, AMembersColThatCannotBeCountedIsNoList) {
   const auto recordClass = Unlisted();
   recordClass->typeInformation = {u"A"};
   recordClass->membersCol = [this] {
-    CollectionRef list = ListOf(Family(), {u"B"})();
-    CollectionIn(Family(), list).onUse = [](MemoryCollection::Use) { throw RuntimeError(438); };
+    CollectionRef list = ListOf(Adapter(), {u"B"})();
+    CollectionIn(Adapter(), list).onUse = [](MemoryCollection::Use) { throw RuntimeError(438); };
     return list;
   };
-  EXPECT_THAT(NamesIn(store_.GetMemberNamesLate(NewRecord(Family(), recordClass))),
+  EXPECT_THAT(NamesIn(store_.GetMemberNamesLate(NewRecord(Adapter(), recordClass))),
               ElementsAre(u"A"));
   ExpectReports({});
 }
@@ -357,7 +358,7 @@ TEST_F(SaveTest, AMembersColThatCannotBeCountedIsNoList) {
 TEST_F(SaveTest, TypeInformationThatNamesAPropertyTwiceIsReported) {
   const auto recordClass = Unlisted();
   recordClass->typeInformation = {u"A", u"a"};
-  EXPECT_EQ(nullptr, store_.GetMemberNamesLate(NewRecord(Family(), recordClass)));
+  EXPECT_EQ(nullptr, store_.GetMemberNamesLate(NewRecord(Adapter(), recordClass)));
   ExpectReports({LateNamesReport(kKeyInUse, 457)});
 }
 
@@ -365,13 +366,13 @@ TEST_F(SaveTest, AServiceThatFailsIsReported) {
   const auto recordClass = Unlisted();
   recordClass->typeInformation = {u"A"};
   platform_.fault = Fault(1, RuntimeError(429));
-  EXPECT_EQ(nullptr, store_.GetMemberNamesLate(NewRecord(Family(), recordClass)));
+  EXPECT_EQ(nullptr, store_.GetMemberNamesLate(NewRecord(Adapter(), recordClass)));
   ExpectReports({LateNamesReport(u"ActiveX component can't create object", 429)});
 }
 
 TEST_F(SaveTest, ManyRecordsOfAnyLengthMakeTheTextOfTheNaiveModel) {
   const naive::Texts members = {u"A", u"B"};
-  const auto recordClass = ListingClass(Family(), {{u"A"}, {u"B"}});
+  const auto recordClass = ListingClass(Adapter(), {{u"A"}, {u"B"}});
   for (const std::size_t count : {63U, 64U, 65U, 128U, 129U, 511U, 513U, 600U, 1200U}) {
     Rows rows;
     rows.reserve(count + 1);
@@ -388,25 +389,25 @@ TEST_F(SaveTest, ManyRecordsOfAnyLengthMakeTheTextOfTheNaiveModel) {
 // ---- AsDelimitedFromObject ---------------------------------------------------------------------
 
 TEST_F(SaveTest, OneObjectIsACollectionOfOne) {
-  const Object record = NewRecord(Family(), TitleAndCount(), {u"A", u"1"});
+  const Object record = NewRecord(Adapter(), TitleAndCount(), {u"A", u"1"});
   EXPECT_EQ(u"Title\u00A5Count\u00A5\u0152A\u00A51\u00A5\u0152",
             store_.AsDelimitedFromObject(record));
-  EXPECT_EQ(1U, Family().References(record));
+  EXPECT_EQ(1U, Adapter().References(record));
   ExpectReports({});
 }
 
 TEST_F(SaveTest, AnObjectThatCannotBeSavedIsReportedByTheSave) {
-  const auto recordClass = ListingClass(Family(), {{.name = u"A", .readable = false}});
-  EXPECT_EQ(u"", store_.AsDelimitedFromObject(NewRecord(Family(), recordClass)));
+  const auto recordClass = ListingClass(Adapter(), {{.name = u"A", .readable = false}});
+  EXPECT_EQ(u"", store_.AsDelimitedFromObject(NewRecord(Adapter(), recordClass)));
   ExpectReports({SaveReport(kNoSuchMember, 438, 5, u"A")});
   EXPECT_EQ(u"", store_.AsDelimitedFromObject(Object()));
   ExpectReports({LateNamesReport(kNotSet, 91), SaveReport(u"", 0, 0, u"")});
 }
 
 TEST_F(SaveTest, AReportThatCannotBeShownIsTheCallersError) {
-  const auto recordClass = ListingClass(Family(), {{.name = u"A", .readable = false}});
+  const auto recordClass = ListingClass(Adapter(), {{.name = u"A", .readable = false}});
   platform_.fault = Fault(1, RuntimeError(51));
-  EXPECT_EQ(u"", store_.AsDelimitedFromObject(NewRecord(Family(), recordClass)));
+  EXPECT_EQ(u"", store_.AsDelimitedFromObject(NewRecord(Adapter(), recordClass)));
   ExpectReports({Tagged(u"Error DFO", u"Error DFO", u"Internal error", 51, 0)});
   platform_.fault = Fault(1, RuntimeError(51));
   EXPECT_EQ(51, ErrorOf([this] { store_.AsDelimitedFromCollection(nullptr); }));

@@ -24,7 +24,7 @@ class ShortMemoryTest : public PersistenceTest {
   /// nothing. Returns how many allocations were failed.
   template <class Operation, class IsWhole, class MayYield>
   std::size_t Run(Operation&& operation, IsWhole&& isWhole, MayYield&& mayYield) {
-    const std::size_t objects = Family().LiveObjects();
+    const std::size_t objects = Adapter().LiveObjects();
     const std::size_t blocks = LiveAllocations();
     std::optional<decltype(operation())> result;
     const auto check = [&](bool failed) {
@@ -37,7 +37,7 @@ class ShortMemoryTest : public PersistenceTest {
       CheckReports();
       result.reset();
       platform_.reports.clear();
-      EXPECT_EQ(objects, Family().LiveObjects());
+      EXPECT_EQ(objects, Adapter().LiveObjects());
       EXPECT_EQ(blocks, LiveAllocations());
     };
     return FailEveryAllocation([&] { TryFor(result, operation); }, check);
@@ -49,6 +49,16 @@ class ShortMemoryTest : public PersistenceTest {
   std::size_t RunWholeOrEmpty(Operation&& operation, IsWhole&& isWhole, IsEmpty&& isEmpty) {
     return Run(operation, isWhole,
                [&](const auto& result, bool reported) { return reported && isEmpty(result); });
+  }
+
+  /// Runs `use(store)` on a new instance with the text `multiDataString`, which has yet to parse
+  /// it.
+  template <class Use>
+  auto WithText(TextView multiDataString, Use&& use) {
+    clsCollectionSaveRestore store(platform_);
+    store.SetRefuseMarkers(store_.RefuseMarkers());
+    store.SetMultiDataString(multiDataString);
+    return use(store);
   }
 
   bool IsSaved(const CollectionRef& collection) {
@@ -120,7 +130,13 @@ TEST_F(ShortMemoryTest, ASaveThatRefusesMarkers) {
     return other.MultiDataColString(records, name);
   }();
   // Blocks that cannot be restored are reported, and left out.
-  EXPECT_GT(Run([&] { return store_.MultiDataColString(records, name); },
+  const Text before = store_.MultiDataString();
+  EXPECT_GT(Run(
+                [&] {
+                  return WithText(before, [&](clsCollectionSaveRestore& store) {
+                    return store.MultiDataColString(records, name);
+                  });
+                },
                 [&](const Text& text) { return text == whole; },
                 [&](const Text& text, bool reported) {
                   return reported && (text.empty() || text == alone);
@@ -129,7 +145,7 @@ TEST_F(ShortMemoryTest, ASaveThatRefusesMarkers) {
 }
 
 TEST_F(ShortMemoryTest, AsDelimitedFromObject) {
-  const Object record = NewRecord(Family(), TitleAndCount(), {u"A record of some length", u"1"});
+  const Object record = NewRecord(Adapter(), TitleAndCount(), {u"A record of some length", u"1"});
   const TextView whole = kSaved.substr(0, kSaved.find(u'B'));
   EXPECT_GT(RunWholeOrEmpty([&] { return store_.AsDelimitedFromObject(record); },
                             [&](const Text& text) { return text == whole; },
@@ -182,7 +198,7 @@ TEST_F(ShortMemoryTest, ATextThatIsRejected) {
           ExpectReports({SplitReport(), RestoreReport(u"Subscript out of range", 9, 6)});
         }
         platform_.reports.clear();
-        EXPECT_EQ(1U, Family().LiveObjects());
+        EXPECT_EQ(1U, Adapter().LiveObjects());
       });
   EXPECT_GT(failures, 40U);
   EXPECT_EQ(failures + 2, calls);
@@ -193,7 +209,7 @@ TEST_F(ShortMemoryTest, GetObjectFromString) {
   EXPECT_GT(RunWholeOrEmpty([&] { return store_.GetObjectFromString(kSaved, creator); },
                             [&](const Object& object) {
                               return !object.IsNothing() &&
-                                     Family().In<MemoryRecord>(object).values ==
+                                     Adapter().In<MemoryRecord>(object).values ==
                                          std::vector<Text>{u"A record of some length", u"1"};
                             },
                             [](const Object& object) { return object.IsNothing(); }),
@@ -203,13 +219,13 @@ TEST_F(ShortMemoryTest, GetObjectFromString) {
 TEST_F(ShortMemoryTest, GetMemberNamesLate) {
   const auto recordClass = TitleAndCount();
   recordClass->typeInformation = {u"Title", u"A member of some length"};
-  const Object record = NewRecord(Family(), recordClass);
+  const Object record = NewRecord(Adapter(), recordClass);
   const auto isWhole = [&](const CollectionRef& names) {
     return names != nullptr && NamesIn(names) == *recordClass->typeInformation;
   };
   const auto operation = [&] { return store_.GetMemberNamesLate(record); };
   EXPECT_GT(RunWholeOrEmpty(operation, isWhole, IsNone), 5U);
-  recordClass->membersCol = ListOf(Family(), *recordClass->typeInformation);
+  recordClass->membersCol = ListOf(Adapter(), *recordClass->typeInformation);
   EXPECT_GT(RunWholeOrEmpty(operation, isWhole, IsNone), 5U);
 }
 
@@ -224,9 +240,13 @@ TEST_F(ShortMemoryTest, FieldNamesCollection) {
 
 TEST_F(ShortMemoryTest, WorkingCol) {
   const Object creator = Creator(TitleAndCount());
-  store_.SetMultiDataString(store_.MultiDataColString(TwoRecords(), u"A name of some length"));
+  const Text text = store_.MultiDataColString(TwoRecords(), u"A name of some length");
   EXPECT_GT(RunWholeOrEmpty(
-                [&] { return store_.WorkingCol(u"A name of some length", creator, u"Title"); },
+                [&] {
+                  return WithText(text, [&](clsCollectionSaveRestore& store) {
+                    return store.WorkingCol(u"A name of some length", creator, u"Title");
+                  });
+                },
                 [&](const CollectionRef& result) { return IsSaved(result); }, IsNone),
             60U);
 }
@@ -240,9 +260,14 @@ TEST_F(ShortMemoryTest, MultiDataColString) {
   const Text before = store_.MultiDataString();
   // The failures of the inner operations are reported by them; the outer one goes on with what they
   // yield, a set of blocks without any or an empty text.
-  const Text noData = store_.MultiDataColString(Family().NewCollection(), name);
+  const Text noData = store_.MultiDataColString(Adapter().NewCollection(), name);
   const Text noBlocks = u"DataString\u00A5Name\u00A5\u0152\u00A5" + Text(name) + u"\u00A5\u0152";
-  EXPECT_GT(Run([&] { return store_.MultiDataColString(records, name); },
+  EXPECT_GT(Run(
+                [&] {
+                  return WithText(before, [&](clsCollectionSaveRestore& store) {
+                    return store.MultiDataColString(records, name);
+                  });
+                },
                 [&](const Text& text) { return text == whole; },
                 [&](const Text& text, bool reported) {
                   return reported &&
@@ -257,9 +282,15 @@ TEST_F(ShortMemoryTest, ReplacingACollection) {
   const TextView name = u"A name of some length";
   store_.SetMultiDataString(
       store_.MultiDataColString(RecordsOf(TitleAndCount(), {{u"old"}}), name));
-  const Text noData = store_.MultiDataColString(Family().NewCollection(), name);
+  const Text noData = store_.MultiDataColString(Adapter().NewCollection(), name);
   const Text whole = store_.MultiDataColString(records, name);
-  EXPECT_GT(Run([&] { return store_.MultiDataColString(records, name); },
+  const Text before = store_.MultiDataString();
+  EXPECT_GT(Run(
+                [&] {
+                  return WithText(before, [&](clsCollectionSaveRestore& store) {
+                    return store.MultiDataColString(records, name);
+                  });
+                },
                 [&](const Text& text) { return text == whole; },
                 [&](const Text& text, bool reported) {
                   return reported && (text.empty() || text == noData);
@@ -267,8 +298,105 @@ TEST_F(ShortMemoryTest, ReplacingACollection) {
             80U);
 }
 
+/// What an operation on the text of an instance returns, and the text that it leaves.
+struct Change {
+  bool result;
+  Text text;
+};
+
+TEST_F(ShortMemoryTest, StoreCollection) {
+  const auto records = TwoRecords();
+  const TextView name = u"A name of some length";
+  const TextView odd = u"Name\u00A5DataString\u00A5\u0152The first\u00A5x\u00A5\u0152";
+  for (const bool refuses : {false, true}) {
+    store_.SetRefuseMarkers(refuses);
+    for (const Text& before :
+         {Text(), store_.MultiDataColString(records, u"The first"),
+          store_.MultiDataColString(Adapter().NewCollection(), name), Text(odd)}) {
+      store_.SetMultiDataString(before);
+      const Text whole = store_.MultiDataColString(records, name);
+      EXPECT_GT(Run(
+                    [&] {
+                      return WithText(before, [&](clsCollectionSaveRestore& store) {
+                        const bool isStored = store.StoreCollection(records, name);
+                        return Change{isStored, store.MultiDataString()};
+                      });
+                    },
+                    [&](const Change& change) { return change.result && change.text == whole; },
+                    [&](const Change& change, bool reported) {
+                      return reported && !change.result && change.text == before;
+                    }),
+                40U);
+    }
+  }
+  store_.SetMultiDataString({});
+}
+
+TEST_F(ShortMemoryTest, RemoveCollection) {
+  const TextView name = u"A name of some length";
+  for (const TextView first : {u"DataString\u00A5Name\u00A5\u0152x\u00A5The "
+                               u"first\u00A5\u0152x\u00A5A name of some length\u00A5\u0152",
+                               u"Name\u00A5DataString\u00A5\u0152The first\u00A5x\u00A5\u0152A "
+                               u"name of some length\u00A5x\u00A5\u0152"}) {
+    const Text whole = u"DataString\u00A5Name\u00A5\u0152x\u00A5The first\u00A5\u0152";
+    EXPECT_GT(Run(
+                  [&] {
+                    return WithText(first, [&](clsCollectionSaveRestore& store) {
+                      const bool wasThere = store.RemoveCollection(name);
+                      return Change{wasThere, store.MultiDataString()};
+                    });
+                  },
+                  [&](const Change& change) { return change.result && change.text == whole; },
+                  [&](const Change& change, bool reported) {
+                    return reported && !change.result && change.text == first;
+                  }),
+              20U);
+  }
+}
+
+TEST_F(ShortMemoryTest, CollectionNames) {
+  const Text text = store_.MultiDataColString(TwoRecords(), u"A name of some length");
+  EXPECT_GT(RunWholeOrEmpty(
+                [&] {
+                  return WithText(text, [](clsCollectionSaveRestore& store) {
+                    return store.CollectionNames();
+                  });
+                },
+                [&](const CollectionRef& names) {
+                  return names != nullptr &&
+                         NamesIn(names) == std::vector<Text>{u"A name of some length"};
+                },
+                IsNone),
+            5U);
+}
+
+TEST_F(ShortMemoryTest, AssigningTheResultOfStoring) {
+  const auto records = TwoRecords();
+  const Text before = store_.MultiDataColString(records, u"The first, and of some length");
+  store_.SetMultiDataString(before);
+  const Text after = store_.MultiDataColString(records, u"The second, and of some length");
+  bool thrown = false;
+  const auto failures = FailEveryAllocation(
+      [&] {
+        try {
+          thrown = false;
+          store_.SetMultiDataString(after);
+        } catch (const std::bad_alloc&) {
+          thrown = true;
+        }
+      },
+      [&](bool failed) {
+        EXPECT_EQ(failed, thrown);
+        EXPECT_EQ(failed ? before : after, store_.MultiDataString());
+        EXPECT_EQ(failed ? 1 : 2, store_.CollectionNames()->Count());
+        store_.SetMultiDataString(before);
+        EXPECT_EQ(1, store_.CollectionNames()->Count());
+      });
+  EXPECT_GT(failures, 1U);
+}
+
 TEST_F(ShortMemoryTest, ItemExists) {
-  const auto names = ListOf(Family(), {u"A name of some length"})();
+  const auto names = ListOf(Adapter(), {u"A name of some length"})();
   bool exists = false;
   const auto failures = FailEveryAllocation(
       [&] { exists = clsCollectionSaveRestore::ItemExists(names, u"a NAME of some length"); },

@@ -14,19 +14,19 @@ using testing::ElementsAre;
 
 class MemoryPlatformTest : public HostTest {
  protected:
-  /// What `name` of `record` reads as, through the family.
+  /// What `name` of `record` reads as, through the adapter.
   Text Read(const Object& record, TextView name) {
     StringTextBuilder text;
-    Family().Access({Text(name)})->AppendText(record, 0, text);
+    Adapter().Access({Text(name)})->AppendText(record, 0, text);
     return text.Take();
   }
 
   void Write(const Object& record, TextView name, TextView value) {
-    Family().Access({Text(name)})->LetText(record, 0, value);
+    Adapter().Access({Text(name)})->LetText(record, 0, value);
   }
 
   Object RecordOf(std::vector<Member> members) {
-    return NewRecord(Family(), ListingClass(Family(), std::move(members)));
+    return NewRecord(Adapter(), ListingClass(Adapter(), std::move(members)));
   }
 };
 
@@ -58,16 +58,16 @@ TEST_F(MemoryPlatformTest, HandsOutCollectionsThatCanBeInspected) {
   const Object record = RecordOf({});
   collection->Add(TextView(u"text"), TextView(u"Key"));
   collection->Add(record, std::nullopt);
-  const MemoryCollection& inside = CollectionIn(Family(), collection);
+  const MemoryCollection& inside = CollectionIn(Adapter(), collection);
   ASSERT_EQ(2U, inside.entries.size());
   EXPECT_EQ(u"text", std::get<Text>(inside.entries[0].value));
   EXPECT_EQ(Text(u"Key"), inside.entries[0].key);
   EXPECT_EQ(std::nullopt, inside.entries[1].key);
-  EXPECT_EQ(2U, Family().References(record));
-  EXPECT_EQ(2, CollectionOf(Family(), collection->AsObject())->Count());
+  EXPECT_EQ(2U, Adapter().References(record));
+  EXPECT_EQ(2, CollectionOf(Adapter(), collection->AsObject())->Count());
 }
 
-TEST_F(MemoryPlatformTest, CollectionsAnswerAsTheContractSays) {
+TEST_F(MemoryPlatformTest, CollectionsFollowTheContract) {
   const CollectionRef collection = platform_.NewCollection();
   collection->Add(TextView(u"text"), TextView(u"a"));
   collection->Add(RecordOf({}), TextView(u"b"));
@@ -81,33 +81,33 @@ TEST_F(MemoryPlatformTest, CollectionsAnswerAsTheContractSays) {
   EXPECT_EQ(5, ErrorOf([&] { collection->ObjectUnder(u""); }));
 }
 
-TEST_F(MemoryPlatformTest, EnumeratorsSayFalseBehindTheLastEntry) {
+TEST_F(MemoryPlatformTest, EnumeratorsReturnFalseAfterTheLastEntry) {
   const CollectionRef collection = platform_.NewCollection();
   collection->Add(TextView(u"x"), std::nullopt);
-  const auto walk = collection->Enumerate();
+  const auto enumerator = collection->Enumerate();
   Text entry;
-  EXPECT_TRUE(walk->NextText(entry));
+  EXPECT_TRUE(enumerator->NextText(entry));
   EXPECT_EQ(u"x", entry);
-  EXPECT_FALSE(walk->NextText(entry));
-  EXPECT_FALSE(walk->NextText(entry));
+  EXPECT_FALSE(enumerator->NextText(entry));
+  EXPECT_FALSE(enumerator->NextText(entry));
   EXPECT_EQ(u"x", entry);
 }
 
 TEST_F(MemoryPlatformTest, AnEnumeratorKeepsItsCollection) {
   CollectionRef collection = platform_.NewCollection();
   collection->Add(TextView(u"x"), std::nullopt);
-  auto walk = collection->Enumerate();
+  auto enumerator = collection->Enumerate();
   collection.reset();
-  EXPECT_EQ(1U, Family().LiveObjects());
+  EXPECT_EQ(1U, Adapter().LiveObjects());
   Text entry;
-  EXPECT_TRUE(walk->NextText(entry));
-  walk.reset();
-  EXPECT_EQ(0U, Family().LiveObjects());
+  EXPECT_TRUE(enumerator->NextText(entry));
+  enumerator.reset();
+  EXPECT_EQ(0U, Adapter().LiveObjects());
 }
 
 TEST_F(MemoryPlatformTest, CollectionsFailAndLieOnDemand) {
   const CollectionRef collection = platform_.NewCollection();
-  MemoryCollection& inside = CollectionIn(Family(), collection);
+  MemoryCollection& inside = CollectionIn(Adapter(), collection);
   inside.entries.push_back({RuntimeError(94), Text(u"null")});
   inside.claimedCount = 7;
   EXPECT_EQ(7, collection->Count());
@@ -119,9 +119,9 @@ TEST_F(MemoryPlatformTest, CollectionsFailAndLieOnDemand) {
     fault.Pass();
   };
   collection->Count();
-  const auto walk = collection->Enumerate();
+  const auto enumerator = collection->Enumerate();
   Object entry;
-  EXPECT_EQ(94, ErrorOf([&] { walk->NextObject(entry); }));
+  EXPECT_EQ(94, ErrorOf([&] { enumerator->NextObject(entry); }));
   EXPECT_EQ(440, ErrorOf([&] { collection->Add(Object(), TextView(u"new")); }));
   EXPECT_EQ(5, ErrorOf([&] { collection->ObjectUnder(u"new"); }));
   EXPECT_THAT(uses, ElementsAre(MemoryCollection::Use::kCount, MemoryCollection::Use::kEnumerate,
@@ -131,8 +131,8 @@ TEST_F(MemoryPlatformTest, CollectionsFailAndLieOnDemand) {
 }
 
 TEST_F(MemoryPlatformTest, OnlyACollectionIsACollection) {
-  EXPECT_EQ(424, ErrorOf([this] { CollectionOf(Family(), RecordOf({})); }));
-  EXPECT_EQ(91, ErrorOf([this] { CollectionOf(Family(), Object()); }));
+  EXPECT_EQ(424, ErrorOf([this] { CollectionOf(Adapter(), RecordOf({})); }));
+  EXPECT_EQ(91, ErrorOf([this] { CollectionOf(Adapter(), Object()); }));
 }
 
 TEST_F(MemoryPlatformTest, MembersConvertTextToTheirType) {
@@ -168,8 +168,8 @@ TEST_F(MemoryPlatformTest, MembersConvertTextToTheirType) {
 }
 
 TEST_F(MemoryPlatformTest, MembersAreFoundInAnyLetterCaseUnlessTheClassMinds) {
-  const auto recordClass = ListingClass(Family(), {{u"Name"}});
-  const Object record = NewRecord(Family(), recordClass, {u"x"});
+  const auto recordClass = ListingClass(Adapter(), {{u"Name"}});
+  const Object record = NewRecord(Adapter(), recordClass, {u"x"});
   EXPECT_EQ(u"x", Read(record, u"nAME"));
   recordClass->caseSensitive = true;
   EXPECT_EQ(u"x", Read(record, u"Name"));
@@ -177,7 +177,7 @@ TEST_F(MemoryPlatformTest, MembersAreFoundInAnyLetterCaseUnlessTheClassMinds) {
   EXPECT_EQ(438, ErrorOf([&] { Write(record, u"nAME", u""); }));
 }
 
-TEST_F(MemoryPlatformTest, MembersRefuseAsTheyAreTold) {
+TEST_F(MemoryPlatformTest, MembersFailAsScripted) {
   const Object record = RecordOf({
       {.name = u"ReadOnly", .value = u"r", .writable = false},
       {.name = u"WriteOnly", .readable = false},
@@ -190,12 +190,13 @@ TEST_F(MemoryPlatformTest, MembersRefuseAsTheyAreTold) {
   EXPECT_EQ(-5, ErrorOf([&] { Read(record, u"Failing"); }));
   EXPECT_EQ(6, ErrorOf([&] { Write(record, u"Failing", u"w"); }));
   EXPECT_EQ(438, ErrorOf([&] { Read(record, u"Unknown"); }));
-  EXPECT_THAT(Family().In<MemoryRecord>(record).values, ElementsAre(u"r", u"w", u""));
+  EXPECT_THAT(Adapter().In<MemoryRecord>(record).values, ElementsAre(u"r", u"w", u""));
 }
 
-TEST_F(MemoryPlatformTest, AppendedTextGoesBehindWhatIsThere) {
-  const Object record = NewRecord(Family(), ListingClass(Family(), {{u"A"}, {u"B"}}), {u"1", u"2"});
-  const auto access = Family().Access({u"B", u"A"});
+TEST_F(MemoryPlatformTest, AppendedTextFollowsTheExistingText) {
+  const Object record =
+      NewRecord(Adapter(), ListingClass(Adapter(), {{u"A"}, {u"B"}}), {u"1", u"2"});
+  const auto access = Adapter().Access({u"B", u"A"});
   StringTextBuilder text;
   text.Append(u"0");
   access->AppendText(record, 0, text);
@@ -204,14 +205,14 @@ TEST_F(MemoryPlatformTest, AppendedTextGoesBehindWhatIsThere) {
 }
 
 TEST_F(MemoryPlatformTest, HooksSeeEveryUseOfAMember) {
-  const auto recordClass = ListingClass(Family(), {{u"A"}});
+  const auto recordClass = ListingClass(Adapter(), {{u"A"}});
   std::vector<Text> uses;
   recordClass->onUse = [&](RecordClass::Use use, TextView member) {
     const TextView kinds[] = {u"get ", u"let ", u"call "};
     uses.push_back(Text(kinds[static_cast<int>(use)]).append(member));
     if (uses.size() == 4) throw RuntimeError(6);
   };
-  const Object record = NewRecord(Family(), recordClass);
+  const Object record = NewRecord(Adapter(), recordClass);
   Write(record, u"A", u"1");
   Read(record, u"A");
   record.CallForCollection(u"GetMemberNames");
@@ -221,28 +222,28 @@ TEST_F(MemoryPlatformTest, HooksSeeEveryUseOfAMember) {
 
 TEST_F(MemoryPlatformTest, ListsOfNamesComeFromTheirSources) {
   const auto recordClass = std::make_shared<RecordClass>();
-  const Object record = NewRecord(Family(), recordClass);
+  const Object record = NewRecord(Adapter(), recordClass);
   const auto names = [&] { return record.CallForCollection(u"GetMemberNames"); };
   EXPECT_EQ(438, ErrorOf(names));
   EXPECT_EQ(438, ErrorOf([&] { record.CallForCollection(u"MembersCol"); }));
   EXPECT_EQ(438, ErrorOf([&] { record.CallForCollection(u"Other"); }));
   EXPECT_EQ(438, ErrorOf([&] { record.PropertyGetNames(); }));
-  recordClass->getMemberNames = ListOf(Family(), {u"A", u"B"});
+  recordClass->getMemberNames = ListOf(Adapter(), {u"A", u"B"});
   EXPECT_EQ(2, names()->Count());
   EXPECT_EQ(u"B", names()->TextUnder(u"b"));
   recordClass->getMemberNames = [] { return nullptr; };
   EXPECT_EQ(nullptr, names());
   recordClass->getMemberNames = Raises(RuntimeError(424));
   EXPECT_EQ(424, ErrorOf(names));
-  recordClass->membersCol = ListOf(Family(), {});
+  recordClass->membersCol = ListOf(Adapter(), {});
   EXPECT_EQ(0, record.CallForCollection(u"memberscol")->Count());
   recordClass->typeInformation = {u"X", u"Y"};
   EXPECT_THAT(record.PropertyGetNames(), ElementsAre(u"X", u"Y"));
 }
 
 TEST_F(MemoryPlatformTest, CreatorsMakeRecordsWithDefaultValues) {
-  const auto recordClass = ListingClass(Family(), {{u"A", MemberType::kNumber, u"0"}, {u"B"}});
-  const Object creator = NewCreator(Family(), recordClass);
+  const auto recordClass = ListingClass(Adapter(), {{u"A", MemberType::kNumber, u"0"}, {u"B"}});
+  const Object creator = NewCreator(Adapter(), recordClass);
   const Object first = creator.CallForObject(u"getnewobject");
   Write(first, u"A", u"5");
   EXPECT_EQ(u"0", Read(creator.CallForObject(u"GetNewObject"), u"A"));
@@ -251,7 +252,7 @@ TEST_F(MemoryPlatformTest, CreatorsMakeRecordsWithDefaultValues) {
 
 TEST_F(MemoryPlatformTest, CreatorsMaySayNothingOrFail) {
   int calls = 0;
-  const Object creator = Family().New<MemoryCreator>([&calls]() -> Object {
+  const Object creator = Adapter().New<MemoryCreator>([&calls]() -> Object {
     if (++calls == 2) throw RuntimeError(429);
     return {};
   });
@@ -261,28 +262,28 @@ TEST_F(MemoryPlatformTest, CreatorsMaySayNothingOrFail) {
 
 TEST_F(MemoryPlatformTest, CountsReferencesAndLiveObjects) {
   bool terminated = false;
-  const auto recordClass = ListingClass(Family(), {});
+  const auto recordClass = ListingClass(Adapter(), {});
   recordClass->onTerminate = [&terminated] { terminated = true; };
-  Object record = NewRecord(Family(), recordClass);
-  EXPECT_EQ(1U, Family().References(record));
+  Object record = NewRecord(Adapter(), recordClass);
+  EXPECT_EQ(1U, Adapter().References(record));
   {
     const Object second = record;  // NOLINT(performance-unnecessary-copy-initialization)
-    EXPECT_EQ(2U, Family().References(record));
+    EXPECT_EQ(2U, Adapter().References(record));
   }
-  EXPECT_EQ(1U, Family().References(record));
-  EXPECT_EQ(1U, Family().LiveObjects());
+  EXPECT_EQ(1U, Adapter().References(record));
+  EXPECT_EQ(1U, Adapter().LiveObjects());
   EXPECT_FALSE(terminated);
   record = Object();
-  EXPECT_EQ(0U, Family().LiveObjects());
+  EXPECT_EQ(0U, Adapter().LiveObjects());
   EXPECT_TRUE(terminated);
 }
 
-TEST_F(MemoryPlatformTest, ObjectsOfAnotherFamilyAreRefused) {
-  const MemoryFamily other;
+TEST_F(MemoryPlatformTest, ObjectsOfAnotherAdapterAreRefused) {
+  const MemoryAdapter other;
   const Object stranger = NewRecord(other, ListingClass(other, {{u"A"}}));
   EXPECT_EQ(430, ErrorOf([&] { Read(stranger, u"A"); }));
-  EXPECT_EQ(430, ErrorOf([&] { Family().In<MemoryRecord>(stranger); }));
-  EXPECT_EQ(430, ErrorOf([&] { CollectionOf(Family(), stranger); }));
+  EXPECT_EQ(430, ErrorOf([&] { Adapter().In<MemoryRecord>(stranger); }));
+  EXPECT_EQ(430, ErrorOf([&] { CollectionOf(Adapter(), stranger); }));
 }
 
 }  // namespace

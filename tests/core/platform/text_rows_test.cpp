@@ -22,7 +22,7 @@ TEST(TextRowsTest, LineBreaksOfEveryKindEndARow) {
   EXPECT_THAT(RowsOf(u"", 20), ElementsAre(u""));
 }
 
-TEST(TextRowsTest, ARowEndsBehindTheLastBlankThatFits) {
+TEST(TextRowsTest, ARowEndsAfterTheLastBlankThatFits) {
   EXPECT_THAT(RowsOf(u"one two three", 8), ElementsAre(u"one two ", u"three"));
   EXPECT_THAT(RowsOf(u"one two three", 7), ElementsAre(u"one ", u"two ", u"three"));
   EXPECT_THAT(RowsOf(u"abcdefgh", 3), ElementsAre(u"abc", u"def", u"gh"));
@@ -47,7 +47,7 @@ std::vector<Text> NaiveRows(Text rest, std::size_t columns) {
       rows.back().push_back(rest[0]);
       rest.erase(0, 1);
     } else {
-      // Full: what stands behind the last blank belongs to the next row.
+      // Full: what follows the last blank belongs to the next row.
       const std::size_t blank = rows.back().rfind(u' ');
       const std::size_t end = blank == Text::npos ? columns : blank + 1;
       rest.insert(0, rows.back().substr(end));
