@@ -52,7 +52,8 @@ def make_packages(folder: str) -> dict[tuple[str, str], str]:
         tree = kind(ROOT, os.path.join(ROOT, "build/help"), binaries)
         for bitness in windows.BITNESSES:
             windows.make_installer(tree, version, bitness, folder)
-            found[version, bitness] = "Z:" + os.path.join(folder, f"Brindlex-{version}-{bitness}.msi").replace("/", "\\")
+            path = os.path.join(folder, f"Brindlex-{version}-{bitness}.msi")
+            found[version, bitness] = "Z:" + path.replace("/", "\\")
     return found
 
 
