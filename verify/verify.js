@@ -91,8 +91,8 @@ function checkInterface(bitness, folder) {
 }
 
 function checkDigests(bitness, folder) {
-  var result = run([folder + "\\verify\\digest.exe"]);
-  expect(bitness + ", numbers", "the digests of nine million conversions", "0",
+  var result = run([folder + "\\verify\\digest.exe", "short"]);
+  expect(bitness + ", numbers", "the digests of 900,000 conversions", "0",
          result.status + (result.status === 0 ? "" : " " + result.text));
 }
 
