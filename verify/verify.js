@@ -79,6 +79,7 @@ function lastLine(text) {
 
 // ---- The checks -----------------------------------------------------------------------------------
 
+// Returns whether the DLL can be loaded; without it nothing else has a meaning.
 function checkInterface(bitness, folder) {
   var group = bitness + ", registration-free";
   var result = run([folder + "\\verify\\interface.exe", folder + "\\Brindlex.dll"]);
@@ -88,6 +89,7 @@ function checkInterface(bitness, folder) {
     if (fields[0] === "pass" || fields[0] === "fail") add(group, fields[1], fields[0], fields[2], fields[3]);
   }
   expect(group, "comes to its end", "done", lastLine(result.text));
+  return all[0] === "pass\tloads the DLL";
 }
 
 function checkDigests(bitness, folder) {
@@ -162,7 +164,10 @@ function checkBitness(bitness) {
     add(bitness, "not run: this Windows has 32 bits", "skip");
     return;
   }
-  checkInterface(bitness, folder);
+  if (!checkInterface(bitness, folder)) {
+    add(bitness, "not run: everything else, since the DLL cannot be loaded", "skip");
+    return;
+  }
   checkDigests(bitness, folder);
   checkKilledSaves(bitness, folder);
   checkRegistered(bitness, folder);
