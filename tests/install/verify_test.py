@@ -80,7 +80,7 @@ def check_all_passes(folder: str) -> None:
 
 
 def check_fault_is_found(folder: str) -> None:
-    """A DLL of another component in the place of ours, and an example that does not end."""
+    """A program in the place of the DLL, and an example that does not end."""
     shutil.copyfile(os.path.join(folder, "x64/verify/digest.exe"), os.path.join(folder, "x64/Brindlex.dll"))
     with open(os.path.join(folder, "examples/books.js"), "a", encoding="ascii") as file:
         file.write('\nWScript.Echo("<one more line>");\n')
