@@ -1,5 +1,5 @@
-"""Upgrade, downgrade and repair: from this version to a made-up newer one and back, while a host of each
-bitness goes on and settings stay.
+"""Upgrade and downgrade: from this version to a made-up newer one and back, while a host of each bitness goes
+on and settings stay.
 
 usage: upgrade_test.py ROOT WINE64 VERSION PREFIX
 
@@ -52,7 +52,8 @@ def make_packages(folder: str) -> dict[tuple[str, str], str]:
         tree = kind(ROOT, os.path.join(ROOT, "build/help"), binaries)
         for bitness in windows.BITNESSES:
             windows.make_installer(tree, version, bitness, folder)
-            found[version, bitness] = "Z:" + os.path.join(folder, f"Brindlex-{version}-{bitness}.msi").replace("/", "\\")
+            path = os.path.join(folder, f"Brindlex-{version}-{bitness}.msi")
+            found[version, bitness] = "Z:" + path.replace("/", "\\")
     return found
 
 
@@ -99,15 +100,6 @@ def check_upgrade(packages: dict[tuple[str, str], str], bitness: str, other: str
     print(f"{bitness}: refused {VERSION} over {NEWER}, and went back on purpose")
 
 
-def check_repair(package: str, bitness: str) -> None:
-    dll = os.path.join(PREFIX, "drive_c", FOLDER[bitness], "Brindlex/Brindlex.dll")
-    os.remove(dll)
-    run("msiexec", "/fa", package, "/qn")
-    assert os.path.exists(dll), "repairing did not bring the DLL back"
-    host_works(bitness)
-    print(f"{bitness}: repaired")
-
-
 def check_own_folder(package: str) -> None:
     run("msiexec", "/i", package, "/qn", "INSTALLFOLDER=C:\\Own place\\Brindlex")
     assert os.path.exists(os.path.join(PREFIX, "drive_c/Own place/Brindlex/Brindlex.dll"))
@@ -131,7 +123,6 @@ def main() -> None:
         for bitness, other in (("x64", "x86"), ("x86", "x64")):
             run("msiexec", "/i", packages[VERSION, other], "/qn")
             check_upgrade(packages, bitness, other)
-            check_repair(packages[VERSION, bitness], bitness)
             for each in (bitness, other):
                 run("msiexec", "/x", packages[VERSION, each], "/qn")
     with open(SETTINGS, encoding="ascii") as file:

@@ -70,7 +70,7 @@ def check_all_passes(folder: str) -> None:
     assert states["fail"] == states["skip"] == 0 and states["pass"] > 80, printed
     for bitness in ("x86", "x64"):
         checked = " ".join(row[2] for row in rows if row[1].startswith(bitness))
-        for name in ("comes to its end", "redirected root", "nine million", "killed save", "books.vbs", "books.js"):
+        for name in ("comes to its end", "redirected root", "900,000", "killed save", "books.vbs", "books.js"):
             assert name in checked, f"{bitness}: {name} was not checked"
     with open(report, encoding="utf-8") as file:
         about = file.read()
@@ -80,7 +80,7 @@ def check_all_passes(folder: str) -> None:
 
 
 def check_fault_is_found(folder: str) -> None:
-    """A DLL of another component in the place of ours, and an example that does not end."""
+    """A program in the place of the DLL, and an example that does not end."""
     shutil.copyfile(os.path.join(folder, "x64/verify/digest.exe"), os.path.join(folder, "x64/Brindlex.dll"))
     with open(os.path.join(folder, "examples/books.js"), "a", encoding="ascii") as file:
         file.write('\nWScript.Echo("<one more line>");\n')

@@ -60,7 +60,8 @@ def make_tarball(root: str, version: str, program: str, help_folder: str, output
 def depends(program: str) -> str:
     """The libraries that the program needs, as dpkg-shlibdeps finds them."""
     with tempfile.TemporaryDirectory() as folder:
-        files.write(os.path.join(folder, "debian/control"), "Source: brindlex\n\nPackage: brindlex\nArchitecture: amd64\n")
+        control = "Source: brindlex\n\nPackage: brindlex\nArchitecture: amd64\n"
+        files.write(os.path.join(folder, "debian/control"), control)
         result = subprocess.run(["dpkg-shlibdeps", "-O", program], cwd=folder, check=True, text=True,
                                 stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
     return re.search(r"shlibs:Depends=(.*)", result.stdout).group(1)

@@ -310,7 +310,14 @@ int wmain(int argc, wchar_t** argv) {
   CloseHandle(CreateThread(nullptr, 0, EndWhenOverdue, nullptr, 0, nullptr));
   CoInitialize(nullptr);
   // Loaded by its path: the copy that is checked, whatever is registered.
-  Expect("loads the DLL", L"loaded", LoadLibraryW(argv[1]) == nullptr ? L"not loaded" : L"loaded");
+  const HMODULE component = LoadLibraryW(argv[1]);
+  const bool isLoaded =
+      component != nullptr && GetProcAddress(component, "DllGetClassObject") != nullptr;
+  Expect("loads the DLL", L"loaded", isLoaded ? L"loaded" : L"not loaded");
+  if (!isLoaded) {
+    std::printf("done\n");
+    return 1;
+  }
   wchar_t full[MAX_PATH];
   GetFullPathNameW(argv[1], MAX_PATH, full, nullptr);
   CheckAll(full);
