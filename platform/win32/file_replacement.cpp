@@ -83,8 +83,8 @@ bool IsRoot(const std::wstring& folder) {
 
 /// A name for the new file that nobody can know in advance.
 std::wstring TemporaryName(const std::wstring& target) {
-  // Short enough for every file system, whatever follows.
-  constexpr std::size_t kMostUnits = 80;
+  // With what follows at most 255 units, and 255 bytes of UTF-8 on file systems that count those.
+  constexpr std::size_t kMostUnits = 70;
   std::size_t length = std::min(target.size(), kMostUnits);
   if (IS_HIGH_SURROGATE(target[length - 1])) --length;
   std::uint64_t random = 0;
@@ -226,7 +226,7 @@ class Win32FileReplacement : public FileReplacement {
   }
 
   void Commit() override {
-    CheckNotInUse();
+    WaitUntilNotInUse();
     const DWORD attributes = old_.exists ? old_.attributes & kSettableAttributes : 0;
     const bool isReadOnly = (attributes & FILE_ATTRIBUTE_READONLY) != 0;
     if (isReadOnly) CheckCode(SetOldAttributes(attributes & ~DWORD{FILE_ATTRIBUTE_READONLY}));
@@ -238,11 +238,18 @@ class Win32FileReplacement : public FileReplacement {
   }
 
  private:
-  /// Error 70 when somebody has the old file open so that it cannot be replaced. Before its
-  /// attributes are touched; and not every system finds out when it renames.
-  void CheckNotInUse() const {
-    FileHandle file;
-    const DWORD code = OpenFileIn(folder_.Get(), name_, {DELETE}, file);
+  /// Error 70 when somebody has the old file open so that it cannot be replaced, and still has it
+  /// after a tenth of a second, which another save or a reader of a small file needs less than.
+  /// Before its attributes are touched; and not every system finds out when it renames.
+  void WaitUntilNotInUse() const {
+    constexpr int kAttempts = 10;
+    constexpr DWORD kPauseMs = 10;
+    DWORD code = ERROR_SHARING_VIOLATION;
+    for (int attempt = 0; code == ERROR_SHARING_VIOLATION && attempt < kAttempts; ++attempt) {
+      if (attempt != 0) Sleep(kPauseMs);
+      FileHandle file;
+      code = OpenFileIn(folder_.Get(), name_, {DELETE}, file);
+    }
     if (code != ERROR_FILE_NOT_FOUND) CheckCode(code);
   }
 

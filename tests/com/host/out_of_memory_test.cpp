@@ -235,25 +235,33 @@ TEST_F(OutOfMemoryTest, StoringInPlace) {
     EXPECT_EQ(S_OK, Operations().get_MultiDataString(taken.Receive()));
     return Units(taken.View());
   };
+  // Another text first, so that nothing is known of the one that follows.
+  const auto setAnew = [&](const Units& start) {
+    SetMultiData(u"");
+    SetMultiData(start);
+    isStored = VARIANT_FALSE;
+  };
+  setAnew(before);
   FailEach([&] { return Operations().StoreCollection(objects_.Get(), name.Get(), &isStored); },
            [&] {
              const bool isRight = isStored == VARIANT_TRUE;
              EXPECT_EQ(isRight ? expected : before, text());
-             SetMultiData(u"");
-             SetMultiData(before);
+             setAnew(before);
              return isRight;
            });
+  setAnew(expected);
   FailEach([&] { return Operations().RemoveCollection(name.Get(), &isStored); },
            [&] {
-             EXPECT_EQ(before, text());
-             SetMultiData(u"");
-             SetMultiData(before);
-             return true;
+             const bool isRight = isStored == VARIANT_TRUE;
+             EXPECT_EQ(isRight ? before : expected, text());
+             setAnew(expected);
+             return isRight;
            });
 }
 
 TEST_F(OutOfMemoryTest, ListingNamedCollections) {
   const Units before = MultiDataCol(objects_.Get(), u"Items");
+  SetMultiData(u"");
   SetMultiData(before);
   ComPtr<_clsCollection> result;
   FailEach([&] { return Operations().CollectionNames(result.Receive()); },

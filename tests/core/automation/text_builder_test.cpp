@@ -166,7 +166,8 @@ TEST(TextBuilderTest, GrowsByAsMuchAgainAndByASixthWhereItIsLargeOrNearItsEnd) {
   EXPECT_EQ(kLarge + kLarge / 6, builder.NextCapacity(kLarge));
   builder.SetSizeHint(1000);
   EXPECT_EQ(1000U, builder.NextCapacity(999));
-  EXPECT_EQ(1166U, builder.NextCapacity(1000));
+  EXPECT_EQ(1000U, builder.NextCapacity(1000));
+  EXPECT_EQ(1167U, builder.NextCapacity(1001));
   EXPECT_EQ(1400U, builder.NextCapacity(1200));
   builder.SetSizeHint(1);
   EXPECT_EQ(1400U, builder.NextCapacity(1200));

@@ -150,7 +150,10 @@ TEST_F(ReentryTest, AMultiCollectionTextThatChangesWhileItIsReported) {
 }
 
 TEST_F(ReentryTest, AMultiCollectionTextThatChangesBeforeItIsRead) {
-  store_.SetMultiDataString(store_.MultiDataColString(RecordsOf(TitleAndCount(), kRows), u"Items"));
+  const Text whole = store_.MultiDataColString(RecordsOf(TitleAndCount(), kRows), u"Items");
+  // A text that the instance has not built itself is still to be parsed.
+  store_.SetMultiDataString(u"");
+  store_.SetMultiDataString(whole);
   platform_.fault = Fault(1, RuntimeError(429));
   platform_.whileShown = [&] { store_.SetMultiDataString(u"changed"); };
   const auto working = store_.WorkingCol(u"Items", Creator(TitleAndCount()));

@@ -141,7 +141,7 @@ TEST_F(ShortMemoryTest, ASaveThatRefusesMarkers) {
                 [&](const Text& text, bool reported) {
                   return reported && (text.empty() || text == alone);
                 }),
-            80U);
+            60U);
 }
 
 TEST_F(ShortMemoryTest, AsDelimitedFromObject) {
@@ -273,7 +273,7 @@ TEST_F(ShortMemoryTest, MultiDataColString) {
                   return reported &&
                          (text.empty() || text == alone || text == noData || text == noBlocks);
                 }),
-            80U);
+            60U);
   EXPECT_EQ(before, store_.MultiDataString());
 }
 
@@ -295,7 +295,7 @@ TEST_F(ShortMemoryTest, ReplacingACollection) {
                 [&](const Text& text, bool reported) {
                   return reported && (text.empty() || text == noData);
                 }),
-            80U);
+            60U);
 }
 
 /// What an operation on the text of an instance returns, and the text that it leaves.
