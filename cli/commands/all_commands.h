@@ -1,16 +1,14 @@
-#pragma once
-
-#include "cli/commands/command_line.h"
-
-namespace brindlex::tool {
-
-// The commands that convert, each added as command_line.h says.
-void AddToJson(CLI::App& tool, Context& context);
-void AddToCsv(CLI::App& tool, Context& context);
-void AddToHtml(CLI::App& tool, Context& context);
-void AddFromJson(CLI::App& tool, Context& context);
-void AddFromCsv(CLI::App& tool, Context& context);
-void AddCollections(CLI::App& tool, Context& context);
-void AddBase(CLI::App& tool, Context& context);
-
-}  // namespace brindlex::tool
+// The commands, in the order of the help. A command NAME has a source of its own, which defines
+// `void AddNAME(CLI::App& program, Context& context)`, and a line here.
+BRINDLEX_COMMAND(View)
+BRINDLEX_COMMAND(Info)
+BRINDLEX_COMMAND(Check)
+BRINDLEX_COMMAND(Salvage)
+BRINDLEX_COMMAND(ToJson)
+BRINDLEX_COMMAND(ToCsv)
+BRINDLEX_COMMAND(ToHtml)
+BRINDLEX_COMMAND(FromJson)
+BRINDLEX_COMMAND(FromCsv)
+BRINDLEX_COMMAND(Collections)
+BRINDLEX_COMMAND(Base)
+BRINDLEX_COMMAND(Help)

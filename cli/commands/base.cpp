@@ -1,9 +1,10 @@
 #include <memory>
 
-#include "cli/commands/convert_commands.h"
+#include "cli/commands/command_line.h"
 #include "cli/convert/base_text.h"
+#include "cli/io/diagnostics.h"
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 namespace {
 
 constexpr const char* kExamples =
@@ -26,8 +27,8 @@ void PrintTable(const BaseOptions& options, Context& context) {
   Output output(OutputOptions{});
   for (const BaseRow& row : BaseTable(options.number, options.limits)) {
     if (!row.error.empty()) {
-      Say(row.error);
-      context.exit = ExitCode::kDefects;
+      Warn(row.error);
+      context.status = ExitStatus::kDefects;
       continue;
     }
     const std::string base = std::to_string(row.base);
@@ -44,8 +45,9 @@ void PrintNumber(const BaseOptions& options) {
 
 }  // namespace
 
-void AddBase(CLI::App& tool, Context& context) {
-  CLI::App& command = AddCommand(tool, "base", "Writes a number in another number base", kExamples);
+void AddBase(CLI::App& program, Context& context) {
+  CLI::App& command =
+      AddCommand(program, "base", "Writes a number in another number base", kExamples);
   auto options = std::make_shared<BaseOptions>();
   command.add_option("number", options->number, "The number; with --table a decimal one")
       ->type_name("NUMBER")
@@ -53,7 +55,7 @@ void AddBase(CLI::App& tool, Context& context) {
   auto* const from =
       command.add_option("from", options->from, "The base it is in")->type_name("FROM");
   auto* const to =
-      command.add_option("to", options->to, "The base it is wanted in")->type_name("TO");
+      command.add_option("to", options->to, "The base to write it in")->type_name("TO");
   command.add_flag("--table", options->isTable,
                    "Write it in bases " + BaseList() + ", one to a line");
   command
@@ -62,17 +64,16 @@ void AddBase(CLI::App& tool, Context& context) {
       ->type_name("N");
   command
       .add_option("--tolerance", options->limits.tolerance,
-                  "No further fractional digit once what is left is no larger (1e-27)")
+                  "No further fractional digit once the remainder is no larger (1e-27)")
       ->type_name("X");
   command
       .add_option("--group", options->limits.groupSize,
-                  "Zeros in front up to a multiple of so many digits (0: none)")
+                  "Leading zeros up to a multiple of so many digits (0: none)")
       ->type_name("N");
   command.callback([options, from, to, &context] {
     const auto given = from->count() + to->count();
     if (options->isTable != (given == 0) || given == 1) {
-      throw Failure(ExitCode::kUsage,
-                    "base takes NUMBER FROM TO, or --table NUMBER; see brindlex base --help");
+      throw UsageError("base takes NUMBER FROM TO, or --table NUMBER; see brindlex base --help");
     }
     if (options->isTable) {
       PrintTable(*options, context);
@@ -82,4 +83,4 @@ void AddBase(CLI::App& tool, Context& context) {
   });
 }
 
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

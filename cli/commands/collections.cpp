@@ -1,10 +1,12 @@
 #include <memory>
+#include <optional>
 
+#include "cli/commands/command_line.h"
 #include "cli/commands/conversion.h"
-#include "cli/commands/convert_commands.h"
-#include "cli/format/block_edit.h"
+#include "cli/format/collection_edit.h"
+#include "cli/io/system.h"
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 namespace {
 
 constexpr const char* kExamples =
@@ -32,17 +34,17 @@ void AddEditOptions(CLI::App& command, EditOptions& options, bool canBeInPlace) 
   AddOutputOptions(command, options.output);
   command
       .add_option("--encoding", options.format.encoding,
-                  "How the file's bytes stand for characters")
+                  "The file's encoding, in place of the detected one")
       ->type_name("NAME");
   if (!canBeInPlace) return;
-  command.add_flag("--in-place", options.isInPlace, "Write FILE itself anew");
+  command.add_flag("--in-place", options.isInPlace, "Replace FILE itself");
 }
 
 /// Where the result goes.
 OutputOptions Target(const EditOptions& options) {
   if (!options.isInPlace) return options.output;
   if (options.path == "-" || options.output.path != "-") {
-    throw Failure(ExitCode::kUsage, "--in-place writes FILE, which is then no - and needs no -o");
+    throw UsageError("--in-place writes FILE, which is then no - and needs no -o");
   }
   return {options.path, /*force=*/true};
 }
@@ -51,9 +53,9 @@ OutputOptions Target(const EditOptions& options) {
 template <class Edit>
 void Run(const EditOptions& options, const Edit& edit) {
   const OutputOptions target = Target(options);
-  const Source file(options.path);
-  const BlockEditor editor(file, options.format);
-  RunConversion(target, /*areAccepted=*/false,
+  Input file(options.path);
+  const CollectionEditor editor(file, options.format);
+  RunConversion(target, /*allowsLosses=*/false,
                 [&](const ByteSink& sink, Losses&) { edit(editor, sink); });
 }
 
@@ -63,11 +65,11 @@ void AddExtract(CLI::App& collections) {
   };
   auto options = std::make_shared<Options>();
   CLI::App* const command =
-      collections.add_subcommand("extract", "Writes one collection as a file by itself");
+      collections.add_subcommand("extract", "Writes one collection as a file of its own");
   AddEditOptions(*command, *options, /*canBeInPlace=*/false);
   command->add_flag("--inner", options->keepsMarkers, "Keep the inner markers");
   command->callback([options] {
-    Run(*options, [&](const BlockEditor& editor, const ByteSink& sink) {
+    Run(*options, [&](const CollectionEditor& editor, const ByteSink& sink) {
       editor.Extract(options->name, options->keepsMarkers, sink);
     });
   });
@@ -75,10 +77,10 @@ void AddExtract(CLI::App& collections) {
 
 void AddRemove(CLI::App& collections) {
   auto options = std::make_shared<EditOptions>();
-  CLI::App* const command = collections.add_subcommand("remove", "Takes a collection out");
+  CLI::App* const command = collections.add_subcommand("remove", "Removes a collection");
   AddEditOptions(*command, *options, /*canBeInPlace=*/true);
   command->callback([options] {
-    Run(*options, [&](const BlockEditor& editor, const ByteSink& sink) {
+    Run(*options, [&](const CollectionEditor& editor, const ByteSink& sink) {
       editor.Remove(options->name, sink);
     });
   });
@@ -93,7 +95,7 @@ void AddRename(CLI::App& collections) {
   AddEditOptions(*command, *options, /*canBeInPlace=*/true);
   command->add_option("new-name", options->newName, "Its new name")->type_name("NEW")->required();
   command->callback([options] {
-    Run(*options, [&](const BlockEditor& editor, const ByteSink& sink) {
+    Run(*options, [&](const CollectionEditor& editor, const ByteSink& sink) {
       editor.Rename(options->name, options->newName, sink);
     });
   });
@@ -102,22 +104,22 @@ void AddRename(CLI::App& collections) {
 struct AddOptions : EditOptions {
   std::string added;
   bool replaces = false;
-  bool areLossesAccepted = false;
+  bool allowsLosses = false;
 };
 
 void Add(const AddOptions& options) {
   const OutputOptions target = Target(options);
   if (options.path == "-" && options.added == "-") {
-    throw Failure(ExitCode::kUsage, "standard input can be one of the two files only");
+    throw UsageError("standard input can be one of the two files only");
   }
-  const Source added(options.added);
-  // A file that is not there yet is made, in the encoding of what is added.
+  Input added(options.added);
+  // A file that does not exist is made, in the encoding of what is added.
   const bool isNew = options.isInPlace && system::KindOf(options.path) == system::FileKind::kNone;
-  std::optional<Source> file;
+  std::optional<Input> file;
   if (!isNew) file.emplace(options.path);
-  const BlockEditor editor =
-      isNew ? BlockEditor::OfNewFile(added, options.format) : BlockEditor(*file, options.format);
-  RunConversion(target, options.areLossesAccepted, [&](const ByteSink& sink, Losses& losses) {
+  const CollectionEditor editor = isNew ? CollectionEditor::OfNewFile(added, options.format)
+                                        : CollectionEditor(*file, options.format);
+  RunConversion(target, options.allowsLosses, [&](const ByteSink& sink, Losses& losses) {
     editor.Add(options.name, added, options.format, options.replaces, sink, losses);
   });
 }
@@ -125,22 +127,22 @@ void Add(const AddOptions& options) {
 void AddAdd(CLI::App& collections) {
   auto options = std::make_shared<AddOptions>();
   CLI::App* const command =
-      collections.add_subcommand("add", "Puts the collection of another file in, under a name");
+      collections.add_subcommand("add", "Adds the collection of another file, under a name");
   AddEditOptions(*command, *options, /*canBeInPlace=*/true);
   command->add_option("added", options->added, "The file with the collection; - is standard input")
       ->type_name("ADDED")
       ->required();
-  command->add_flag("--replace", options->replaces, "Take the place of a collection of that name");
-  command->add_flag("--lossy", options->areLossesAccepted,
-                    "Add it even if not all of its bytes come along, and say what is left out");
+  command->add_flag("--replace", options->replaces, "Replace a collection of that name");
+  command->add_flag("--lossy", options->allowsLosses,
+                    "Add it even if not all of its bytes are kept; warn of what is left out");
   command->callback([options] { Add(*options); });
 }
 
 }  // namespace
 
-void AddCollections(CLI::App& tool, Context& /*context*/) {
+void AddCollections(CLI::App& program, Context& /*context*/) {
   CLI::App& command =
-      AddCommand(tool, "collections",
+      AddCommand(program, "collections",
                  "Adds, extracts, removes and renames collections of a file of several", kExamples);
   command.require_subcommand(1);
   AddAdd(command);
@@ -149,4 +151,4 @@ void AddCollections(CLI::App& tool, Context& /*context*/) {
   AddRename(command);
 }
 
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

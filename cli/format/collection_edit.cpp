@@ -1,214 +1,158 @@
-#include "cli/format/block_edit.h"
+#include "cli/format/collection_edit.h"
 
-#include <algorithm>
 #include <utility>
 
-#include "cli/convert/table_reader.h"
-#include "cli/convert/table_target.h"
-#include "cli/format/block_writer.h"
-#include "cli/format/marker_guard.h"
-#include "cli/text/diagnostics.h"
+#include "cli/format/delimited_writer.h"
+#include "cli/format/table_copy.h"
+#include "cli/io/failure.h"
 #include "cli/text/escape.h"
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 namespace {
-
-/// Hands over the bytes of an input from one place to another, as they are.
-class RangeReader {
- public:
-  RangeReader(const Source& source, Input& input) : source_(source), input_(input) {}
-
-  template <class Each>
-  void Read(std::uint64_t begin, std::uint64_t end, const Each& each) {
-    while (at_ < end) {
-      if (rest_.empty()) rest_ = source_.Next(input_);
-      if (rest_.empty()) return;
-      const std::uint64_t most = at_ < begin ? begin - at_ : end - at_;
-      const std::string_view part =
-          rest_.substr(0, static_cast<std::size_t>(std::min<std::uint64_t>(most, rest_.size())));
-      if (at_ >= begin) each(part);
-      at_ += part.size();
-      rest_.remove_prefix(part.size());
-    }
-  }
-
- private:
-  const Source& source_;
-  Input& input_;
-  std::string_view rest_;
-  std::uint64_t at_ = 0;
-};
-
-/// A sink of a walk that writes the text again, with other markers.
-class MarkerChange {
- public:
-  MarkerChange(const ByteMarkers& markers, const ByteSink& sink) : markers_(markers), sink_(sink) {}
-
-  void FieldPiece(std::string_view bytes, std::uint64_t /*at*/) { Append(bytes); }
-  void FieldEnd(std::uint64_t /*at*/) { Append(markers_.fieldEnd); }
-  void RecordEnd(std::uint64_t /*at*/) { Append(markers_.recordEnd); }
-  void LineBreak(std::uint64_t /*at*/) { Append(markers_.lineBreak); }
-
-  void End() {
-    sink_(buffer_);
-    buffer_.clear();
-  }
-
- private:
-  void Append(std::string_view bytes) {
-    constexpr std::size_t kLarge = std::size_t{64} * 1024;
-    buffer_ += bytes;
-    if (buffer_.size() >= kLarge) End();
-  }
-
-  const ByteMarkers& markers_;
-  const ByteSink& sink_;
-  std::string buffer_;
-};
 
 std::function<void(const ByteSink&)> Bytes(std::string bytes) {
   return [bytes = std::move(bytes)](const ByteSink& sink) { sink(bytes); };
 }
 
-}  // namespace
-
-void Splice(const Source* source, const std::vector<Edit>& edits, const ByteSink& sink) {
-  if (source == nullptr) {
-    for (const Edit& edit : edits) edit.write(sink);
-    return;
+/// Hands the rest of a text to `sink`, with other markers.
+void Transcode(Tokenizer& tokenizer, const ByteMarkers& markers, const ByteSink& sink) {
+  constexpr std::size_t kLarge = std::size_t{64} * 1024;
+  std::string buffer;
+  for (;;) {
+    const Token token = tokenizer.Next();
+    buffer += token.bytes;
+    if (token.kind == Token::Kind::kField) buffer += markers.fieldEnd;
+    if (token.kind == Token::Kind::kRecord) buffer += markers.recordEnd;
+    const bool isAtEnd = token.kind == Token::Kind::kEnd;
+    if (buffer.size() < kLarge && !isAtEnd) continue;
+    sink(buffer);
+    if (isAtEnd) return;
+    buffer.clear();
   }
-  const std::unique_ptr<Input> input = source->Open();
-  RangeReader reader(*source, *input);
-  std::uint64_t at = 0;
-  for (const Edit& edit : edits) {
-    reader.Read(at, edit.begin, sink);
-    edit.write(sink);
-    at = edit.end;
-  }
-  reader.Read(at, UINT64_MAX, sink);
 }
 
-BlockEditor BlockEditor::OfNewFile(const Source& like, const FormatOptions& format) {
-  BlockEditor editor;
-  editor.layout_ = FindLayout(like.Open()->Head(), format);
-  editor.layout_.blocks.reset();
+}  // namespace
+
+/// Hands the file with its edits, which are in order and apart, to `sink`.
+void CollectionEditor::Splice(const std::vector<Edit>& edits, const ByteSink& sink) const {
+  std::uint64_t done = 0;
+  for (const Edit& edit : edits) {
+    if (file_ != nullptr) ReadExtent(*file_, ExtentOf(done, edit.begin), sink);
+    edit.write(sink);
+    done = edit.end;
+  }
+  if (file_ != nullptr) ReadExtent(*file_, ExtentOf(done, UINT64_MAX), sink);
+}
+
+CollectionEditor CollectionEditor::OfNewFile(Input& like, const FormatOptions& options) {
+  CollectionEditor editor;
+  editor.format_ = DetectFormat(like, options);
+  editor.format_.named.reset();
   return editor;
 }
 
-BlockEditor::BlockEditor(const Source& file, const FormatOptions& format) : file_(&file) {
-  const std::unique_ptr<Input> input = file.Open();
-  const std::string_view head = input->Head();
-  layout_ = FindLayout(head, format);
-  if (layout_.blocks) {
-    index_ = IndexBlocks(file, *input, layout_);
-    return;
+CollectionEditor::CollectionEditor(Input& file, const FormatOptions& options) : file_(&file) {
+  const bool isEmpty = file.Head().empty();
+  FormatOptions own = options;
+  if (isEmpty) own.reading = Reading::kDetected;
+  format_ = DetectFormat(file, own);
+  end_ = format_.markBytes;
+  if (format_.named) {
+    index_ = CollectionIndex(file, format_);
+    end_ = index_.End();
+  } else if (file.Head().size() > format_.markBytes) {
+    throw UsageError(ShownPath(file.Name()) + " holds a single collection, not several by name");
   }
-  if (head.size() > layout_.markBytes) {
-    throw Failure(ExitCode::kUsage,
-                  ShownPath(file.Name()) + " holds a single collection, not several by name");
-  }
-  index_.headerEnd = index_.end = layout_.markBytes;
 }
 
-const BlockPlace& BlockEditor::Found(const std::string& name) const {
-  const auto at = index_.Find(name);
-  if (at) return index_.blocks[*at];
-  throw Failure(ExitCode::kUsage, ShownPath(file_->Name()) + " holds no collection " +
-                                      Quoted(name) + "; it holds " + index_.Listed());
+const NamedCollection& CollectionEditor::Require(const std::string& name) const {
+  return index_.Require(*file_, name);
 }
 
-std::string BlockEditor::NameBytes(const std::string& name) const {
-  if (name.empty()) {
-    throw Failure(ExitCode::kUsage, "a collection without a name is never found again");
-  }
-  MarkerGuard guard(layout_.encoding);
-  guard.Forbid(OuterPair());
+std::string CollectionEditor::EncodeName(const std::string& name) const {
+  if (name.empty()) throw UsageError("a collection without a name is never found again");
+  ValueEncoder encoder(format_.encoding);
+  encoder.Forbid(OuterMarkers());
   std::string bytes;
-  if (const auto problem = guard.Append(name, 1, bytes)) {
+  if (const auto problem = encoder.Append(name, 1, 0, bytes)) {
     throw ConversionError("the name " + Quoted(name) + " cannot be written: it " + *problem);
   }
   return bytes;
 }
 
-void BlockEditor::Extract(const std::string& name, bool keepsMarkers, const ByteSink& sink) const {
-  const BlockPlace& block = Found(name);
+void CollectionEditor::Extract(const std::string& name, bool keepsMarkers,
+                               const ByteSink& sink) const {
+  const NamedCollection& one = Require(name);
   const ByteMarkers markers =
-      CheckedMarkers(keepsMarkers ? InnerPair() : OuterPair(), layout_.encoding);
-  if (layout_.markBytes > 0) sink(layout_.encoding.ByteOrderMark());
-  MarkerChange change(markers, sink);
-  MarkerWalk walk(*layout_.inner, block.dataBegin);
-  const std::unique_ptr<Input> input = file_->Open();
-  RangeReader(*file_, *input).Read(block.dataBegin, block.dataEnd, [&](std::string_view part) {
-    walk.Feed(part, change);
-  });
-  walk.Finish(change);
-  change.End();
+      RequireByteMarkers(keepsMarkers ? InnerMarkers() : OuterMarkers(), format_.encoding);
+  if (format_.markBytes > 0) sink(format_.encoding.ByteOrderMark());
+  InputWindow window(*file_, one.data);
+  Tokenizer tokenizer(window, format_.encoding, *format_.inner);
+  Transcode(tokenizer, markers, sink);
 }
 
-void BlockEditor::Remove(const std::string& name, const ByteSink& sink) const {
-  const BlockPlace& block = Found(name);
-  const bool isLast = index_.blocks.size() == 1;
-  Splice(file_,
-         {isLast ? Edit{layout_.markBytes, index_.end, Bytes({})}
-                 : Edit{block.begin, block.end, Bytes({})}},
+void CollectionEditor::Remove(const std::string& name, const ByteSink& sink) const {
+  const NamedCollection& one = Require(name);
+  const bool isLast = index_.All().size() == 1;
+  Splice({isLast ? Edit{format_.markBytes, end_, Bytes({})}
+                 : Edit{one.record.offset, one.record.End(), Bytes({})}},
          sink);
 }
 
-void BlockEditor::Rename(const std::string& name, const std::string& newName,
-                         const ByteSink& sink) const {
-  const BlockPlace& block = Found(name);
-  const auto taken = index_.Find(newName);
-  if (taken && &index_.blocks[*taken] != &block) {
-    throw ConversionError("there is a collection " + Quoted(index_.blocks[*taken].name) +
-                          " already");
+void CollectionEditor::Rename(const std::string& name, const std::string& newName,
+                              const ByteSink& sink) const {
+  const NamedCollection& one = Require(name);
+  const NamedCollection* const taken = index_.Find(newName);
+  if (taken != nullptr && taken != &one) {
+    throw ConversionError("there is a collection " + Quoted(index_.NameOf(*taken)) + " already");
   }
-  Splice(file_, {{block.nameBegin, block.nameEnd, Bytes(NameBytes(newName))}}, sink);
+  Splice({{one.nameExtent.offset, one.nameExtent.End(), Bytes(EncodeName(newName))}}, sink);
 }
 
-std::string BlockEditor::HeaderBytes(const ByteMarkers& outer) const {
+std::string CollectionEditor::Header(const ByteMarkers& outer) const {
   std::string bytes;
-  for (const char* const name : {"DataString", "Name"}) {
-    layout_.encoding.FromUtf8(name, bytes);
+  for (const std::string_view name : {kDataColumn, kNameColumn}) {
+    format_.encoding.FromUtf8(name, bytes);
     bytes += outer.fieldEnd;
   }
   return bytes + outer.recordEnd;
 }
 
-void BlockEditor::Add(const std::string& name, const Source& added,
-                      const FormatOptions& addedFormat, bool replaces, const ByteSink& sink,
-                      Losses& losses) const {
-  const auto taken = index_.Find(name);
-  if (taken && !replaces) {
-    throw ConversionError("there is a collection " + Quoted(index_.blocks[*taken].name) +
+void CollectionEditor::Add(const std::string& name, Input& added, const FormatOptions& addedOptions,
+                           bool replaces, const ByteSink& sink, Losses& losses) const {
+  const NamedCollection* const taken = index_.Find(name);
+  if (taken != nullptr && !replaces) {
+    throw ConversionError("there is a collection " + Quoted(index_.NameOf(*taken)) +
                           " already; --replace puts the new one in its place");
   }
-  const BlockColumns columns = layout_.blocks.value_or(BlockColumns{0, 1, 2, true});
-  if (columns.count != 2 || columns.data != 0 || !columns.areSpelledExactly) {
+  const NamedColumns columns = format_.named.value_or(NamedColumns{});
+  if (columns.count != 2 || columns.data != 0 || !columns.isNameExact) {
     throw ConversionError(
-        "the header of the blocks is not DataString, Name: the component would not find the "
+        "the header of the collections is not DataString, Name: the component would not find the "
         "collection");
   }
-  const std::string nameBytes = NameBytes(name);
+  const std::string nameBytes = EncodeName(name);
+  DelimitedForm form;
+  form.encoding = format_.encoding;
+  form.isInner = true;
   const auto writeText = [&](const ByteSink& to) {
-    BlockWriter writer(to, layout_.encoding);
-    ReadTables(added, addedFormat, {}, writer, losses);
+    DelimitedWriter writer(to, form);
+    CopyTables(added, DetectFormat(added, addedOptions), {}, writer, losses);
   };
-  if (taken) {
-    const BlockPlace& block = index_.blocks[*taken];
-    Splice(file_,
-           {{block.dataBegin, block.dataEnd, writeText},
-            {block.nameBegin, block.nameEnd, Bytes(nameBytes)}},
-           sink);
-    return;
+  if (taken != nullptr) {
+    const Extent& old = taken->nameExtent;
+    return Splice({{taken->data.offset, taken->data.End(), writeText},
+                   {old.offset, old.End(), Bytes(nameBytes)}},
+                  sink);
   }
-  const ByteMarkers outer = CheckedMarkers(OuterPair(), layout_.encoding);
-  const auto writeBlock = [&](const ByteSink& to) {
-    if (file_ == nullptr && layout_.markBytes > 0) to(layout_.encoding.ByteOrderMark());
-    if (!layout_.blocks) to(HeaderBytes(outer));
+  const ByteMarkers outer = RequireByteMarkers(OuterMarkers(), format_.encoding);
+  const auto writeRecord = [&](const ByteSink& to) {
+    if (file_ == nullptr && format_.markBytes > 0) to(format_.encoding.ByteOrderMark());
+    if (!format_.named) to(Header(outer));
     writeText(to);
     to(outer.fieldEnd + nameBytes + outer.fieldEnd + outer.recordEnd);
   };
-  Splice(file_, {{index_.end, index_.end, writeBlock}}, sink);
+  Splice({{end_, end_, writeRecord}}, sink);
 }
 
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

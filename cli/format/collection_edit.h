@@ -1,16 +1,13 @@
 #pragma once
 
-#include <cstdint>
 #include <functional>
-#include <optional>
 #include <string>
 #include <vector>
 
-#include "cli/convert/table_writer.h"
-#include "cli/format/block_index.h"
-#include "cli/io/source.h"
+#include "cli/format/named_collections.h"
+#include "cli/format/table_writer.h"
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 
 /// A change of a file: the bytes from `begin` to `end` become what `write` hands to a sink.
 struct Edit {
@@ -19,48 +16,45 @@ struct Edit {
   std::function<void(const ByteSink&)> write;
 };
 
-/// Hands a source with its edits, which are in order and apart, to `sink`; all other bytes as they
-/// are. Without a source there are no other bytes.
-void Splice(const Source* source, const std::vector<Edit>& edits, const ByteSink& sink);
-
-/// A file of several collections with one change in it. Names are those of blocks in any letter
-/// case.
-class BlockEditor {
+/// A file of several collections with one change in it. Collections are found by their names in any
+/// letter case.
+class CollectionEditor {
  public:
-  /// Reads the outer layer of `file`, which must outlive it. Failure kUsage when the file holds a
-  /// single collection, ConversionError as IndexBlocks. An empty file has no blocks.
-  BlockEditor(const Source& file, const FormatOptions& format);
+  /// Reads the outer layer of `file`, which must outlive it. UsageError if the file holds a single
+  /// collection, ConversionError as CollectionIndex. An empty file has no collections.
+  CollectionEditor(Input& file, const FormatOptions& options);
 
-  /// A file that is not there yet, in the encoding of `like` and with its byte order mark.
-  static BlockEditor OfNewFile(const Source& like, const FormatOptions& format);
+  /// A file that does not exist yet, in the encoding of `like` and with its byte order mark.
+  static CollectionEditor OfNewFile(Input& like, const FormatOptions& options);
 
   /// Hands the collection of that name to `sink` as a file by itself: with the markers of such a
-  /// one, or with its own when `keepsMarkers`; behind the byte order mark that the file has.
+  /// file, or with its own if `keepsMarkers`; after the byte order mark of the file.
   void Extract(const std::string& name, bool keepsMarkers, const ByteSink& sink) const;
 
-  /// The file without that collection; without the last one it is empty, as the component has it.
+  /// The file without that collection; without the last one it is empty, as the component saves it.
   void Remove(const std::string& name, const ByteSink& sink) const;
 
   /// The file in which that collection has another name. ConversionError for a name that is taken.
   void Rename(const std::string& name, const std::string& newName, const ByteSink& sink) const;
 
-  /// The file with the single collection in `added` under `name`: at the end, or, when `replaces`,
-  /// in the place of the one of that name. ConversionError when the name is taken otherwise, for
-  /// values that hold one of the four markers or characters that the encoding does not have, and as
-  /// ReadTables.
-  void Add(const std::string& name, const Source& added, const FormatOptions& addedFormat,
-           bool replaces, const ByteSink& sink, Losses& losses) const;
+  /// The file with the single collection in `added` under `name`: at the end, or, if `replaces`, in
+  /// the place of the one of that name. ConversionError if the name is taken otherwise, for values
+  /// that hold one of the four markers or characters that the encoding lacks, and as CopyTables.
+  void Add(const std::string& name, Input& added, const FormatOptions& addedOptions, bool replaces,
+           const ByteSink& sink, Losses& losses) const;
 
  private:
-  BlockEditor() = default;
-  const BlockPlace& Found(const std::string& name) const;
-  std::string NameBytes(const std::string& name) const;
-  std::string HeaderBytes(const ByteMarkers& outer) const;
+  CollectionEditor() = default;
+  const NamedCollection& Require(const std::string& name) const;
+  std::string EncodeName(const std::string& name) const;
+  std::string Header(const ByteMarkers& outer) const;
+  void Splice(const std::vector<Edit>& edits, const ByteSink& sink) const;
 
-  /// Nothing for a new file.
-  const Source* file_ = nullptr;
-  Layout layout_;
-  BlockIndex index_;
+  /// Null for a new file.
+  Input* file_ = nullptr;
+  FileFormat format_;
+  CollectionIndex index_;
+  std::uint64_t end_ = 0;
 };
 
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

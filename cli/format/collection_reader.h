@@ -1,54 +1,86 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "cli/convert/table_writer.h"
-#include "cli/text/encoding.h"
+#include "cli/format/file_format.h"
+#include "cli/format/table_writer.h"
+#include "cli/format/tokenizer.h"
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 
-/// Hands one collection to a TableWriter as a MarkerWalk comes over it: a sink of that walk.
-/// ConversionError and losses as ReadTables has them.
-class RecordReader {
+/// What Losses call a line break that the component drops.
+inline constexpr const char* kLostLineBreak = "a line break after a record end";
+
+/// Reads one collection as the caller asks for its records and values, so that several can be read
+/// side by side. In bounded memory: a long value comes in pieces.
+///
+/// Only text that the component could have saved is read. ConversionError, with the byte and the
+/// record, for anything else: records with more or fewer values than the header, text after the
+/// last field end of a record, text after the last record end that is no tail, ill-formed
+/// sequences, and more names than memory is promised for.
+class CollectionReader {
  public:
-  /// `writer` and `losses` must outlive it.
-  RecordReader(const Encoding& encoding, TableWriter& writer, Losses& losses);
+  /// A piece of a value in UTF-8, valid until the next call of the reader.
+  struct Piece {
+    std::string_view text;
+    bool isFirst = true;
+    bool isLast = true;
+  };
 
-  /// A collection begins at byte `at`. `name` is empty when it is the only one.
-  void Begin(std::string_view name, std::uint64_t at);
+  /// Reads `text`, which is in `markers`. `name` is for messages, empty if it is the only
+  /// collection. `losses` gets the line breaks between records, which the component drops.
+  /// Everything must outlive the reader.
+  CollectionReader(Input& input, const FileFormat& format, const ByteMarkers& markers,
+                   const Extent& text, std::string name, Losses& losses,
+                   Progress* progress = nullptr);
 
-  void FieldPiece(std::string_view bytes, std::uint64_t at);
-  void FieldEnd(std::uint64_t at);
-  void RecordEnd(std::uint64_t at);
-  void LineBreak(std::uint64_t at) { losses_.Add("a line break behind a record end", at); }
+  /// Reads the header; to be called first. False for an empty text, which has none.
+  bool ReadHeader();
 
-  /// The collection ends, behind MarkerWalk::Finish.
-  void End();
+  /// The names of the header, and its offset.
+  const std::vector<std::string>& Names() const { return names_; }
+  std::uint64_t Offset() const { return start_; }
+
+  /// Goes to the next record, of which every value must have been read; false after the last.
+  bool NextRecord();
+
+  /// The next piece of the record. A record has as many values as there are names.
+  Piece NextPiece();
+
+  /// What messages call the record, such as "record 3".
+  std::string Place() const;
 
  private:
-  [[noreturn]] void Fail(std::uint64_t at, const std::string& what) const;
-  std::string Record() const;
-  void HeaderEnd(std::uint64_t at);
+  [[noreturn]] void Fail(std::uint64_t offset, const std::string& what) const;
+  [[noreturn]] void FailCount(std::uint64_t offset, std::size_t count, bool isMore) const;
+  std::string_view Decode(const Token& token);
+  bool TakeName(const Token& token);
+  bool EndRecord();
+  bool EndText(Token token);
 
-  PieceDecoder decoder_;
-  std::string encodingName_;
-  /// Bytes below 128 are the characters of these numbers.
-  bool isAscii_;
-  TableWriter& writer_;
-  Losses& losses_;
+  InputWindow window_;
+  Tokenizer tokenizer_;
+  Encoding encoding_;
+  bool isAsciiSuperset_;
   std::string name_;
-  std::uint64_t start_ = 0;
+  Losses& losses_;
+  std::uint64_t start_;
   std::vector<std::string> names_;
-  /// Records behind, the header included.
+  std::size_t nameBytes_ = 0;
+  /// Records that were begun, and the offset of the last.
   std::uint64_t records_ = 0;
-  /// The field that is being read: its number, how it begins, and whether the writer has a part.
+  std::uint64_t recordOffset_ = 0;
+  /// Values of the record that were read.
   std::size_t column_ = 0;
-  std::string text_;
-  bool isBegun_ = false;
-  bool isHandedOver_ = false;
+  bool isWithinValue_ = false;
+  /// The first token of a record.
+  Token first_;
+  bool hasFirst_ = false;
+  std::string decoded_;
 };
 
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

@@ -7,87 +7,75 @@
 #include <string_view>
 #include <vector>
 
-#include "cli/format/marker_walk.h"
+#include "cli/format/markers.h"
+#include "cli/io/input.h"
 #include "cli/text/encoding.h"
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 
-/// What the command line says of a file's form; nothing is to be found out from the file itself.
+/// Whether a file is one collection or several, if the command line says so.
+enum class Reading { kDetected, kPlain, kCollections };
+
+/// What the command line says of a file's format; the rest is detected.
 struct FormatOptions {
   std::optional<std::string> encoding;
-  /// UTF-8, or a character's number as U+001F, several one behind the other.
+  /// As ParseMarker takes them.
   std::optional<std::string> fieldEnd;
   std::optional<std::string> recordEnd;
+  Reading reading = Reading::kDetected;
 };
 
-/// A pair of markers, in UTF-8.
-struct MarkerPair {
-  std::string fieldEnd;
-  std::string recordEnd;
-};
-
-/// The markers of a text that stands alone and of the outer layer, and those of the inner layer.
-MarkerPair OuterPair();
-MarkerPair InnerPair();
-
-/// What a marker on the command line stands for, in UTF-8. Failure kUsage for an empty one, and for
-/// a number that is no character's.
-std::string MarkerText(std::string_view given);
-
-/// `pair` as it stands in a file; nothing when the encoding does not have its characters.
-std::optional<ByteMarkers> EncodedMarkers(const MarkerPair& pair, const Encoding& encoding);
-
-/// The same; Failure kUsage in place of nothing, and also for a pair that cannot be told apart
-/// wherever it stands: equal markers, one that is a part of the other, one whose end begins itself
-/// or the other.
-ByteMarkers CheckedMarkers(const MarkerPair& pair, const Encoding& encoding);
-
-/// Which layer a pair of markers is.
+/// Which layer a pair of markers belongs to.
 enum class Layer { kOuter, kInner, kGiven };
 
-/// Where the two columns of a multi-collection text stand in its header.
-struct BlockColumns {
+/// The two columns of a file of several collections, counted from 0, and how many it has in all.
+struct NamedColumns {
   std::size_t data = 0;
-  std::size_t name = 0;
-  std::size_t count = 0;
-  /// The header spells them DataString and Name, so that blocks are found by their names.
-  bool areSpelledExactly = true;
+  std::size_t name = 1;
+  std::size_t count = 2;
+  /// The header has exactly Name, so that the component finds collections by their names.
+  bool isNameExact = true;
 };
 
-/// How a file is to be read.
-struct Layout {
+/// How a file is read.
+struct FileFormat {
   Encoding encoding;
+  bool isEncodingGuessed = false;
   MarkerPair pair;
   ByteMarkers markers;
   Layer layer = Layer::kOuter;
   /// Bytes of a byte order mark before the text.
   std::size_t markBytes = 0;
-  /// When the file holds several named collections, whose own markers are `inner`.
-  std::optional<BlockColumns> blocks;
+  /// If the file holds several named collections, whose own markers are `inner`.
+  std::optional<NamedColumns> named;
   std::optional<ByteMarkers> inner;
-  /// What the reader should be told because the file looks like none of this form, say in which
-  /// other encoding it would be one; empty as a rule. One sentence.
-  std::string doubt;
+  /// A hint for the user if the file has no header in this format but one in another encoding;
+  /// empty as a rule. One sentence.
+  std::string hint;
+
+  /// The text after the byte order mark.
+  Extent Text() const { return ExtentOf(markBytes, UINT64_MAX); }
 };
 
-/// Finds out from the first bytes of a file (`head`: all of it, or kInputBlock bytes of it) what
-/// the options leave open.
-///
-/// - Encoding: a byte order mark decides, else it is windows-1252.
-/// - Markers: the inner ones when the first record end that a field end of its own layer comes
-/// before
-///   is an inner one; else the outer ones.
-/// - Several collections: outer markers, and a header that names DataString and Name, in any letter
-///   case and order; and the first block's data is empty, or holds an inner marker, or is longer
-///   than `head`.
-///
-/// Failure kUsage for an unknown encoding, for markers that CheckedMarkers refuses, and when the
-/// encoding has no markers of either layer and none were given.
-Layout FindLayout(std::string_view head, const FormatOptions& options);
+/// The columns of a file of several collections in a header; nothing if it lacks one of the two.
+std::optional<NamedColumns> FindNamedColumns(const std::vector<std::string>& names);
 
-/// Where `marker` stands in `text`, at a place that is a multiple of `unit` and not before `from`;
-/// npos when nowhere.
-std::size_t FindMarker(std::string_view text, std::string_view marker, std::size_t unit,
-                       std::size_t from = 0);
+/// Detects what the options leave open. Reads the head of the input; all of it, if the header has
+/// the columns DataString and Name.
+///
+/// - Encoding: that of the byte order mark; else utf-8 if the head is valid UTF-8 and holds a
+///   marker in that encoding; else windows-1252.
+/// - Markers: the inner ones if the first record end that has a field end of its own layer before
+///   it is an inner one; else the outer ones.
+/// - Several collections: outer markers, a header that has DataString and Name, in any letter case
+///   and order, and every DataString empty or starting with a header in inner markers.
+///
+/// UsageError for an unknown encoding, for markers that RequireByteMarkers refuses, if the encoding
+/// has the markers of neither layer and none were given, and for Reading::kCollections if the
+/// header has no such columns.
+FileFormat DetectFormat(Input& input, const FormatOptions& options);
 
-}  // namespace brindlex::tool
+/// The format that options ask for, without a file.
+FileFormat RequestedFormat(const FormatOptions& options);
+
+}  // namespace brindlex::cli

@@ -1,96 +1,60 @@
 #pragma once
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <string>
-#include <string_view>
-#include <utility>
 #include <vector>
 
-namespace brindlex::tool {
+#include "cli/format/tokenizer.h"
 
-/// One record as it stands in a file.
-struct GatheredRecord {
-  struct Field {
-    /// Its first bytes, as many as were asked for.
-    std::string bytes;
-    /// How many it has in all.
-    std::uint64_t length = 0;
-    std::uint64_t at = 0;
-  };
+namespace brindlex::cli {
 
+/// One record as it is in a file, valid or malformed.
+struct ScannedRecord {
   /// 0 is the header.
   std::uint64_t number = 0;
-  std::vector<Field> fields;
-  /// Bytes behind the last field end.
-  std::uint64_t restBytes = 0;
+  /// With the dropped line breaks before it and with its record end.
+  Extent whole;
+  /// Of its first byte, without those.
+  std::uint64_t offset = 0;
+  /// The first ones, as many as were asked for, with their first bytes; and how many it has.
+  std::vector<Extent> fields;
+  std::vector<std::string> bytes;
+  std::uint64_t fieldCount = 0;
+  /// What follows the last field end; empty, and at its offset, if there is nothing.
+  Extent rest;
   /// False for a last one without a record end.
   bool hasEnd = true;
+
+  /// Whether the component would restore it under a header of `count` names as it was saved.
+  bool IsValid(std::uint64_t count) const {
+    return hasEnd && rest.length == 0 && fieldCount == count;
+  }
 };
 
-/// A sink of MarkerWalk that hands over records one by one. Of a record no more than `mostFields`
-/// fields are kept, of a field no more than `mostBytes`, and 16 MB in all.
-class RecordGather {
+/// Reads the records of a text one by one, in bounded memory: of a record no more than `mostFields`
+/// fields are kept, of a field no more than `mostBytes` bytes (none for 0), and 16 MB in all.
+class RecordScanner {
  public:
-  using Each = std::function<void(const GatheredRecord&)>;
+  /// `tokenizer`, at the start of its text, must outlive it.
+  RecordScanner(Tokenizer& tokenizer, std::size_t mostFields, std::size_t mostBytes)
+      : tokenizer_(tokenizer), mostFields_(mostFields), mostBytes_(mostBytes) {}
 
-  RecordGather(std::size_t mostFields, std::size_t mostBytes, Each each)
-      : mostFields_(mostFields), mostBytes_(mostBytes), each_(std::move(each)) {}
+  /// The next record; false after the last. A tail of the text is no record.
+  bool Next(ScannedRecord& record);
 
-  void FieldPiece(std::string_view bytes, std::uint64_t at) {
-    if (record_.restBytes == 0) fieldAt_ = at;
-    record_.restBytes += bytes.size();
-    if (record_.fields.size() >= mostFields_) return;
-    const std::size_t room = std::min(mostBytes_ - std::min(mostBytes_, bytes_.size()),
-                                      kMostOfARecord - std::min(kMostOfARecord, kept_));
-    bytes_.append(bytes.substr(0, room));
-    kept_ += std::min(room, bytes.size());
-  }
-
-  void FieldEnd(std::uint64_t at) {
-    if (record_.fields.size() < mostFields_) {
-      const std::uint64_t from = record_.restBytes == 0 ? at : fieldAt_;
-      record_.fields.push_back({std::move(bytes_), record_.restBytes, from});
-    }
-    bytes_.clear();
-    record_.restBytes = 0;
-    hasContent_ = true;
-  }
-
-  void RecordEnd(std::uint64_t) { HandOver(true); }
-
-  void LineBreak(std::uint64_t) {}
-
-  /// To be called behind the walk's own Finish: hands over what no record end follows.
-  void Finish() {
-    if (hasContent_ || record_.restBytes > 0) HandOver(false);
-  }
+  /// After the last record: what follows its end and is no record.
+  const Extent& Tail() const { return tail_; }
 
  private:
-  void HandOver(bool hasEnd) {
-    record_.hasEnd = hasEnd;
-    each_(record_);
-    record_.fields.clear();
-    record_.restBytes = 0;
-    ++record_.number;
-    bytes_.clear();
-    kept_ = 0;
-    hasContent_ = false;
-  }
+  void Keep(const Token& token, ScannedRecord& record);
 
-  static constexpr std::size_t kMostOfARecord = std::size_t{16} * 1024 * 1024;
-
+  Tokenizer& tokenizer_;
   std::size_t mostFields_;
   std::size_t mostBytes_;
-  Each each_;
-  GatheredRecord record_;
-  std::string bytes_;
-  /// Bytes of the record that are kept.
+  std::uint64_t number_ = 0;
   std::size_t kept_ = 0;
-  std::uint64_t fieldAt_ = 0;
-  bool hasContent_ = false;
+  Extent tail_;
 };
 
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

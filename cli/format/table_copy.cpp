@@ -1,124 +1,76 @@
-#include "cli/convert/table_reader.h"
+#include "cli/format/table_copy.h"
 
-#include "cli/format/block_index.h"
-#include "cli/format/record_reader.h"
-#include "cli/format/walk_input.h"
-#include "cli/text/diagnostics.h"
-#include "cli/text/escape.h"
+#include "cli/format/collection_reader.h"
+#include "cli/format/named_collections.h"
+#include "cli/io/failure.h"
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 namespace {
 
-void ReadSingle(const Source& source, Input& input, const Layout& layout, TableWriter& writer,
-                Losses& losses) {
-  RecordReader reader(layout.encoding, writer, losses);
-  MarkerWalk walk(layout.markers, layout.markBytes);
-  reader.Begin({}, layout.markBytes);
-  WalkInput(source, input, layout, walk, reader);
-  reader.End();
+void CopyRows(CollectionReader& reader, TableWriter& writer) {
+  while (reader.NextRecord()) {
+    writer.BeginRow();
+    for (std::size_t left = reader.Names().size(); left > 0;) {
+      const CollectionReader::Piece piece = reader.NextPiece();
+      writer.Value(piece.text, piece.isFirst, piece.isLast);
+      if (piece.isLast) --left;
+    }
+    writer.EndRow();
+  }
 }
 
-/// A sink over the outer layer that walks over the texts of the blocks.
-class BlockReader {
- public:
-  BlockReader(const Layout& layout, const BlockIndex& index, std::optional<std::size_t> only,
-              TableWriter& writer, Losses& losses)
-      : columns_(*layout.blocks),
-        index_(index),
-        only_(only),
-        losses_(losses),
-        reader_(layout.encoding, writer, losses),
-        inner_(*layout.inner) {}
-
-  void FieldPiece(std::string_view bytes, std::uint64_t at) {
-    if (!IsWanted()) return;
-    if (!isBegun_) Begin(at);
-    inner_.Feed(bytes, reader_);
-  }
-
-  void FieldEnd(std::uint64_t at) {
-    if (IsWanted()) {
-      if (!isBegun_) Begin(at);
-      inner_.Finish(reader_);
-      reader_.End();
-      isBegun_ = false;
-    }
-    ++column_;
-  }
-
-  void RecordEnd(std::uint64_t /*at*/) {
-    ++record_;
-    column_ = 0;
-  }
-
-  void LineBreak(std::uint64_t at) {
-    if (!only_) losses_.Add("a line break behind a record end", at);
-  }
-
- private:
-  /// Whether the field is the text of a block that is to be read; record 0 is the header.
-  bool IsWanted() const {
-    return record_ > 0 && column_ == columns_.data && (!only_ || *only_ == record_ - 1);
-  }
-
-  void Begin(std::uint64_t at) {
-    isBegun_ = true;
-    inner_.Restart(at);
-    reader_.Begin(only_ ? std::string_view() : index_.blocks[record_ - 1].name, at);
-  }
-
-  const BlockColumns columns_;
-  const BlockIndex& index_;
-  const std::optional<std::size_t> only_;
-  Losses& losses_;
-  RecordReader reader_;
-  MarkerWalk inner_;
-  std::size_t record_ = 0;
-  std::size_t column_ = 0;
-  bool isBegun_ = false;
-};
-
-void ReadNamed(const Source& source, Input& input, const Layout& layout, const BlockIndex& index,
-               const TableChoice& choice, TableWriter& writer, Losses& losses) {
-  std::optional<std::size_t> only;
-  if (choice.collection) {
-    only = index.Find(*choice.collection);
-    if (!only) {
-      throw Failure(ExitCode::kUsage, ShownPath(input.Name()) + " holds no collection " +
-                                          Quoted(*choice.collection) + "; it holds " +
-                                          index.Listed());
-    }
-  } else {
-    writer.BeginNamed();
-    const BlockColumns& columns = *layout.blocks;
-    if (columns.count != 2 || columns.data != 0 || !columns.areSpelledExactly) {
-      losses.Add("a header of blocks other than DataString and Name, in this order",
-                 layout.markBytes);
+/// `name` is the one that the writer is given.
+void CopyCollection(CollectionReader& reader, std::string_view name, TableWriter& writer) {
+  writer.BeginCollection(name);
+  if (reader.ReadHeader()) {
+    writer.Header(reader.Names(), reader.Offset());
+    try {
+      CopyRows(reader, writer);
+    } catch (const RefusedValue& refused) {
+      throw ConversionError(refused.At(reader.Place()));
     }
   }
-  BlockReader reader(layout, index, only, writer, losses);
-  MarkerWalk walk(layout.markers, layout.markBytes);
-  WalkInput(source, input, layout, walk, reader);
+  writer.EndCollection();
+}
+
+void CopyNamed(Input& input, const FileFormat& format, TableWriter& writer, Losses& losses,
+               Progress& progress) {
+  const CollectionIndex index(input, format);
+  const NamedColumns& columns = *format.named;
+  if (columns.count != 2 || columns.data != 0 || !columns.isNameExact) {
+    losses.Add("a header of collections other than DataString and Name, in this order",
+               format.markBytes);
+  }
+  for (const std::uint64_t offset : index.LineBreaks(format.markers)) {
+    losses.Add(kLostLineBreak, offset);
+  }
+  writer.BeginNamed();
+  for (const NamedCollection& one : index.All()) {
+    const std::string& name = index.NameOf(one);
+    CollectionReader reader(input, format, *format.inner, one.data, name, losses, &progress);
+    CopyCollection(reader, name, writer);
+  }
 }
 
 }  // namespace
 
-void ReadTables(const Source& source, const FormatOptions& format, const TableChoice& choice,
+void CopyTables(Input& input, const FileFormat& format, const std::optional<std::string>& name,
                 TableWriter& writer, Losses& losses) {
-  std::unique_ptr<Input> input = source.Open();
-  const Layout layout = FindLayout(input->Head(), format);
-  if (layout.blocks && !choice.isPlain) {
-    const BlockIndex index = IndexBlocks(source, *input, layout);
-    input = source.Open();
-    ReadNamed(source, *input, layout, index, choice, writer, losses);
+  Progress progress("reading", input.Size());
+  if (!format.named) {
+    if (name) RefuseCollectionName(input);
+    CollectionReader reader(input, format, format.markers, format.Text(), {}, losses, &progress);
+    CopyCollection(reader, {}, writer);
+  } else if (name) {
+    const CollectionIndex index(input, format);
+    const NamedCollection& one = index.Require(input, *name);
+    CollectionReader reader(input, format, *format.inner, one.data, index.NameOf(one), losses,
+                            &progress);
+    CopyCollection(reader, {}, writer);
   } else {
-    if (choice.collection) {
-      throw Failure(ExitCode::kUsage,
-                    ShownPath(input->Name()) + " holds one collection, without a name");
-    }
-    ReadSingle(source, *input, layout, writer, losses);
+    CopyNamed(input, format, writer, losses, progress);
   }
   writer.End();
 }
 
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

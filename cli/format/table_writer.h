@@ -1,28 +1,28 @@
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <map>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 
-/// Takes bytes that are finished. May throw.
+/// Takes finished bytes. May throw.
 using ByteSink = std::function<void(std::string_view)>;
 
 /// What of a file does not come through a conversion, so that converting back gives another file.
-/// Nothing in it is an error of the file.
+/// Nothing in it is a defect of the file.
 class Losses {
  public:
-  /// `what` stands at byte `at` of the file, and does not come through.
-  void Add(const std::string& what, std::uint64_t at);
+  /// `what` is at `offset` of the file, and does not come through.
+  void Add(const std::string& what, std::uint64_t offset);
 
   bool IsEmpty() const { return found_.empty(); }
 
-  /// One sentence for each kind, with its number and its first place.
+  /// One sentence for each kind, with its number and its first offset.
   std::vector<std::string> Sentences() const;
 
  private:
@@ -33,9 +33,22 @@ class Losses {
   std::map<std::string, Found> found_;
 };
 
-/// Writes tables in some form as they are read, value by value, so that a value may be of any
-/// length. Texts are UTF-8, cut between characters only, and valid during the call. A function may
-/// throw a ConversionError for what the form does not hold, or whatever its ByteSink throws.
+/// Thrown by a writer for a value or row that its format cannot hold; who calls the writer adds the
+/// place.
+struct RefusedValue {
+  /// The name of its field; empty for a whole row.
+  std::string name;
+  /// What is wrong, to follow "it ", or to follow the row.
+  std::string problem;
+
+  /// The message, with the place of the row.
+  std::string At(const std::string& place) const;
+};
+
+/// Writes tables in some format, value by value, so that a value may be of any length. Texts are
+/// UTF-8, divided between characters only, and valid during the call. A function may throw a
+/// RefusedValue or a ConversionError for what the format cannot hold, or whatever its ByteSink
+/// throws.
 class TableWriter {
  public:
   TableWriter() = default;
@@ -43,25 +56,25 @@ class TableWriter {
   TableWriter& operator=(const TableWriter&) = delete;
   virtual ~TableWriter() = default;
 
-  /// The file holds named collections, and all of them follow; called before all others.
+  /// The source holds named collections, and all of them follow; called before all others.
   virtual void BeginNamed() = 0;
 
-  /// A collection begins; its name is empty when it is the only one.
+  /// A collection begins; its name is empty if it is the only one.
   virtual void BeginCollection(std::string_view name) = 0;
 
-  /// Its field names, which stand at byte `at` of the file. An empty collection has none.
-  virtual void Header(const std::vector<std::string>& names, std::uint64_t at) = 0;
+  /// Its field names, which are at `offset` of the source. An empty collection has none.
+  virtual void Header(const std::vector<std::string>& names, std::uint64_t offset) = 0;
 
   virtual void BeginRow() = 0;
 
-  /// A piece of the next value, which is all of it when it is the first and the last. There are as
-  /// many values in a row as there are names, and each has a last piece.
+  /// A piece of the next value, the whole of it if it is the first and the last. There are as many
+  /// values in a row as there are names, and each has a last piece.
   virtual void Value(std::string_view piece, bool isFirst, bool isLast) = 0;
 
   virtual void EndRow() = 0;
   virtual void EndCollection() = 0;
 
-  /// Nothing follows: hands over all that is left.
+  /// Nothing follows: hands over everything that is left.
   virtual void End() = 0;
 };
 
@@ -72,17 +85,18 @@ class BufferedWriter : public TableWriter {
 
   std::string& Buffer() { return buffer_; }
 
-  /// Hands the buffer over when it is large, or, when `all` is set, in any case.
-  void HandOver(bool all = false) {
-    constexpr std::size_t kLarge = std::size_t{64} * 1024;
-    if (buffer_.size() < kLarge && !all) return;
-    sink_(buffer_);
-    buffer_.clear();
+  /// Hands the buffer over if it is large; its last `kept` bytes stay.
+  void HandOver(std::size_t kept = 0) {
+    if (buffer_.size() >= kLarge) HandOverNow(kept);
   }
 
+  void HandOverNow(std::size_t kept = 0);
+
  private:
+  static constexpr std::size_t kLarge = std::size_t{64} * 1024;
+
   ByteSink sink_;
   std::string buffer_;
 };
 
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

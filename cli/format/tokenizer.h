@@ -1,225 +1,149 @@
 #pragma once
 
-#include <algorithm>
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
 
-#include "cli/format/byte_scan.h"
+#include "cli/format/markers.h"
+#include "cli/io/input.h"
+#include "cli/text/encoding.h"
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 
-/// The two markers of one layer as they stand in a file, and the line break that is dropped behind
-/// a record end. `unit` is 2 in UTF-16, whose markers stand at even places only, else 1.
-struct ByteMarkers {
-  std::string fieldEnd;
-  std::string recordEnd;
-  std::string lineBreak = "\r\n";
-  std::size_t unit = 1;
+/// A part of a delimited text: bytes of a field, and what ends them.
+struct Token {
+  enum class Kind {
+    /// More of the field follows. Never empty.
+    kPiece,
+    /// A field end follows.
+    kField,
+    /// A record end follows. The bytes, none as a rule, are those after the last field end.
+    kRecord,
+    /// The bytes are a line break after a record end, which the component drops.
+    kLineBreak,
+    /// The text ends. The bytes are those after the last marker.
+    kEnd,
+  };
+
+  Kind kind = Kind::kEnd;
+  /// Valid until the next call of the tokenizer. They never end within a character, unless the
+  /// field does.
+  std::string_view bytes;
+  /// Of the first byte, in the file.
+  std::uint64_t offset = 0;
+
+  /// Of the marker that ends it.
+  std::uint64_t End() const { return offset + bytes.size(); }
 };
 
-/// A text in pieces, cut at its markers: in one pass, in the memory of a marker or two, however
-/// long a field is. Which bytes belong to what is as the component has it: markers are found from
-/// left to right, and up to three line breaks behind a record end belong to nothing.
+/// Cuts a text at its markers as the component does: record ends are found from left to right, in
+/// each record the field ends; up to three line breaks after a record end belong to nothing. Reads
+/// as the caller asks for tokens, in the memory of the window.
 ///
-/// It tells a Sink, in the order of the text, with places counted in bytes from `start` on:
-///
-///     void FieldPiece(std::string_view bytes, std::uint64_t at);  // never empty; lives for the
-///     call void FieldEnd(std::uint64_t at);                            // ends the pieces since
-///     the last end void RecordEnd(std::uint64_t at); void LineBreak(std::uint64_t at); // one that
-///     the component drops
-///
-/// A field without pieces is empty. Pieces that a RecordEnd follows without a FieldEnd, and
-/// whatever stands behind the last RecordEnd, are what the component drops. The same text cut into
-/// other pieces gives the same ends; only its FieldPieces may be cut otherwise.
-///
-/// The markers must be as CheckedMarkers demands (layout.h). Not to be shared by threads.
-class MarkerWalk {
+/// Where a marker overlaps itself in the text ("|||" with the marker "||"), the component takes the
+/// last one of a record or text for its end. That is looked ahead for some kilobytes; a text that
+/// leaves it open longer is a ConversionError.
+class Tokenizer {
  public:
-  explicit MarkerWalk(ByteMarkers markers, std::uint64_t start = 0)
-      : markers_(std::move(markers)), at_(start) {}
+  /// `window` must outlive it. The text is the rest of it; with markers `around` it ends before the
+  /// first of those, as the text of a named collection does.
+  Tokenizer(InputWindow& window, const Encoding& encoding, const ByteMarkers& markers,
+            const std::optional<ByteMarkers>& around = std::nullopt);
 
-  /// Goes on with `piece`. A few bytes at its end may be told of at the next call only.
-  template <class Sink>
-  void Feed(std::string_view piece, Sink& sink) {
-    // Enough behind what was held back to decide about every byte of it.
-    constexpr std::size_t kBehind = 64;
-    while (!held_.empty() && !piece.empty()) {
-      const std::size_t before = held_.size();
-      const std::size_t taken = std::min(piece.size(), std::max(kBehind, 2 * Longest()));
-      held_.append(piece.substr(0, taken));
-      const std::string stitched = std::move(held_);
-      held_.clear();
-      const std::size_t used = Walk(stitched, false, sink);
-      if (used < before) {
-        held_ = stitched.substr(used);
-        piece.remove_prefix(taken);
-      } else {
-        piece.remove_prefix(used - before);
+  /// The next token. After kEnd kEnd again, without bytes.
+  Token Next() {
+    if (breaksLeft_ == 0) {
+      // What most tokens are: a marker of one byte in the part of the window that is scanned.
+      while (mask_ != 0 && isSimple_) {
+        const std::size_t found = TakeFound();
+        if (found < next_) continue;
+        return TokenAt(found,
+                       bytes_[found] == fieldEnd_ ? Token::Kind::kField : Token::Kind::kRecord);
       }
     }
-    if (piece.empty()) return;
-    held_ = piece.substr(Walk(piece, false, sink));
+    return NextSlowly();
   }
 
-  /// Ends the text: tells what was held back. The walk may be used for another text after Restart.
-  template <class Sink>
-  void Finish(Sink& sink) {
-    const std::string rest = std::move(held_);
-    held_.clear();
-    Walk(rest, true, sink);
-  }
+  /// If a line break after a record end comes next: takes it and returns true.
+  bool NextLineBreak(Token& token);
 
-  /// Forgets everything: the next piece begins a text at `start`.
-  void Restart(std::uint64_t start) {
-    held_.clear();
-    at_ = start;
-    breaksLeft_ = 0;
-  }
+  /// What is in memory of the text from the next token on.
+  std::string_view Ahead() const { return bytes_.substr(next_); }
 
-  /// Forgets everything: the next piece stands at `start`, directly behind a record end.
-  void RestartBehindRecordEnd(std::uint64_t start) {
-    Restart(start);
-    breaksLeft_ = kMostBreaks;
-  }
+  /// Passes over `bytes` of Ahead(), which end with a record end.
+  void SkipRecords(std::size_t bytes);
 
-  /// The bytes up to `start` were no markers; the next piece stands there, in the same field.
-  void RestartWithin(std::uint64_t start) { Restart(start); }
+  /// The offset of the next token.
+  std::uint64_t Offset() const { return offset_ + next_; }
 
-  /// Whether some bytes that were fed have not been told of.
-  bool IsHolding() const { return !held_.empty(); }
+  /// Leaves the rest of the window to another tokenizer. Nothing may follow but Resume.
+  void Yield() { window_.Consume(next_); }
+
+  /// Goes on with the window where another tokenizer has left it.
+  void Resume();
 
   const ByteMarkers& Markers() const { return markers_; }
 
  private:
-  static constexpr int kMostBreaks = 3;
+  enum class Found { kNothing, kFieldEnd, kRecordEnd, kOuter };
 
-  std::size_t Longest() const {
-    return std::max({markers_.fieldEnd.size(), markers_.recordEnd.size(), std::size_t{4}});
+  std::size_t TakeFound() {
+    const auto found = block_ + static_cast<std::size_t>(std::countr_zero(mask_));
+    mask_ &= mask_ - 1;
+    return found;
   }
 
-  enum class Found { kNothing, kFieldEnd, kRecordEnd, kUndecided };
-
-  /// Whether `marker` stands at the front of `text`; kUndecided when `text` is too short to say.
-  static Found At(std::string_view text, const std::string& marker, Found found, bool isLast) {
-    const std::size_t common = std::min(text.size(), marker.size());
-    if (text.compare(0, common, marker, 0, common) != 0) return Found::kNothing;
-    if (common == marker.size()) return found;
-    return isLast ? Found::kNothing : Found::kUndecided;
+  Token TokenAt(std::size_t found, Token::Kind kind) {
+    const Token token{kind, {bytes_.data() + next_, found - next_}, Offset()};
+    const bool isRecord = kind == Token::Kind::kRecord;
+    next_ = found + (isRecord ? markers_.recordEnd.size() : markers_.fieldEnd.size());
+    breaksLeft_ = isRecord ? mostBreaks_ : 0;
+    return token;
   }
 
-  Found MarkerAt(std::string_view text, bool isLast) const {
-    const Found record = At(text, markers_.recordEnd, Found::kRecordEnd, isLast);
-    return record != Found::kNothing ? record
-                                     : At(text, markers_.fieldEnd, Found::kFieldEnd, isLast);
-  }
+  Token NextSlowly();
+  bool ScanBlock();
+  void Rescan();
+  void Refill();
+  std::optional<Token> TokenOf(std::size_t found);
+  std::optional<Token> PieceOrEnd();
+  Token PieceUpTo(std::size_t end);
+  Found MarkerAt(std::string_view text) const;
+  std::optional<std::size_t> LastOverlap(std::size_t found, bool isRecordEnd) const;
+  std::size_t Scannable() const;
 
-  /// Walks over `text` as far as it can be decided; returns how far that is.
-  template <class Sink>
-  std::size_t Walk(std::string_view text, bool isLast, Sink& sink) {
-    const std::uint64_t base = at_;
-    // Half a unit at the end waits for its other half.
-    const std::size_t end = isLast ? text.size() : text.size() - text.size() % markers_.unit;
-    const std::size_t used = markers_.fieldEnd.size() == 1 && markers_.recordEnd.size() == 1
-                                 ? WalkBytes(text, end, isLast, base, sink)
-                                 : WalkUnits(text, end, isLast, base, sink);
-    at_ = base + used;
-    return used;
-  }
-
-  /// Passes over the line breaks behind a record end. False when `text` ends before that is
-  /// decided.
-  template <class Sink>
-  bool PassBreaks(std::string_view text, bool isLast, std::uint64_t base, std::size_t& at,
-                  Sink& sink) {
-    while (breaksLeft_ > 0) {
-      const Found found = At(text.substr(at), markers_.lineBreak, Found::kRecordEnd, isLast);
-      if (found == Found::kUndecided) return false;
-      if (found == Found::kNothing) break;
-      sink.LineBreak(base + at);
-      at += markers_.lineBreak.size();
-      --breaksLeft_;
-    }
-    breaksLeft_ = 0;
-    return true;
-  }
-
-  template <class Sink>
-  static void Piece(std::string_view text, std::size_t from, std::size_t to, std::uint64_t base,
-                    Sink& sink) {
-    if (to > from) sink.FieldPiece(text.substr(from, to - from), base + from);
-  }
-
-  /// For markers of one byte each.
-  template <class Sink>
-  std::size_t WalkBytes(std::string_view text, std::size_t end, bool isLast, std::uint64_t base,
-                        Sink& sink) {
-    const char fieldEnd = markers_.fieldEnd.front();
-    ByteScan<FastestByteMatch> scan(text.substr(0, end), fieldEnd, markers_.recordEnd.front());
-    std::size_t at = 0;
-    if (!PassBreaks(text, isLast, base, at, sink)) return at;
-    for (;;) {
-      const std::size_t found = scan.Next();
-      if (found < at) continue;  // A marker that is part of a line break just passed.
-      Piece(text, at, found, base, sink);
-      if (found == end) return end;
-      at = found + 1;
-      if (text[found] == fieldEnd) {
-        sink.FieldEnd(base + found);
-        continue;
-      }
-      sink.RecordEnd(base + found);
-      breaksLeft_ = kMostBreaks;
-      if (!PassBreaks(text, isLast, base, at, sink)) return at;
-    }
-  }
-
-  /// For markers of any length: finds where one may begin, and looks.
-  template <class Sink>
-  std::size_t WalkUnits(std::string_view text, std::size_t end, bool isLast, std::uint64_t base,
-                        Sink& sink) {
-    // In UTF-16 with the higher byte first, the lower one is the rarer.
-    const std::size_t look = markers_.unit == 2 && markers_.fieldEnd.front() == 0 ? 1 : 0;
-    ByteScan<FastestByteMatch> scan(text.substr(0, end), markers_.fieldEnd[look],
-                                    markers_.recordEnd[look]);
-    std::size_t at = 0;
-    if (!PassBreaks(text, isLast, base, at, sink)) return at;
-    for (;;) {
-      const std::size_t hit = scan.Next();
-      if (hit == end) {
-        Piece(text, at, end, base, sink);
-        return end;
-      }
-      if (hit < at + look) continue;
-      const std::size_t found = hit - look;
-      // Pieces are whole units long, so a place in the text says as much as one in the piece.
-      if (found % markers_.unit != 0) continue;
-      const Found what = MarkerAt(text.substr(found), isLast);
-      if (what == Found::kNothing) continue;
-      Piece(text, at, found, base, sink);
-      at = found;
-      if (what == Found::kUndecided) return at;
-      if (what == Found::kFieldEnd) {
-        at += markers_.fieldEnd.size();
-        sink.FieldEnd(base + found);
-        continue;
-      }
-      at += markers_.recordEnd.size();
-      sink.RecordEnd(base + found);
-      breaksLeft_ = kMostBreaks;
-      if (!PassBreaks(text, isLast, base, at, sink)) return at;
-    }
-  }
-
+  InputWindow& window_;
+  Encoding encoding_;
   ByteMarkers markers_;
-  /// The place of the first byte that has not been told of.
-  std::uint64_t at_;
-  /// Its bytes and those behind it, too few to decide; never more than a marker or a line break.
-  std::string held_;
-  /// How many line breaks may still be dropped at at_.
+  std::optional<ByteMarkers> around_;
+  /// Each marker is one byte and there are no others to look for.
+  bool isSimple_;
+  bool isUnambiguous_;
+  char fieldEnd_;
+  int mostBreaks_;
+  /// The byte of a marker that is looked for: in UTF-16 with the higher byte first, the second.
+  std::size_t look_;
+  std::string sought_;
+  /// Bytes from a marker on that decide about it.
+  std::size_t lookahead_;
+
+  /// Those of the window, and their offset.
+  std::string_view bytes_;
+  std::uint64_t offset_ = 0;
+  // Indexes into them.
+  std::size_t next_ = 0;
+  std::size_t block_ = 0;
+  std::size_t scanned_ = 0;
+  /// What is left of the markers in the block from block_ to scanned_, the first in the lowest bit.
+  std::uint64_t mask_ = 0;
   int breaksLeft_ = 0;
+  bool isAtEnd_ = false;
 };
 
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

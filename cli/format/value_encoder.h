@@ -6,25 +6,27 @@
 #include <utility>
 #include <vector>
 
-#include "cli/format/layout.h"
+#include "cli/format/markers.h"
 #include "cli/text/encoding.h"
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 
 /// Encodes texts of which none may hold certain markers.
-class MarkerGuard {
+class ValueEncoder {
  public:
-  explicit MarkerGuard(Encoding encoding) : encoding_(std::move(encoding)) {}
+  explicit ValueEncoder(Encoding encoding) : encoding_(std::move(encoding)) {}
 
-  /// The markers of `pair` are forbidden from here on. Failure as CheckedMarkers.
+  /// The markers of `pair` are forbidden from here on. Fails as RequireByteMarkers.
   void Forbid(const MarkerPair& pair);
 
-  /// Appends `text`, which is UTF-8. When it holds one of the first `layers` pairs, or a character
-  /// that the encoding does not have, or is not UTF-8: what is wrong, to be said behind "it "; what
-  /// was appended is then of no use. A piece of a text may be given where markers are single
-  /// characters.
-  std::optional<std::string> Append(std::string_view text, std::size_t layers,
+  /// Appends `piece`, which is UTF-8, to a value that starts at `begin` in `bytes`. If the value
+  /// then holds one of the first `layers` pairs, or the piece a character that the encoding lacks,
+  /// or it is ill-formed: what is wrong, to follow "it "; what was appended is then of no use.
+  std::optional<std::string> Append(std::string_view piece, std::size_t layers, std::size_t begin,
                                     std::string& bytes) const;
+
+  /// How many bytes before a piece can be a part of a marker that ends in it.
+  std::size_t Overlap() const { return overlap_; }
 
  private:
   struct Forbidden {
@@ -32,10 +34,9 @@ class MarkerGuard {
     std::string described;
   };
 
-  bool Holds(std::string_view bytes, std::string_view marker) const;
-
   const Encoding encoding_;
   std::vector<Forbidden> forbidden_;
+  std::size_t overlap_ = 0;
 };
 
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

@@ -1,41 +1,19 @@
-#include "cli/text/diagnostics.h"
+#include "cli/io/diagnostics.h"
 
 #include <cstdlib>
+#include <string>
 
 #include "cli/io/system.h"
 #include "cli/text/escape.h"
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 namespace {
 
-constexpr std::size_t kMostOfAMessage = 10'000;
+constexpr std::size_t kMaxMessage = 10'000;
 
-bool IsSet(const char* name) {
+std::string_view Variable(const char* name) {
   const char* const value = std::getenv(name);
-  return value != nullptr && *value != '\0';
-}
-
-bool IsDumb() {
-  const char* const term = std::getenv("TERM");
-  return term != nullptr && std::string_view(term) == "dumb";
-}
-
-std::string_view Sequence(Style style) {
-  switch (style) {
-    case Style::kHeading:
-      return "\x1b[1m";
-    case Style::kMark:
-      return "\x1b[36m";
-    case Style::kGood:
-      return "\x1b[32m";
-    case Style::kBad:
-      return "\x1b[31m";
-    case Style::kFaint:
-      return "\x1b[2m";
-    case Style::kPlain:
-      break;
-  }
-  return {};
+  return value == nullptr ? std::string_view() : value;
 }
 
 void WriteMessage(const std::string& escaped) {
@@ -49,24 +27,18 @@ void WriteMessage(const std::string& escaped) {
 
 }  // namespace
 
-void Say(std::string_view message) { WriteMessage(Escaped(message, kMostOfAMessage)); }
+void Warn(std::string_view message) { WriteMessage(Escaped(message, kMaxMessage)); }
 
-void SayPainted(std::string_view before, Style style, std::string_view painted,
-                std::string_view after) {
-  WriteMessage(Escaped(before, kMostOfAMessage) +
-               Palette::Of(system::kStandardError).Paint(style, Escaped(painted)) +
-               Escaped(after, kMostOfAMessage));
+void WarnPainted(std::string_view before, Style style, std::string_view painted,
+                 std::string_view after) {
+  WriteMessage(Escaped(before, kMaxMessage) +
+               PaletteFor(system::kStandardError).Paint(style, Escaped(painted)) +
+               Escaped(after, kMaxMessage));
 }
 
-Palette Palette::Of(int descriptor) {
-  return Palette(system::IsTerminal(descriptor) && !IsSet("NO_COLOR") && !IsDumb() &&
-                 system::TakesColours(descriptor));
+Palette PaletteFor(int descriptor) {
+  return Palette(system::IsTerminal(descriptor) && Variable("NO_COLOR").empty() &&
+                 Variable("TERM") != "dumb" && system::TakesColours(descriptor));
 }
 
-std::string Palette::Paint(Style style, std::string_view text) const {
-  const std::string_view sequence = coloured_ ? Sequence(style) : std::string_view();
-  if (sequence.empty()) return std::string(text);
-  return std::string(sequence).append(text).append("\x1b[0m");
-}
-
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

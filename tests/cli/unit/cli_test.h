@@ -5,19 +5,19 @@
 #include <optional>
 #include <string>
 
-#include "cli/text/diagnostics.h"
+#include "cli/io/failure.h"
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 
-/// The code of the Failure that `step` throws; nothing when it throws none.
+/// The status of the Failure that `step` throws; nothing if it throws none.
 template <class Step>
-std::optional<ExitCode> FailureOf(Step&& step) {
+std::optional<ExitStatus> FailureOf(Step&& step) {
   try {
     step();
   } catch (const Failure& failure) {
-    return failure.Code();
+    return failure.Status();
   }
   return std::nullopt;
 }
 
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

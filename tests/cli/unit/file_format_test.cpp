@@ -1,10 +1,10 @@
-#include "cli/format/layout.h"
+#include "cli/format/file_format.h"
 
 #include <string>
 
-#include "tests/cli/unit/tool_test.h"
+#include "tests/cli/unit/cli_test.h"
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 namespace {
 
 const std::string kOuterText =
@@ -17,10 +17,11 @@ const std::string kInnerText =
     "Price\xBB\x8A"
     "a\xBB"
     "1\xBB\x8A";
-const std::string kBlocks = "DataString\xA5Name\xA5\x8C" + kInnerText + "\xA5Items\xA5\x8C";
+const std::string kSeveral = "DataString\xA5Name\xA5\x8C" + kInnerText + "\xA5Items\xA5\x8C";
 
-Layout Of(const std::string& head, const FormatOptions& options = {}) {
-  return FindLayout(head, options);
+FileFormat Of(const std::string& text, const FormatOptions& options = {}) {
+  Input input("file", text, kInputBlock);
+  return DetectFormat(input, options);
 }
 
 std::string InUtf8(const std::string& bytes) {
@@ -29,7 +30,7 @@ std::string InUtf8(const std::string& bytes) {
   return text;
 }
 
-TEST(Layout, FindsTheLayer) {
+TEST(FileFormat, FindsTheLayer) {
   EXPECT_EQ(Layer::kOuter, Of(kOuterText).layer);
   EXPECT_EQ("\x8C", Of(kOuterText).markers.recordEnd);
   EXPECT_EQ(Layer::kInner, Of(kInnerText).layer);
@@ -45,82 +46,103 @@ TEST(Layout, FindsTheLayer) {
       << "no field end before it";
 }
 
-TEST(Layout, KnowsSeveralCollectionsByTheirHeader) {
-  const auto blocks = Of(kBlocks).blocks;
-  ASSERT_TRUE(blocks);
-  EXPECT_EQ(0U, blocks->data);
-  EXPECT_EQ(1U, blocks->name);
-  EXPECT_TRUE(blocks->areSpelledExactly);
-  EXPECT_EQ("\x8A", Of(kBlocks).inner->recordEnd);
+TEST(FileFormat, KnowsSeveralCollectionsByTheirHeader) {
+  const auto named = Of(kSeveral).named;
+  ASSERT_TRUE(named);
+  EXPECT_EQ(0U, named->data);
+  EXPECT_EQ(1U, named->name);
+  EXPECT_TRUE(named->isNameExact);
+  EXPECT_EQ("\x8A", Of(kSeveral).inner->recordEnd);
   const auto turned = Of("Name\xA5"
                          "DataString\xA5\x8CItems\xA5" +
                          kInnerText + "\xA5\x8C")
-                          .blocks;
+                          .named;
   ASSERT_TRUE(turned);
   EXPECT_EQ(1U, turned->data);
-  EXPECT_FALSE(Of("datastring\xA5NAME\xA5\x8C\xA5x\xA5\x8C").blocks->areSpelledExactly);
-  EXPECT_FALSE(Of(kOuterText).blocks);
-  EXPECT_FALSE(Of("DataString\xA5Title\xA5\x8C").blocks);
-  EXPECT_FALSE(Of("DataString\xA5Name\xA5\x8Cplain\xA5Items\xA5\x8C").blocks) << "by its content";
+  EXPECT_FALSE(Of("datastring\xA5NAME\xA5\x8C\xA5x\xA5\x8C").named->isNameExact);
+  EXPECT_FALSE(Of(kOuterText).named);
+  EXPECT_FALSE(Of("DataString\xA5Title\xA5\x8C").named);
+  EXPECT_FALSE(Of("DataString\xA5Name\xA5\x8Cplain\xA5Items\xA5\x8C").named) << "by its content";
 }
 
-TEST(Layout, TakesABlockForDataWhenItDoesNotEndInTheHead) {
-  EXPECT_TRUE(Of(kBlocks.substr(0, 40)).blocks);
-  EXPECT_TRUE(Of("DataString\xA5Name\xA5\x8C").blocks);
+TEST(FileFormat, TakesATextWithoutAnEndForACollection) {
+  EXPECT_TRUE(Of(kSeveral.substr(0, 40)).named);
+  EXPECT_TRUE(Of("DataString\xA5Name\xA5\x8C").named);
 }
 
-TEST(Layout, TakesTheEncodingFromTheByteOrderMark) {
-  const Layout layout = Of("\xEF\xBB\xBF" + InUtf8(kInnerText));
-  EXPECT_EQ("utf-8", layout.encoding.Name());
-  EXPECT_EQ(3U, layout.markBytes);
-  EXPECT_EQ(Layer::kInner, layout.layer);
+TEST(FileFormat, TakesTheEncodingFromTheByteOrderMark) {
+  const FileFormat format = Of("\xEF\xBB\xBF" + InUtf8(kInnerText));
+  EXPECT_EQ("utf-8", format.encoding.Name());
+  EXPECT_EQ(3U, format.markBytes);
+  EXPECT_EQ(Layer::kInner, format.layer);
   EXPECT_EQ("windows-1252", Of(kOuterText).encoding.Name());
 }
 
-TEST(Layout, DoubtsATextWithoutAHeader) {
-  EXPECT_EQ("", Of(kOuterText).doubt);
-  EXPECT_NE(std::string::npos, Of(InUtf8(kOuterText)).doubt.find("--encoding utf-8"));
-  EXPECT_EQ("", Of("nothing of the kind").doubt);
+TEST(FileFormat, TakesAFileForSeveralCollectionsOnlyIfAllTextsAreCollections) {
+  const std::string head = "DataString\xA5Name\xA5\x8C";
+  EXPECT_FALSE(Of(head + kInnerText + "\xA5Items\xA5\x8Ctwo litres\xA5Milk\xA5\x8C").named);
+  EXPECT_FALSE(Of(head + "\x8A\xBB\xA5Milk\xA5\x8C").named) << "a record end before a field end";
+  EXPECT_TRUE(Of(head + kInnerText + "\xA5Items\xA5\x8C\xA5None\xA5\x8C\n").named) << "a tail";
+  FormatOptions options;
+  options.reading = Reading::kPlain;
+  EXPECT_FALSE(Of(kSeveral, options).named);
+  options.reading = Reading::kCollections;
+  EXPECT_TRUE(Of(head + "two litres\xA5Milk\xA5\x8C", options).named);
+  EXPECT_EQ(ExitStatus::kUsage, FailureOf([&] { Of(kOuterText, options); }));
 }
 
-TEST(Layout, TakesGivenMarkers) {
+TEST(FileFormat, RecognizesUtf8WithoutAByteOrderMark) {
+  const FileFormat format = Of(InUtf8(kOuterText));
+  EXPECT_EQ("utf-8", format.encoding.Name());
+  EXPECT_TRUE(format.isEncodingGuessed);
+  EXPECT_EQ("windows-1252", Of("Tag\xA5\x8C\xC2\xA5\x8C").encoding.Name()) << "\xC2 as data";
+  EXPECT_EQ("windows-1252", Of("plain").encoding.Name());
+}
+
+TEST(FileFormat, HintsAtAnotherEncodingThatHasAHeader) {
+  EXPECT_EQ("", Of(kOuterText).hint);
+  FormatOptions options;
+  options.encoding = "windows-1252";
+  EXPECT_NE(std::string::npos, Of(InUtf8(kOuterText), options).hint.find("--encoding utf-8"));
+  EXPECT_EQ("", Of("nothing of the kind").hint);
+}
+
+TEST(FileFormat, TakesGivenMarkers) {
   FormatOptions options;
   options.fieldEnd = "|";
   options.recordEnd = "U+001EU+001F";
-  const Layout layout = Of(kInnerText, options);
-  EXPECT_EQ("|", layout.markers.fieldEnd);
-  EXPECT_EQ("\x1E\x1F", layout.markers.recordEnd);
-  EXPECT_EQ(Layer::kGiven, layout.layer);
+  const FileFormat format = Of(kInnerText, options);
+  EXPECT_EQ("|", format.markers.fieldEnd);
+  EXPECT_EQ("\x1E\x1F", format.markers.recordEnd);
+  EXPECT_EQ(Layer::kGiven, format.layer);
 }
 
-TEST(Layout, RefusesMarkersThatCannotBeToldApart) {
+TEST(FileFormat, RefusesMarkersThatCannotBeUsed) {
   const auto refusal = [](const char* field, const char* record) {
-    return FailureOf([&] { CheckedMarkers({field, record}, Encoding()); });
+    return FailureOf([&] { RequireByteMarkers({field, record}, Encoding()); });
   };
-  EXPECT_EQ(ExitCode::kUsage, refusal("|", "|"));
-  EXPECT_EQ(ExitCode::kUsage, refusal("|", "a|"));
-  EXPECT_EQ(ExitCode::kUsage, refusal("ab", "bc"));
-  EXPECT_EQ(ExitCode::kUsage, refusal("aba", "x"));
-  EXPECT_EQ(ExitCode::kUsage, refusal("|", "\u0416")) << "not in windows-1252";
+  EXPECT_EQ(ExitStatus::kUsage, refusal("|", "|"));
+  EXPECT_EQ(ExitStatus::kUsage, refusal("|", "\u0416")) << "not in windows-1252";
   EXPECT_EQ(std::nullopt, refusal("<f>", "<r>"));
+  EXPECT_EQ(std::nullopt, refusal("||", "|"));
 }
 
-TEST(Layout, RefusesWhatIsNoMarkerAndNoEncoding) {
-  EXPECT_EQ(ExitCode::kUsage, FailureOf([] { MarkerText(""); }));
-  EXPECT_EQ(ExitCode::kUsage, FailureOf([] { MarkerText("U+D800"); }));
-  EXPECT_EQ("U+1", MarkerText("U+1")) << "too short for a number";
+TEST(FileFormat, RefusesWhatIsNoMarkerOrNoEncoding) {
+  EXPECT_EQ(ExitStatus::kUsage, FailureOf([] { ParseMarker(""); }));
+  EXPECT_EQ(ExitStatus::kUsage, FailureOf([] { ParseMarker("U+D800"); }));
+  EXPECT_EQ("U+1", ParseMarker("U+1")) << "too short for a number";
   FormatOptions options;
   options.encoding = "ebcdic";
-  EXPECT_EQ(ExitCode::kUsage, FailureOf([&] { Of("", options); }));
+  EXPECT_EQ(ExitStatus::kUsage, FailureOf([&] { Of("", options); }));
 }
 
-TEST(Layout, NeedsMarkersThatTheEncodingHas) {
+TEST(FileFormat, NeedsMarkersThatTheEncodingHas) {
   FormatOptions options;
   options.encoding = "1251";
-  EXPECT_EQ(ExitCode::kUsage, FailureOf([&] { Of(kOuterText, options); }));
+  EXPECT_EQ(ExitStatus::kUsage, FailureOf([&] { Of(kOuterText, options); }));
   options.encoding = "1250";
   EXPECT_EQ(Layer::kInner, Of(kInnerText, options).layer) << "1250 has the inner pair only";
 }
 
 }  // namespace
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

@@ -10,17 +10,17 @@
 #include "cli/io/system.h"
 #include "cli/text/utf.h"
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 
 /// A folder of the running test's own, deleted at its end. Paths are UTF-8.
-class PassingFolder {
+class TemporaryFolder {
  public:
-  PassingFolder() : folder_(std::filesystem::temp_directory_path() / Unique()) {
+  TemporaryFolder() : folder_(std::filesystem::temp_directory_path() / Unique()) {
     std::filesystem::create_directories(folder_);
   }
-  PassingFolder(const PassingFolder&) = delete;
-  PassingFolder& operator=(const PassingFolder&) = delete;
-  ~PassingFolder() { std::filesystem::remove_all(folder_); }
+  TemporaryFolder(const TemporaryFolder&) = delete;
+  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+  ~TemporaryFolder() { std::filesystem::remove_all(folder_); }
 
   std::string Path(const std::string& name) const {
     return Utf8OfUtf16(folder_.u16string()) + "/" + name;
@@ -54,4 +54,4 @@ class PassingFolder {
   std::filesystem::path folder_;
 };
 
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

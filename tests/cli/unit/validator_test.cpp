@@ -1,47 +1,36 @@
-#include "cli/format/skim.h"
+#include "cli/format/validator.h"
 
 #include <memory>
 #include <random>
 #include <string>
-#include <vector>
 
-#include "tests/cli/unit/tool_test.h"
+#include "tests/cli/unit/cli_test.h"
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 namespace {
 
-SoundRecord Sound(std::uint64_t fields) {
-  SoundRecord sound{'|', ';', fields};
-  sound.mayHold[0xE4] = true;
-  return sound;
+RecordShape Shape(std::uint64_t fields, bool allowsHighBytes = true) {
+  return {'|', ';', fields, allowsHighBytes, {'\x81', '<'}};
 }
 
-TEST(Skim, StopsBeforeTheFirstRecordThatIsNotSound) {
-  EXPECT_EQ((Skimmed{5, 1}), Skim("a|b|;", Sound(2)));
-  EXPECT_EQ((Skimmed{6, 2}), Skim("||;||;", Sound(2)));
-  EXPECT_EQ((Skimmed{3, 1}), Skim("||;|;||;", Sound(2))) << "too few fields";
-  EXPECT_EQ((Skimmed{3, 1}), Skim("||;|||;", Sound(2))) << "too many fields";
-  EXPECT_EQ((Skimmed{3, 1}), Skim("||;||x;", Sound(2))) << "text behind the last field end";
-  EXPECT_EQ((Skimmed{3, 1}), Skim("||;;", Sound(2))) << "an empty record";
-  EXPECT_EQ((Skimmed{3, 1}), Skim("||;a|\x81|;", Sound(2))) << "a byte that must not be";
-  EXPECT_EQ((Skimmed{8, 2}), Skim("||;a|\xE4|;", Sound(2)));
-  EXPECT_EQ((Skimmed{3, 1}), Skim("||;||", Sound(2))) << "no record end";
-  EXPECT_EQ((Skimmed{0, 0}), Skim("", Sound(2)));
-  EXPECT_EQ((Skimmed{0, 0}), Skim(";", Sound(1)));
+TEST(Validator, StopsBeforeTheFirstMalformedRecord) {
+  EXPECT_EQ((ValidPrefix{5, 1}), FindValidPrefix("a|b|;", Shape(2)));
+  EXPECT_EQ((ValidPrefix{6, 2}), FindValidPrefix("||;||;", Shape(2)));
+  EXPECT_EQ((ValidPrefix{3, 1}), FindValidPrefix("||;|;||;", Shape(2))) << "too few fields";
+  EXPECT_EQ((ValidPrefix{3, 1}), FindValidPrefix("||;|||;", Shape(2))) << "too many fields";
+  EXPECT_EQ((ValidPrefix{3, 1}), FindValidPrefix("||;||x;", Shape(2)))
+      << "text after the last field end";
+  EXPECT_EQ((ValidPrefix{3, 1}), FindValidPrefix("||;;", Shape(2))) << "an empty record";
+  EXPECT_EQ((ValidPrefix{3, 1}), FindValidPrefix("||;a|\x81|;", Shape(2)))
+      << "a byte that it must not hold";
+  EXPECT_EQ((ValidPrefix{8, 2}), FindValidPrefix("||;a|\xE4|;", Shape(2)));
+  EXPECT_EQ((ValidPrefix{3, 1}), FindValidPrefix("||;||", Shape(2))) << "no record end";
+  EXPECT_EQ((ValidPrefix{0, 0}), FindValidPrefix("", Shape(2)));
+  EXPECT_EQ((ValidPrefix{0, 0}), FindValidPrefix(";", Shape(1)));
 }
 
-std::vector<SkimFunction> Vectors() {
-  std::vector<SkimFunction> functions = {Skim};
-  if (NarrowSkim() != nullptr) functions.push_back(NarrowSkim());
-  if (WideSkim() != nullptr) functions.push_back(WideSkim());
-  return functions;
-}
-
-TEST(Skim, HasVectorsOnTheProcessorsThatAreTested) { EXPECT_NE(nullptr, NarrowSkim()); }
-
-TEST(Skim, FindsWithVectorsWhatItFindsByteByByte) {
+TEST(Validator, AgreesWithTheModel) {
   std::mt19937 random(11);
-  const auto functions = Vectors();
   for (int round = 0; round < 4000; ++round) {
     const std::uint64_t fields = 1 + random() % 5;
     std::string text;
@@ -59,10 +48,12 @@ TEST(Skim, FindsWithVectorsWhatItFindsByteByByte) {
     const auto memory = std::make_unique<char[]>(text.size());
     text.copy(memory.get(), text.size());
     const std::string_view exact(memory.get(), text.size());
-    const Skimmed expected = SkimByteByByte(exact, Sound(fields));
-    for (const SkimFunction skim : functions) ASSERT_EQ(expected, skim(exact, Sound(fields)));
+    for (const bool allowsHighBytes : {true, false}) {
+      const RecordShape shape = Shape(fields, allowsHighBytes);
+      ASSERT_EQ(FindValidPrefixByteByByte(exact, shape), FindValidPrefix(exact, shape));
+    }
   }
 }
 
 }  // namespace
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli
