@@ -9,12 +9,12 @@ int wmain(int count, wchar_t** given) {
   std::vector<std::string> arguments;
   for (int at = 1; at < count; ++at) {
     const std::wstring wide = given[at];
-    arguments.push_back(brindlex::tool::Utf8OfUtf16(std::u16string(wide.begin(), wide.end())));
+    arguments.push_back(brindlex::cli::Utf8OfUtf16(std::u16string(wide.begin(), wide.end())));
   }
-  return brindlex::tool::RunTool(arguments);
+  return brindlex::cli::RunProgram(arguments);
 }
 #else
 int main(int count, char** given) {
-  return brindlex::tool::RunTool(std::vector<std::string>(given + 1, given + count));
+  return brindlex::cli::RunProgram(std::vector<std::string>(given + 1, given + count));
 }
 #endif

@@ -1,15 +1,13 @@
 // Any file, to JSON and CSV and back: either the way there is refused, or the way back gives the
 // very same bytes. Any JSON and CSV, to a file and back to JSON: what was taken comes through.
 
-#include <unistd.h>
-
 #include <array>
 #include <string>
 
 #include "fuzz/agreement.h"
 #include "tests/cli/unit/converter.h"
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 namespace {
 
 constexpr std::array<JsonOptions, 4> kJson = {
@@ -44,23 +42,24 @@ void TakenComesThrough(Converter& converter, const std::string& text) {
     Require(converter.FromJson(json) == bytes, "a file made of JSON");
   }
   if (RefusalOf([&] { bytes = converter.FromCsv(text); }).empty()) {
-    converter.choice_.isPlain = true;
+    // It may look like a file of several.
+    converter.format_.reading = Reading::kPlain;
     std::string csv;
     Require(RefusalOf([&] { csv = converter.ToCsv(bytes); }).empty(),
             "a file made of CSV can be read");
     Require(converter.FromCsv(csv) == bytes, "a file made of CSV");
-    converter.choice_.isPlain = false;
+    converter.format_.reading = Reading::kDetected;
   }
 }
 
 }  // namespace
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  using brindlex::tool::Converter;
-  static Converter converter("/tmp/brindlex-fuzz-" + std::to_string(getpid()));
+  using brindlex::cli::Converter;
+  Converter converter;
   const std::string bytes(reinterpret_cast<const char*>(data), size);
-  brindlex::tool::ThereAndBack(converter, bytes);
-  brindlex::tool::TakenComesThrough(converter, bytes);
+  brindlex::cli::ThereAndBack(converter, bytes);
+  brindlex::cli::TakenComesThrough(converter, bytes);
   return 0;
 }

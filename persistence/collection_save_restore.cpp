@@ -8,6 +8,7 @@
 #include "persistence/multi_data.h"
 #include "persistence/record_writer.h"
 #include "persistence/restore_header.h"
+#include "persistence/restore_reports.h"
 
 namespace brindlex {
 namespace {
@@ -326,7 +327,7 @@ auto clsCollectionSaveRestore::Restore(TextView savedInfo, const Object& createO
         line = 3;
         const Object sample = createObject.CallForObject(kGetNewObject);
         const CollectionRef members = MembersOf(sample);
-        line = 4;
+        line = restore_line::kSplitRecords;
         const auto records = RecordsOf(savedInfo, markers);
         if (!HasHeaderAndRecord(*records)) return;
         line = 5;
@@ -346,14 +347,14 @@ auto clsCollectionSaveRestore::RestoreObjects(RecordParser& records, const Resto
   Result result;
   result.Begin(sample.Adapter());
   for (std::size_t number = 1; records.Next(); ++number) {
-    line = 6;
+    line = restore_line::kSplitFields;
     const FieldViews& values = FieldsOf(records);
     RequireAll(values, header.properties.size(), number);
     line = 7;
     Object object = creatorAccess->CallForObject(creator, 0);
     object.Adapter();
     access->LetTexts(object, values);
-    line = 8;
+    line = restore_line::kAddRecord;
     result.Add(std::move(object), KeyOf(values, header.keyColumns));
   }
   return result.Take();
@@ -369,7 +370,7 @@ CollectionRef clsCollectionSaveRestore::AsDelimitedToCollection(TextView savedIn
 }
 
 void clsCollectionSaveRestore::ReportFailedRestore(const PendingError& pending) {
-  platform_.ShowReport(TaggedReport(u"Error ADTC", u"Error ADTC", pending));
+  platform_.ShowReport(TaggedReport(kRestoreCaption, kRestoreCaption, pending));
 }
 
 Object clsCollectionSaveRestore::GetObjectFromString(TextView inputString,

@@ -11,8 +11,6 @@
 namespace brindlex {
 namespace {
 
-constexpr TextView kLineBreak = u"\r\n";
-
 Text CheckedMarker(TextView marker) {
   if (marker.empty()) throw RuntimeError(error_number::kInvalidCall);
   return Text(marker);
@@ -53,9 +51,9 @@ bool DelimitedItems::Next(TextView& item) {
 }
 
 TextView StripRecordBreaks(TextView text, TextView recordEnd, Text& storage) {
-  const Text oneBreak = Text(recordEnd).append(kLineBreak);
+  const Text oneBreak = Text(recordEnd).append(kRecordBreak);
   if (text.find(oneBreak) == TextView::npos) return text;
-  const Text twoBreaks = Text(oneBreak).append(kLineBreak);
+  const Text twoBreaks = Text(oneBreak).append(kRecordBreak);
   storage = ReplaceAll(ReplaceAll(text, twoBreaks, recordEnd), oneBreak, recordEnd);
   return storage;
 }
@@ -138,11 +136,10 @@ class FastRecordParser final : public RecordParser {
 
   /// Moves `start`, of a record, past the line breaks there.
   void SkipBreaks(Position& start) const noexcept {
-    constexpr int kMost = 3;
     // The last unit of all is a record end, which begins no break.
-    for (int skipped = 0; skipped < kMost && start != end_; ++skipped) {
-      if (start[0] != kLineBreak[0] || start[1] != kLineBreak[1]) break;
-      start += kLineBreak.size();
+    for (int skipped = 0; skipped < kMostRecordBreaks && start != end_; ++skipped) {
+      if (start[0] != kRecordBreak[0] || start[1] != kRecordBreak[1]) break;
+      start += kRecordBreak.size();
     }
   }
 
@@ -195,7 +192,7 @@ class GeneralRecordParser final : public RecordParser {
 /// Whether the fast path finds what the general path finds.
 bool AllowFastPath(const Markers& markers) {
   const auto isPlain = [](TextView marker) {
-    return marker.size() == 1 && kLineBreak.find(marker) == TextView::npos;
+    return marker.size() == 1 && kRecordBreak.find(marker) == TextView::npos;
   };
   return isPlain(markers.fieldEnd) && isPlain(markers.recordEnd) &&
          markers.fieldEnd != markers.recordEnd;

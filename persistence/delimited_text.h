@@ -27,6 +27,10 @@ Markers DefaultMarkers();
 /// caron, codes 187 and 138 of Windows-1252.
 Markers InternalMarkers();
 
+/// What editors and file writers put after a record end, and how many of them reading drops.
+inline constexpr TextView kRecordBreak = u"\r\n";
+inline constexpr int kMostRecordBreaks = 3;
+
 /// `defaults`, each replaced by the caller's marker if there is one. Error 5 when a caller's marker
 /// is empty, since it would end nothing, or the error of reading it.
 Markers MarkersOr(Markers defaults, const OptionalText& recordEnd, const OptionalText& fieldEnd);

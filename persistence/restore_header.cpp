@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "environment/trap.h"
+#include "persistence/restore_reports.h"
 
 namespace brindlex {
 namespace {
@@ -44,8 +45,8 @@ bool HasHeaderAndRecord(RecordParser& records) {
 
 void RequireAll(const FieldViews& values, std::size_t expected, std::size_t recordNumber) {
   if (values.size() == expected) return;
-  GoToHandler(Text(u"Fields in record don't match field list, record number ")
-                  .append(DecimalText(static_cast<std::int32_t>(recordNumber))));
+  GoToHandler(
+      Text(kFieldCountDescription).append(DecimalText(static_cast<std::int32_t>(recordNumber))));
 }
 
 std::optional<TextView> KeyOf(const FieldViews& values, const std::vector<std::size_t>& columns) {

@@ -12,7 +12,7 @@ import sys
 
 ROOMS = ("appfiles", "automation", "bases", "cli", "environment", "persistence", "platform", "server")
 # How many functions of a room may still be too long.
-PENDING = {"cli": 1}
+PENDING: dict[str, int] = {}
 MOST_LINES = 40
 # Comments, preprocessor lines, raw strings, strings and characters, in this order of preference.
 NOISE = re.compile(

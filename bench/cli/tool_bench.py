@@ -62,7 +62,7 @@ class Job:
                 self.megabytes = max(self.megabytes, resident(process.pid))
                 time.sleep(0.001)
             if process.returncode != 0:
-                sys.exit(f"{' '.join(command)} left with {process.returncode}")
+                sys.exit(f"{' '.join(command)} exited with status {process.returncode}")
             self.seconds = min(self.seconds, time.monotonic() - started)
         print(f"{name:44}{self.seconds:9.2f} s{self.megabytes:9.1f} MB", flush=True)
 

@@ -4,7 +4,7 @@
 
 #include "cli/text/table.h"
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 namespace {
 
 /// Fewer values say nothing about a column.
@@ -28,7 +28,7 @@ void ColumnProfile::Learn(std::string_view value) {
     return;
   }
   ++notEmpty_;
-  areNumbers_ = areNumbers_ && IsNumber(std::string(value));
+  areNumbers_ = areNumbers_ && IsNumber(value);
   holdNoLetters_ = holdNoLetters_ && !HasLetter(value);
   constexpr std::size_t kLong = 100;
   if (values_.size() <= kFew) values_.emplace(value.substr(0, kLong));
@@ -41,7 +41,7 @@ bool ColumnProfile::Fits(std::string_view value) const {
     return false;
   }
   if (notEmpty_ < kEnough) return true;
-  if (areNumbers_) return IsNumber(std::string(value));
+  if (areNumbers_) return IsNumber(value);
   return !holdNoLetters_ || !HasLetter(value);
 }
 
@@ -58,4 +58,4 @@ std::vector<std::string> Joined(const std::vector<std::string>& values, const Jo
   return joined;
 }
 
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

@@ -6,10 +6,10 @@
 #include <string_view>
 #include <vector>
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 
-/// What the values of a column have in common, learnt from sound records; by it a value can be told
-/// that does not belong there. Values are bytes of the file's encoding.
+/// What the values of a column have in common, learnt from valid records; it shows whether a value
+/// belongs there. Values are bytes of the file's encoding.
 class ColumnProfile {
  public:
   /// Learns from a value; at least a few are needed before anything is refused.
@@ -38,4 +38,4 @@ struct Join {
 std::vector<std::string> Joined(const std::vector<std::string>& values, const Join& join,
                                 std::string_view marker);
 
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

@@ -6,7 +6,7 @@
 
 #include "cli/text/escape.h"
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 
 std::string_view KindName(DefectKind kind) {
   switch (kind) {
@@ -14,7 +14,7 @@ std::string_view KindName(DefectKind kind) {
       return "field-count";
     case DefectKind::kNoFieldEnd:
       return "no-field-end";
-    case DefectKind::kTextBehindFieldEnd:
+    case DefectKind::kTextAfterFieldEnd:
       return "text-behind-field-end";
     case DefectKind::kNoRecordEnd:
       return "no-record-end";
@@ -32,9 +32,9 @@ std::string_view KindName(DefectKind kind) {
       return "duplicate-key";
     case DefectKind::kNoKeyColumn:
       return "no-key-column";
-    case DefectKind::kBlankBlockName:
+    case DefectKind::kBlankCollectionName:
       return "blank-block-name";
-    case DefectKind::kBlockNameSpelling:
+    case DefectKind::kCollectionNameSpelling:
       return "block-name-spelling";
   }
   return "unknown";
@@ -51,7 +51,7 @@ void DefectWriter::Take(const Defect& defect) {
 
 void DefectWriter::WriteLine(const Defect& defect) {
   std::string line =
-      fmt::format("{}:{}:{}:{}: ", ShownPath(file_), defect.at, defect.record, defect.field);
+      fmt::format("{}:{}:{}:{}: ", ShownPath(file_), defect.offset, defect.record, defect.field);
   if (defect.collection != 0) line += fmt::format("collection {}: ", defect.collection);
   line.append(defect.what).append("; ").append(defect.does);
   output_.Write(Escaped(line) + "\n");
@@ -60,7 +60,7 @@ void DefectWriter::WriteLine(const Defect& defect) {
 void DefectWriter::WriteObject(const Defect& defect) {
   nlohmann::ordered_json object;
   object["file"] = file_;
-  object["byte"] = defect.at;
+  object["byte"] = defect.offset;
   object["record"] = defect.record;
   object["field"] = defect.field;
   object["collection"] = defect.collection;
@@ -77,4 +77,4 @@ void DefectWriter::Finish() {
   if (asJson_) output_.Write(count_ == 0 ? "[]\n" : "\n]\n");
 }
 
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

@@ -5,28 +5,28 @@
 #include <string>
 
 #include "cli/check/defects.h"
-#include "cli/format/layout.h"
+#include "cli/format/file_format.h"
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 
 /// What a check of a file found besides its defects.
 struct CheckedFile {
-  /// Records of all its collections, headers not included.
+  /// Records of all its collections, without headers.
   std::uint64_t records = 0;
   std::uint64_t collections = 0;
-  std::string doubt;
+  /// What follows the last record end and is no record.
+  Extent tail;
 };
 
-/// Tells `sink` every defect of a file, of all its layers, in the order of their places; duplicate
-/// keys that need another pass over the file come behind the others. At most 64 MB of memory,
-/// whatever the file. Standard input is read once: when its keys would need a second pass, that is
-/// a Failure kInputOutput. Other failures are those of Input and FindLayout.
-CheckedFile CheckFile(const std::string& path, const FormatOptions& options,
-                      const std::optional<std::string>& keyName, DefectSink& sink);
+/// Passes every defect of a file, of both its layers, to `handler`, in the order of their offsets;
+/// duplicate keys that need another pass over the file follow the others. At most 64 MB of memory,
+/// whatever the file. Fails as Input.
+CheckedFile CheckFile(Input& input, const FileFormat& format,
+                      const std::optional<std::string>& keyName, DefectHandler& handler);
 
 /// The same with room for `keySlots` keys (KeyCheck), for tests.
-CheckedFile CheckFile(const std::string& path, const FormatOptions& options,
-                      const std::optional<std::string>& keyName, DefectSink& sink,
+CheckedFile CheckFile(Input& input, const FileFormat& format,
+                      const std::optional<std::string>& keyName, DefectHandler& handler,
                       std::size_t keySlots);
 
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

@@ -6,7 +6,7 @@
 #include "automation/text.h"
 #include "cli/text/utf.h"
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 namespace {
 
 constexpr std::size_t kFirstSlots = 8;
@@ -38,19 +38,19 @@ void KeyHash::MixUtf8(std::string_view text) {
 KeyCheck::KeyCheck(std::size_t mostSlots) : mostSlots_(mostSlots) {}
 
 void KeyCheck::Begin(std::uint64_t collection) {
-  if (isFirstPass_) share_ = {collection, 0, 0, 0};
-  isActive_ = share_.collection == collection;
+  if (isFirstPass_) partition_ = {collection, 0, 0, 0};
+  isActive_ = partition_.collection == collection;
   if (!isActive_) return;
   slots_.assign(std::min(kFirstSlots, mostSlots_), Slot{});
   used_ = 0;
 }
 
-bool KeyCheck::IsMine(std::uint64_t low) const {
-  return (low & ((std::uint64_t{1} << share_.level) - 1)) == share_.bits;
+bool KeyCheck::IsInPartition(std::uint64_t low) const {
+  return (low & ((std::uint64_t{1} << partition_.level) - 1)) == partition_.bits;
 }
 
-KeyCheck::Slot& KeyCheck::PlaceOf(const Slot& sought) {
-  // The lowest bits tell the shares, so the place is taken from the others.
+KeyCheck::Slot& KeyCheck::FindSlot(const Slot& sought) {
+  // The lowest bits decide the partition, so the slot is chosen by the others.
   std::size_t at = static_cast<std::size_t>(sought.low >> 24U) & (slots_.size() - 1);
   for (;;) {
     Slot& slot = slots_[at];
@@ -65,7 +65,7 @@ void KeyCheck::Rehash(std::size_t slots) {
   std::vector<Slot> kept;
   kept.reserve(used_);
   for (const Slot& slot : slots_) {
-    if (slot.rest != 0 && IsMine(slot.low)) kept.push_back(slot);
+    if (slot.rest != 0 && IsInPartition(slot.low)) kept.push_back(slot);
   }
   if (slots == slots_.size()) {
     std::fill(slots_.begin(), slots_.end(), Slot{});
@@ -75,7 +75,7 @@ void KeyCheck::Rehash(std::size_t slots) {
     slots_.resize(slots);
   }
   used_ = kept.size();
-  for (const Slot& slot : kept) PlaceOf(slot) = slot;
+  for (const Slot& slot : kept) FindSlot(slot) = slot;
 }
 
 void KeyCheck::MakeRoom(std::uint64_t record) {
@@ -85,12 +85,12 @@ void KeyCheck::MakeRoom(std::uint64_t record) {
       Rehash(slots_.size() < kLastDoubled ? slots_.size() * 2 : mostSlots_);
       continue;
     }
-    Share other = share_;
-    other.bits |= std::uint64_t{1} << share_.level;
+    Partition other = partition_;
+    other.bits |= std::uint64_t{1} << partition_.level;
     ++other.level;
-    other.told = std::max(other.told, record);
-    putOff_.push_back(other);
-    ++share_.level;
+    other.reported = std::max(other.reported, record);
+    deferred_.push_back(other);
+    ++partition_.level;
     Rehash(slots_.size());
   }
 }
@@ -98,13 +98,13 @@ void KeyCheck::MakeRoom(std::uint64_t record) {
 std::optional<std::uint64_t> KeyCheck::Add(const KeyHash& key, std::uint64_t record) {
   if (!isActive_) return std::nullopt;
   const SipHash128 hash = key.Value();
-  if (!IsMine(hash.low)) return std::nullopt;
+  if (!IsInPartition(hash.low)) return std::nullopt;
   // The highest bit keeps a taken slot from looking empty.
   const std::uint64_t high = hash.high >> kRecordBits | std::uint64_t{1} << 23U;
   const Slot added{hash.low, high << kRecordBits | (record & kRecordMask)};
-  Slot& slot = PlaceOf(added);
+  Slot& slot = FindSlot(added);
   if (slot.rest != 0) {
-    if (record <= share_.told) return std::nullopt;
+    if (record <= partition_.reported) return std::nullopt;
     return slot.rest & kRecordMask;
   }
   slot = added;
@@ -116,13 +116,13 @@ std::optional<std::uint64_t> KeyCheck::Add(const KeyHash& key, std::uint64_t rec
 bool KeyCheck::NextPass() {
   isFirstPass_ = false;
   isActive_ = false;
-  // Others may go over the text once more; what has been told is not told again then.
-  share_ = {};
-  share_.collection = kNoCollection;
-  if (putOff_.empty()) return false;
-  share_ = putOff_.back();
-  putOff_.pop_back();
+  // Others may go over the text once more; what was reported is not reported again then.
+  partition_ = {};
+  partition_.collection = kNoCollection;
+  if (deferred_.empty()) return false;
+  partition_ = deferred_.back();
+  deferred_.pop_back();
   return true;
 }
 
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

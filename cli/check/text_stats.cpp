@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 namespace {
 
 constexpr std::size_t kMostColumns = 10'000;
@@ -10,12 +10,15 @@ constexpr std::size_t kMostOfAName = 256;
 
 }  // namespace
 
-void TextStats::Begin() {
-  const Encoding encoding = encoding_;
-  *this = TextStats(encoding);
+BreakCounts& BreakCounts::operator+=(const BreakCounts& other) {
+  dropped += other.dropped;
+  pairs += other.pairs;
+  lineFeeds += other.lineFeeds;
+  carriageReturns += other.carriageReturns;
+  return *this;
 }
 
-std::uint64_t TextStats::CharactersOf(std::string_view bytes) const {
+std::uint64_t TextStats::CountCharacters(std::string_view bytes) const {
   switch (encoding_.GetForm()) {
     case Encoding::Form::kCodePage:
       return bytes.size();
@@ -58,15 +61,15 @@ void TextStats::CountBreaks(std::string_view bytes) {
   }
 }
 
-void TextStats::FieldPiece(std::string_view bytes, std::uint64_t) {
-  length_ += CharactersOf(bytes);
+void TextStats::TakeBytes(std::string_view bytes) {
+  length_ += CountCharacters(bytes);
   CountBreaks(bytes);
   if (record_ > 0 || columns_.size() >= kMostColumns) return;
   const std::size_t room = kMostOfAName - std::min(kMostOfAName, nameBytes_.size());
   nameBytes_.append(bytes.substr(0, room));
 }
 
-void TextStats::FieldEnd(std::uint64_t) {
+void TextStats::EndField() {
   if (record_ == 0) {
     if (columns_.size() < kMostColumns) columns_.push_back({nameBytes_, 0, 0, 0});
     nameBytes_.clear();
@@ -83,7 +86,14 @@ void TextStats::FieldEnd(std::uint64_t) {
   endsInReturn_ = false;
 }
 
-void TextStats::RecordEnd(std::uint64_t) {
+void TextStats::Take(const Token& token) {
+  if (token.kind == Token::Kind::kLineBreak) {
+    ++breaks_.dropped;
+    return;
+  }
+  if (!token.bytes.empty() && token.kind != Token::Kind::kEnd) TakeBytes(token.bytes);
+  if (token.kind == Token::Kind::kField) return EndField();
+  if (token.kind != Token::Kind::kRecord) return;
   ++record_;
   field_ = 0;
   length_ = 0;
@@ -91,4 +101,4 @@ void TextStats::RecordEnd(std::uint64_t) {
   endsInReturn_ = false;
 }
 
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

@@ -5,27 +5,22 @@
 #include <string_view>
 #include <vector>
 
+#include "cli/format/tokenizer.h"
 #include "cli/text/encoding.h"
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 
-/// Line breaks: those behind record ends, which belong to nothing, and those within values.
+/// Line breaks: those after record ends, which belong to nothing, and those within values.
 struct BreakCounts {
   std::uint64_t dropped = 0;
   std::uint64_t pairs = 0;
   std::uint64_t lineFeeds = 0;
   std::uint64_t carriageReturns = 0;
 
-  BreakCounts& operator+=(const BreakCounts& other) {
-    dropped += other.dropped;
-    pairs += other.pairs;
-    lineFeeds += other.lineFeeds;
-    carriageReturns += other.carriageReturns;
-    return *this;
-  }
+  BreakCounts& operator+=(const BreakCounts& other);
 };
 
-/// What one text holds, counted by the walk over it, whose sink this is.
+/// Counts what one text holds, token by token.
 class TextStats {
  public:
   struct Column {
@@ -39,23 +34,22 @@ class TextStats {
 
   explicit TextStats(Encoding encoding) : encoding_(std::move(encoding)) {}
 
-  /// A new text begins; the counts of the last are gone.
-  void Begin();
+  void Take(const Token& token);
 
-  void FieldPiece(std::string_view bytes, std::uint64_t at);
-  void FieldEnd(std::uint64_t at);
-  void RecordEnd(std::uint64_t at);
-  void LineBreak(std::uint64_t) { ++breaks_.dropped; }
-
-  /// Records, the header not included; those with a record end only.
+  /// Records that have a record end, without the header.
   std::uint64_t Records() const { return record_ == 0 ? 0 : record_ - 1; }
   const std::vector<Column>& Columns() const { return columns_; }
-
   const BreakCounts& Breaks() const { return breaks_; }
 
+  /// The record, 0 in the header, and the field, from 0, that the next token belongs to.
+  std::uint64_t Record() const { return record_; }
+  std::size_t Field() const { return field_; }
+
  private:
-  std::uint64_t CharactersOf(std::string_view bytes) const;
+  std::uint64_t CountCharacters(std::string_view bytes) const;
   void CountBreaks(std::string_view bytes);
+  void TakeBytes(std::string_view bytes);
+  void EndField();
 
   Encoding encoding_;
   std::vector<Column> columns_;
@@ -68,4 +62,4 @@ class TextStats {
   bool endsInReturn_ = false;
 };
 
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

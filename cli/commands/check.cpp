@@ -1,5 +1,3 @@
-#include <fmt/format.h>
-
 #include <memory>
 #include <optional>
 #include <string>
@@ -8,10 +6,12 @@
 #include "cli/check/defects.h"
 #include "cli/check/file_check.h"
 #include "cli/commands/command_line.h"
+#include "cli/io/diagnostics.h"
 #include "cli/io/system.h"
+#include "cli/text/counted.h"
 #include "cli/text/escape.h"
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 namespace {
 
 struct CheckOptions {
@@ -21,42 +21,56 @@ struct CheckOptions {
   bool asJson = false;
 };
 
-std::string Counted(std::uint64_t count, const char* what) {
-  return fmt::format("{} {}{}", count, what, count == 1 ? "" : "s");
-}
-
-/// For a person who waits: nobody else wants to be told that all is well.
-void SayResult(const std::string& path, const CheckedFile& checked, std::uint64_t defects) {
-  if (!checked.doubt.empty()) Say(ShownPath(path) + ": " + checked.doubt);
+/// What is found besides defects: for everybody what is unusual, for a person at a terminal that
+/// all is well.
+void WarnOfResult(const std::string& path, const FileFormat& format, const CheckedFile& checked,
+                  std::uint64_t defects) {
+  const std::string before = ShownPath(path) + ": ";
+  if (!format.hint.empty()) Warn(before + format.hint);
+  if (checked.tail.length > 0) {
+    Warn(before + "byte " + std::to_string(checked.tail.offset) + ": " +
+         Counted(checked.tail.length, "byte") +
+         " of line breaks, blanks or end-of-file marks after the last record end, which are no "
+         "record");
+  }
   if (!system::IsTerminal(system::kStandardError)) return;
   std::string extent = Counted(checked.records, "record");
   if (checked.collections > 0) extent += " in " + Counted(checked.collections, "collection");
-  const std::string before = ShownPath(path) + ": ";
   if (defects == 0) {
-    SayPainted(before, Style::kGood, "no defects", ", " + extent);
+    WarnPainted(before, Style::kGood, "no defects", ", " + extent);
   } else {
-    SayPainted(before, Style::kBad, Counted(defects, "defect"), ", " + extent);
+    WarnPainted(before, Style::kBad, Counted(defects, "defect"), ", " + extent);
   }
+}
+
+/// Returns whether the file has defects.
+bool CheckOne(const std::string& path, const CheckOptions& options, Output& output,
+              DefectWriter& writer) {
+  const std::uint64_t before = writer.Count();
+  writer.BeginFile(path);
+  Input input(path);
+  const FileFormat format = DetectFormat(input, options.format);
+  if (!options.key && !format.named) input.ReadOnce();
+  const CheckedFile checked = CheckFile(input, format, options.key, writer);
+  if (output.IsTerminal()) output.Flush();
+  WarnOfResult(path, format, checked, writer.Count() - before);
+  return writer.Count() > before;
 }
 
 void Check(const CheckOptions& options, Context& context) {
   Output output(OutputOptions{});
   DefectWriter writer(output, options.asJson);
   for (const std::string& path : ExpandedPaths(options.paths)) {
-    const std::uint64_t before = writer.Count();
-    writer.BeginFile(path);
     try {
-      const CheckedFile checked = CheckFile(path, options.format, options.key, writer);
-      if (output.IsTerminal()) output.Flush();
-      SayResult(path, checked, writer.Count() - before);
-      if (writer.Count() > before && context.exit == ExitCode::kFine) {
-        context.exit = ExitCode::kDefects;
+      const bool hasDefects = CheckOne(path, options, output, writer);
+      if (hasDefects && context.status == ExitStatus::kSuccess) {
+        context.status = ExitStatus::kDefects;
       }
     } catch (const Failure& failure) {
-      // The other files are looked at all the same.
-      if (failure.Code() != ExitCode::kInputOutput) throw;
-      Say(failure.what());
-      context.exit = failure.Code();
+      // The other files are checked all the same.
+      if (failure.Status() != ExitStatus::kInputOutput) throw;
+      Warn(failure.what());
+      context.status = failure.Status();
     }
   }
   writer.Finish();
@@ -65,20 +79,21 @@ void Check(const CheckOptions& options, Context& context) {
 
 }  // namespace
 
-void AddCheck(CLI::App& tool, Context& context) {
+void AddCheck(CLI::App& program, Context& context) {
   auto options = std::make_shared<CheckOptions>();
-  CLI::App& command = AddCommand(
-      tool, "check", "Tells every defect with its place, and what the component would do about it",
-      "brindlex check books.txt                 file:byte:record:field: what it is; what comes of "
-      "it\n"
-      "brindlex check --key Title *.txt         duplicate keys too\n"
-      "brindlex check --json books.txt | jq .   for machines\n");
+  CLI::App& command =
+      AddCommand(program, "check", "Reports every defect: its position and its effect on a restore",
+                 "brindlex check books.txt                 file:byte:record:field: what it is; its "
+                 "effect\n"
+                 "brindlex check --key Title *.txt         duplicate keys too\n"
+                 "brindlex check --json books.txt | jq .   for machines\n");
   AddInputFiles(command, options->paths, "The files to check; - is standard input");
-  command.add_option("--key", options->key, "Tell records with the same value in this column")
+  command.add_option("--key", options->key, "Report records with the same value in this column")
       ->type_name("NAME");
   command.add_flag("--json", options->asJson, "One JSON array of objects");
   AddFormatOptions(command, options->format);
+  AddReadingOptions(command, options->format);
   command.callback([options, &context] { Check(*options, context); });
 }
 
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

@@ -6,12 +6,12 @@
 #include <utility>
 
 #include "automation/hash_key.h"
-#include "cli/commands/convert_commands.h"
+#include "cli/io/diagnostics.h"
 #include "cli/io/system.h"
 #include "cli/text/escape.h"
 #include "cli/version.h"
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 namespace {
 
 /// Help with the examples first, which are kept as the command's footer.
@@ -41,14 +41,8 @@ class ExamplesFirst : public CLI::Formatter {
 };
 
 constexpr const char* kDescription =
-    "Looks into, checks, converts and mends collections kept as delimited text.";
+    "Shows, checks, converts and repairs collections kept as delimited text.";
 constexpr const char* kExamples = "brindlex COMMAND --help              what a command takes\n";
-
-void Print(std::string_view text) {
-  Output output(OutputOptions{});
-  output.Write(text);
-  output.Commit();
-}
 
 std::vector<std::string> Reversed(const std::vector<std::string>& arguments) {
   std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
@@ -58,80 +52,135 @@ std::vector<std::string> Reversed(const std::vector<std::string>& arguments) {
   return reversed;
 }
 
-// In the order that the help shows them in.
-void AddCommands(CLI::App& tool, Context& context) {
-  AddView(tool, context);
-  AddInfo(tool, context);
-  AddCheck(tool, context);
-  AddSalvage(tool, context);
-  AddToJson(tool, context);
-  AddToCsv(tool, context);
-  AddToHtml(tool, context);
-  AddFromJson(tool, context);
-  AddFromCsv(tool, context);
-  AddCollections(tool, context);
-  AddBase(tool, context);
+void AddCommands(CLI::App& program, Context& context) {
+#define BRINDLEX_COMMAND(Name) Add##Name(program, context);
+#include "cli/commands/all_commands.h"
+#undef BRINDLEX_COMMAND
+}
+
+/// How many letters have to be added, removed or changed to make one word of the other.
+std::size_t EditDistance(std::string_view left, std::string_view right) {
+  std::vector<std::size_t> row(right.size() + 1);
+  for (std::size_t column = 0; column < row.size(); ++column) row[column] = column;
+  for (std::size_t line = 1; line <= left.size(); ++line) {
+    std::size_t diagonal = row[0];
+    row[0] = line;
+    for (std::size_t column = 1; column < row.size(); ++column) {
+      const std::size_t changed = diagonal + (left[line - 1] == right[column - 1] ? 0 : 1);
+      diagonal = row[column];
+      row[column] = std::min({row[column] + 1, row[column - 1] + 1, changed});
+    }
+  }
+  return row.back();
+}
+
+/// Refuses a first word that is no command, in place of the parser, which knows no better one.
+void CheckCommand(const CLI::App& program, const std::vector<std::string>& arguments) {
+  if (arguments.empty() || arguments.front().starts_with('-')) return;
+#ifdef _WIN32
+  if (arguments.front() == "/?") return;
+#endif
+  RequireCommand(program, arguments.front());
 }
 
 // From here on nobody can know in which order a table has the names of a file.
-void SeedHashes() {
+void SeedHashKeys() {
   SipKey key;
   if (!system::FillRandom(&key, sizeof(key))) {
-    throw Failure(ExitCode::kInputOutput, "the system supplies no random numbers");
+    throw Failure(ExitStatus::kInputOutput, "the system supplies no random numbers");
   }
   SetHashKey(key);
 }
 
 int Run(const std::vector<std::string>& arguments) {
-  CLI::App tool(kDescription, "brindlex");
+  CLI::App program(kDescription, "brindlex");
   Context context;
-  tool.formatter(std::make_shared<ExamplesFirst>());
-  tool.footer(kExamples);
-  tool.set_help_flag("-h,--help", "Show this help and leave");
-  tool.set_version_flag("--version", std::string("brindlex ") + kVersion,
-                        "Show the version and leave");
-  tool.require_subcommand(1);
-  AddCommands(tool, context);
+  program.formatter(std::make_shared<ExamplesFirst>());
+  program.footer(kExamples);
+  program.set_help_flag("-h,--help", "Show this help and exit");
+  program.set_version_flag("--version", std::string("brindlex ") + kVersion,
+                           "Show the version and exit");
+  program.require_subcommand(1);
+  AddCommands(program, context);
+  CheckCommand(program, arguments);
   try {
-    tool.parse(Reversed(arguments));
+    program.parse(Reversed(arguments));
   } catch (const CLI::CallForVersion& version) {
     Print(std::string(version.what()) + "\n");
   } catch (const CLI::Success&) {
-    Print(tool.help());
+    Print(program.help());
   } catch (const CLI::ParseError& error) {
-    const auto chosen = tool.get_subcommands();
+    const auto chosen = program.get_subcommands();
     const std::string command = chosen.empty() ? "" : " " + chosen.front()->get_name();
     // It quotes arguments as they are.
     constexpr std::size_t kMost = 500;
-    Say(Escaped(error.what(), kMost) + "; see brindlex" + command + " --help");
-    return static_cast<int>(ExitCode::kUsage);
+    Warn(Escaped(error.what(), kMost) + "; see brindlex" + command + " --help");
+    return static_cast<int>(ExitStatus::kUsage);
   }
-  return static_cast<int>(context.exit);
+  return static_cast<int>(context.status);
 }
 
 }  // namespace
 
-CLI::App& AddCommand(CLI::App& tool, const std::string& name, const std::string& description,
+CLI::App& AddCommand(CLI::App& program, const std::string& name, const std::string& description,
                      const std::string& examples) {
-  CLI::App* const command = tool.add_subcommand(name, description);
+  CLI::App* const command = program.add_subcommand(name, description);
   command->footer(examples);
   return *command;
+}
+
+void Print(std::string_view text) {
+  Output output(OutputOptions{});
+  output.Write(text);
+  output.Commit();
+}
+
+const CLI::App& RequireCommand(const CLI::App& program, const std::string& name) {
+  const CLI::App* nearest = nullptr;
+  std::size_t fewest = 0;
+  for (const CLI::App* const command :
+       program.get_subcommands([](const CLI::App*) { return true; })) {
+    if (command->get_name() == name) return *command;
+    constexpr std::size_t kMost = 40;
+    const std::size_t distance = EditDistance(name.substr(0, kMost), command->get_name());
+    if (nearest == nullptr || distance < fewest) {
+      nearest = command;
+      fewest = distance;
+    }
+  }
+  // A name that has no letter in common is no help.
+  const bool isAlike = nearest != nullptr && fewest < nearest->get_name().size();
+  throw UsageError("there is no command " + Quoted(name) +
+                   (isAlike ? "; did you mean " + nearest->get_name() + "?" : "") +
+                   "; see brindlex --help");
 }
 
 void AddFormatOptions(CLI::App& command, FormatOptions& options) {
   command
       .add_option(
           "--encoding", options.encoding,
-          "How the file's bytes stand for characters: windows-1252 (when nothing else is said "
-          "and no byte order mark is there), another Windows code page by its number (874, 1250 "
-          "to 1258), utf-8, utf-16, utf-16be")
+          "The file's encoding, in place of the detected one: windows-1252, another Windows code "
+          "page by its number (874, 1250 to 1258), utf-8, utf-16, utf-16be")
       ->type_name("NAME");
   command
       .add_option("--field-end", options.fieldEnd,
-                  "The field end, as it is or as U+001F, in place of the one found out")
+                  "The field end, as it is or as U+001F, in place of the detected one")
       ->type_name("TEXT");
-  command.add_option("--record-end", options.recordEnd, "The record end, likewise")
+  command.add_option("--record-end", options.recordEnd, "The record end, in the same way")
       ->type_name("TEXT");
+}
+
+void AddReadingOptions(CLI::App& command, FormatOptions& options) {
+  const auto force = [&options](Reading reading) {
+    return [&options, reading](std::int64_t) { options.reading = reading; };
+  };
+  auto* const plain =
+      command.add_flag("--plain", force(Reading::kPlain),
+                       "One collection, even if it has the columns of a file of several");
+  command
+      .add_flag("--collections", force(Reading::kCollections),
+                "Several collections, even if the text of one is damaged")
+      ->excludes(plain);
 }
 
 void AddOutputOptions(CLI::App& command, OutputOptions& options, bool isRequired) {
@@ -142,7 +191,7 @@ void AddOutputOptions(CLI::App& command, OutputOptions& options, bool isRequired
                                  : "The file to write; - is standard output, as without it")
           ->type_name("FILE");
   if (isRequired) output->required();
-  command.add_flag("--force", options.force, "Replace a file that is there");
+  command.add_flag("--force", options.force, "Overwrite a file that exists");
 }
 
 void AddInputFile(CLI::App& command, std::string& path) {
@@ -163,17 +212,17 @@ std::vector<std::string> ExpandedPaths(const std::vector<std::string>& paths) {
   return expanded;
 }
 
-int RunTool(const std::vector<std::string>& arguments) {
+int RunProgram(const std::vector<std::string>& arguments) {
   try {
-    SeedHashes();
+    SeedHashKeys();
     return Run(arguments);
   } catch (const Failure& failure) {
-    Say(failure.what());
-    return static_cast<int>(failure.Code());
+    Warn(failure.what());
+    return static_cast<int>(failure.Status());
   } catch (const std::bad_alloc&) {
-    Say("there is not enough memory");
-    return static_cast<int>(ExitCode::kInputOutput);
+    Warn("there is not enough memory");
+    return static_cast<int>(ExitStatus::kInputOutput);
   }
 }
 
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

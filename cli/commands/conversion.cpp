@@ -1,43 +1,43 @@
 #include "cli/commands/conversion.h"
 
-#include "cli/convert/table_target.h"
+#include "cli/io/diagnostics.h"
+#include "cli/io/failure.h"
 #include "cli/io/system.h"
-#include "cli/text/diagnostics.h"
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 namespace {
 
-bool IsThereWholeOrNot(const OutputOptions& options) {
+bool IsWrittenAtOnce(const OutputOptions& options) {
   return options.path != "-" && system::KindOf(options.path) != system::FileKind::kOther;
 }
 
-void Tell(const Losses& losses, bool areAccepted) {
-  if (losses.IsEmpty()) return;
+void CheckLosses(const Losses& losses, bool allowsLosses) {
   std::string all;
   for (const std::string& sentence : losses.Sentences()) {
-    if (areAccepted) Say("left out: " + sentence);
+    if (allowsLosses) Warn("left out: " + sentence);
     all += (all.empty() ? "" : "; ") + sentence;
   }
-  if (areAccepted) return;
+  if (allowsLosses || all.empty()) return;
   throw ConversionError("converting back would give another file, so nothing is written: " + all +
                         "; --lossy converts without");
 }
 
 }  // namespace
 
-void RunConversion(const OutputOptions& options, bool areAccepted, const Conversion& convert) {
+void RunConversion(const OutputOptions& options, bool allowsLosses, const Conversion& convert) {
   Output output(options);
+  const auto write = [&](std::string_view bytes) { output.Write(bytes); };
   Losses losses;
-  if (!IsThereWholeOrNot(options)) {
-    convert([](std::string_view) {}, losses);
-    Tell(losses, areAccepted);
-    Losses again;
-    convert([&](std::string_view bytes) { output.Write(bytes); }, again);
+  if (IsWrittenAtOnce(options)) {
+    convert(write, losses);
+    CheckLosses(losses, allowsLosses);
   } else {
-    convert([&](std::string_view bytes) { output.Write(bytes); }, losses);
-    Tell(losses, areAccepted);
+    convert([](std::string_view) {}, losses);
+    CheckLosses(losses, allowsLosses);
+    Losses again;
+    convert(write, again);
   }
   output.Commit();
 }
 
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

@@ -1,14 +1,14 @@
 #include "cli/commands/csv_options.h"
 
-#include "cli/text/diagnostics.h"
+#include "cli/io/failure.h"
 #include "cli/text/escape.h"
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 
 void AddCsvOptions(CLI::App& command, CsvOptions& options) {
   command
       .add_option("--delimiter", options.delimiter,
-                  "What stands between values: a character below 128, or the word tab (,)")
+                  "What separates values: a character below 128, or the word tab (,)")
       ->type_name("C");
   command.add_flag("--guard-formulas", options.guardFormulas,
                    "An apostrophe before values that a spreadsheet would compute (to-csv), and off "
@@ -20,10 +20,10 @@ CsvStyle StyleOf(const CsvOptions& options) {
   constexpr std::string_view kTaken = "\"'\r\n";
   const bool isOne = delimiter.size() == 1 && static_cast<unsigned char>(delimiter.front()) < 0x80;
   if (!isOne || delimiter.front() == '\0' || kTaken.find(delimiter) != std::string_view::npos) {
-    throw Failure(ExitCode::kUsage, "the delimiter " + Quoted(options.delimiter) +
-                                        " is not one character below 128 that may stand there");
+    throw UsageError("the delimiter " + Quoted(options.delimiter) +
+                     " is not one character below 128 that can separate values");
   }
   return {delimiter.front(), options.guardFormulas};
 }
 
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

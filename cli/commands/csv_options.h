@@ -5,7 +5,7 @@
 
 #include "cli/convert/csv_text.h"
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 
 /// What the command line says of comma-separated values.
 struct CsvOptions {
@@ -20,4 +20,4 @@ void AddCsvOptions(CLI::App& command, CsvOptions& options);
 /// below 128 or the word tab, and for a quotation mark, a line break or a NUL.
 CsvStyle StyleOf(const CsvOptions& options);
 
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

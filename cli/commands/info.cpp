@@ -8,14 +8,14 @@
 
 #include "cli/check/text_stats.h"
 #include "cli/commands/command_line.h"
+#include "cli/io/diagnostics.h"
 #include "cli/io/input.h"
-#include "cli/io/progress.h"
 #include "cli/io/system.h"
 #include "cli/text/display.h"
 #include "cli/text/escape.h"
 #include "cli/text/table.h"
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 namespace {
 
 struct InfoOptions {
@@ -31,95 +31,105 @@ struct Described {
   std::vector<TextStats::Column> columns;
 };
 
-/// The outer layer of a multi-collection file, each of whose blocks is counted by itself.
-class BlockStats {
+/// What a file holds: one collection, or several.
+struct FileStats {
+  std::uint64_t bytes = 0;
+  std::uint64_t records = 0;
+  std::uint64_t collections = 0;
+  BreakCounts breaks;
+  /// The first ones, as many as are shown; the only one of a file of one.
+  std::vector<Described> shown;
+};
+
+/// Counts the text of one collection, up to its end; returns how many bytes it has.
+std::uint64_t CountText(Tokenizer& tokenizer, TextStats& stats) {
+  const std::uint64_t begin = tokenizer.Offset();
+  Token token;
+  do {
+    token = tokenizer.Next();
+    stats.Take(token);
+  } while (token.kind != Token::Kind::kEnd);
+  return token.End() - begin;
+}
+
+FileStats CountSingle(InputWindow& window, const FileFormat& format) {
+  Tokenizer tokenizer(window, format.encoding, format.markers);
+  TextStats stats(format.encoding);
+  CountText(tokenizer, stats);
+  return {tokenizer.Offset(),
+          stats.Records(),
+          0,
+          stats.Breaks(),
+          {{{}, 0, stats.Records(), stats.Columns()}}};
+}
+
+/// Counts a file of several collections, each by itself.
+class NamedStats {
  public:
-  explicit BlockStats(const Layout& layout)
-      : columns_(*layout.blocks),
-        outer_(layout.encoding),
-        inner_(layout.encoding),
-        walk_(*layout.inner) {}
+  NamedStats(InputWindow& window, const FileFormat& format)
+      : window_(window),
+        format_(format),
+        tokenizer_(window, format.encoding, format.markers),
+        outer_(format.encoding) {}
 
-  void FieldPiece(std::string_view bytes, std::uint64_t at) {
-    if (isHeader_ || field_ != columns_.data) {
-      outer_.FieldPiece(bytes, at);
-      const std::size_t room = kMostOfAName - std::min(kMostOfAName, name_.size());
-      if (field_ == columns_.name) name_.append(bytes.substr(0, room));
-      return;
-    }
-    if (bytes_ == 0) walk_.Restart(at);
-    bytes_ += bytes.size();
-    walk_.Feed(bytes, inner_);
+  FileStats Run() {
+    Token token;
+    do {
+      for (Token lineBreak; tokenizer_.NextLineBreak(lineBreak);) outer_.Take(lineBreak);
+      if (outer_.Record() > 0 && outer_.Field() == format_.named->data) CountCollection();
+      const std::size_t field = outer_.Field();
+      token = tokenizer_.Next();
+      if (field == format_.named->name && name_.size() < kMostOfAName) {
+        name_ += token.bytes.substr(0, kMostOfAName - name_.size());
+      }
+      if (token.kind == Token::Kind::kRecord && outer_.Record() > 0) TakeCollection();
+      if (token.kind == Token::Kind::kRecord) name_.clear();
+      outer_.Take(token);
+    } while (token.kind != Token::Kind::kEnd);
+    stats_.bytes = token.End();
+    stats_.collections = outer_.Records();
+    stats_.breaks += outer_.Breaks();
+    return std::move(stats_);
   }
-
-  void FieldEnd(std::uint64_t at) {
-    if (!isHeader_ && field_ == columns_.data && bytes_ > 0) walk_.Finish(inner_);
-    outer_.FieldEnd(at);
-    ++field_;
-  }
-
-  void RecordEnd(std::uint64_t at) {
-    if (!isHeader_) TakeCollection();
-    outer_.RecordEnd(at);
-    isHeader_ = false;
-    field_ = 0;
-    bytes_ = 0;
-    name_.clear();
-    inner_.Begin();
-  }
-
-  void LineBreak(std::uint64_t at) { outer_.LineBreak(at); }
-
-  std::uint64_t Count() const { return outer_.Records(); }
-  std::uint64_t Records() const { return records_; }
-  BreakCounts Breaks() const { return BreakCounts(breaks_) += outer_.Breaks(); }
-  /// The first ones, as many as are told of.
-  const std::vector<Described>& Collections() const { return collections_; }
 
  private:
   static constexpr std::size_t kMostOfAName = 256;
 
+  void CountCollection() {
+    tokenizer_.Yield();
+    Tokenizer inner(window_, format_.encoding, *format_.inner, format_.markers);
+    TextStats stats(format_.encoding);
+    const std::uint64_t bytes = CountText(inner, stats);
+    inner.Yield();
+    tokenizer_.Resume();
+    if (bytes > 0) collection_ = {{}, bytes, stats.Records(), stats.Columns()};
+    stats_.records += stats.Records();
+    stats_.breaks += stats.Breaks();
+  }
+
   void TakeCollection() {
     constexpr std::size_t kMostColumns = 100'000;
-    records_ += inner_.Records();
-    breaks_ += inner_.Breaks();
-    columnsKept_ += inner_.Columns().size() + 1;
-    if (columnsKept_ > kMostColumns) return;
-    collections_.push_back({name_, bytes_, inner_.Records(), inner_.Columns()});
+    columns_ += collection_.columns.size() + 1;
+    collection_.name = name_;
+    if (columns_ <= kMostColumns) stats_.shown.push_back(std::move(collection_));
+    collection_ = {};
   }
 
-  BlockColumns columns_;
+  InputWindow& window_;
+  const FileFormat& format_;
+  Tokenizer tokenizer_;
   TextStats outer_;
-  TextStats inner_;
-  MarkerWalk walk_;
-  std::vector<Described> collections_;
-  std::size_t columnsKept_ = 0;
-  std::uint64_t records_ = 0;
-  BreakCounts breaks_;
-  bool isHeader_ = true;
-  std::size_t field_ = 0;
-  std::uint64_t bytes_ = 0;
+  FileStats stats_;
+  Described collection_;
   std::string name_;
+  std::size_t columns_ = 0;
 };
 
-template <class Sink>
-std::uint64_t WalkAll(Input& input, const Layout& layout, Sink& sink) {
-  Progress progress("reading", input.Size());
-  MarkerWalk walk(layout.markers, layout.markBytes);
-  for (auto block = input.Next(); !block.empty(); block = input.Next()) {
-    const bool isFirst = input.Given() == block.size();
-    walk.Feed(block.substr(isFirst ? layout.markBytes : 0), sink);
-    progress.Show(input.Given());
-  }
-  walk.Finish(sink);
-  return input.Given();
-}
-
-/// Writes what was found out, line by line.
+/// Writes what a file holds, line by line.
 class InfoWriter {
  public:
-  InfoWriter(const Layout& layout, Output& output)
-      : layout_(layout), output_(output), palette_(Palette::Of(system::kStandardOutput)) {}
+  InfoWriter(const FileFormat& format, Output& output)
+      : format_(format), output_(output), palette_(PaletteFor(system::kStandardOutput)) {}
 
   void Write(const std::string& label, const std::string& text) {
     output_.Write(fmt::format("  {}  {}\n",
@@ -129,18 +139,19 @@ class InfoWriter {
   void WriteFile(const std::string& name, std::uint64_t bytes) {
     output_.Write(palette_.Paint(Style::kHeading, ShownPath(name)) + "\n");
     Write("size", fmt::format("{} byte{}", bytes, bytes == 1 ? "" : "s"));
-    Write("encoding",
-          layout_.encoding.Name() + (layout_.markBytes > 0 ? ", with a byte order mark" : ""));
-    Write("field end", MarkerLine(layout_.pair.fieldEnd, layout_.markers.fieldEnd));
-    Write("record end", MarkerLine(layout_.pair.recordEnd, layout_.markers.recordEnd));
-    Write("markers", layout_.layer == Layer::kOuter   ? "those of the outer layer"
-                     : layout_.layer == Layer::kInner ? "those of the inner layer"
+    Write("encoding", format_.encoding.Name() + (format_.markBytes > 0 ? ", with a byte order mark"
+                                                 : format_.isEncodingGuessed ? ", detected"
+                                                                             : ""));
+    Write("field end", MarkerLine(format_.pair.fieldEnd, format_.markers.fieldEnd));
+    Write("record end", MarkerLine(format_.pair.recordEnd, format_.markers.recordEnd));
+    Write("markers", format_.layer == Layer::kOuter   ? "those of the outer layer"
+                     : format_.layer == Layer::kInner ? "those of the inner layer"
                                                       : "as given");
   }
 
   void WriteBreaks(const BreakCounts& breaks) {
     Write("line breaks",
-          fmt::format("{} behind record ends, which are dropped; in values {} CR LF, {} LF, {} CR",
+          fmt::format("{} after record ends, which are dropped; in values {} CR LF, {} LF, {} CR",
                       breaks.dropped, breaks.pairs, breaks.lineFeeds, breaks.carriageReturns));
   }
 
@@ -150,22 +161,22 @@ class InfoWriter {
     for (std::size_t at = 0; at < columns.size(); ++at) {
       const auto& column = columns[at];
       rows.push_back({{std::to_string(at + 1), false},
-                      {Printable(layout_.encoding, column.name), false},
+                      {Printable(format_.encoding, column.name), false},
                       {std::to_string(column.longest), false},
                       {column.longest > 0 ? std::to_string(column.longestRecord) : "", false},
                       {std::to_string(column.empty), false}});
     }
     const Table table({"Field", "Name", "Longest value", "in record", "Empty"}, rows, 0);
     output_.Write("\n");
-    table.WriteHead(output_, palette_);
-    for (const Row& row : rows) table.WriteRow(row, output_, palette_);
+    output_.Write(table.Head(palette_));
+    for (const Row& row : rows) output_.Write(table.Line(row));
   }
 
   void WriteCollection(std::size_t number, const Described& collection) {
     output_.Write("\n");
     output_.Write(palette_.Paint(
         Style::kHeading,
-        fmt::format("{}. {}", number, Printable(layout_.encoding, collection.name))));
+        fmt::format("{}. {}", number, Printable(format_.encoding, collection.name))));
     output_.Write(fmt::format("  records {}, fields {}, bytes {}\n", collection.records,
                               collection.columns.size(), collection.bytes));
     WriteColumns(collection.columns);
@@ -179,38 +190,40 @@ class InfoWriter {
     return fmt::format("{}  ({})", Printable(*Encoding::Named("utf-8"), text), digits.substr(1));
   }
 
-  const Layout& layout_;
+  const FileFormat& format_;
   Output& output_;
   Palette palette_;
 };
 
 void Describe(const std::string& path, const FormatOptions& options, Output& output) {
   Input input(path);
-  const Layout layout = FindLayout(input.Head(), options);
-  InfoWriter writer(layout, output);
-  if (!layout.doubt.empty()) Say(ShownPath(path) + ": " + layout.doubt);
-  if (layout.blocks) {
-    BlockStats stats(layout);
-    writer.WriteFile(input.Name(), WalkAll(input, layout, stats));
-    writer.Write("collections", std::to_string(stats.Count()));
-    writer.Write("records", std::to_string(stats.Records()));
-    writer.WriteBreaks(stats.Breaks());
-    const auto& collections = stats.Collections();
-    for (std::size_t at = 0; at < collections.size(); ++at) {
-      writer.WriteCollection(at + 1, collections[at]);
-    }
-    if (collections.size() < stats.Count()) {
-      Say(fmt::format("{}: only the first {} collections are told of", ShownPath(path),
-                      collections.size()));
-    }
-    return;
+  const FileFormat format = DetectFormat(input, options);
+  input.ReadOnce();
+  if (!format.hint.empty()) Warn(ShownPath(path) + ": " + format.hint);
+  InfoWriter writer(format, output);
+  FileStats stats;
+  {
+    Progress progress("reading", input.Size());
+    InputWindow window(input, format.Text(), &progress);
+    stats = format.named ? NamedStats(window, format).Run() : CountSingle(window, format);
   }
-  TextStats stats(layout.encoding);
-  writer.WriteFile(input.Name(), WalkAll(input, layout, stats));
-  writer.Write("records", std::to_string(stats.Records()));
-  writer.Write("fields", std::to_string(stats.Columns().size()));
-  writer.WriteBreaks(stats.Breaks());
-  writer.WriteColumns(stats.Columns());
+  writer.WriteFile(input.Name(), stats.bytes);
+  if (!format.named) {
+    writer.Write("records", std::to_string(stats.records));
+    writer.Write("fields", std::to_string(stats.shown.front().columns.size()));
+    writer.WriteBreaks(stats.breaks);
+    return writer.WriteColumns(stats.shown.front().columns);
+  }
+  writer.Write("collections", std::to_string(stats.collections));
+  writer.Write("records", std::to_string(stats.records));
+  writer.WriteBreaks(stats.breaks);
+  for (std::size_t index = 0; index < stats.shown.size(); ++index) {
+    writer.WriteCollection(index + 1, stats.shown[index]);
+  }
+  if (stats.shown.size() < stats.collections) {
+    Warn(fmt::format("{}: only the first {} collections are shown", ShownPath(path),
+                     stats.shown.size()));
+  }
 }
 
 void Info(const InfoOptions& options) {
@@ -226,16 +239,17 @@ void Info(const InfoOptions& options) {
 
 }  // namespace
 
-void AddInfo(CLI::App& tool, Context&) {
+void AddInfo(CLI::App& program, Context&) {
   auto options = std::make_shared<InfoOptions>();
   CLI::App& command =
-      AddCommand(tool, "info",
-                 "Says what a file holds: markers, encoding, counts, longest values, line breaks",
+      AddCommand(program, "info",
+                 "Shows what a file holds: markers, encoding, counts, longest values, line breaks",
                  "brindlex info books.txt\n"
                  "brindlex info settings.txt      which collection is which\n");
-  AddInputFiles(command, options->paths, "The files to look into; - is standard input");
+  AddInputFiles(command, options->paths, "The files to describe; - is standard input");
   AddFormatOptions(command, options->format);
+  AddReadingOptions(command, options->format);
   command.callback([options] { Info(*options); });
 }
 
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

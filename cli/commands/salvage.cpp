@@ -8,13 +8,14 @@
 
 #include "cli/check/salvage_text.h"
 #include "cli/commands/command_line.h"
+#include "cli/io/diagnostics.h"
 #include "cli/io/input.h"
-#include "cli/io/progress.h"
 #include "cli/io/system.h"
+#include "cli/text/counted.h"
 #include "cli/text/escape.h"
 #include "cli/text/utf.h"
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 namespace {
 
 struct SalvageOptions {
@@ -25,16 +26,15 @@ struct SalvageOptions {
   JoinOptions join;
 };
 
-/// The outer layer of a file with several collections: each is sorted by itself.
-class BlockSalvage : public TextSalvage {
+/// The outer layer of a file of several collections: the records of each are sorted by themselves.
+class NamedSalvage : public TextSalvage {
  public:
-  BlockSalvage(const std::string& path, const Layout& layout, const JoinOptions& options,
-               Output& output, const Tell& tell)
-      : TextSalvage(path, layout.encoding, layout.markers, options, output, tell),
-        layout_(layout),
-        columns_(*layout.blocks),
-        inner_(path, layout.encoding, *layout.inner, options, output, tell) {
-    inner_.SetForeign(layout.markers);
+  NamedSalvage(Input& input, const FileFormat& format, const JoinOptions& options, Output& output,
+               const Report& report, Progress* progress)
+      : TextSalvage(input, format.encoding, format.markers, options, output, report, progress),
+        format_(format),
+        inner_(input, format.encoding, *format.inner, options, output, report) {
+    inner_.SetAround(format.markers);
   }
 
   /// What the collections hold.
@@ -43,52 +43,53 @@ class BlockSalvage : public TextSalvage {
  protected:
   bool Fits(std::size_t column, const std::string& value) override {
     const auto holds = [&](const std::string& marker) {
-      return FindMarker(value, marker, layout_.inner->unit) != std::string::npos;
+      return FindMarker(value, marker, format_.inner->unit) != std::string::npos;
     };
-    const bool isInner = holds(layout_.inner->fieldEnd) || holds(layout_.inner->recordEnd);
-    if (column == columns_.data) return value.empty() || isInner;
+    const bool isInner = holds(format_.inner->fieldEnd) || holds(format_.inner->recordEnd);
+    if (column == format_.named->data) return value.empty() || isInner;
     return !isInner;
   }
 
-  void WriteField(std::size_t column, const Span& field, bool isJoined) override {
-    if (column != columns_.data) return TextSalvage::WriteField(column, field, isJoined);
-    if (field.bytes > 0) innerCounts_ += inner_.Run(field, Writing(), isJoined);
+  void WriteField(std::size_t column, const Extent& field, bool isJoined) override {
+    if (column != format_.named->data) return TextSalvage::WriteField(column, field, isJoined);
+    if (field.length > 0) innerCounts_ += inner_.Run(field, Writing(), isJoined);
   }
 
   bool CopiesRecords() const override { return false; }
 
  private:
-  const Layout& layout_;
-  BlockColumns columns_;
+  const FileFormat& format_;
   TextSalvage inner_;
   SalvageCounts innerCounts_;
 };
 
-/// Where damaged records go: a file that is there when there are any, and a line each for people.
+/// Where damaged records go: a file that is made if there are any, and a line for each.
 class DamagedRecords {
  public:
-  DamagedRecords(const SalvageOptions& options, const Layout& layout)
+  DamagedRecords(const SalvageOptions& options, Input& input, const FileFormat& format)
       : options_(options),
-        layout_(layout),
+        input_(input),
+        format_(format),
         // Data on standard output leaves no room for lines about it.
-        hasLines_(options.output.path != "-"),
-        copy_(options.path) {}
+        hasLines_(options.output.path != "-") {}
 
   void Take(const Damage& damage) {
-    std::string line =
-        fmt::format("{}:{}:{}:0: ", ShownPath(options_.path), damage.at, damage.record);
-    if (damage.collection != 0) line += fmt::format("collection {}: ", damage.collection);
-    if (hasLines_) lines_.Write(Escaped(line + damage.what) + "\n");
+    const std::string collection =
+        damage.collection == 0 ? std::string() : fmt::format("collection {}", damage.collection);
+    if (hasLines_) {
+      lines_.Write(Escaped(fmt::format("{}:{}:{}:0: {}{}{}", ShownPath(options_.path),
+                                       damage.offset, damage.record, collection,
+                                       collection.empty() ? "" : ": ", damage.what)) +
+                   "\n");
+    }
     if (damage.isJoined) return;
     if (!output_) {
       output_.emplace(OutputOptions{options_.damaged, options_.output.force});
-      if (layout_.markBytes > 0) output_->Write(layout_.encoding.ByteOrderMark());
+      if (format_.markBytes > 0) output_->Write(format_.encoding.ByteOrderMark());
     }
-    WriteLine(fmt::format(
-        "byte {}, {}record {}: {}\r\n", damage.at,
-        damage.collection == 0 ? std::string() : fmt::format("collection {}, ", damage.collection),
-        damage.record, damage.what));
-    copy_.Copy(damage.bytes, *output_);
+    WriteLine(fmt::format("byte {}, {}{}record {}: {}\r\n", damage.offset, collection,
+                          collection.empty() ? "" : ", ", damage.record, damage.what));
+    ReadExtent(input_, damage.bytes, [&](std::string_view bytes) { output_->Write(bytes); });
     WriteLine("\r\n\r\n");
   }
 
@@ -98,23 +99,23 @@ class DamagedRecords {
   }
 
  private:
-  // A line of our own, in the file's encoding; what that does not have is no data.
+  // A line of the program's own, in the file's encoding; what that lacks becomes a question mark.
   void WriteLine(std::string_view text) {
     std::string bytes;
     while (!text.empty()) {
-      text.remove_prefix(layout_.encoding.FromUtf8(text, bytes));
+      text.remove_prefix(format_.encoding.FromUtf8(text, bytes));
       if (text.empty()) break;
-      layout_.encoding.FromUtf8("?", bytes);
+      format_.encoding.FromUtf8("?", bytes);
       text.remove_prefix(std::max<std::size_t>(FirstOfUtf8(text).bytes, 1));
     }
     output_->Write(bytes);
   }
 
   const SalvageOptions& options_;
-  const Layout& layout_;
+  Input& input_;
+  const FileFormat& format_;
   bool hasLines_;
   Output lines_{OutputOptions{}};
-  FileCopy copy_;
   std::optional<Output> output_;
 };
 
@@ -129,101 +130,85 @@ std::filesystem::path NativePath(const std::string& path) {
 void RefuseSameFile(const std::string& input, const std::string& output) {
   std::error_code error;
   if (!std::filesystem::equivalent(NativePath(input), NativePath(output), error) || error) return;
-  throw Failure(ExitCode::kUsage,
-                ShownPath(output) + " is the file that is read; it is never written to");
+  throw UsageError(ShownPath(output) + " is the file that is read, which is never overwritten");
 }
 
-void CheckOptions(SalvageOptions& options, const Layout& layout) {
-  if (options.path == "-") {
-    throw Failure(ExitCode::kInputOutput,
-                  "standard input cannot be read a second time; copy it into a file first");
+void CheckReplacement(const std::string& text, const FileFormat& format) {
+  std::string bytes;
+  if (format.encoding.FromUtf8(text, bytes) < text.size()) {
+    throw UsageError(format.encoding.Name() + " does not have " + Quoted(text));
   }
+  const auto holds = [&](const std::optional<ByteMarkers>& markers) {
+    return markers && (FindMarker(bytes, markers->fieldEnd, markers->unit) != std::string::npos ||
+                       FindMarker(bytes, markers->recordEnd, markers->unit) != std::string::npos);
+  };
+  if (holds(format.markers) || holds(format.inner)) {
+    throw UsageError(Quoted(text) + " holds a marker itself");
+  }
+}
+
+/// Sets the file for damaged records, and refuses to overwrite anything that was not meant.
+void CheckTargets(SalvageOptions& options) {
   if (options.damaged.empty()) {
     if (options.output.path == "-") {
-      throw Failure(ExitCode::kUsage, "say by --damaged where damaged records go");
+      throw UsageError("name the file for damaged records with --damaged");
     }
     options.damaged = options.output.path + ".damaged";
   }
   RefuseSameFile(options.path, options.output.path);
   RefuseSameFile(options.path, options.damaged);
   if (!options.output.force && system::KindOf(options.damaged) == system::FileKind::kRegular) {
-    throw Failure(ExitCode::kUsage,
-                  ShownPath(options.damaged) + " is there already; --force replaces it");
-  }
-  std::string bytes;
-  const std::string& text = options.join.replacement;
-  if (layout.encoding.FromUtf8(text, bytes) < text.size()) {
-    throw Failure(ExitCode::kUsage, layout.encoding.Name() + " does not have " + Quoted(text));
-  }
-  const auto holds = [&](const std::optional<ByteMarkers>& markers) {
-    return markers && (FindMarker(bytes, markers->fieldEnd, markers->unit) != std::string::npos ||
-                       FindMarker(bytes, markers->recordEnd, markers->unit) != std::string::npos);
-  };
-  if (holds(layout.markers) || holds(layout.inner)) {
-    throw Failure(ExitCode::kUsage, Quoted(text) + " holds a marker itself");
+    throw UsageError(ShownPath(options.damaged) + " already exists; use --force to overwrite it");
   }
 }
 
-std::string Counted(std::uint64_t count, const char* what) {
-  return fmt::format("{} {}{}", count, what, count == 1 ? "" : "s");
-}
-
-void SayCounts(const SalvageOptions& options, const SalvageCounts& counts, const char* what) {
-  std::string said = Counted(counts.whole, what) + " whole";
-  if (counts.joined > 0) said += fmt::format(", {} joined", counts.joined);
-  said += fmt::format(", in {}; {} damaged", ShownPath(options.output.path), counts.damaged);
-  if (counts.damaged > 0) said += ", in " + ShownPath(options.damaged);
-  Say(said);
+void WarnOfCounts(const SalvageOptions& options, const SalvageCounts& counts, const char* what) {
+  std::string text = Counted(counts.valid, what) + " valid";
+  if (counts.joined > 0) text += fmt::format(", {} joined", counts.joined);
+  text += fmt::format(", in {}; {} damaged", ShownPath(options.output.path), counts.damaged);
+  if (counts.damaged > 0) text += ", in " + ShownPath(options.damaged);
+  Warn(text);
 }
 
 void Salvage(SalvageOptions options, Context& context) {
   Input input(options.path);
-  const Layout layout = FindLayout(input.Head(), options.format);
-  if (!layout.doubt.empty()) Say(layout.doubt);
-  CheckOptions(options, layout);
-  const auto size = input.Size();
-  if (!size) {
-    throw Failure(ExitCode::kInputOutput,
-                  ShownPath(options.path) + " cannot be read a second time");
-  }
+  const FileFormat format = DetectFormat(input, options.format);
+  if (!format.hint.empty()) Warn(format.hint);
+  CheckTargets(options);
+  CheckReplacement(options.join.replacement, format);
   Output output(options.output);
-  DamagedRecords damaged(options, layout);
-  const auto tell = [&](const Damage& damage) { damaged.Take(damage); };
-  output.Write(std::string_view(layout.encoding.ByteOrderMark()).substr(0, layout.markBytes));
-  const Span text{layout.markBytes, *size - layout.markBytes};
+  DamagedRecords damaged(options, input, format);
+  const auto report = [&](const Damage& damage) { damaged.Take(damage); };
+  output.Write(input.Head().substr(0, format.markBytes));
   SalvageCounts counts;
-  Progress progress("sorting", size);
-  if (layout.blocks) {
-    BlockSalvage salvage(options.path, layout, options.join, output, tell);
-    salvage.SetProgress(&progress);
-    counts = salvage.Run(text, 0, false);
+  Progress progress("sorting", input.Size());
+  if (format.named) {
+    NamedSalvage salvage(input, format, options.join, output, report, &progress);
+    counts = salvage.Run(format.Text(), 0, false);
     progress.Hide();
-    SayCounts(options, counts, "collection");
-    SayCounts(options, salvage.Inner(), "record");
+    WarnOfCounts(options, counts, "collection");
+    WarnOfCounts(options, salvage.Inner(), "record");
     counts += salvage.Inner();
   } else {
-    TextSalvage salvage(options.path, layout.encoding, layout.markers, options.join, output, tell);
-    salvage.SetProgress(&progress);
-    counts = salvage.Run(text, 0, false);
+    TextSalvage salvage(input, format.encoding, format.markers, options.join, output, report,
+                        &progress);
+    counts = salvage.Run(format.Text(), 0, false);
     progress.Hide();
-    SayCounts(options, counts, "record");
+    WarnOfCounts(options, counts, "record");
   }
   damaged.Commit();
   output.Commit();
-  if (counts.joined + counts.damaged > 0) context.exit = ExitCode::kDefects;
+  if (counts.joined + counts.damaged > 0) context.status = ExitStatus::kDefects;
 }
 
 }  // namespace
 
-void AddSalvage(CLI::App& tool, Context& context) {
+void AddSalvage(CLI::App& program, Context& context) {
   auto options = std::make_shared<SalvageOptions>();
   CLI::App& command = AddCommand(
-      tool, "salvage", "Writes the records that are whole, and the others apart, with their places",
-      "brindlex salvage books.txt -o sound.txt           the others go to sound.txt.damaged\n"
-      "brindlex salvage books.txt -o sound.txt --join    where a marker in a value did it, and "
-      "one\n"
-      "                                                  way alone to join the parts fits, join "
-      "them\n");
+      program, "salvage", "Writes the valid records, and the damaged ones to another file",
+      "brindlex salvage books.txt -o valid.txt           the others go to valid.txt.damaged\n"
+      "brindlex salvage books.txt -o valid.txt --join    join values that a marker has divided\n");
   AddInputFile(command, options->path);
   AddOutputOptions(command, options->output, true);
   command
@@ -231,13 +216,14 @@ void AddSalvage(CLI::App& tool, Context& context) {
                   "The file for damaged records, in place of the output's name with .damaged")
       ->type_name("FILE");
   command.add_flag("--join", options->join.join,
-                   "Join values that a marker has cut, where exactly one join fits");
+                   "Join values that a marker has divided, where exactly one join fits");
   command
       .add_option("--replace", options->join.replacement,
-                  "What stands in a joined value where the marker was; a blank as a rule")
+                  "What a joined value has in place of the marker (a blank)")
       ->type_name("TEXT");
   AddFormatOptions(command, options->format);
+  AddReadingOptions(command, options->format);
   command.callback([options, &context] { Salvage(*options, context); });
 }
 
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

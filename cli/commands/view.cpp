@@ -9,10 +9,10 @@
 #include <vector>
 
 #include "automation/text.h"
-#include "cli/check/defects.h"
 #include "cli/commands/command_line.h"
-#include "cli/format/blocks.h"
-#include "cli/format/record_gather.h"
+#include "cli/format/named_collections.h"
+#include "cli/format/record_scanner.h"
+#include "cli/io/diagnostics.h"
 #include "cli/io/input.h"
 #include "cli/io/system.h"
 #include "cli/text/display.h"
@@ -20,7 +20,7 @@
 #include "cli/text/table.h"
 #include "cli/text/utf.h"
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 namespace {
 
 constexpr std::uint64_t kPage = 20;
@@ -55,10 +55,10 @@ class Viewer {
       : options_(options),
         encoding_(encoding),
         output_(output),
-        palette_(Palette::Of(system::kStandardOutput)),
+        palette_(PaletteFor(system::kStandardOutput)),
         width_(WidthOf(options)) {}
 
-  void Take(const GatheredRecord& record) {
+  void Take(const ScannedRecord& record) {
     if (record.number == 0) return TakeHeader(record);
     if (isDone_) return;
     if (options_.record) {
@@ -80,7 +80,7 @@ class Viewer {
       return;
     }
     if (options_.record && !isDone_) {
-      throw Failure(ExitCode::kUsage, fmt::format("there is no record {}", *options_.record));
+      throw UsageError(fmt::format("there is no record {}", *options_.record));
     }
     if (options_.record) return;
     ShowSample();
@@ -89,7 +89,7 @@ class Viewer {
   }
 
   bool IsDone() const { return isDone_; }
-  /// What is to be said beside the table, behind it.
+  /// Remarks to show after the table.
   const std::deque<std::string>& Notes() const { return notes_; }
 
   /// How much of a field is of use: a table shows no more of it than a line has room for.
@@ -102,12 +102,15 @@ class Viewer {
   }
 
  private:
-  void TakeHeader(const GatheredRecord& header) {
+  void TakeHeader(const ScannedRecord& header) {
     hasHeader_ = true;
-    for (const auto& field : header.fields) names_.push_back(Printable(encoding_, field.bytes));
-    fields_ = names_.size();
+    for (std::size_t column = 0; column < header.fields.size(); ++column) {
+      names_.push_back(Printable(encoding_, header.bytes[column]));
+    }
+    fields_ = header.fieldCount;
+    const std::size_t shown = names_.size();
     if (options_.columns.empty()) {
-      for (std::size_t column = 0; column < fields_; ++column) chosen_.push_back(column);
+      for (std::size_t column = 0; column < shown; ++column) chosen_.push_back(column);
       return;
     }
     for (const std::string& wanted : options_.columns) chosen_.push_back(ColumnOf(wanted));
@@ -123,54 +126,51 @@ class Viewer {
     if (same != names_.end()) return static_cast<std::size_t>(same - names_.begin());
     if (!wanted.empty() && wanted.find_first_not_of("0123456789") == std::string::npos) {
       const std::size_t number = std::strtoul(wanted.c_str(), nullptr, 10);
-      if (number >= 1 && number <= fields_) return number - 1;
+      if (number >= 1 && number <= names_.size()) return number - 1;
     }
     std::string known;
     for (std::size_t at = 0; at < names_.size(); ++at) AppendToList(known, names_[at], at);
-    throw Failure(ExitCode::kUsage,
-                  "there is no column " + Quoted(wanted) + "; there are " + known);
+    throw UsageError("there is no column " + Quoted(wanted) + "; there are " + known);
   }
 
-  void Note(const GatheredRecord& record) {
+  void Note(const ScannedRecord& record) {
     constexpr std::size_t kMostNotes = 10;
     std::string note;
-    if (record.fields.size() != fields_) {
-      note = fmt::format("record {} has {} of {} fields", record.number, record.fields.size(),
-                         fields_);
-    } else if (record.restBytes > 0) {
-      note = fmt::format("record {} has text behind its last field end", record.number);
+    if (record.fieldCount != fields_) {
+      note =
+          fmt::format("record {} has {} of {} fields", record.number, record.fieldCount, fields_);
+    } else if (record.rest.length > 0) {
+      note = fmt::format("record {} has text after its last field end", record.number);
     } else if (!record.hasEnd) {
       note = fmt::format("record {} has no record end", record.number);
     }
     if (note.empty()) return;
     if (notes_.size() == kMostNotes) {
-      notes_.emplace_back("there are more such records; brindlex check tells them all");
+      notes_.emplace_back("there are more such records; brindlex check reports them all");
     } else if (notes_.size() < kMostNotes) {
       notes_.push_back(note);
     }
   }
 
-  Row RowOf(const GatheredRecord& record) const {
-    const bool isSound = record.fields.size() == fields_ && record.restBytes == 0 && record.hasEnd;
-    Row row = {{std::to_string(record.number) + (isSound ? "" : "!"), false}};
+  Row RowOf(const ScannedRecord& record) const {
+    Row row = {{std::to_string(record.number) + (record.IsValid(fields_) ? "" : "!"), false}};
     for (const std::size_t column : chosen_) {
       if (column >= record.fields.size()) {
         row.push_back({});
         continue;
       }
-      const auto& field = record.fields[column];
-      // What a cut has left of a character is no character; it goes.
-      std::string_view bytes = field.bytes;
-      const bool isCut = field.length > bytes.size();
-      if (isCut) bytes.remove_suffix(encoding_.UnfinishedLength(bytes));
-      row.push_back({Printable(encoding_, bytes), isCut});
+      // A truncated value ends with a whole character.
+      std::string_view bytes = record.bytes[column];
+      const bool isTruncated = record.fields[column].length > bytes.size();
+      if (isTruncated) bytes.remove_suffix(encoding_.UnfinishedLength(bytes));
+      row.push_back({Printable(encoding_, bytes), isTruncated});
     }
     return row;
   }
 
-  void AddRow(const GatheredRecord& record) {
+  void AddRow(const ScannedRecord& record) {
     Row row = RowOf(record);
-    if (table_) return table_->WriteRow(row, output_, palette_);
+    if (table_) return output_.Write(table_->Line(row));
     for (const Cell& cell : row) sampleBytes_ += sizeof(Cell) + cell.text.size();
     sample_.push_back(std::move(row));
     if (sample_.size() == kSampleRows || sampleBytes_ > kSampleBytes) ShowSample();
@@ -182,18 +182,17 @@ class Viewer {
     std::vector<std::string> heads = {"#"};
     for (const std::size_t column : chosen_) heads.push_back(names_[column]);
     table_.emplace(heads, sample_, width_);
-    table_->WriteHead(output_, palette_);
-    for (const Row& row : sample_) table_->WriteRow(row, output_, palette_);
+    output_.Write(table_->Head(palette_));
+    for (const Row& row : sample_) output_.Write(table_->Line(row));
     sample_.clear();
     const std::size_t missing = heads.size() - table_->Fitting();
     if (missing > 0) {
       notes_.push_back(fmt::format(
-          "{} columns find no room; --columns chooses some, --width 0 takes the room they want",
-          missing));
+          "{} columns do not fit; --columns chooses some, --width 0 shows all", missing));
     }
   }
 
-  void ShowAlone(const GatheredRecord& record) {
+  void ShowAlone(const ScannedRecord& record) {
     isDone_ = true;
     Note(record);
     std::size_t widest = 0;
@@ -206,9 +205,9 @@ class Viewer {
       output_.Write(palette_.Paint(Style::kHeading, Padded(names_[column], widest, false)));
       output_.Write("  ");
       if (isThere) {
-        const auto& field = record.fields[column];
-        output_.Write(PrintableLines(encoding_, field.bytes, indent));
-        if (field.length > field.bytes.size()) output_.Write(kEllipsis);
+        const std::string& bytes = record.bytes[column];
+        output_.Write(PrintableLines(encoding_, bytes, indent));
+        if (record.fields[column].length > bytes.size()) output_.Write(kEllipsis);
       }
       output_.Write("\n");
     }
@@ -220,7 +219,7 @@ class Viewer {
   Palette palette_;
   std::size_t width_;
   std::vector<std::string> names_;
-  std::size_t fields_ = 0;
+  std::uint64_t fields_ = 0;
   std::vector<std::size_t> chosen_;
   std::vector<Row> sample_;
   std::size_t sampleBytes_ = 0;
@@ -231,106 +230,86 @@ class Viewer {
   bool isDone_ = false;
 };
 
-/// A part of a file.
-struct Part {
-  std::uint64_t at = 0;
-  std::optional<std::uint64_t> bytes;
-};
-
-void ViewText(Input& input, const Part& part, const Encoding& encoding, const ByteMarkers& markers,
-              const ViewOptions& options, Output& output) {
-  Viewer viewer(options, encoding, output);
-  RecordGather gather(kMostFields, Viewer::MostOfAField(options),
-                      [&](const GatheredRecord& record) { viewer.Take(record); });
-  MarkerWalk walk(markers, part.at);
-  std::uint64_t at = part.at;
-  const std::uint64_t end = part.bytes ? part.at + *part.bytes : UINT64_MAX;
-  std::uint64_t skip = input.Given() == 0 ? part.at : 0;
-  for (auto block = input.Next(); !block.empty() && at < end; block = input.Next()) {
-    block.remove_prefix(static_cast<std::size_t>(skip));
-    skip = 0;
-    block =
-        block.substr(0, static_cast<std::size_t>(std::min<std::uint64_t>(block.size(), end - at)));
-    // The first page needs no more than a part of a block.
-    constexpr std::size_t kStep = std::size_t{16} * 1024;
-    for (std::size_t from = 0; from < block.size() && !viewer.IsDone(); from += kStep) {
-      walk.Feed(block.substr(from, kStep), gather);
-    }
-    if (viewer.IsDone()) break;
-    at += block.size();
-  }
-  if (!viewer.IsDone()) {
-    walk.Finish(gather);
-    gather.Finish();
-  }
+void ViewText(Input& input, const Extent& text, const FileFormat& format,
+              const ByteMarkers& markers, const ViewOptions& options, Output& output) {
+  Viewer viewer(options, format.encoding, output);
+  InputWindow window(input, text);
+  Tokenizer tokenizer(window, format.encoding, markers);
+  RecordScanner scanner(tokenizer, kMostFields, Viewer::MostOfAField(options));
+  for (ScannedRecord record; !viewer.IsDone() && scanner.Next(record);) viewer.Take(record);
   viewer.Finish();
   output.Commit();
-  for (const std::string& note : viewer.Notes()) Say(note);
+  for (const std::string& note : viewer.Notes()) Warn(note);
 }
 
-void ViewBlocks(Input& input, const Layout& layout, const ViewOptions& options, Output& output) {
+void ViewCollections(Input& input, const FileFormat& format, const ViewOptions& options,
+                     Output& output) {
+  // What is looked at has an end, a list of names too.
+  constexpr std::size_t kMost = 100'000;
   std::vector<Row> rows;
   Progress progress("counting", input.Size());
-  EachBlock(
-      input, layout, true,
-      [&](const Block& block) {
-        // A list of names has an end, as everything that is looked at.
-        constexpr std::size_t kMost = 100'000;
-        if (rows.size() == kMost) return false;
-        rows.push_back({{std::to_string(block.number), false},
-                        {Printable(*Encoding::Named("utf-8"), block.name), false},
-                        {std::to_string(block.records), false},
-                        {std::to_string(block.fields), false},
-                        {std::to_string(block.bytes), false}});
-        return true;
-      },
-      progress);
+  NamedCollectionScanner scanner(input, format, /*countsRecords=*/true, &progress);
+  for (NamedCollection one; rows.size() < kMost && scanner.Next(one);) {
+    constexpr std::size_t kMostOfAName = 400;
+    const std::string_view name = std::string_view(one.nameBytes).substr(0, kMostOfAName);
+    rows.push_back({{std::to_string(one.number), false},
+                    {Printable(format.encoding, name), name.size() < one.nameExtent.length},
+                    {std::to_string(one.records), false},
+                    {std::to_string(one.fields), false},
+                    {std::to_string(one.data.length), false}});
+  }
   progress.Hide();
-  const Palette palette = Palette::Of(system::kStandardOutput);
+  const Palette palette = PaletteFor(system::kStandardOutput);
   const Table table({"#", "Collection", "Records", "Fields", "Bytes"}, rows, WidthOf(options));
-  table.WriteHead(output, palette);
-  for (const Row& row : rows) table.WriteRow(row, output, palette);
+  output.Write(table.Head(palette));
+  for (const Row& row : rows) output.Write(table.Line(row));
   output.Commit();
+}
+
+/// The text of the collection of that name; of the first, if there are several.
+Extent FindText(Input& input, const FileFormat& format, const std::string& name) {
+  Progress progress("looking for " + name, input.Size());
+  NamedCollectionScanner scanner(input, format, /*countsRecords=*/false, &progress);
+  std::string names;
+  std::size_t count = 0;
+  for (NamedCollection one; scanner.Next(one); ++count) {
+    const std::string own = one.Name(format.encoding);
+    if (IsSameName(own, name)) return one.data;
+    AppendToList(names, own, count);
+  }
+  RefuseUnknownCollection(input, name, names);
 }
 
 void View(const ViewOptions& options) {
   Input input(options.path);
   Output output(OutputOptions{});
-  const Layout layout = FindLayout(input.Head(), options.format);
-  if (!layout.doubt.empty()) Say(layout.doubt);
-  if (!layout.blocks) {
-    if (!options.name.empty()) {
-      throw Failure(ExitCode::kUsage,
-                    ShownPath(input.Name()) + " holds one collection, which has no name");
-    }
-    return ViewText(input, {layout.markBytes, std::nullopt}, layout.encoding, layout.markers,
-                    options, output);
+  const FileFormat format = DetectFormat(input, options.format);
+  if (!format.hint.empty()) Warn(format.hint);
+  if (!format.named) {
+    if (!options.name.empty()) RefuseCollectionName(input);
+    return ViewText(input, format.Text(), format, format.markers, options, output);
   }
-  if (options.name.empty()) return ViewBlocks(input, layout, options, output);
-  Progress progress("looking for " + options.name, input.Size());
-  const Block block = FindBlock(input, layout, options.name, progress);
-  progress.Hide();
-  input.GoTo(block.at);
-  ViewText(input, {block.at, block.bytes}, layout.encoding, *layout.inner, options, output);
+  if (options.name.empty()) return ViewCollections(input, format, options, output);
+  ViewText(input, FindText(input, format, options.name), format, *format.inner, options, output);
 }
 
 }  // namespace
 
-void AddView(CLI::App& tool, Context&) {
+void AddView(CLI::App& program, Context&) {
   auto options = std::make_shared<ViewOptions>();
-  CLI::App& command =
-      AddCommand(tool, "view", "Shows the records as a table, or the collections that a file holds",
-                 "brindlex view books.txt                        the first records\n"
-                 "brindlex view --all books.txt | less -S        all of them\n"
-                 "brindlex view --columns Title,Price books.txt  two columns\n"
-                 "brindlex view --record 17 books.txt            one record, whole\n"
-                 "brindlex view settings.txt                     the collections of a file that "
-                 "holds several\n"
-                 "brindlex view settings.txt Books               one of them\n");
+  CLI::App& command = AddCommand(
+      program, "view", "Shows the records as a table, or the collections that a file holds",
+      "brindlex view books.txt                        the first records\n"
+      "brindlex view --all books.txt | less -S        all of them\n"
+      "brindlex view --columns Title,Price books.txt  two columns\n"
+      "brindlex view --record 17 books.txt            one record, whole\n"
+      "brindlex view settings.txt                     the collections of a file that "
+      "holds several\n"
+      "brindlex view settings.txt Books               one of them\n");
   AddInputFile(command, options->path);
   command.add_option("name", options->name, "The collection to open, in any letter case")
       ->type_name("NAME");
-  auto* const all = command.add_flag("--all", options->all, "All records, not the first only");
+  auto* const all = command.add_flag("--all", options->all, "All records, not only the first");
   command
       .add_option("--columns", options->columns, "The columns to show, by their names or numbers")
       ->type_name("NAME,...")
@@ -343,7 +322,8 @@ void AddView(CLI::App& tool, Context&) {
                   "How wide a table may be, in place of the terminal's width; 0 for no limit")
       ->type_name("COLUMNS");
   AddFormatOptions(command, options->format);
+  AddReadingOptions(command, options->format);
   command.callback([options] { View(*options); });
 }
 
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

@@ -4,12 +4,12 @@
 
 #include "automation/runtime_error.h"
 #include "bases/bases.h"
-#include "cli/text/diagnostics.h"
+#include "cli/io/failure.h"
 #include "cli/text/escape.h"
 #include "cli/text/utf.h"
 #include "platform/portable_number_text.h"
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 namespace {
 
 constexpr std::size_t kMostShown = 100;
@@ -36,9 +36,9 @@ std::string ConvertedNumber(const std::string& number, std::int32_t from, std::i
     const double* const decimal = std::get_if<double>(&result);
     return Utf8OfUtf16(decimal != nullptr ? reading.ToText(*decimal) : std::get<Text>(result));
   } catch (const RuntimeError& error) {
-    throw Failure(ExitCode::kDefects, Escaped(number, kMostShown) + " from base " +
-                                          std::to_string(from) + " to base " + std::to_string(to) +
-                                          ": " + Described(error));
+    throw Failure(ExitStatus::kDefects, Escaped(number, kMostShown) + " from base " +
+                                            std::to_string(from) + " to base " +
+                                            std::to_string(to) + ": " + Described(error));
   }
 }
 
@@ -65,4 +65,4 @@ std::vector<BaseRow> BaseTable(const std::string& number, const ConversionLimits
   return rows;
 }
 
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

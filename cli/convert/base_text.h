@@ -6,7 +6,7 @@
 
 #include "bases/number_writer.h"
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 
 /// `number` from base `from` in base `to`, as the component writes it, the number in base 10 as
 /// text with a point. Failure kDefects with the component's own description, its number and the
@@ -27,4 +27,4 @@ std::string BaseList();
 /// A decimal number in every base that has digits.
 std::vector<BaseRow> BaseTable(const std::string& number, const ConversionLimits& limits);
 
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

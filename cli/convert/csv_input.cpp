@@ -4,20 +4,24 @@
 
 #include <exception>
 #include <new>
+#include <string>
+#include <vector>
 
-namespace brindlex::tool {
+#include "cli/io/failure.h"
+
+namespace brindlex::cli {
 namespace {
 
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
-/// How much the parser is given at once: an error of the target is noticed behind it.
+/// How much the parser is given at once: an error of the writer is noticed after it.
 constexpr std::size_t kSlice = 16384;
 
 int NoSpace(unsigned char /*byte*/) { return 0; }
 
 class CsvReader {
  public:
-  CsvReader(const CsvStyle& style, TableTarget& target) : style_(style), target_(target) {
+  CsvReader(const CsvStyle& style, TableWriter& writer) : style_(style), writer_(writer) {
     if (csv_init(&parser_, CSV_STRICT | CSV_STRICT_FINI) != 0) throw std::bad_alloc();
     csv_set_delim(&parser_, static_cast<unsigned char>(style.delimiter));
     // Blanks around a value belong to it.
@@ -29,26 +33,26 @@ class CsvReader {
   ~CsvReader() { csv_free(&parser_); }
 
   void Read(const BlockSource& source) {
-    target_.BeginCollection({});
+    writer_.BeginCollection({});
     std::string start;
     for (std::string_view block = source(); !block.empty(); block = source()) {
-      if (begun_) {
+      if (isBegun_) {
         Parse(block);
         continue;
       }
       start += block;
       if (start.size() >= kByteOrderMark.size()) Begin(start);
     }
-    if (!begun_) Begin(start);
+    if (!isBegun_) Begin(start);
     const int failed = csv_fini(&parser_, OnField, OnRecord, this);
     Check();
     if (failed != 0) Fail("the quotation mark that opens a value is not closed");
-    target_.EndCollection();
+    writer_.EndCollection();
   }
 
  private:
   void Begin(std::string_view start) {
-    begun_ = true;
+    isBegun_ = true;
     if (start.starts_with(kByteOrderMark)) start.remove_prefix(kByteOrderMark.size());
     Parse(start);
   }
@@ -61,7 +65,7 @@ class CsvReader {
       Check();
       if (parsed != slice.size()) {
         if (csv_error(&parser_) != CSV_EPARSE) throw std::bad_alloc();
-        Fail("a quotation mark inside a value, which has none around it or goes on behind them");
+        Fail("a quotation mark inside a value, which has none around it or goes on after them");
       }
       block.remove_prefix(slice.size());
     }
@@ -71,9 +75,9 @@ class CsvReader {
     if (error_) std::rethrow_exception(error_);
   }
 
-  [[noreturn]] void Fail(const char* what) const { throw ConversionError(Where() + ": " + what); }
+  [[noreturn]] void Fail(const char* what) const { throw ConversionError(Place() + ": " + what); }
 
-  std::string Where() const { return "row " + std::to_string(rows_ + 1); }
+  std::string Place() const { return "row " + std::to_string(rows_ + 1); }
 
   // No exception may pass through the parser, which is C.
   static void OnField(void* text, std::size_t length, void* self) {
@@ -91,6 +95,8 @@ class CsvReader {
     if (error_) return;
     try {
       step();
+    } catch (const RefusedValue& refused) {
+      error_ = std::make_exception_ptr(ConversionError(refused.At(Place())));
     } catch (...) {
       error_ = std::current_exception();
     }
@@ -98,44 +104,48 @@ class CsvReader {
 
   void Field(std::string_view value) {
     if (style_.guardFormulas) value = WithoutGuard(value);
-    if (count_ == values_.size()) values_.emplace_back();
-    values_[count_++].assign(value);
+    if (rows_ == 0) {
+      names_.emplace_back(value);
+    } else {
+      if (count_ == names_.size()) FailCount("more than " + std::to_string(count_) + " values");
+      if (count_ == 0) writer_.BeginRow();
+      writer_.Value(value, /*isFirst=*/true, /*isLast=*/true);
+    }
+    ++count_;
   }
 
   void Record() {
-    if (!headed_) {
-      headed_ = true;
-      columns_ = count_;
-      target_.Header(values_);
-    } else if (count_ != columns_) {
-      throw ConversionError(Where() + " has " + std::to_string(count_) + " values, the header " +
-                            std::to_string(columns_));
+    if (rows_ == 0) {
+      writer_.Header(names_, 0);
     } else {
-      target_.Row(values_, Where());
+      if (count_ < names_.size()) FailCount(std::to_string(count_) + " values");
+      writer_.EndRow();
     }
     ++rows_;
     count_ = 0;
   }
 
+  [[noreturn]] void FailCount(const std::string& count) const {
+    throw ConversionError(Place() + " has " + count + ", the header " +
+                          std::to_string(names_.size()));
+  }
+
   const CsvStyle style_;
-  TableTarget& target_;
+  TableWriter& writer_;
   csv_parser parser_{};
   std::exception_ptr error_;
-  /// The values of the record that is being read, of which `count_` are known.
-  std::vector<std::string> values_;
+  /// Of the header, once there is one.
+  std::vector<std::string> names_;
+  /// Values of the present record, and how many records there were, the header included.
   std::size_t count_ = 0;
-  /// How many the header has.
-  std::size_t columns_ = 0;
-  /// How many records are behind, the header included.
   std::uint64_t rows_ = 0;
-  bool headed_ = false;
-  bool begun_ = false;
+  bool isBegun_ = false;
 };
 
 }  // namespace
 
-void ReadCsv(const BlockSource& source, const CsvStyle& style, TableTarget& target) {
-  CsvReader(style, target).Read(source);
+void ReadCsv(const BlockSource& source, const CsvStyle& style, TableWriter& writer) {
+  CsvReader(style, writer).Read(source);
 }
 
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

@@ -1,17 +1,23 @@
 #pragma once
 
+#include <functional>
+#include <string_view>
+
 #include "cli/convert/csv_text.h"
-#include "cli/convert/table_target.h"
+#include "cli/format/table_writer.h"
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 
-/// Reads one table of comma-separated values, RFC 4180 with any line end, from UTF-8 and hands it
-/// to `target`: the first record is the header. A byte order mark in front, and blank lines, are
-/// passed over. An input without any record is a collection of which nothing is known.
+/// The next bytes of an input, valid until the next call; empty at its end. May throw.
+using BlockSource = std::function<std::string_view()>;
+
+/// Reads one table of comma-separated values, RFC 4180 with any line end, from UTF-8 and writes
+/// it: the first record is the header. A byte order mark in front, and blank lines, are skipped. An
+/// input without any record is an empty collection.
 ///
 /// ConversionError for a quotation mark inside a field without quotation marks, for one that is not
-/// closed, and for a record with more or fewer fields than the header. Holds one record and one
-/// block of the source at a time.
-void ReadCsv(const BlockSource& source, const CsvStyle& style, TableTarget& target);
+/// closed, for a record with more or fewer fields than the header, and for a RefusedValue of the
+/// writer. Holds one value and one block of the source at a time. Does not End the writer.
+void ReadCsv(const BlockSource& source, const CsvStyle& style, TableWriter& writer);
 
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

@@ -2,8 +2,11 @@
 
 #include <algorithm>
 #include <cstddef>
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 namespace {
 
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
@@ -27,13 +30,32 @@ bool IsSignedNumber(std::string_view text) {
          std::all_of(point + 1, text.end(), IsDigit);
 }
 
+/// Whether `text` holds the delimiter, a quotation mark or a line break.
+bool HoldsSeparator(std::string_view text, char delimiter) {
+#ifdef __SSE2__
+  constexpr std::size_t kBlock = sizeof(__m128i);
+  const auto holds = [delimiter](__m128i bytes) {
+    const auto equals = [bytes](char byte) { return _mm_cmpeq_epi8(bytes, _mm_set1_epi8(byte)); };
+    return _mm_movemask_epi8(_mm_or_si128(_mm_or_si128(equals(delimiter), equals('"')),
+                                          _mm_or_si128(equals('\r'), equals('\n')))) != 0;
+  };
+  for (; text.size() >= kBlock; text.remove_prefix(kBlock)) {
+    if (holds(_mm_loadu_si128(reinterpret_cast<const __m128i*>(text.data())))) return true;
+  }
+  char last[kBlock] = {};
+  text.copy(last, text.size());
+  return holds(_mm_loadu_si128(reinterpret_cast<const __m128i*>(last)));
+#else
+  return std::any_of(text.begin(), text.end(), [delimiter](char byte) {
+    return byte == delimiter || byte == '"' || byte == '\r' || byte == '\n';
+  });
+#endif
+}
+
 bool NeedsQuotes(std::string_view value, char delimiter) {
   if (value.empty()) return false;
-  const auto breaks = [delimiter](char byte) {
-    return byte == delimiter || byte == '"' || byte == '\r' || byte == '\n';
-  };
   return IsBlank(value.front()) || IsBlank(value.back()) || value.starts_with(kByteOrderMark) ||
-         std::any_of(value.begin(), value.end(), breaks);
+         HoldsSeparator(value, delimiter);
 }
 
 }  // namespace
@@ -75,4 +97,4 @@ void AppendCsvQuotedPiece(std::string& csv, std::string_view piece) {
   }
 }
 
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

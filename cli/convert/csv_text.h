@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 
 /// How comma-separated values are written and read.
 struct CsvStyle {
@@ -32,4 +32,4 @@ void AppendCsvField(std::string& csv, std::string_view value, const CsvStyle& st
 /// Appends a further piece of a field between quotation marks that the caller writes.
 void AppendCsvQuotedPiece(std::string& csv, std::string_view piece);
 
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

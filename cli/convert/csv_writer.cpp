@@ -2,9 +2,9 @@
 
 #include <utility>
 
-#include "cli/text/diagnostics.h"
+#include "cli/io/failure.h"
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 
 CsvWriter::CsvWriter(ByteSink sink, const CsvStyle& style, bool hasByteOrderMark)
     : BufferedWriter(std::move(sink)), style_(style) {
@@ -12,13 +12,12 @@ CsvWriter::CsvWriter(ByteSink sink, const CsvStyle& style, bool hasByteOrderMark
 }
 
 void CsvWriter::BeginNamed() {
-  throw Failure(ExitCode::kUsage,
-                "the file holds several collections, and a CSV file one: give its name");
+  throw UsageError("the file holds several collections, and a CSV file one: give its name");
 }
 
 void CsvWriter::BeginCollection(std::string_view /*name*/) {}
 
-void CsvWriter::Header(const std::vector<std::string>& names, std::uint64_t /*at*/) {
+void CsvWriter::Header(const std::vector<std::string>& names, std::uint64_t /*offset*/) {
   columns_ = names.size();
   BeginRow();
   for (const std::string& name : names) WholeValue(name);
@@ -42,7 +41,7 @@ void CsvWriter::Value(std::string_view piece, bool isFirst, bool isLast) {
   if (isFirst) {
     if (column_++ > 0) csv += style_.delimiter;
     csv += '"';
-    // The first piece is long: it tells a formula from a number.
+    // The first piece is long: it distinguishes a formula from a number.
     if (style_.guardFormulas && LooksLikeFormula(piece)) csv += '\'';
   }
   AppendCsvQuotedPiece(csv, piece);
@@ -52,6 +51,6 @@ void CsvWriter::Value(std::string_view piece, bool isFirst, bool isLast) {
 
 void CsvWriter::EndRow() { Buffer() += "\r\n"; }
 
-void CsvWriter::End() { HandOver(/*all=*/true); }
+void CsvWriter::End() { HandOverNow(); }
 
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

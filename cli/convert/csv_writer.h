@@ -1,9 +1,9 @@
 #pragma once
 
 #include "cli/convert/csv_text.h"
-#include "cli/convert/table_writer.h"
+#include "cli/format/table_writer.h"
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 
 /// Writes one collection as comma-separated values by RFC 4180: the header, then one record to a
 /// line, lines ended by CR LF. An empty collection is an empty file. A value that comes in pieces
@@ -15,7 +15,7 @@ class CsvWriter : public BufferedWriter {
   /// Named collections are not for one file: a Failure kUsage.
   void BeginNamed() override;
   void BeginCollection(std::string_view name) override;
-  void Header(const std::vector<std::string>& names, std::uint64_t at) override;
+  void Header(const std::vector<std::string>& names, std::uint64_t offset) override;
   void BeginRow() override;
   void Value(std::string_view piece, bool isFirst, bool isLast) override;
   void EndRow() override;
@@ -30,4 +30,4 @@ class CsvWriter : public BufferedWriter {
   std::size_t column_ = 0;
 };
 
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

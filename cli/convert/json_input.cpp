@@ -6,9 +6,10 @@
 #include <utility>
 
 #include "cli/format/name_tables.h"
+#include "cli/io/failure.h"
 #include "cli/text/escape.h"
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 namespace {
 
 using Json = nlohmann::json;
@@ -23,22 +24,23 @@ class ByteStream {
 
   void Advance() {
     block_.remove_prefix(1);
-    ++passed_;
+    ++read_;
     if (block_.empty()) Refill();
   }
 
-  /// How many bytes are behind.
-  std::uint64_t Passed() const { return passed_; }
+  /// How many bytes were read.
+  std::uint64_t Count() const { return read_; }
 
  private:
   void Refill() { block_ = source_(); }
 
   const BlockSource& source_;
   std::string_view block_;
-  std::uint64_t passed_ = 0;
+  std::uint64_t read_ = 0;
 };
 
-/// The stream as an iterator; all copies share its place, and the one without a stream is the end.
+/// The stream as an iterator; all copies share its position, and the one without a stream is the
+/// end.
 class StreamIterator {
  public:
   using iterator_category = std::input_iterator_tag;
@@ -68,19 +70,19 @@ class StreamIterator {
 /// Makes rows of the parser's events.
 class TableReader : public nlohmann::json_sax<Json> {
  public:
-  TableReader(const JsonStyle& style, TableTarget& target, const ByteStream& stream)
-      : style_(style), target_(target), stream_(stream) {}
+  TableReader(const JsonStyle& style, TableWriter& writer, const ByteStream& stream)
+      : style_(style), writer_(writer), stream_(stream) {}
 
-  /// To be called behind the last of the input's values.
+  /// To be called after the last of the input's values.
   void Finish() {
     if (within_ == Within::kLines) EndCollection();
   }
 
-  /// Whether the last value was a row without an array around it, so that more may follow.
+  /// True if the last value was a row without an array around it, so that more may follow.
   bool MayGoOn() const { return within_ == Within::kLines; }
 
   bool null() override {
-    if (!style_.null) Fail("a null, which no text stands for: say which by --null TEXT");
+    if (!style_.null) Fail("a null, which has no text; --null TEXT gives it one");
     return Value(std::string(*style_.null));
   }
   bool boolean(bool value) override { return Value(value ? "True" : "False"); }
@@ -161,7 +163,7 @@ class TableReader : public nlohmann::json_sax<Json> {
 
   bool parse_error(std::size_t /*position*/, const std::string& /*token*/,
                    const Json::exception& error) override {
-    // The library's own place counts from where it was last started.
+    // The library's own position counts from where it was last started.
     const std::string_view what = error.what();
     const std::size_t reason = what.rfind(": ");
     constexpr std::size_t kMost = 200;
@@ -170,7 +172,7 @@ class TableReader : public nlohmann::json_sax<Json> {
   }
 
  private:
-  /// What the next event stands in.
+  /// What the next event is in.
   enum class Within {
     kNothing,
     /// An object of which it is not known yet whether it is a row or holds named collections.
@@ -183,11 +185,11 @@ class TableReader : public nlohmann::json_sax<Json> {
   };
 
   [[noreturn]] void Fail(const std::string& what) const {
-    throw ConversionError(Where() + ": " + what);
+    throw ConversionError(Place() + ": " + what);
   }
 
-  std::string Where() const {
-    std::string where = "byte " + std::to_string(stream_.Passed());
+  std::string Place() const {
+    std::string where = "byte " + std::to_string(stream_.Count());
     if (rows_ == 0) return where;
     where += ", row " + std::to_string(rows_);
     if (named_) where += " of " + Quoted(collection_);
@@ -197,7 +199,7 @@ class TableReader : public nlohmann::json_sax<Json> {
   void BeginNamed() {
     named_ = true;
     within_ = Within::kNamed;
-    target_.BeginNamed();
+    writer_.BeginNamed();
   }
 
   void BeginCollection(const std::string& name, Within within) {
@@ -205,10 +207,10 @@ class TableReader : public nlohmann::json_sax<Json> {
     headed_ = false;
     collection_ = name;
     within_ = within;
-    target_.BeginCollection(name);
+    writer_.BeginCollection(name);
   }
 
-  void EndCollection() { target_.EndCollection(); }
+  void EndCollection() { writer_.EndCollection(); }
 
   void BeginRow(bool byName) {
     if (headed_ && byName != byName_) Fail("objects and arrays as rows of one collection");
@@ -217,8 +219,15 @@ class TableReader : public nlohmann::json_sax<Json> {
     outer_ = within_;
     within_ = Within::kRow;
     next_ = 0;
-    given_.assign(given_.size(), false);
-    if (!headed_) names_.clear(), values_.clear(), indices_.clear();
+    written_ = 0;
+    if (headed_) {
+      isKept_.assign(names_.size(), false);
+      writer_.BeginRow();
+      return;
+    }
+    names_.clear();
+    values_.clear();
+    indices_.clear();
   }
 
   /// The name of the value that comes next, in a row with names.
@@ -236,7 +245,7 @@ class TableReader : public nlohmann::json_sax<Json> {
       if (found == indices_.end()) Fail(Quoted(name) + ", which the first row does not have");
       next_ = found->second;
     }
-    if (given_[next_]) Fail(Quoted(name) + " twice in one object");
+    if (next_ < written_ || isKept_[next_]) Fail(Quoted(name) + " twice in one object");
   }
 
   bool Value(std::string value) {
@@ -252,10 +261,26 @@ class TableReader : public nlohmann::json_sax<Json> {
       return true;
     }
     if (next_ >= values_.size()) FailCount(next_ + 1);
-    values_[next_] = std::move(value);
-    if (headed_) given_[next_] = true;
+    if (headed_ && next_ == written_) {
+      Write(value);
+    } else {
+      values_[next_] = std::move(value);
+      if (headed_) isKept_[next_] = true;
+    }
     ++next_;
     return true;
+  }
+
+  /// Writes the next value of the row, and those that came before it and follow it.
+  void Write(std::string_view value) {
+    try {
+      writer_.Value(value, /*isFirst=*/true, /*isLast=*/true);
+      for (++written_; written_ < isKept_.size() && isKept_[written_]; ++written_) {
+        writer_.Value(values_[written_], /*isFirst=*/true, /*isLast=*/true);
+      }
+    } catch (const RefusedValue& refused) {
+      throw ConversionError(refused.At(Place()));
+    }
   }
 
   [[noreturn]] void FailCount(std::size_t count) const {
@@ -263,13 +288,17 @@ class TableReader : public nlohmann::json_sax<Json> {
   }
 
   void EndRow() {
-    const bool isHeaderOnly = !headed_ && !byName_;
-    if (!headed_) TakeHeader();
-    if (!isHeaderOnly) {
-      for (std::size_t index = 0; index < given_.size(); ++index) {
-        if (!given_[index]) Fail("lacks the value of " + Quoted(names_[index]));
+    const bool isNewHeader = !headed_;
+    if (isNewHeader) TakeHeader();
+    // Of arrays, the first row is the header alone.
+    if (!isNewHeader || byName_) {
+      if (isNewHeader) WriteFirst();
+      if (written_ < names_.size()) Fail("lacks the value of " + Quoted(names_[written_]));
+      try {
+        writer_.EndRow();
+      } catch (const RefusedValue& refused) {
+        throw ConversionError(refused.At(Place()));
       }
-      target_.Row(values_, Where());
     }
     within_ = outer_;
   }
@@ -277,13 +306,19 @@ class TableReader : public nlohmann::json_sax<Json> {
   void TakeHeader() {
     if (names_.empty()) Fail("the first row has no names");
     values_.resize(names_.size());
-    given_.assign(names_.size(), true);
+    isKept_.assign(names_.size(), false);
     headed_ = true;
-    target_.Header(names_);
+    writer_.Header(names_, 0);
+  }
+
+  void WriteFirst() {
+    writer_.BeginRow();
+    isKept_.assign(names_.size(), true);
+    Write(values_.front());
   }
 
   const JsonStyle& style_;
-  TableTarget& target_;
+  TableWriter& writer_;
   const ByteStream& stream_;
   Within within_ = Within::kNothing;
   Within outer_ = Within::kNothing;
@@ -297,10 +332,12 @@ class TableReader : public nlohmann::json_sax<Json> {
   bool byName_ = false;
   std::vector<std::string> names_;
   NameMap<std::size_t> indices_;
-  /// The row that is being read: the place of the next value, and which ones came.
+  // The present row: the column of the next value, how many values are written, and which of the
+  // others came already.
   std::size_t next_ = 0;
+  std::size_t written_ = 0;
   std::vector<std::string> values_;
-  std::vector<bool> given_;
+  std::vector<bool> isKept_;
 };
 
 bool IsBlank(char byte) { return byte == ' ' || byte == '\t' || byte == '\r' || byte == '\n'; }
@@ -312,23 +349,23 @@ bool SkipBlanks(ByteStream& stream) {
 
 }  // namespace
 
-void ReadJson(const BlockSource& source, const JsonStyle& style, TableTarget& target) {
+void ReadJson(const BlockSource& source, const JsonStyle& style, TableWriter& writer) {
   ByteStream stream(source);
   if (!SkipBlanks(stream)) {
-    target.BeginCollection({});
-    target.EndCollection();
+    writer.BeginCollection({});
+    writer.EndCollection();
     return;
   }
-  TableReader reader(style, target, stream);
+  TableReader reader(style, writer, stream);
   do {
     Json::sax_parse(StreamIterator(stream), StreamIterator(), &reader, Json::input_format_t::json,
                     /*strict=*/false);
   } while (SkipBlanks(stream) && reader.MayGoOn());
   if (!stream.AtEnd()) {
-    throw ConversionError("byte " + std::to_string(stream.Passed()) +
-                          ": something stands behind the end of the JSON");
+    throw ConversionError("byte " + std::to_string(stream.Count()) +
+                          ": something follows the end of the JSON");
   }
   reader.Finish();
 }
 
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

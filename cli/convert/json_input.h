@@ -3,16 +3,17 @@
 #include <optional>
 #include <string>
 
-#include "cli/convert/table_target.h"
+#include "cli/convert/csv_input.h"
+#include "cli/format/table_writer.h"
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 
 struct JsonStyle {
   /// What a null becomes; without it a null is refused.
   std::optional<std::string> null;
 };
 
-/// Reads tables from JSON in UTF-8 and hands them to `target`. The input is one of
+/// Reads tables from JSON in UTF-8 and writes them. The input is one of
 ///
 /// - an array of objects, each a row; the names of the first are the header, and the others have
 ///   the same, in any order;
@@ -20,14 +21,14 @@ struct JsonStyle {
 /// - any number of such objects without an array around them, one to a line as a rule;
 /// - an object whose every value is one of the first two: collections by their names.
 ///
-/// A value is a text; or a number, which stands for its own text (a whole number without
-/// superfluous signs, any other as it is written); or true and false, which stand for "True" and
-/// "False"; or null, by the style. No row at all, an empty input included, is a collection of which
-/// nothing is known.
+/// A value is a text; or a number, which becomes its own text (a whole number without
+/// superfluous signs, any other as it is written); or true and false, which become "True" and
+/// "False"; or null, by the style. No row at all, an empty input included, is an empty collection.
 ///
 /// ConversionError, with the place, for JSON that is not well formed, for any other shape, and for
-/// a row whose names differ from the header's or come twice. Holds one row and one block of the
-/// source at a time, whatever the depth of the input.
-void ReadJson(const BlockSource& source, const JsonStyle& style, TableTarget& target);
+/// a row whose names differ from the header's or come twice, and for a RefusedValue of the writer.
+/// Holds one value and one block of the source at a time, and of a row what comes in another order
+/// than in the first, whatever the depth of the input. Does not End the writer.
+void ReadJson(const BlockSource& source, const JsonStyle& style, TableWriter& writer);
 
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

@@ -8,7 +8,7 @@
 
 #include "cli/text/byte_prefix.h"
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 namespace {
 
 constexpr char kLastControl = 0x1F;
@@ -21,25 +21,25 @@ struct JsonRule {
            !(isPage && byte == '<');
   }
 
-  static std::uint64_t Signs(std::uint64_t word) {
+  static std::uint64_t Others(std::uint64_t word) {
     // Below 32, or equal to one of them: the bit of a byte is exact up to the first that is set.
     const std::uint64_t low = (word - Repeated(kLastControl + 1)) & ~word;
-    std::uint64_t signs = low | Equals(word, '"') | Equals(word, '\\');
-    if constexpr (isPage) signs |= Equals(word, '<');
-    return signs & Repeated('\x80');
+    std::uint64_t others = low | Equals(word, '"') | Equals(word, '\\');
+    if constexpr (isPage) others |= Equals(word, '<');
+    return others & Repeated('\x80');
   }
 
 #ifdef __SSE2__
-  static __m128i Signs(__m128i block) {
+  static __m128i Others(__m128i block) {
     const __m128i controls = _mm_set1_epi8(kLastControl);
     const __m128i low = _mm_cmpeq_epi8(_mm_min_epu8(block, controls), block);
     const __m128i quotes = _mm_cmpeq_epi8(block, _mm_set1_epi8('"'));
     const __m128i slashes = _mm_cmpeq_epi8(block, _mm_set1_epi8('\\'));
-    __m128i signs = _mm_or_si128(low, _mm_or_si128(quotes, slashes));
+    __m128i others = _mm_or_si128(low, _mm_or_si128(quotes, slashes));
     if constexpr (isPage) {
-      signs = _mm_or_si128(signs, _mm_cmpeq_epi8(block, _mm_set1_epi8('<')));
+      others = _mm_or_si128(others, _mm_cmpeq_epi8(block, _mm_set1_epi8('<')));
     }
-    return signs;
+    return others;
   }
 #endif
 
@@ -135,4 +135,4 @@ JsonType InferredType(std::string_view value) {
   return IsPlainNumber(value) ? JsonType::kNumber : JsonType::kText;
 }
 
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

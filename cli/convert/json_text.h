@@ -3,9 +3,9 @@
 #include <string>
 #include <string_view>
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 
-/// Where a JSON text is to stand.
+/// Where a JSON text is used.
 enum class JsonPlace {
   /// In a file of its own.
   kFile,
@@ -14,9 +14,9 @@ enum class JsonPlace {
   kPage,
 };
 
-/// Appends `text`, or a piece of one, to `json` as it stands between the quotation marks of a JSON
+/// Appends `text`, or a piece of one, to `json` as it is between the quotation marks of a JSON
 /// string: quotation marks, backslashes and characters below 32 escaped, all else as it is. A text
-/// may be handed over in pieces cut anywhere. Linear; sixteen bytes at a time where the processor
+/// may be given in pieces, divided anywhere. Linear; sixteen bytes at a time where the processor
 /// can. UTF-8 is not looked into.
 void AppendJsonPiece(std::string& json, std::string_view text, JsonPlace place = JsonPlace::kFile);
 
@@ -29,7 +29,7 @@ enum class JsonType { kText, kNumber, kTrue, kFalse };
 /// The type whose JSON form leads back to exactly `value`, through any program that reads numbers
 /// as doubles and writes them in their shortest form: "True" and "False", whole numbers from
 /// -(2^53) to 2^53, and decimal fractions without exponent that are the shortest text of a double.
-/// Leading zeros and plus signs, trailing zeros behind the point, "-0" and all else stay text.
+/// Leading zeros and plus signs, trailing zeros after the point, "-0" and all else stay text.
 JsonType InferredType(std::string_view value);
 
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

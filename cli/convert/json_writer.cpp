@@ -3,19 +3,18 @@
 #include <utility>
 
 #include "cli/convert/json_text.h"
-#include "cli/convert/table_target.h"
 #include "cli/format/name_tables.h"
+#include "cli/io/failure.h"
 #include "cli/text/escape.h"
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 
 JsonWriter::JsonWriter(ByteSink sink, const JsonOptions& options, Losses& losses)
     : BufferedWriter(std::move(sink)), options_(options), losses_(losses) {}
 
 void JsonWriter::BeginNamed() {
   if (options_.lines) {
-    throw Failure(ExitCode::kUsage,
-                  "the file holds several collections, and --lines one: give its name");
+    throw UsageError("the file holds several collections, and --lines one: give its name");
   }
   isNamed_ = true;
   Buffer() += "{";
@@ -33,9 +32,9 @@ void JsonWriter::BeginCollection(std::string_view name) {
   if (!options_.lines) Buffer() += '[';
 }
 
-void JsonWriter::Header(const std::vector<std::string>& names, std::uint64_t at) {
+void JsonWriter::Header(const std::vector<std::string>& names, std::uint64_t offset) {
   hasHeader_ = true;
-  headerAt_ = at;
+  headerOffset_ = offset;
   before_.clear();
   NameViewSet known;
   for (const std::string& name : names) {
@@ -43,7 +42,7 @@ void JsonWriter::Header(const std::vector<std::string>& names, std::uint64_t at)
     if (!options_.arrays) {
       if (!known.insert(name).second) {
         throw ConversionError(
-            "byte " + std::to_string(at) + ": the header has the name " + Quoted(name) +
+            "byte " + std::to_string(offset) + ": the header has the name " + Quoted(name) +
             " twice, and an object can hold one value of a name only: " + "--arrays holds both");
       }
       AppendJsonString(before, name);
@@ -111,7 +110,7 @@ void JsonWriter::EndRow() {
 
 void JsonWriter::EndCollection() {
   if (hasHeader_ && rows_ == 0) {
-    losses_.Add("field names without a record, which only --arrays holds", headerAt_);
+    losses_.Add("field names without a record, which only --arrays holds", headerOffset_);
   }
   if (options_.lines) return;
   Buffer() += rows_ == 0 ? "]" : "\n]";
@@ -120,7 +119,7 @@ void JsonWriter::EndCollection() {
 void JsonWriter::End() {
   if (isNamed_) Buffer() += collections_ == 0 ? "}" : "\n}";
   if (!options_.lines) Buffer() += '\n';
-  HandOver(/*all=*/true);
+  HandOverNow();
 }
 
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

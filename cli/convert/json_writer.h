@@ -1,8 +1,8 @@
 #pragma once
 
-#include "cli/convert/table_writer.h"
+#include "cli/format/table_writer.h"
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 
 struct JsonOptions {
   /// One object a line, without an array around them.
@@ -26,7 +26,7 @@ class JsonWriter : public BufferedWriter {
 
   void BeginNamed() override;
   void BeginCollection(std::string_view name) override;
-  void Header(const std::vector<std::string>& names, std::uint64_t at) override;
+  void Header(const std::vector<std::string>& names, std::uint64_t offset) override;
   void BeginRow() override;
   void Value(std::string_view piece, bool isFirst, bool isLast) override;
   void EndRow() override;
@@ -41,13 +41,13 @@ class JsonWriter : public BufferedWriter {
   Losses& losses_;
   bool isNamed_ = false;
   std::uint64_t collections_ = 0;
-  /// Rows of the collection that are behind, and where its header is when it has one.
+  /// Rows of the collection so far, and where its header is if it has one.
   std::uint64_t rows_ = 0;
   bool hasHeader_ = false;
-  std::uint64_t headerAt_ = 0;
-  /// What stands before each value of a row: its name, or nothing but a comma.
+  std::uint64_t headerOffset_ = 0;
+  /// What comes before each value of a row: its name, or nothing but a comma.
   std::vector<std::string> before_;
   std::size_t column_ = 0;
 };
 
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

@@ -5,7 +5,7 @@
 #include "cli/convert/json_text.h"
 #include "cli/convert/page_text.h"
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 namespace {
 
 /// The page's own text up to `{{name}}`, which is taken off `rest` together with it.
@@ -66,7 +66,7 @@ void PageWriter::BeginCollection(std::string_view name) {
   rows_ = 0;
 }
 
-void PageWriter::Header(const std::vector<std::string>& names, std::uint64_t /*at*/) {
+void PageWriter::Header(const std::vector<std::string>& names, std::uint64_t /*offset*/) {
   for (const std::string& name : names) {
     if (&name != &names.front()) Buffer() += ',';
     AppendJsonString(Buffer(), name, JsonPlace::kPage);
@@ -107,7 +107,7 @@ void PageWriter::End() {
   page += Until(rest_, "script");
   page += kPageScript;
   page += rest_;
-  HandOver(/*all=*/true);
+  HandOverNow();
 }
 
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

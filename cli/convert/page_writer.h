@@ -1,8 +1,8 @@
 #pragma once
 
-#include "cli/convert/table_writer.h"
+#include "cli/format/table_writer.h"
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 
 /// Writes collections as one HTML page that needs nothing else: its script sorts and searches the
 /// records, which lie in the page as JSON (an object of "columns" and "rows" for each collection),
@@ -15,7 +15,7 @@ class PageWriter : public BufferedWriter {
 
   void BeginNamed() override {}
   void BeginCollection(std::string_view name) override;
-  void Header(const std::vector<std::string>& names, std::uint64_t at) override;
+  void Header(const std::vector<std::string>& names, std::uint64_t offset) override;
   void BeginRow() override;
   void Value(std::string_view piece, bool isFirst, bool isLast) override;
   void EndRow() override;
@@ -31,8 +31,8 @@ class PageWriter : public BufferedWriter {
   std::size_t column_ = 0;
 };
 
-/// Appends `text` as it stands in an element or in an attribute between double quotation marks.
+/// Appends `text` as HTML, for an element or an attribute in double quotation marks.
 /// NUL, which HTML does not have, becomes U+FFFD.
 void AppendHtmlText(std::string& html, std::string_view text);
 
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

@@ -1,142 +1,277 @@
 #include "cli/format/delimited_writer.h"
 
+#include <algorithm>
 #include <utility>
 
-#include "automation/text.h"
-#include "cli/io/input.h"
+#include "cli/format/named_collections.h"
+#include "cli/format/tail.h"
+#include "cli/format/tokenizer.h"
+#include "cli/io/failure.h"
 #include "cli/text/escape.h"
 #include "cli/text/utf.h"
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 namespace {
 
-/// How many line breaks stand behind the header's record end.
-int BreaksBehindHeader(std::string_view head, const Layout& layout) {
-  std::size_t at = head.find(layout.markers.recordEnd, layout.markBytes);
-  if (at == std::string_view::npos) return 0;
-  at += layout.markers.recordEnd.size();
-  constexpr int kMost = 3;
+// ---- The form of a file ------------------------------------------------------------------------
+
+int LineBreaksAfterHeader(Input& input, const FileFormat& format) {
+  InputWindow window(input, format.Text());
+  Tokenizer tokenizer(window, format.encoding, format.markers);
+  Token token;
+  do token = tokenizer.Next();
+  while (token.kind != Token::Kind::kRecord && token.kind != Token::Kind::kEnd);
   int breaks = 0;
-  for (; breaks < kMost && head.substr(at).starts_with(layout.markers.lineBreak); ++breaks) {
-    at += layout.markers.lineBreak.size();
-  }
+  while (tokenizer.NextLineBreak(token)) ++breaks;
   return breaks;
 }
 
-DelimitedForm FormOfFile(const std::string& path, const FormatOptions& format) {
-  Input input(path);
-  const std::string_view head = input.Head();
-  const Layout layout = FindLayout(head, format);
-  DelimitedForm form{layout.encoding, {}, layout.markBytes > 0, 0};
-  if (!layout.blocks) {
-    form.lineBreaks = BreaksBehindHeader(head, layout);
-    if (layout.layer != Layer::kOuter) form.pair = layout.pair;
-  }
-  return form;
+/// What follows the last record end, if it is a tail.
+std::optional<std::string> TailOf(Input& input, const FileFormat& format) {
+  constexpr std::uint64_t kMostBytes = 65536;
+  const std::uint64_t size = input.Size().value_or(0);
+  if (size <= format.markBytes) return std::nullopt;
+  std::string bytes(static_cast<std::size_t>(std::min(kMostBytes, size - format.markBytes)), '\0');
+  bytes.resize(input.Read(size - bytes.size(), bytes.data(), bytes.size()));
+  const std::size_t last = bytes.rfind(format.markers.recordEnd);
+  if (last == std::string::npos) return std::nullopt;
+  bytes.erase(0, last + format.markers.recordEnd.size());
+  return IsTail(bytes) ? std::optional(bytes) : std::nullopt;
 }
 
 }  // namespace
 
-DelimitedForm FormOf(const FormatOptions& format, const std::optional<std::string>& like) {
-  if (like) return FormOfFile(*like, format);
-  const Layout layout = FindLayout({}, format);
-  DelimitedForm form{layout.encoding, {}, layout.encoding.UnitSize() > 1, 0};
-  if (format.fieldEnd || format.recordEnd) form.pair = layout.pair;
+DelimitedForm FormOf(const FormatOptions& options, Input* like) {
+  DelimitedForm form;
+  if (like != nullptr) {
+    const FileFormat format = DetectFormat(*like, options);
+    form.encoding = format.encoding;
+    form.hasByteOrderMark = format.markBytes > 0;
+    form.tail = TailOf(*like, format);
+    if (!format.named) {
+      form.lineBreaks = LineBreaksAfterHeader(*like, format);
+      if (format.layer != Layer::kOuter) form.pair = format.pair;
+    }
+  } else {
+    const FileFormat format = RequestedFormat(options);
+    form.encoding = format.encoding;
+    form.hasByteOrderMark = format.encoding.UnitSize() > 1;
+    if (options.fieldEnd || options.recordEnd) form.pair = format.pair;
+  }
+  form.reading = options.reading;
   return form;
 }
 
+// ---- Collections -------------------------------------------------------------------------------
+
 DelimitedWriter::DelimitedWriter(ByteSink sink, const DelimitedForm& form)
-    : sink_(std::move(sink)),
+    : BufferedWriter([this, sink = std::move(sink)](std::string_view bytes) {
+        head_ += bytes.substr(0, kInputBlock - head_.size());
+        sink(bytes);
+      }),
       form_(form),
-      outer_(CheckedMarkers(form.pair.value_or(OuterPair()), form.encoding)),
+      outer_(RequireByteMarkers(form.pair.value_or(OuterMarkers()), form.encoding)),
       markers_(outer_),
-      guard_(form.encoding) {
-  guard_.Forbid(form.pair.value_or(OuterPair()));
-  if (form_.hasByteOrderMark) buffer_ += form_.encoding.ByteOrderMark();
+      encoder_(form.encoding),
+      checksWholeRecords_(!AreUnambiguous(outer_)),
+      followsRecord_(form.isInner) {
+  encoder_.Forbid(form.pair.value_or(OuterMarkers()));
+  if (form_.isInner) {
+    markers_ = RequireByteMarkers(InnerMarkers(), form.encoding);
+    encoder_.Forbid(InnerMarkers());
+    layers_ = 2;
+  } else if (form_.hasByteOrderMark) {
+    Buffer() += form_.encoding.ByteOrderMark();
+  }
 }
 
 void DelimitedWriter::BeginNamed() {
+  if (form_.isInner) {
+    throw UsageError("the file to be added holds several collections: extract one of them first");
+  }
   if (form_.pair || form_.lineBreaks > 0) {
-    throw Failure(ExitCode::kUsage,
-                  "a file of several collections has markers of its own and no line breaks; leave "
-                  "--field-end, --record-end and --line-breaks out");
+    throw UsageError(
+        "a file of several collections has markers of its own and no line breaks; leave "
+        "--field-end, --record-end and --line-breaks out");
+  }
+  if (form_.reading == Reading::kPlain) {
+    throw UsageError("several collections cannot be written as a single one; leave --plain out");
   }
   isNamed_ = true;
-  markers_ = CheckedMarkers(InnerPair(), form_.encoding);
 }
 
 void DelimitedWriter::BeginCollection(std::string_view name) {
   if (!isNamed_) return;
   // Checked now, so that a name that cannot be written is found before its collection is.
-  const std::string where = "the collection " + Quoted(name);
-  record_.clear();
-  // A name stands in the outer layer alone.
-  if (const auto problem = guard_.Append(name, 1, record_)) {
-    throw ConversionError(where + ": its name " + *problem);
+  const std::string what = "the collection " + Quoted(name);
+  collectionName_.clear();
+  // A name is in the outer layer alone.
+  if (const auto problem = encoder_.Append(name, 1, 0, collectionName_)) {
+    throw ConversionError(what + ": its name " + *problem);
   }
-  name_ = record_;
   if (!collections_.insert(Utf16OfUtf8(name)).second) {
-    throw ConversionError(where + " comes twice: the component reads nothing of such a file");
+    throw ConversionError(what + " comes twice: the component reads nothing of such a file");
   }
   if (collections_.size() > 1) return;
-  names_ = {"DataString", "Name"};
-  Record(names_, outer_, "the header");
-  guard_.Forbid(InnerPair());
+  names_ = {std::string(kDataColumn), std::string(kNameColumn)};
+  BeginRecord();
+  for (const std::string& column : names_) AppendValue(column, true);
+  EndRecord();
+  markers_ = RequireByteMarkers(InnerMarkers(), form_.encoding);
+  encoder_.Forbid(InnerMarkers());
+  layers_ = 2;
 }
 
-void DelimitedWriter::Header(const std::vector<std::string>& names) {
+void DelimitedWriter::Header(const std::vector<std::string>& names, std::uint64_t /*offset*/) {
   names_ = names;
-  Record(names, markers_, "the header");
-}
-
-void DelimitedWriter::Row(const std::vector<std::string>& values, const std::string& where) {
-  Record(values, markers_, where);
+  const bool isSingle = !isNamed_ && !form_.isInner && !form_.pair;
+  namedColumns_ = isSingle ? FindNamedColumns(names) : std::nullopt;
+  try {
+    BeginRecord();
+    for (const std::string& name : names) AppendValue(name, true);
+    EndRecord();
+  } catch (const RefusedValue& refused) {
+    throw ConversionError(refused.At("the header"));
+  }
 }
 
 void DelimitedWriter::EndCollection() {
   if (!isNamed_) return;
-  buffer_ += outer_.fieldEnd;
-  buffer_ += name_;
-  buffer_ += outer_.fieldEnd;
-  buffer_ += outer_.recordEnd;
+  Buffer().append(outer_.fieldEnd).append(collectionName_).append(outer_.fieldEnd);
+  Buffer() += outer_.recordEnd;
+  followsRecord_ = true;
   HandOver();
 }
 
-void DelimitedWriter::End() { HandOver(/*all=*/true); }
-
-void DelimitedWriter::HandOver(bool all) {
-  constexpr std::size_t kLarge = std::size_t{64} * 1024;
-  if (buffer_.size() < kLarge && !all) return;
-  sink_(buffer_);
-  buffer_.clear();
+void DelimitedWriter::End() {
+  const bool looksNamed = namedColumns_ && FindByteMarkers(InnerMarkers(), form_.encoding);
+  if (looksNamed && form_.reading != Reading::kPlain) {
+    throw ConversionError(
+        "the columns DataString and Name, with what is in them, would be read as a file of several "
+        "collections; --plain writes them as one, to be read with --plain");
+  }
+  if (followsRecord_ && form_.tail) {
+    Buffer() += *form_.tail;
+  } else {
+    for (; pendingBreaks_ > 0; --pendingBreaks_) Buffer() += markers_.lineBreak;
+  }
+  HandOverNow();
+  if (!names_.empty() && !form_.isInner) CheckDetection();
 }
 
-void DelimitedWriter::Record(const std::vector<std::string>& values, const ByteMarkers& markers,
-                             const std::string& where) {
-  record_.clear();
-  const std::size_t layers = isNamed_ ? 2 : 1;
-  for (std::size_t column = 0; column < values.size(); ++column) {
-    if (const auto problem = guard_.Append(values[column], layers, record_)) {
-      throw ConversionError(where + ", " + Quoted(names_[column]) + ": it " + *problem);
-    }
-    record_ += markers.fieldEnd;
+/// Refuses a file that would be read otherwise than it was written.
+void DelimitedWriter::CheckDetection() const {
+  const MarkerPair pair = form_.pair.value_or(OuterMarkers());
+  FormatOptions options;
+  options.reading = Reading::kPlain;
+  // What cannot be detected has to be named when the file is read.
+  if (!form_.hasByteOrderMark && form_.encoding.Name() != Encoding().Name()) {
+    options.encoding = form_.encoding.Name();
   }
-  record_ += markers.recordEnd;
-  CheckBeginning(markers, where);
-  for (int added = 0; added < form_.lineBreaks; ++added) record_ += markers.lineBreak;
-  buffer_ += record_;
-  isFirst_ = false;
+  if (pair != OuterMarkers() && pair != InnerMarkers()) {
+    options.fieldEnd = pair.fieldEnd;
+    options.recordEnd = pair.recordEnd;
+  }
+  Input input({}, head_, kInputBlock);
+  const FileFormat format = DetectFormat(input, options);
+  const bool isSame = format.encoding.Name() == form_.encoding.Name() && format.pair == pair &&
+                      (format.markBytes > 0) == form_.hasByteOrderMark;
+  if (isSame) return;
+  throw ConversionError("the file would be read as " + format.encoding.Name() +
+                        " with the markers " + Quoted(format.pair.fieldEnd) + " and " +
+                        Quoted(format.pair.recordEnd) + ", since it begins like one");
+}
+
+// ---- Records -----------------------------------------------------------------------------------
+
+void DelimitedWriter::Refuse(const std::string& problem, bool isAboutValue) const {
+  throw RefusedValue{isAboutValue ? names_[column_] : std::string(), problem};
+}
+
+void DelimitedWriter::BeginRecord() {
+  for (; pendingBreaks_ > 0; --pendingBreaks_) Buffer() += markers_.lineBreak;
+  record_ = value_ = Buffer().size();
+  column_ = 0;
+  ends_.clear();
+  isStartChecked_ = false;
+}
+
+void DelimitedWriter::AppendValue(std::string_view piece, bool isLast) {
+  std::string& bytes = Buffer();
+  // Markers that overlap are looked for in whole records.
+  const std::size_t layers = checksWholeRecords_ ? 0 : layers_;
+  if (const auto problem = encoder_.Append(piece, layers, value_, bytes)) Refuse(*problem);
+  if (!isLast) return;
+  ends_.push_back(bytes.size());
+  bytes += markers_.fieldEnd;
+  value_ = bytes.size();
+  ++column_;
+}
+
+void DelimitedWriter::CheckStart() {
+  if (isStartChecked_) return;
+  isStartChecked_ = true;
+  const std::string_view record = std::string_view(Buffer()).substr(record_);
+  if (followsRecord_ && record.starts_with(markers_.lineBreak)) {
+    Refuse("begins with a line break, which is dropped after a record end", false);
+  }
+}
+
+/// Refuses a record that would be read back differently, by reading it.
+void DelimitedWriter::CheckWholeRecord() {
+  Input input({}, Buffer().substr(record_), kInputBlock);
+  InputWindow window(input, kWholeInput);
+  Tokenizer tokenizer(window, form_.encoding, markers_);
+  std::size_t read = 0;
+  Token token;
+  do {
+    token = tokenizer.Next();
+    if (token.kind != Token::Kind::kField) continue;
+    if (read < ends_.size() && record_ + token.End() == ends_[read]) ++read;
+  } while (token.kind == Token::Kind::kField || token.kind == Token::Kind::kPiece);
+  const bool isSame = token.kind == Token::Kind::kRecord && token.bytes.empty() &&
+                      read == ends_.size() && tokenizer.Next().bytes.empty();
+  if (!isSame) Refuse("would be read back differently with these markers", false);
+}
+
+void DelimitedWriter::EndRecord() {
+  CheckStart();
+  Buffer() += markers_.recordEnd;
+  if (checksWholeRecords_) CheckWholeRecord();
+  followsRecord_ = true;
+  pendingBreaks_ = form_.lineBreaks;
   HandOver();
 }
 
-void DelimitedWriter::CheckBeginning(const ByteMarkers& markers, const std::string& where) const {
-  if (!isFirst_ && record_.starts_with(markers.lineBreak)) {
-    throw ConversionError(where +
-                          " begins with a line break, which is dropped behind a record end");
+void DelimitedWriter::BeginRow() { BeginRecord(); }
+
+/// Follows a value of the column DataString of a single collection.
+void DelimitedWriter::NoteReading(std::string_view piece, bool isFirst, bool isLast) {
+  const MarkerPair inner = InnerMarkers();
+  if (isFirst) hasInnerFieldEnd_ = hasInnerHeader_ = isFirst && isLast && piece.empty();
+  if (!hasInnerHeader_) {
+    const std::size_t end = piece.find(inner.recordEnd);
+    const bool hasField = piece.substr(0, end).find(inner.fieldEnd) != std::string_view::npos;
+    hasInnerFieldEnd_ = hasInnerFieldEnd_ || hasField;
+    hasInnerHeader_ = hasInnerFieldEnd_ && end != std::string_view::npos;
+    // A record end without a field end before it begins no header.
+    if (end != std::string_view::npos && !hasInnerHeader_) return namedColumns_.reset();
   }
-  if (isFirst_ && !form_.hasByteOrderMark && Encoding::Marked(record_)) {
-    throw ConversionError(where + " begins like a byte order mark, as which it would be read");
-  }
+  if (isLast && !hasInnerHeader_) namedColumns_.reset();
 }
 
-}  // namespace brindlex::tool
+void DelimitedWriter::Value(std::string_view piece, bool isFirst, bool isLast) {
+  if (namedColumns_ && column_ == namedColumns_->data) NoteReading(piece, isFirst, isLast);
+  AppendValue(piece, isLast);
+  if (checksWholeRecords_) return;
+  constexpr std::size_t kLongValue = 65536;
+  if (Buffer().size() - record_ < kLongValue) return;
+  CheckStart();
+  HandOver(encoder_.Overlap());
+  record_ = 0;
+  value_ = isLast ? Buffer().size() : 0;
+}
+
+void DelimitedWriter::EndRow() { EndRecord(); }
+
+}  // namespace brindlex::cli

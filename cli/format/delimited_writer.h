@@ -4,73 +4,98 @@
 #include <string>
 #include <vector>
 
-#include "cli/convert/table_target.h"
-#include "cli/convert/table_writer.h"
-#include "cli/format/layout.h"
-#include "cli/format/marker_guard.h"
+#include "cli/format/file_format.h"
 #include "cli/format/name_tables.h"
+#include "cli/format/table_writer.h"
+#include "cli/format/value_encoder.h"
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 
 /// The form of a file that is to be written.
 struct DelimitedForm {
-  Encoding encoding;
-  /// Markers in place of those of a text that stands alone.
-  std::optional<MarkerPair> pair;
+  Encoding encoding = {};
+  /// Markers in place of those of a single collection.
+  std::optional<MarkerPair> pair = {};
   bool hasByteOrderMark = false;
-  /// Line breaks behind each record end, 0 to 3, as many as the component drops.
+  /// Line breaks after each record end, 0 to 3, as many as the component drops.
   int lineBreaks = 0;
+  /// What follows the last record end in their place.
+  std::optional<std::string> tail = {};
+  /// The text of one collection of a file of several, in inner markers.
+  bool isInner = false;
+  /// How the file will be read, if the command line says so.
+  Reading reading = Reading::kDetected;
 };
 
-/// The form that options ask for: that of the file `like`, when one is given, with what `format`
-/// says in place of it. Without either windows-1252; UTF-16 has a byte order mark. Failure as
-/// FindLayout.
-DelimitedForm FormOf(const FormatOptions& format, const std::optional<std::string>& like);
+/// The form that options ask for: that of the file `like` unless it is null, with what `options`
+/// name in its place. Without either windows-1252; UTF-16 has a byte order mark. Fails as
+/// DetectFormat.
+DelimitedForm FormOf(const FormatOptions& options, Input* like = nullptr);
 
-/// Writes tables as the component would: a collection by itself, or named ones as one file of
-/// several.
+/// Writes tables as the component would: a single collection, or named ones as a file of several.
 ///
-/// ConversionError, with the row and the name, for what the component would read back otherwise or
-/// not at all: a value or name that holds a marker (inside a file of several any of the four), a
-/// character that the encoding does not have, a record that begins with a line break, which is
-/// dropped behind a record end; and for two collections of one name in any letter case. Failure
-/// kUsage for named collections together with markers or line breaks, which are fixed there.
-class DelimitedWriter : public TableTarget {
+/// A RefusedValue for what would be read back differently or not at all: a value or name that holds
+/// a marker (in a file of several any of the four), a character that the encoding lacks, a record
+/// that starts with a line break, which reading drops. A ConversionError for two collections of one
+/// name in any letter case, and for a file that would be read in another encoding, with other
+/// markers, or as several collections in place of one, unless the form says that. UsageError for
+/// named collections together with markers or line breaks of one's own.
+class DelimitedWriter : public BufferedWriter {
  public:
   DelimitedWriter(ByteSink sink, const DelimitedForm& form);
 
   void BeginNamed() override;
   void BeginCollection(std::string_view name) override;
-  void Header(const std::vector<std::string>& names) override;
-  void Row(const std::vector<std::string>& values, const std::string& where) override;
+  void Header(const std::vector<std::string>& names, std::uint64_t offset) override;
+  void BeginRow() override;
+  void Value(std::string_view piece, bool isFirst, bool isLast) override;
+  void EndRow() override;
   void EndCollection() override;
-
-  /// Nothing follows: hands over all that is left.
-  void End();
+  void End() override;
 
  private:
-  void Record(const std::vector<std::string>& values, const ByteMarkers& markers,
-              const std::string& where);
-  void CheckBeginning(const ByteMarkers& markers, const std::string& where) const;
+  void CheckDetection() const;
+  void BeginRecord();
+  void EndRecord();
+  void AppendValue(std::string_view piece, bool isLast);
+  void CheckStart();
+  void CheckWholeRecord();
+  void NoteReading(std::string_view piece, bool isFirst, bool isLast);
+  [[noreturn]] void Refuse(const std::string& problem, bool isAboutValue = true) const;
 
-  void HandOver(bool all = false);
-
-  ByteSink sink_;
   const DelimitedForm form_;
-  /// Of a file by itself, or the outer layer of one of several collections; and where records go.
+  /// Of a single collection or the outer layer; and where rows go.
   const ByteMarkers outer_;
   ByteMarkers markers_;
+  ValueEncoder encoder_;
+  /// Pairs of markers that no value may hold.
+  std::size_t layers_ = 1;
   bool isNamed_ = false;
   /// Names of the collections so far, and that of the present one as it is written.
   FoldedNameSet collections_;
-  std::string name_;
-  /// Nothing is written yet.
-  bool isFirst_ = true;
-  /// What no text may hold.
-  MarkerGuard guard_;
+  std::string collectionName_;
   std::vector<std::string> names_;
-  std::string record_;
-  std::string buffer_;
+
+  /// What is written so far, as much as a format is detected from.
+  std::string head_;
+
+  // The present record: where it and its value start in the buffer, and its field ends if its
+  // markers can only be checked on whole records.
+  bool checksWholeRecords_;
+  std::size_t record_ = 0;
+  std::size_t value_ = 0;
+  std::size_t column_ = 0;
+  std::vector<std::size_t> ends_;
+  bool isStartChecked_ = false;
+  /// A record end comes before it; and line breaks that are not written yet.
+  bool followsRecord_;
+  int pendingBreaks_ = 0;
+
+  // Whether a single collection would be read as several: the columns say so, and every DataString
+  // so far is empty or starts with a header in inner markers.
+  std::optional<NamedColumns> namedColumns_;
+  bool hasInnerFieldEnd_ = false;
+  bool hasInnerHeader_ = false;
 };
 
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

@@ -9,7 +9,7 @@
 #include "automation/hash_key.h"
 #include "automation/text.h"
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 
 // Hash tables for names and keys out of files. Their hash has a key that is drawn when the program
 // starts, so nobody can make a file whose names all fall into one bucket and take quadratic time.
@@ -41,4 +41,4 @@ template <class Value>
 using FoldedNameMap = std::unordered_map<Text, Value, FoldedNameHash, FoldedNameEqual>;
 using FoldedNameSet = std::unordered_set<Text, FoldedNameHash, FoldedNameEqual>;
 
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

@@ -1,78 +1,178 @@
 #include "cli/io/input.h"
 
+#include <algorithm>
 #include <utility>
 
-#include "cli/text/diagnostics.h"
+#include "cli/io/failure.h"
 #include "cli/text/escape.h"
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 namespace {
 
-[[noreturn]] void Fail(const std::string& name, const std::error_code& error) {
-  throw Failure(ExitCode::kInputOutput, "cannot read " + ShownPath(name) + ": " + error.message());
+[[noreturn]] void Fail(const std::string& what, const std::error_code& error) {
+  throw Failure(ExitStatus::kInputOutput, what + ": " + error.message());
 }
 
 }  // namespace
 
-Input::Input(const std::string& path)
-    : name_(path), block_(std::make_unique_for_overwrite<char[]>(kInputBlock)) {
+// ---- Input -------------------------------------------------------------------------------------
+
+Input::Input(const std::string& path) : name_(path) {
   if (path == "-") {
     name_ = "standard input";
-    return;
+    start_ = system::Position(descriptor_);
+  } else {
+    const system::Opened opened = system::OpenToRead(path);
+    if (opened.error) Fail("cannot read " + ShownPath(name_), opened.error);
+    descriptor_ = opened.descriptor;
+    isOwned_ = true;
   }
-  const system::Opened opened = system::OpenToRead(path);
-  if (opened.error) Fail(name_, opened.error);
-  descriptor_ = opened.descriptor;
-  isOwned_ = true;
+  size_ = system::SizeOf(descriptor_);
+  if (size_) *size_ -= std::min(start_, *size_);
 }
 
-Input::Input(system::Descriptor descriptor, std::string name)
-    : name_(std::move(name)),
-      descriptor_(descriptor),
-      block_(std::make_unique_for_overwrite<char[]>(kInputBlock)) {
-  if (const std::error_code error = system::Rewind(descriptor_)) Fail(name_, error);
-}
+Input::Input(std::string name, std::string text, std::size_t block)
+    : name_(std::move(name)), text_(std::move(text)), block_(block) {}
 
 Input::~Input() {
-  // Nothing was written to it, so nothing can be lost by closing.
+  // Nothing can be lost: what was written to kept_ was meant for this object alone.
   if (isOwned_) system::Close(descriptor_);
+  if (kept_ >= 0) system::Close(kept_);
 }
 
-void Input::GoTo(std::uint64_t at) {
-  const std::error_code error = system::GoTo(descriptor_, at);
-  if (error) {
-    throw Failure(ExitCode::kInputOutput,
-                  ShownPath(name_) + " cannot be read a second time; copy it into a file first");
-  }
-  isFilled_ = false;
-  isAtEnd_ = false;
-  given_ = at;
-}
-
-// Fills the block, so that a pipe's small portions do not decide what is found out of the head.
-void Input::Fill() {
-  isFilled_ = true;
-  filled_ = 0;
-  while (filled_ < kInputBlock && !isAtEnd_) {
-    std::error_code error;
-    const auto count =
-        system::Read(descriptor_, block_.get() + filled_, kInputBlock - filled_, error);
-    if (!count) Fail(name_, error);
-    isAtEnd_ = *count == 0;
-    filled_ += *count;
-  }
+std::optional<std::uint64_t> Input::Size() const {
+  if (text_) return text_->size();
+  return isAtEnd_ ? streamed_ : size_;
 }
 
 std::string_view Input::Head() {
-  if (!isFilled_) Fill();
-  return {block_.get(), filled_};
+  if (!hasHead_) {
+    std::string head(kInputBlock, '\0');
+    head.resize(IsStream() ? ReadStream(head.data(), head.size())
+                           : Read(0, head.data(), head.size()));
+    head_ = std::move(head);
+    hasHead_ = true;
+  }
+  return head_;
 }
 
-std::string_view Input::Next() {
-  if (!isFilled_) Fill();
-  isFilled_ = false;
-  given_ += filled_;
-  return {block_.get(), filled_};
+std::size_t Input::ReadFile(system::Descriptor from, std::uint64_t offset, char* to,
+                            std::size_t size) {
+  std::size_t done = 0;
+  while (done < size) {
+    std::error_code error;
+    const auto count = system::ReadAt(from, offset + done, to + done, size - done, error);
+    if (!count) Fail("cannot read " + ShownPath(name_), error);
+    if (*count == 0) break;
+    done += *count;
+  }
+  return done;
 }
 
-}  // namespace brindlex::tool
+// Fills `to`, so that a pipe's small portions do not decide what Head is.
+std::size_t Input::ReadStream(char* to, std::size_t size) {
+  std::size_t done = 0;
+  while (done < size && !isAtEnd_) {
+    std::error_code error;
+    const auto count = system::Read(descriptor_, to + done, size - done, error);
+    if (!count) Fail("cannot read " + ShownPath(name_), error);
+    isAtEnd_ = *count == 0;
+    done += *count;
+  }
+  if (hasHead_ && keeps_) Keep({to, done});
+  streamed_ += done;
+  return done;
+}
+
+void Input::Keep(std::string_view bytes) {
+  const std::string what = "cannot keep standard input in a temporary file";
+  if (kept_ < 0) {
+    const system::Opened opened = system::OpenTemporary();
+    if (opened.error) Fail(what, opened.error);
+    kept_ = opened.descriptor;
+  }
+  if (const std::error_code error = system::Write(kept_, bytes)) Fail(what, error);
+  keptBytes_ += bytes.size();
+}
+
+std::size_t Input::Read(std::uint64_t offset, char* to, std::size_t size) {
+  if (text_)
+    return offset < text_->size() ? text_->copy(to, size, static_cast<std::size_t>(offset)) : 0;
+  if (!IsStream()) return ReadFile(descriptor_, start_ + offset, to, size);
+  const std::string_view head = Head();
+  if (offset < head.size()) {
+    const std::size_t copied = head.copy(to, size, static_cast<std::size_t>(offset));
+    return copied == size ? size : copied + Read(offset + copied, to + copied, size - copied);
+  }
+  while (streamed_ < offset && !isAtEnd_) {
+    char skipped[4096];
+    ReadStream(skipped, static_cast<std::size_t>(
+                            std::min<std::uint64_t>(sizeof skipped, offset - streamed_)));
+  }
+  if (offset >= streamed_) return ReadStream(to, size);
+  const std::uint64_t keptEnd = head.size() + keptBytes_;
+  if (offset >= keptEnd) {
+    throw Failure(ExitStatus::kInputOutput, ShownPath(name_) + " cannot be read a second time");
+  }
+  const auto left = static_cast<std::size_t>(std::min<std::uint64_t>(size, keptEnd - offset));
+  const std::size_t done = ReadFile(kept_, offset - head.size(), to, left);
+  return done == size ? size : done + Read(offset + done, to + done, size - done);
+}
+
+// ---- ExtentReader ------------------------------------------------------------------------------
+
+ExtentReader::ExtentReader(Input& input)
+    : input_(input), buffer_(std::make_unique_for_overwrite<char[]>(kInputBlock)) {}
+
+std::string_view ExtentReader::From(std::uint64_t offset, std::uint64_t most) {
+  if (offset < blockOffset_ || offset >= blockOffset_ + block_.size()) {
+    block_ = {buffer_.get(), input_.Read(offset, buffer_.get(), kInputBlock)};
+    blockOffset_ = offset;
+    if (block_.empty()) {
+      throw Failure(ExitStatus::kInputOutput,
+                    ShownPath(input_.Name()) + " has become shorter while it was read");
+    }
+  }
+  const std::string_view rest = block_.substr(static_cast<std::size_t>(offset - blockOffset_));
+  return rest.substr(0, static_cast<std::size_t>(std::min<std::uint64_t>(most, rest.size())));
+}
+
+std::string ExtentReader::Bytes(const Extent& extent, std::size_t most) {
+  std::string bytes;
+  Read({extent.offset, std::min<std::uint64_t>(extent.length, most)},
+       [&](std::string_view part) { bytes += part; });
+  return bytes;
+}
+
+// ---- InputWindow -------------------------------------------------------------------------------
+
+InputWindow::InputWindow(Input& input, const Extent& extent, Progress* progress)
+    : input_(input),
+      progress_(progress),
+      end_(extent.offset),
+      limit_(extent.length > UINT64_MAX - extent.offset ? UINT64_MAX : extent.End()),
+      buffer_(std::make_unique_for_overwrite<char[]>(kMostKept + input.BlockSize())) {}
+
+bool InputWindow::Fill() {
+  if (isComplete_) return false;
+  // The block itself stays where it is in memory, whatever is kept before it.
+  char* const block = buffer_.get() + kMostKept;
+  char* const front = block - bytes_.size();
+  std::copy(bytes_.begin(), bytes_.end(), front);
+  const auto wanted =
+      static_cast<std::size_t>(std::min<std::uint64_t>(input_.BlockSize(), limit_ - end_));
+  const std::size_t read = wanted == 0 ? 0 : input_.Read(end_, block, wanted);
+  isComplete_ = read < input_.BlockSize();
+  end_ += read;
+  bytes_ = {front, bytes_.size() + read};
+  if (progress_ != nullptr) progress_->Show(end_);
+  return read > 0;
+}
+
+void InputWindow::SkipTo(std::uint64_t offset) {
+  if (offset <= end_) return Consume(static_cast<std::size_t>(offset - Offset()));
+  bytes_ = {};
+  end_ = std::min(offset, limit_);
+}
+
+}  // namespace brindlex::cli

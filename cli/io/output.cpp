@@ -2,11 +2,11 @@
 
 #include <utility>
 
-#include "cli/text/diagnostics.h"
+#include "cli/io/failure.h"
 #include "cli/text/escape.h"
 #include "cli/text/utf.h"
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 Output::Output(const OutputOptions& options) : options_(options), name_(options.path) {
   buffer_.reserve(kBlock);
   if (options_.path == "-") {
@@ -45,12 +45,13 @@ void Output::Check(const std::error_code& error) const {
 }
 
 void Output::Fail(const std::error_code& error) const {
-  throw Failure(ExitCode::kInputOutput,
+  throw Failure(ExitStatus::kInputOutput,
                 "cannot write " + ShownPath(name_) + ": " + error.message());
 }
 
 void Output::RefuseToReplace() const {
-  throw Failure(ExitCode::kUsage, ShownPath(name_) + " is there already; --force replaces it");
+  throw Failure(ExitStatus::kUsage,
+                ShownPath(name_) + " already exists; use --force to overwrite it");
 }
 
 void Output::HandOver(std::string_view bytes) {
@@ -92,4 +93,4 @@ void Output::Commit() {
   }
 }
 
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

@@ -8,13 +8,13 @@
 #include "cli/io/replacement.h"
 #include "cli/io/system.h"
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 
 /// Where a command's data goes.
 struct OutputOptions {
   /// UTF-8; "-" is standard output.
   std::string path = "-";
-  /// Replace a file that is there.
+  /// Replace a file that exists.
   bool force = false;
 };
 
@@ -23,9 +23,9 @@ struct OutputOptions {
 /// are written as they are. Without a Commit the temporary file is deleted, also when the process
 /// is ended from the keyboard, and a file that was there is as it was.
 ///
-/// A failure is a Failure: kUsage when the file is there and not to be replaced (found out at once,
-/// and once more in Commit), otherwise kInputOutput with the path and the system's reason, a full
-/// disk included.
+/// A failure is a Failure: kUsage if the file exists and is not to be replaced (checked at once and
+/// once more in Commit), otherwise kInputOutput with the path and the system's reason, a full disk
+/// included.
 class Output {
  public:
   explicit Output(const OutputOptions& options);
@@ -62,7 +62,7 @@ class Output {
   [[noreturn]] void RefuseToReplace() const;
 
   OutputOptions options_;
-  /// What stands in messages for it.
+  /// How messages call it.
   std::string name_;
   /// None for standard output, devices and pipes; it owns the descriptor then.
   std::optional<system::Replacement> replacement_;
@@ -72,4 +72,4 @@ class Output {
   std::uint64_t written_ = 0;
 };
 
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

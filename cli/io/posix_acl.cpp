@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-namespace brindlex::tool::system {
+namespace brindlex::cli::system {
 namespace {
 
 // The kernel's form, everything little-endian: a version of 4 bytes, then entries of tag (2 bytes),
@@ -43,4 +43,4 @@ std::optional<mode_t> ModeOfAcl(std::string_view entries) {
   return *owner << 6U | mask.value_or(*group) << 3U | *others;
 }
 
-}  // namespace brindlex::tool::system
+}  // namespace brindlex::cli::system

@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-namespace brindlex::tool::system {
+namespace brindlex::cli::system {
 
 /// The extended attributes that hold POSIX access-control lists: a file's own, and what a folder
 /// gives to new files.
@@ -28,4 +28,4 @@ struct Acl {
 /// mask) and others. Nothing if they are no list.
 std::optional<mode_t> ModeOfAcl(std::string_view entries);
 
-}  // namespace brindlex::tool::system
+}  // namespace brindlex::cli::system

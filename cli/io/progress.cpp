@@ -5,12 +5,11 @@
 #include <algorithm>
 
 #include "cli/io/system.h"
-#include "cli/text/diagnostics.h"
 #include "cli/text/display.h"
 #include "cli/text/escape.h"
 #include "cli/text/utf.h"
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 namespace {
 
 constexpr std::chrono::milliseconds kBeforeFirst{1000};
@@ -77,4 +76,4 @@ void Progress::ShowNow(std::uint64_t done) {
   Draw(ProgressLine(what_, done, total_, Columns()));
 }
 
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 
 /// What a bar looks like when `done` of `total` bytes are, in a terminal of `columns`: at most one
 /// less than those, so that nothing wraps.
@@ -45,4 +45,4 @@ class Progress {
   Clock::time_point next_;
 };
 
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cstdint>
 
-namespace brindlex::tool::system {
+namespace brindlex::cli::system {
 
 std::string TemporaryName(const std::string& targetName) {
   // File systems take 255 bytes or 255 units.
@@ -21,4 +21,4 @@ std::string TemporaryName(const std::string& targetName) {
   return fmt::format("{}.{:016x}.partial", targetName.substr(0, size), random);
 }
 
-}  // namespace brindlex::tool::system
+}  // namespace brindlex::cli::system

@@ -6,7 +6,7 @@
 
 #include "cli/io/system.h"
 
-namespace brindlex::tool::system {
+namespace brindlex::cli::system {
 
 /// A file that is written as a temporary file in its target's folder, and takes the target's name
 /// in one step. replacement_posix.cpp and replacement_windows.cpp implement it; docs/tool.md has
@@ -53,4 +53,4 @@ class Replacement {
 /// every file system. Empty if the system supplies no random numbers.
 std::string TemporaryName(const std::string& targetName);
 
-}  // namespace brindlex::tool::system
+}  // namespace brindlex::cli::system

@@ -14,7 +14,7 @@
 #include "cli/io/posix_acl.h"
 #include "cli/io/replacement.h"
 
-namespace brindlex::tool::system {
+namespace brindlex::cli::system {
 namespace {
 
 std::error_code LastError() { return {errno, std::generic_category()}; }
@@ -346,4 +346,4 @@ std::error_code Replacement::Commit(bool overwrite) {
   return error;
 }
 
-}  // namespace brindlex::tool::system
+}  // namespace brindlex::cli::system

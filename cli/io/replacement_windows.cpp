@@ -14,7 +14,7 @@
 #include "cli/text/utf.h"
 #include "platform/win32/file_security.h"
 
-namespace brindlex::tool::system {
+namespace brindlex::cli::system {
 namespace {
 
 constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
@@ -220,4 +220,4 @@ std::error_code Replacement::Commit(bool overwrite) {
   return system::Close(std::exchange(state_->file, -1));
 }
 
-}  // namespace brindlex::tool::system
+}  // namespace brindlex::cli::system

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -9,10 +8,10 @@
 #include <system_error>
 #include <vector>
 
-/// What the tool asks of the operating system. Paths and texts are UTF-8 on every system. Two
-/// sources implement it: system_posix.cpp and system_windows.cpp, the one place here that knows
-/// Windows. A function that can fail returns an error, zero when it went well.
-namespace brindlex::tool::system {
+/// What the program asks of the operating system. Paths and texts are UTF-8 on every system. Two
+/// sources implement it: system_posix.cpp and system_windows.cpp. A function that can fail returns
+/// an error, which is zero after success.
+namespace brindlex::cli::system {
 
 inline constexpr int kStandardInput = 0;
 inline constexpr int kStandardOutput = 1;
@@ -35,19 +34,20 @@ Opened OpenToRead(const std::string& path);
 /// by now.
 Opened OpenToWrite(const std::string& path);
 
-/// An empty file in the system's folder for such, to write and to read; it is gone when it is
-/// closed.
-Opened OpenScratch();
-
-/// Goes back to the first byte.
-std::error_code Rewind(Descriptor descriptor);
+/// An empty file in the system's folder of temporary files, to write and to read; it is deleted
+/// when it is closed.
+Opened OpenTemporary();
 
 /// Up to `size` bytes; 0 at the end of the file, nothing on a failure, whose reason is in `error`.
 std::optional<std::size_t> Read(Descriptor from, char* to, std::size_t size,
                                 std::error_code& error);
 
-/// The next Read begins at that byte of the file. Fails for a pipe or a terminal.
-std::error_code GoTo(Descriptor descriptor, std::uint64_t at);
+/// The same from that offset of a regular file, whatever was read before.
+std::optional<std::size_t> ReadAt(Descriptor from, std::uint64_t offset, char* to, std::size_t size,
+                                  std::error_code& error);
+
+/// The offset that the next Read of a regular file starts at; 0 for anything else.
+std::uint64_t Position(Descriptor descriptor);
 
 /// All of `bytes`.
 std::error_code Write(Descriptor to, std::string_view bytes);
@@ -63,7 +63,7 @@ std::optional<std::uint64_t> SizeOf(Descriptor descriptor);
 enum class FileKind { kNone, kRegular, kFolder, kOther };
 FileKind KindOf(const std::string& path);
 
-/// The paths that a word of the command line stands for: on Windows, whose shells leave that to
+/// The paths that a word of the command line means: on Windows, whose shells leave that to
 /// programs, the files that its last part with * or ? matches, in the order of their names; the
 /// word itself where none does, and on other systems.
 std::vector<std::string> Expanded(const std::string& word);
@@ -88,14 +88,4 @@ bool TakesColours(Descriptor descriptor);
 /// Writes UTF-8 to a terminal, whatever code page it has.
 std::error_code WriteToTerminal(Descriptor to, std::string_view text);
 
-// ---- Code pages --------------------------------------------------------------------------------
-
-/// The UTF-16 unit of every byte; kNoCharacter for a byte that the page leaves undefined.
-using CodePageTable = std::array<char16_t, 256>;
-inline constexpr char16_t kNoCharacter = 0xFFFF;
-
-/// The table of a Windows code page of one byte for each character (874, 1250 to 1258); nothing
-/// when the system does not have it.
-std::optional<CodePageTable> ReadCodePage(unsigned number);
-
-}  // namespace brindlex::tool::system
+}  // namespace brindlex::cli::system

@@ -1,18 +1,16 @@
 #include <fcntl.h>
-#include <iconv.h>
 #include <sys/ioctl.h>
 #include <sys/random.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <cstdlib>
 
 #include "cli/io/system.h"
 
-namespace brindlex::tool::system {
+namespace brindlex::cli::system {
 namespace {
 
 std::error_code LastError() { return {errno, std::generic_category()}; }
@@ -44,17 +42,13 @@ Opened OpenToWrite(const std::string& path) {
   return {-1, std::make_error_code(std::errc::permission_denied)};
 }
 
-Opened OpenScratch() {
+Opened OpenTemporary() {
   const char* const folder = std::getenv("TMPDIR");
   std::string path = folder == nullptr || *folder == '\0' ? "/tmp" : folder;
   path += "/brindlex-XXXXXX";
   const Opened opened = ResultOf(::mkostemp(path.data(), O_CLOEXEC));
   if (!opened.error) ::unlink(path.c_str());
   return opened;
-}
-
-std::error_code Rewind(Descriptor descriptor) {
-  return ::lseek(descriptor, 0, SEEK_SET) < 0 ? LastError() : std::error_code();
 }
 
 std::optional<std::size_t> Read(Descriptor from, char* to, std::size_t size,
@@ -68,9 +62,20 @@ std::optional<std::size_t> Read(Descriptor from, char* to, std::size_t size,
   }
 }
 
-std::error_code GoTo(Descriptor descriptor, std::uint64_t at) {
-  return ::lseek(descriptor, static_cast<off_t>(at), SEEK_SET) < 0 ? LastError()
-                                                                   : std::error_code();
+std::optional<std::size_t> ReadAt(Descriptor from, std::uint64_t offset, char* to, std::size_t size,
+                                  std::error_code& error) {
+  for (;;) {
+    const ssize_t count = ::pread(from, to, size, static_cast<off_t>(offset));
+    if (count >= 0) return static_cast<std::size_t>(count);
+    if (errno == EINTR) continue;
+    error = LastError();
+    return std::nullopt;
+  }
+}
+
+std::uint64_t Position(Descriptor descriptor) {
+  const off_t offset = SizeOf(descriptor) ? ::lseek(descriptor, 0, SEEK_CUR) : 0;
+  return offset < 0 ? 0 : static_cast<std::uint64_t>(offset);
 }
 
 std::error_code Write(Descriptor to, std::string_view bytes) {
@@ -136,38 +141,4 @@ bool TakesColours(Descriptor) { return true; }
 
 std::error_code WriteToTerminal(Descriptor to, std::string_view text) { return Write(to, text); }
 
-// ---- Code pages --------------------------------------------------------------------------------
-
-std::optional<CodePageTable> ReadCodePage(unsigned number) {
-  const std::string name = "CP" + std::to_string(number);
-  auto* const converter = ::iconv_open("UTF-16LE", name.c_str());
-  // iconv's own way to say that it does not know the name.
-  if (converter == reinterpret_cast<iconv_t>(-1)) return std::nullopt;
-  CodePageTable table{};
-  for (std::size_t byte = 0; byte < table.size(); ++byte) {
-    std::array<char, 1> from{static_cast<char>(byte)};
-    std::array<char, 4> to{};
-    char* in = from.data();
-    char* out = to.data();
-    std::size_t inLeft = from.size();
-    std::size_t outLeft = to.size();
-    // A page whose letters combine holds some back until it is told that nothing follows.
-    const bool isThere = ::iconv(converter, &in, &inLeft, &out, &outLeft) == 0 &&
-                         ::iconv(converter, nullptr, nullptr, &out, &outLeft) == 0 && outLeft == 2;
-    if (!isThere) {
-      ::iconv(converter, nullptr, nullptr, nullptr, nullptr);
-      table[byte] = kNoCharacter;
-      continue;
-    }
-    const auto low = static_cast<unsigned char>(to[0]);
-    const auto high = static_cast<unsigned char>(to[1]);
-    table[byte] = static_cast<char16_t>(low | high << 8U);
-  }
-  ::iconv_close(converter);
-  // Windows has a character there that is younger than the page: holam haser for vav.
-  constexpr unsigned kHebrew = 1255;
-  if (number == kHebrew) table[0xCA] = 0x05BA;
-  return table;
-}
-
-}  // namespace brindlex::tool::system
+}  // namespace brindlex::cli::system

@@ -17,7 +17,7 @@
 #include "cli/io/system_windows.h"
 #include "cli/text/utf.h"
 
-namespace brindlex::tool::system {
+namespace brindlex::cli::system {
 namespace {
 
 static_assert(sizeof(wchar_t) == sizeof(char16_t));
@@ -77,7 +77,7 @@ Opened OpenToWrite(const std::string& path) {
   return ResultOf(::_wopen(Wide(path).c_str(), _O_WRONLY | _O_BINARY));
 }
 
-Opened OpenScratch() {
+Opened OpenTemporary() {
   std::array<wchar_t, MAX_PATH + 1> folder{};
   std::array<wchar_t, MAX_PATH + 1> path{};
   if (::GetTempPathW(static_cast<DWORD>(folder.size()), folder.data()) == 0 ||
@@ -86,10 +86,6 @@ Opened OpenScratch() {
   }
   constexpr int kFlags = _O_RDWR | _O_CREAT | _O_TRUNC | _O_BINARY | _O_TEMPORARY;
   return ResultOf(::_wopen(path.data(), kFlags, _S_IREAD | _S_IWRITE));
-}
-
-std::error_code Rewind(Descriptor descriptor) {
-  return ::_lseeki64(descriptor, 0, SEEK_SET) < 0 ? LastErrno() : std::error_code();
 }
 
 std::optional<std::size_t> Read(Descriptor from, char* to, std::size_t size,
@@ -103,11 +99,22 @@ std::optional<std::size_t> Read(Descriptor from, char* to, std::size_t size,
   return std::nullopt;
 }
 
-std::error_code GoTo(Descriptor descriptor, std::uint64_t at) {
-  // A pipe can be told to seek there, and goes nowhere.
-  if (!SizeOf(descriptor)) return std::make_error_code(std::errc::invalid_seek);
-  return ::_lseeki64(descriptor, static_cast<std::int64_t>(at), SEEK_SET) < 0 ? LastErrno()
-                                                                              : std::error_code();
+std::optional<std::size_t> ReadAt(Descriptor from, std::uint64_t offset, char* to, std::size_t size,
+                                  std::error_code& error) {
+  OVERLAPPED place{};
+  place.Offset = static_cast<DWORD>(offset);
+  place.OffsetHigh = static_cast<DWORD>(offset >> 32U);
+  DWORD count = 0;
+  const auto most = static_cast<DWORD>(std::min<std::size_t>(size, 1U << 30));
+  if (::ReadFile(HandleOf(from), to, most, &count, &place) != FALSE) return count;
+  if (::GetLastError() == ERROR_HANDLE_EOF) return 0;
+  error = LastWindowsError();
+  return std::nullopt;
+}
+
+std::uint64_t Position(Descriptor descriptor) {
+  const std::int64_t offset = SizeOf(descriptor) ? ::_lseeki64(descriptor, 0, SEEK_CUR) : 0;
+  return offset < 0 ? 0 : static_cast<std::uint64_t>(offset);
 }
 
 std::error_code Write(Descriptor to, std::string_view bytes) {
@@ -208,22 +215,4 @@ std::error_code WriteToTerminal(Descriptor to, std::string_view text) {
   return {};
 }
 
-// ---- Code pages --------------------------------------------------------------------------------
-
-std::optional<CodePageTable> ReadCodePage(unsigned number) {
-  if (::IsValidCodePage(number) == 0) return std::nullopt;
-  CodePageTable table{};
-  for (std::size_t byte = 0; byte < table.size(); ++byte) {
-    const std::array<char, 1> from{static_cast<char>(byte)};
-    std::array<wchar_t, 2> to{};
-    const int count =
-        ::MultiByteToWideChar(number, MB_ERR_INVALID_CHARS, from.data(), 1, to.data(), 2);
-    const auto unit = static_cast<char16_t>(to[0]);
-    // For a byte without a character Windows makes up a control or a private character.
-    const bool isMadeUp = (unit >= 0x80 && unit < 0xA0) || (unit >= 0xE000 && unit < 0xF900);
-    table[byte] = count == 1 && !isMadeUp ? unit : kNoCharacter;
-  }
-  return table;
-}
-
-}  // namespace brindlex::tool::system
+}  // namespace brindlex::cli::system

@@ -3,12 +3,12 @@
 #include <string>
 #include <system_error>
 
-namespace brindlex::tool::system {
+namespace brindlex::cli::system {
 
-/// The error that stands for a code of Windows; none for ERROR_SUCCESS.
+/// The error for a code of Windows; none for ERROR_SUCCESS.
 std::error_code ErrorOfWindows(unsigned long code);
 
 /// A path of UTF-8 as Windows takes it.
 std::wstring Wide(const std::string& path);
 
-}  // namespace brindlex::tool::system
+}  // namespace brindlex::cli::system

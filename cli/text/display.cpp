@@ -7,7 +7,7 @@
 #include "cli/text/utf.h"
 #include "cli/text/width_table.h"
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 namespace {
 
 template <std::size_t Count>
@@ -18,7 +18,8 @@ bool IsIn(const ColumnRun (&runs)[Count], char32_t character) {
   return run != std::begin(runs) && character <= std::prev(run)->last;
 }
 
-/// Calls `put(character, UTF-8)` for each character, `bad(byte)` for what is none.
+/// Calls `put(character, UTF-8)` for each character, `bad(byte)` for each byte of an ill-formed
+/// sequence.
 template <class Put, class Bad>
 void EachCharacter(const Encoding& encoding, std::string_view bytes, Put&& put, Bad&& bad) {
   while (!bytes.empty()) {
@@ -98,7 +99,7 @@ std::string PrintableLines(const Encoding& encoding, std::string_view bytes,
   return shown;
 }
 
-std::string Cut(std::string_view text, std::size_t columns, bool isCut) {
+std::string Truncated(std::string_view text, std::size_t columns, bool isTruncated) {
   std::size_t taken = 0;
   std::size_t fits = 0;
   for (std::size_t at = 0; at < text.size();) {
@@ -108,14 +109,14 @@ std::string Cut(std::string_view text, std::size_t columns, bool isCut) {
     if (taken + 1 <= columns) fits = at;
     if (taken > columns) return std::string(text.substr(0, fits)).append(kEllipsis);
   }
-  if (!isCut) return std::string(text);
+  if (!isTruncated) return std::string(text);
   return std::string(taken < columns ? text : text.substr(0, fits)).append(kEllipsis);
 }
 
-std::string Padded(std::string_view text, std::size_t columns, bool toTheRight) {
+std::string Padded(std::string_view text, std::size_t columns, bool alignRight) {
   const std::size_t taken = ColumnsOf(text);
   const std::string blanks(columns > taken ? columns - taken : 0, ' ');
-  return toTheRight ? blanks + std::string(text) : std::string(text) + blanks;
+  return alignRight ? blanks + std::string(text) : std::string(text) + blanks;
 }
 
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

@@ -6,7 +6,7 @@
 
 #include "cli/text/utf.h"
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 
 bool ActsOnTerminal(char32_t character) {
   const auto isIn = [character](char32_t first, char32_t last) {
@@ -64,4 +64,4 @@ void AppendToList(std::string& list, std::string_view name, std::size_t index) {
   list.append(index < kMost ? Quoted(name) : std::string(kEllipsis));
 }
 
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

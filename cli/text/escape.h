@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 
 /// What ends a text that was truncated.
 inline constexpr std::string_view kEllipsis = "\u2026";
@@ -32,4 +32,4 @@ std::string ShownPath(std::string_view path);
 /// first 20 and an ellipsis. `index` counts from 0.
 void AppendToList(std::string& list, std::string_view name, std::size_t index);
 
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

@@ -5,7 +5,7 @@
 
 #include "cli/text/display.h"
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 namespace {
 
 constexpr std::size_t kBetween = 2;
@@ -21,7 +21,7 @@ std::size_t Total(const std::vector<std::size_t>& widths, std::size_t limit) {
 
 }  // namespace
 
-bool IsNumber(const std::string& text) {
+bool IsNumber(std::string_view text) {
   bool hasDigit = false;
   for (std::size_t at = 0; at < text.size(); ++at) {
     const char c = text[at];
@@ -43,13 +43,13 @@ Table::Table(const std::vector<std::string>& names, const std::vector<Row>& samp
     bool hasOther = false;
     for (const Row& row : sample) {
       if (column >= row.size() || row[column].text.empty()) continue;
-      widest = std::max(widest, ColumnsOf(row[column].text) + (row[column].isCut ? 1 : 0));
+      widest = std::max(widest, ColumnsOf(row[column].text) + (row[column].isTruncated ? 1 : 0));
       const bool isNumber = IsNumber(row[column].text);
       hasNumber = hasNumber || isNumber;
       hasOther = hasOther || !isNumber;
     }
     widths_.push_back(std::max<std::size_t>(widest, 1));
-    toTheRight_.push_back(column == 0 || (hasNumber && !hasOther));
+    areNumbers_.push_back(column == 0 || (hasNumber && !hasOther));
   }
   if (width != 0) Shrink(width);
 }
@@ -68,38 +68,33 @@ void Table::Shrink(std::size_t width) {
   }
 }
 
-std::string Table::Line(const Row& row) const {
+std::string Table::Joined(const Row& row) const {
   std::string line;
   for (std::size_t column = 0; column < widths_.size(); ++column) {
     if (column > 0) line.append(kBetween, ' ');
     const Cell cell = column < row.size() ? row[column] : Cell{};
-    const std::string text = Cut(cell.text, widths_[column], cell.isCut);
-    // Nothing stands behind the last column that it would have to be apart from.
+    const std::string text = Truncated(cell.text, widths_[column], cell.isTruncated);
+    // The last column needs no blanks after it.
     const bool isLast = column + 1 == widths_.size();
     line +=
-        isLast && !toTheRight_[column] ? text : Padded(text, widths_[column], toTheRight_[column]);
+        isLast && !areNumbers_[column] ? text : Padded(text, widths_[column], areNumbers_[column]);
   }
   line.erase(line.find_last_not_of(' ') + 1);
   return line;
 }
 
-void Table::WriteHead(Output& output, const Palette& palette) const {
+std::string Table::Head(const Palette& palette) const {
   Row heads;
   std::string rule;
   for (std::size_t column = 0; column < widths_.size(); ++column) {
     heads.push_back({names_[column], false});
     if (column > 0) rule.append(kBetween, ' ');
-    for (std::size_t at = 0; at < widths_[column]; ++at) rule += "\u2500";
+    for (std::size_t cell = 0; cell < widths_[column]; ++cell) rule += "\u2500";
   }
-  output.Write(palette.Paint(Style::kHeading, Line(heads)));
-  output.Write("\n");
-  output.Write(palette.Paint(Style::kFaint, rule));
-  output.Write("\n");
+  return palette.Paint(Style::kHeading, Joined(heads)) + "\n" + palette.Paint(Style::kFaint, rule) +
+         "\n";
 }
 
-void Table::WriteRow(const Row& row, Output& output, const Palette&) const {
-  output.Write(Line(row));
-  output.Write("\n");
-}
+std::string Table::Line(const Row& row) const { return Joined(row) + "\n"; }
 
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <cstring>
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 namespace {
 
 constexpr char32_t kReplacement = 0xFFFD;
@@ -13,7 +13,7 @@ unsigned ByteAt(std::string_view text, std::size_t at) {
   return static_cast<unsigned char>(text[at]);
 }
 
-/// What a first byte asks of the bytes behind it.
+/// What a first byte requires of the bytes after it.
 struct Sequence {
   std::size_t bytes;
   /// The range of the second byte.
@@ -92,7 +92,7 @@ std::size_t UnfinishedUtf8(std::string_view text) {
   return 0;
 }
 
-std::size_t BrokenUtf8(std::string_view text) {
+std::size_t IllFormedUtf8(std::string_view text) {
   return Matching(text, SequenceOf(ByteAt(text, 0)));
 }
 
@@ -150,4 +150,4 @@ std::string Utf8OfUtf16(std::u16string_view text) {
   return bytes;
 }
 
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 
 /// One character at the front of a text: its number and how many bytes it takes; no bytes when
 /// those at the front are no character.
@@ -20,12 +20,12 @@ Character FirstOfUtf8(std::string_view text);
 /// How many bytes at the front of `text` are whole characters.
 std::size_t ValidUtf8(std::string_view text);
 
-/// How many bytes at the end of `text`, up to three, begin a character that goes on behind it.
+/// How many bytes at the end of `text`, up to three, start a character that may go on after it.
 std::size_t UnfinishedUtf8(std::string_view text);
 
 /// How many bytes at the front of `text` begin a sequence as they should: all of it at most, none
 /// when the first byte begins no sequence.
-std::size_t BrokenUtf8(std::string_view text);
+std::size_t IllFormedUtf8(std::string_view text);
 
 /// Appends a character, which is no surrogate, as UTF-8.
 void AppendUtf8(char32_t number, std::string& text);
@@ -37,4 +37,4 @@ void AppendUtf16(char32_t number, std::u16string& text);
 std::u16string Utf16OfUtf8(std::string_view text);
 std::string Utf8OfUtf16(std::u16string_view text);
 
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

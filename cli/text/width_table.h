@@ -2,7 +2,7 @@
 
 // Made by tools/generate/make_width_table.py from the data of Unicode 14.0.0.
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 
 /// Characters from `first` to `last`, both included.
 struct ColumnRun {
@@ -280,4 +280,4 @@ inline constexpr ColumnRun kTwoColumns[] = {
     {0xE0002, 0xE001F},  {0xE0080, 0xE00FF}, {0xE01F0, 0xEFFFF}, {0xFFFFE, 0xFFFFF},
     {0x10FFFE, 0x10FFFF}};
 
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

@@ -109,12 +109,12 @@ def test_what_cannot_be_added(folder: pathlib.Path) -> None:
     refused(folder, 'record 1, "Title": it holds the field end » U+00BB', DEFECTS, *add,
             stdin=encoded("Title|;a<b|;"))
     refused(folder, "begins with a line break", DEFECTS, *add, stdin=encoded("\r\na|;1|;"))
-    refused(folder, "a line break behind a record end", DEFECTS, *add, stdin=encoded("a|;1|;\r\n"))
+    refused(folder, "a line break after a record end", DEFECTS, *add, stdin=encoded("a|;\r\n1|;"))
     refused(folder, "record 1 has 1 value", DEFECTS, *add, stdin=encoded("a|b|;1|;"))
     refused(folder, "extract one of them first", USAGE, *add, stdin=encoded(LISTS))
     refused(folder, "would not find", DEFECTS, *add, before=LISTS.replace("Name", "NAME"),
             stdin=encoded(BOOKS))
-    refused(folder, "a second block named", DEFECTS, *add, before=LISTS.replace("Notes", "items"),
+    refused(folder, "a second collection named", DEFECTS, *add, before=LISTS.replace("Notes", "items"),
             stdin=encoded(BOOKS))
     refused(folder, "one of the two", USAGE, "add", "-", "Books", "-")
     refused(folder, "--in-place", USAGE, "add", "-", "Books", "FILE", "--in-place")

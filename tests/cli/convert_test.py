@@ -79,7 +79,7 @@ def test_losses_are_told_before_anything_is_written(folder: pathlib.Path) -> Non
     lines = file(folder, "lines.txt", encoded("a|;\r\n1|;\r\n2|;\r\n"))
     made = folder / "made.json"
     for place in ((), ("-o", path(made))):
-        refused("a line break behind a record end, the first at byte 3 of 3 in all", DEFECTS,
+        refused("a line break after a record end, the first at byte 3 of 2 in all", DEFECTS,
                 "to-json", lines, *place)
         refused("field names without a record", DEFECTS, "to-json",
                 file(folder, "names.txt", encoded("a|;")), *place)
@@ -87,9 +87,9 @@ def test_losses_are_told_before_anything_is_written(folder: pathlib.Path) -> Non
                 file(folder, "twice.txt", encoded("a|a|;1|2|;")), *place)
         refused("byte 12: record 2 has 1 value, the header has 2 names", DEFECTS, "to-json",
                 file(folder, "ragged.txt", encoded("a|b|;1|2|;3|;\r\n")), *place)
-        refused("byte 8: text behind the last field end of record 1", DEFECTS, "to-csv",
+        refused("byte 7: text after the last field end of record 1", DEFECTS, "to-csv",
                 file(folder, "behind.txt", encoded("a|b|;1|2;")), *place)
-    refused("byte 7: text behind the last field end of record 1", DEFECTS, "to-csv",
+    refused("byte 5: text after the last field end of record 1", DEFECTS, "to-csv",
             file(folder, "behind2.txt", encoded("a|b|;12;")))
     expect("nothing written", False, made.exists())
     result = run("to-json", lines, "--lossy")

@@ -28,4 +28,19 @@ def test_wrong_usage(_: pathlib.Path) -> None:
         contains("brindlex: ", result.errors)
 
 
+def test_a_wrong_command_gets_the_nearest_one(_: pathlib.Path) -> None:
+    for wrong, nearest in (("chek", "check"), ("tojson", "to-json"), ("vieuw", "view"), ("colections", "collections")):
+        result = run(wrong, "a.txt")
+        expect(wrong, USAGE, result.code)
+        contains(f'there is no command "{wrong}"; did you mean {nearest}?', result.errors)
+    expect("nothing alike", False, "did you mean" in run("1234567890").errors)
+
+
+def test_help_of_a_command(_: pathlib.Path) -> None:
+    expect("program", run("--help").text, run("help").text)
+    expect("command", run("view", "--help").text, run("help", "view").text)
+    contains("--replace", run("help", "collections", "add").text)
+    contains("did you mean view?", run("help", "veiw").errors)
+
+
 program.main(globals())

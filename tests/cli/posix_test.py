@@ -21,7 +21,7 @@ BOOKS = encoded("Title|Price|;" + "".join(f"A long title of book number {n}|{n}.
 
 def on_terminal(*arguments: str, columns: int = 80, stdin: int = subprocess.DEVNULL,
                 output_too: bool = True, **environment: str) -> tuple[str, int]:
-    """What the program shows on a terminal of that width, and what it leaves with."""
+    """What the program shows on a terminal of that width, and its exit status."""
     ours, theirs = pty.openpty()
     fcntl.ioctl(theirs, termios.TIOCSWINSZ, struct.pack("HHHH", 24, columns, 0, 0))
     own = {"TERM": "xterm", "PATH": os.environ["PATH"], **environment}

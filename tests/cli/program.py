@@ -40,7 +40,7 @@ def run(*arguments: str, stdin: bytes = b"", environment: dict[str, str] | None 
 
 
 def path(of: pathlib.Path) -> str:
-    """How the program is told of a file."""
+    """The path of a file, as the program takes it."""
     return "Z:" + str(of).replace("/", "\\") if IS_WINDOWS else str(of)
 
 
@@ -67,7 +67,7 @@ def main(functions: dict) -> None:
             try:
                 test(pathlib.Path(folder))
                 print(f"ok {name}")
-            except Exception:  # each test is told of, whatever went wrong
+            except Exception:  # every test is reported, whatever went wrong
                 failed += 1
                 print(f"FAILED {name}")
                 traceback.print_exc(file=sys.stdout)

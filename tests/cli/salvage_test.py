@@ -10,7 +10,7 @@ NUMBERS = "".join(f"Title {n}|{n}|;" for n in range(1, 9))
 
 
 def salvage(folder: pathlib.Path, text: str | bytes, *options: str) -> tuple[program.Result, bytes, bytes]:
-    """What was said, what is whole, what is damaged."""
+    """The result, the valid and the damaged records."""
     file, out = folder / "a.txt", folder / "out.txt"
     for name in ("out.txt", "out.txt.damaged"):
         (folder / name).unlink(missing_ok=True)
@@ -25,8 +25,8 @@ def salvage(folder: pathlib.Path, text: str | bytes, *options: str) -> tuple[pro
             damaged.read_bytes() if damaged.exists() else b"")
 
 
-def test_a_sound_file_is_copied(folder: pathlib.Path) -> None:
-    for text in ("A|B|;1|2|;\r\n3|4|;", "DataString|Name|;A<>x<>|One|;|Two|;", "A|;1|;\r\n\r\n\r\n\r\n2|;"):
+def test_a_valid_file_is_copied(folder: pathlib.Path) -> None:
+    for text in ("A|B|;1|2|;\r\n3|4|;", "DataString|Name|;A<>x<>|One|;|Two|;", "A|;1|;\r\n\r\n\r\n\r\n2|;", "A|;1|;\n", "A|;1|;\r\n\r\n\r\n\r\n \0\x1a"):
         result, out, damaged = salvage(folder, text)
         expect("code", FINE, result.code)
         expect("out", encoded(text), out)
@@ -42,9 +42,9 @@ def test_damaged_records_are_put_apart(folder: pathlib.Path) -> None:
         "byte 10, record 2: 1 of 2 fields\r\n3|;\r\n\r\n"
         "byte 15, record 3: an empty record\r\n;\r\n\r\n"
         "byte 16, record 4: no field end\r\nx;\r\n\r\n"
-        "byte 18, record 5: text behind the last field end\r\n5|6|7;\r\n\r\n"
+        "byte 18, record 5: text after the last field end\r\n5|6|7;\r\n\r\n"
         "byte 29, record 7: no record end\r\nrest\r\n\r\n"), damaged)
-    contains("2 records whole, in ", result.errors)
+    contains("2 records valid, in ", result.errors)
     contains("; 5 damaged, in ", result.errors)
     contains(f"{path(folder / 'a.txt')}:10:2:0: 1 of 2 fields\n", result.text)
 
@@ -62,7 +62,7 @@ def test_the_one_join_that_fits_is_made(folder: pathlib.Path) -> None:
     expect("out", encoded("Title|Count|;" + NUMBERS + "a b|3|;"), out)
     expect("damaged", b"", damaged)
     contains('joined fields 1 to 2 as "Title"', result.text)
-    contains("8 records whole, 1 joined", result.errors)
+    contains("8 records valid, 1 joined", result.errors)
     result, out, _ = salvage(folder, "Title|Count|;" + NUMBERS + "a|b|c|3|;", "--join", "--replace", "/")
     expect("three", encoded("Title|Count|;" + NUMBERS + "a/b/c|3|;"), out)
 
@@ -104,8 +104,8 @@ def test_several_collections(folder: pathlib.Path) -> None:
     text = f"DataString|Name|;{inner}a<>|One|;{inner}a<b<3<>|Two|;"
     result, out, damaged = salvage(folder, text)
     expect("out", encoded(f"DataString|Name|;{inner}|One|;{inner}|Two|;"), out)
-    contains("2 collections whole", result.errors)
-    contains("10 records whole", result.errors)
+    contains("2 collections valid", result.errors)
+    contains("10 records valid", result.errors)
     contains("collection 1: 1 of 2 fields", result.text)
     contains("byte 60, collection 1, record 6: 1 of 2 fields\r\n", damaged.decode("cp1252"))
     _, out, _ = salvage(folder, text, "--join")
@@ -160,8 +160,16 @@ def test_what_is_refused(folder: pathlib.Path) -> None:
     expect("again", USAGE, run("salvage", path(file), "-o", path(folder / "c"), "--damaged",
                                path(folder / "b.txt.damaged")).code)
     expect("a marker", USAGE, run("salvage", path(file), "-o", path(folder / "c"), "--replace", "¥").code)
-    expect("standard input", INPUT_OUTPUT, run("salvage", "-", "-o", path(folder / "c")).code)
     expect("no folder", INPUT_OUTPUT, run("salvage", path(file), "-o", path(folder / "no" / "c")).code)
+
+
+def test_from_standard_input(folder: pathlib.Path) -> None:
+    for text in ("A|;x|;;", "DataString|Name|;T<C<>a|b<1<>|One|;T<>x<>|Two|;"):
+        expect("of a file", DEFECTS, salvage(folder, text)[0].code)
+        made = [(folder / name).read_bytes() for name in ("out.txt", "out.txt.damaged")]
+        expect("of a pipe", DEFECTS, run("salvage", "-", "-o", path(folder / "out.txt"), "--force",
+                                         stdin=encoded(text)).code)
+        expect("the same", made, [(folder / name).read_bytes() for name in ("out.txt", "out.txt.damaged")])
 
 
 def test_to_standard_output(folder: pathlib.Path) -> None:

@@ -13,7 +13,7 @@ import sys
 HEAD = r""".\" Made by tools/generate/make_man.py from the program's own help.
 .TH BRINDLEX 1 "" "brindlex @version@" "User Commands"
 .SH NAME
-brindlex \- look into, check, convert and mend collections kept as delimited text
+brindlex \- show, check, convert and repair collections kept as delimited text
 .SH SYNOPSIS
 .B brindlex
 .I COMMAND
@@ -21,28 +21,28 @@ brindlex \- look into, check, convert and mend collections kept as delimited tex
 .RI [ ARGUMENT ...]
 .SH DESCRIPTION
 A file holds one collection of records, with a header of field names, or several collections by name.
-Which of the two, its markers and its byte order mark are found out from the file; options say otherwise.
+The program detects which of the two it is, the markers and the encoding; options override each.
 Data goes to standard output, everything else to standard error.
-A file that is written is there whole or not at all, and none is replaced without
+A file is written as a whole or not at all, and an existing one is overwritten only with
 .BR \-\-force .
 .B \-
-stands for standard input or output,
+is standard input or output,
 .B \-\-
-ends the options, and nothing is ever asked.
+ends the options. The program never asks anything.
 """
 TAIL = r""".SH EXIT STATUS
 .TP
 .B 0
-All is well.
+Success: no defects.
 .TP
 .B 1
 The input was read and has defects, or cannot be converted as it is.
 .TP
 .B 2
-The command line is wrong, or asks for what cannot be done.
+Usage error: the command line is wrong, or asks for what cannot be done.
 .TP
 .B 3
-A file could not be read or written.
+I/O error: a file could not be read or written.
 .SH ENVIRONMENT
 .TP
 .B NO_COLOR

@@ -41,7 +41,7 @@ print(f"""#pragma once
 
 // Made by tools/generate/make_width_table.py from the data of Unicode {unicodedata.unidata_version}.
 
-namespace brindlex::tool {{
+namespace brindlex::cli {{
 
 /// Characters from `first` to `last`, both included.
 struct ColumnRun {{
@@ -51,4 +51,4 @@ struct ColumnRun {{
 
 {table("kNoColumns", 0)}
 {table("kTwoColumns", 2)}
-}}  // namespace brindlex::tool""")
+}}  // namespace brindlex::cli""")

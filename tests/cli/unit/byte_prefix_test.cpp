@@ -4,7 +4,7 @@
 
 #include <string>
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 namespace {
 
 TEST(BytePrefix, EndsAtTheFirstHighByteWhereverItStands) {
@@ -28,4 +28,4 @@ TEST(BytePrefix, LooksAtNothingBehindTheText) {
 }
 
 }  // namespace
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

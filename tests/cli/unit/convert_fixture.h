@@ -3,15 +3,12 @@
 #include <string>
 #include <string_view>
 
+#include "tests/cli/unit/cli_test.h"
 #include "tests/cli/unit/converter.h"
-#include "tests/cli/unit/tool_test.h"
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 
-class ConvertTest : public testing::Test, protected Converter {
- protected:
-  ConvertTest() : Converter(testing::TempDir() + "brindlex_convert_test") {}
-};
+class ConvertTest : public testing::Test, protected Converter {};
 
 /// A text with | ; for the outer markers and < > for the inner ones, in Windows-1252.
 inline std::string Delimited(std::string_view text) {
@@ -25,4 +22,4 @@ inline std::string Delimited(std::string_view text) {
   return bytes;
 }
 
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

@@ -1,55 +1,48 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdio>
-#include <fstream>
 #include <string>
 #include <string_view>
-#include <utility>
 
 #include "cli/convert/csv_input.h"
 #include "cli/convert/csv_writer.h"
 #include "cli/convert/json_input.h"
 #include "cli/convert/json_writer.h"
-#include "cli/convert/table_reader.h"
 #include "cli/format/delimited_writer.h"
+#include "cli/format/table_copy.h"
+#include "cli/io/failure.h"
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 
-/// Files and texts are turned into each other in memory, but for the file that is read.
+/// Converts files and texts into each other in memory.
 class Converter {
  public:
-  /// `path` is of no file that anybody needs.
-  explicit Converter(std::string path) : path_(std::move(path)) {}
-  Converter(const Converter&) = delete;
-  Converter& operator=(const Converter&) = delete;
-  ~Converter() { std::remove(path_.c_str()); }
-
   FormatOptions format_;
-  TableChoice choice_;
   DelimitedForm form_;
   /// Bytes that a reader is given at a time.
   std::size_t portion_ = 7;
+  /// Bytes of a file that are read at a time.
+  std::size_t block_ = kInputBlock;
 
-  /// What a writer that `make` makes of a sink and losses writes of the file `bytes`; losses are
+  /// What the writer that `make` makes of a sink and losses writes of the file `bytes`; losses are
   /// refused as a command refuses them.
   template <class Make>
   std::string Written(std::string_view bytes, const Make& make) {
-    // A new file each time: one that is cut to nothing is written to the disk at once by some
-    // systems.
-    std::remove(path_.c_str());
-    std::ofstream(path_, std::ios::binary) << bytes;
-    const Source source(path_);
+    file_ = bytes;
+    Input input("file", file_, block_);
     std::string text;
     Losses losses;
     auto writer = make([&](std::string_view part) { text += part; }, losses);
-    ReadTables(source, format_, choice_, writer, losses);
+    CopyTables(input, DetectFormat(input, format_), {}, writer, losses);
     if (!losses.IsEmpty()) throw ConversionError(losses.Sentences().front());
     return text;
   }
 
   /// The form of the file that was read last.
-  DelimitedForm FormOfFile() const { return FormOf(format_, path_); }
+  DelimitedForm FormOfFile() const {
+    Input input("file", file_, block_);
+    return FormOf(format_, &input);
+  }
 
   std::string ToJson(std::string_view bytes, const JsonOptions& options = {}) {
     return Written(bytes, [&](const ByteSink& sink, Losses& losses) {
@@ -66,10 +59,10 @@ class Converter {
   std::string ReadInto(std::string_view text, const Read& read) {
     std::string bytes;
     DelimitedWriter writer([&](std::string_view part) { bytes += part; }, form_);
-    std::size_t at = 0;
+    std::size_t done = 0;
     const auto source = [&] {
-      const std::string_view part = text.substr(at, portion_);
-      at += part.size();
+      const std::string_view part = text.substr(done, portion_);
+      done += part.size();
       return part;
     };
     read(source, writer);
@@ -78,22 +71,22 @@ class Converter {
   }
 
   std::string FromJson(std::string_view text, const JsonStyle& style = {}) {
-    return ReadInto(text, [&](const BlockSource& source, TableTarget& target) {
-      ReadJson(source, style, target);
+    return ReadInto(text, [&](const BlockSource& source, TableWriter& writer) {
+      ReadJson(source, style, writer);
     });
   }
 
   std::string FromCsv(std::string_view text, const CsvStyle& style = {}) {
-    return ReadInto(text, [&](const BlockSource& source, TableTarget& target) {
-      ReadCsv(source, style, target);
+    return ReadInto(text, [&](const BlockSource& source, TableWriter& writer) {
+      ReadCsv(source, style, writer);
     });
   }
 
  private:
-  std::string path_;
+  std::string file_;
 };
 
-/// The message of the Failure that `step` throws; empty when it throws none.
+/// The message of the Failure that `step` throws; empty if it throws none.
 template <class Step>
 std::string RefusalOf(Step&& step) {
   try {
@@ -104,4 +97,4 @@ std::string RefusalOf(Step&& step) {
   return {};
 }
 
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

@@ -1,6 +1,6 @@
 #include "tests/cli/unit/convert_fixture.h"
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 namespace {
 
 class CsvInputTest : public ConvertTest {
@@ -50,7 +50,7 @@ TEST_F(CsvInputTest, TakesGuardsOff) {
 
 TEST_F(CsvInputTest, RefusesWhatIsNoTable) {
   Refuses("row 2 has 1 values, the header 2", "a,b\n1\n");
-  Refuses("row 3 has 3 values, the header 2", "a,b\n1,2\n1,2,3\n");
+  Refuses("row 3 has more than 2 values, the header 2", "a,b\n1,2\n1,2,3\n");
   Refuses("row 2: a quotation mark inside", "a\nx\"y\n");
   Refuses("row 2: a quotation mark inside", "a\n\"x\"y\n");
   Refuses("row 2: the quotation mark that opens", "a\n\"x\n");
@@ -64,4 +64,4 @@ TEST_F(CsvInputTest, ReadsLongValues) {
 }
 
 }  // namespace
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

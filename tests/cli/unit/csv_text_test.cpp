@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 namespace {
 
 std::string Field(std::string_view value, const CsvStyle& style = {}, bool only = false) {
@@ -24,6 +24,21 @@ TEST(CsvText, QuotesWhatNeedsIt) {
   EXPECT_EQ("\" a\"", Field(" a"));
   EXPECT_EQ("\"a\t\"", Field("a\t"));
   EXPECT_EQ("\"\xEF\xBB\xBFid\"", Field("\xEF\xBB\xBFid"));
+}
+
+TEST(CsvText, QuotesForASeparatorAnywhere) {
+  constexpr std::size_t kLongest = 40;
+  for (std::size_t length = 1; length <= kLongest; ++length) {
+    const std::string plain(length, 'x');
+    EXPECT_EQ(plain, Field(plain, {';', false}));
+    for (std::size_t index = 0; index < length; ++index) {
+      for (const char separator : {';', '"', '\r', '\n'}) {
+        std::string value = plain;
+        value[index] = separator;
+        EXPECT_EQ('"', Field(value, {';', false}).front()) << length << " " << index;
+      }
+    }
+  }
 }
 
 TEST(CsvText, GuardsFormulas) {
@@ -51,4 +66,4 @@ TEST(CsvText, DecidesByTheBeginningOfALongValue) {
 }
 
 }  // namespace
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

@@ -2,7 +2,7 @@
 
 #include "tests/cli/unit/convert_fixture.h"
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 namespace {
 
 class DelimitedWriterTest : public ConvertTest {
@@ -36,20 +36,22 @@ TEST_F(DelimitedWriterTest, RefusesAllFourMarkersInsideSeveral) {
 }
 
 TEST_F(DelimitedWriterTest, RefusesCharactersThatTheEncodingLacks) {
-  EXPECT_EQ("row 2, \"b\": it holds \xCE\xB1 U+03B1, which windows-1252 does not have",
-            Wrong("x\xCE\xB1"));
+  EXPECT_EQ(
+      "row 2, \"b\": it holds \xCE\xB1 U+03B1, which windows-1252 does not have; "
+      "--encoding utf-8 has every character",
+      Wrong("x\xCE\xB1"));
   form_.encoding = *Encoding::Named("utf-8");
   EXPECT_EQ("", Wrong("x\xCE\xB1"));
 }
 
 TEST_F(DelimitedWriterTest, RefusesARecordThatBeginsWithALineBreak) {
-  EXPECT_EQ("row 2 begins with a line break, which is dropped behind a record end",
+  EXPECT_EQ("row 2 begins with a line break, which is dropped after a record end",
             RefusalOf([&] { FromCsv("a\n\"\r\nx\"\n"); }));
   EXPECT_EQ("", RefusalOf([&] { FromCsv("\"\r\na\"\n1\n"); }))
       << "nothing stands before the header";
   EXPECT_EQ("", RefusalOf([&] { FromCsv("a\n\"\nx\"\n"); })) << "half a line break";
   EXPECT_NE("", RefusalOf([&] { FromJson("{\"N\":[{\"\\r\\na\":\"1\"}]}"); }))
-      << "before the header of a block stands the record end of the one before";
+      << "the record end before it comes before the header of a collection";
 }
 
 TEST_F(DelimitedWriterTest, RefusesWhatLooksLikeAByteOrderMark) {
@@ -64,7 +66,7 @@ TEST_F(DelimitedWriterTest, RefusesWhatLooksLikeAByteOrderMark) {
   EXPECT_EQ("", RefusalOf([&] { FromJson("[{\"\xEF\xBB\xBF\":\"1\"}]"); }));
 }
 
-TEST_F(DelimitedWriterTest, FindsMarkersOfUtf16AtEvenPlacesOnly) {
+TEST_F(DelimitedWriterTest, FindsMarkersOfUtf16AtEvenOffsetsOnly) {
   form_.encoding = *Encoding::Named("utf-16le");
   EXPECT_EQ("", Wrong("\xEA\x94\x80\xC4\x80")) << "U+A500 U+0100 hold the bytes A5 00 across";
   EXPECT_NE("", Wrong("\xC2\xA5"));
@@ -76,7 +78,7 @@ TEST_F(DelimitedWriterTest, WritesOtherForms) {
   form_.pair.reset();
   form_.lineBreaks = 2;
   EXPECT_EQ(Delimited("a|;\r\n\r\n1|;\r\n\r\n"), FromCsv("a\n1\n"));
-  EXPECT_EQ(ExitCode::kUsage, FailureOf([&] { FromJson("{}"); }));
+  EXPECT_EQ(ExitStatus::kUsage, FailureOf([&] { FromJson("{}"); }));
   form_ = {*Encoding::Named("utf-8"), {}, true, 0};
   EXPECT_EQ(
       "\xEF\xBB\xBF"
@@ -87,4 +89,4 @@ TEST_F(DelimitedWriterTest, WritesOtherForms) {
 }
 
 }  // namespace
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

@@ -8,7 +8,7 @@
 #include "cli/io/progress.h"
 #include "cli/text/utf.h"
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 namespace {
 
 std::string Text(std::initializer_list<char32_t> characters) {
@@ -97,4 +97,4 @@ TEST(ProgressLine, IsTruncatedBetweenCharacters) {
 }
 
 }  // namespace
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

@@ -2,25 +2,22 @@
 
 #include <fmt/format.h>
 
-#include <filesystem>
 #include <set>
 #include <string>
 #include <vector>
 
-#include "tests/cli/unit/passing_folder.h"
-#include "tests/cli/unit/tool_test.h"
+#include "tests/cli/unit/cli_test.h"
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 namespace {
 
-class Gathered : public DefectSink {
+class Gathered : public DefectHandler {
  public:
   void Take(const Defect& defect) override { defects.push_back(defect); }
   std::vector<Defect> defects;
 };
 
 TEST(FileCheck, FindsDuplicateKeysInManyPasses) {
-  const PassingFolder folder;
   std::string text = "Id\xA5Text\xA5\x8C";
   std::set<std::uint64_t> expected;
   for (int record = 1; record <= 500; ++record) {
@@ -29,10 +26,10 @@ TEST(FileCheck, FindsDuplicateKeysInManyPasses) {
     text +=
         fmt::format("{}{}\xA5x\xA5\x8C", isSecond ? "K" : "k", isSecond ? record - 450 : record);
   }
-  const std::string path = folder.Put("a.txt", text);
+  Input input("a.txt", text, kInputBlock);
   for (const std::size_t slots : {std::size_t{16}, std::size_t{4096}}) {
     Gathered sink;
-    const CheckedFile checked = CheckFile(path, {}, "Id", sink, slots);
+    const CheckedFile checked = CheckFile(input, DetectFormat(input, {}), "Id", sink, slots);
     EXPECT_EQ(500U, checked.records);
     std::set<std::uint64_t> found;
     for (const Defect& defect : sink.defects) {
@@ -44,7 +41,6 @@ TEST(FileCheck, FindsDuplicateKeysInManyPasses) {
 }
 
 TEST(FileCheck, FindsDuplicateKeysOfEachOfManyCollections) {
-  const PassingFolder folder;
   std::string text = "DataString\xA5Name\xA5\x8C";
   for (int collection = 0; collection < 40; ++collection) {
     text += "Id\xBB\x8A";
@@ -53,9 +49,9 @@ TEST(FileCheck, FindsDuplicateKeysOfEachOfManyCollections) {
     }
     text += fmt::format("\xA5N{}\xA5\x8C", collection);
   }
-  const std::string path = folder.Put("a.txt", text);
+  Input input("a.txt", text, kInputBlock);
   Gathered sink;
-  const CheckedFile checked = CheckFile(path, {}, "Id", sink, 16);
+  const CheckedFile checked = CheckFile(input, DetectFormat(input, {}), "Id", sink, 16);
   EXPECT_EQ(40U, checked.collections);
   EXPECT_EQ(1200U, checked.records);
   std::set<std::uint64_t> collections;
@@ -67,4 +63,4 @@ TEST(FileCheck, FindsDuplicateKeysOfEachOfManyCollections) {
 }
 
 }  // namespace
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

@@ -10,13 +10,12 @@
 #include "cli/check/key_check.h"
 #include "cli/convert/json_input.h"
 #include "cli/convert/json_writer.h"
-#include "cli/format/block_index.h"
 #include "cli/format/delimited_writer.h"
-#include "tests/cli/unit/passing_folder.h"
-#include "tests/cli/unit/tool_test.h"
+#include "cli/format/named_collections.h"
+#include "tests/cli/unit/cli_test.h"
 #include "tests/core/automation/hash_flood.h"
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 namespace {
 
 constexpr std::size_t kCount = 4500;
@@ -28,7 +27,7 @@ std::size_t Buckets() {
   return table.bucket_count();
 }
 
-class ToolHashFlood : public HashFlood {
+class CliHashFlood : public HashFlood {
  protected:
   static const Names& CraftedNames() {
     static const Names names = MakeNames(kCount, [buckets = Buckets()](const std::string& name) {
@@ -46,27 +45,30 @@ class ToolHashFlood : public HashFlood {
   }
 };
 
-class NoTarget : public TableTarget {
+class NoWriter : public TableWriter {
  public:
   void BeginNamed() override {}
   void BeginCollection(std::string_view) override {}
-  void Header(const std::vector<std::string>&) override {}
-  void Row(const std::vector<std::string>&, const std::string&) override {}
+  void Header(const std::vector<std::string>&, std::uint64_t) override {}
+  void BeginRow() override {}
+  void Value(std::string_view, bool, bool) override {}
+  void EndRow() override {}
   void EndCollection() override {}
+  void End() override {}
 };
 
-TEST_F(ToolHashFlood, NamesOfJson) {
+TEST_F(CliHashFlood, NamesOfJson) {
   Expect(CraftedNames(), [](const Names& names) {
     std::string json = "{";
     for (const std::string& name : names) json += (json.size() > 1 ? ",\"" : "\"") + name + "\":1";
     json += "}";
-    NoTarget target;
+    NoWriter writer;
     std::string_view rest = json;
-    ReadJson([&] { return std::exchange(rest, {}); }, {}, target);
+    ReadJson([&] { return std::exchange(rest, {}); }, {}, writer);
   });
 }
 
-TEST_F(ToolHashFlood, NamesOfAHeaderForJson) {
+TEST_F(CliHashFlood, NamesOfAHeaderForJson) {
   Expect(CraftedNames(), [](const Names& names) {
     Losses losses;
     JsonWriter writer([](std::string_view) {}, {}, losses);
@@ -75,33 +77,29 @@ TEST_F(ToolHashFlood, NamesOfAHeaderForJson) {
   });
 }
 
-TEST_F(ToolHashFlood, NamesOfCollectionsThatAreWritten) {
+TEST_F(CliHashFlood, NamesOfCollectionsThatAreWritten) {
   Expect(CraftedFoldedNames(), [](const Names& names) {
-    DelimitedWriter writer([](std::string_view) {}, FormOf({}, {}));
+    DelimitedWriter writer([](std::string_view) {}, FormOf({}));
     writer.BeginNamed();
     for (const std::string& name : names) writer.BeginCollection(name);
   });
 }
 
-TEST_F(ToolHashFlood, NamesOfCollectionsThatAreRead) {
-  const PassingFolder folder;
+TEST_F(CliHashFlood, NamesOfCollectionsThatAreRead) {
   Expect(CraftedFoldedNames(), [&](const Names& names) {
     std::string text = "DataString\xA5Name\xA5\x8C";
     for (const std::string& name : names) text += "\xA5" + name + "\xA5\x8C";
-    const Source source(folder.Put("lists.txt", text));
-    const auto input = source.Open();
-    EXPECT_EQ(names.size(),
-              IndexBlocks(source, *input, FindLayout(input->Head(), {})).blocks.size());
+    Input input("lists.txt", text, kInputBlock);
+    EXPECT_EQ(names.size(), CollectionIndex(input, DetectFormat(input, {})).All().size());
   });
 }
 
-class NoDefects : public DefectSink {
+class NoDefects : public DefectHandler {
  public:
   void Take(const Defect& defect) override { ADD_FAILURE() << defect.what; }
 };
 
-TEST_F(ToolHashFlood, NamesOfAHeaderThatIsChecked) {
-  const PassingFolder folder;
+TEST_F(CliHashFlood, NamesOfAHeaderThatIsChecked) {
   Expect(CraftedFoldedNames(), [&](const Names& names) {
     std::string header;
     std::string record;
@@ -110,11 +108,12 @@ TEST_F(ToolHashFlood, NamesOfAHeaderThatIsChecked) {
       record += "\xA5";
     }
     NoDefects none;
-    CheckFile(folder.Put("wide.txt", header + "\x8C" + record + "\x8C"), {}, {}, none);
+    Input input("wide.txt", header + "\x8C" + record + "\x8C", kInputBlock);
+    CheckFile(input, DetectFormat(input, {}), {}, none);
   });
 }
 
-TEST_F(ToolHashFlood, KeysThatAreChecked) {
+TEST_F(CliHashFlood, KeysThatAreChecked) {
   constexpr std::size_t kKeys = 3000;
   constexpr std::size_t kSlots = 4096;
   const Names crafted = MakeNames(kKeys, [](const std::string& name) {
@@ -134,4 +133,4 @@ TEST_F(ToolHashFlood, KeysThatAreChecked) {
 }
 
 }  // namespace
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

@@ -1,6 +1,6 @@
 #include "tests/cli/unit/convert_fixture.h"
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 namespace {
 
 class JsonInputTest : public ConvertTest {
@@ -63,8 +63,8 @@ TEST_F(JsonInputTest, RefusesOtherShapes) {
   Refuses("where a row or a collection", R"(["a"])");
   Refuses("where a row or a collection", "12");
   Refuses("objects and arrays", R"([{"a":"1"},["2"]])");
-  Refuses("behind the end", "[] []");
-  Refuses("behind the end", R"([{"a":"1"}] x)");
+  Refuses("follows the end", "[] []");
+  Refuses("follows the end", R"([{"a":"1"}] x)");
   Refuses("well-formed", "[");
   Refuses("well-formed", R"([{"a":"1"})");
   Refuses("well-formed", R"([{"a":"\ud800"}])");
@@ -73,7 +73,7 @@ TEST_F(JsonInputTest, RefusesOtherShapes) {
   Refuses("twice", R"({"Items":[],"items":[]})");
 }
 
-TEST_F(JsonInputTest, SaysWhere) {
+TEST_F(JsonInputTest, NamesThePlace) {
   EXPECT_EQ("byte 25, row 2: \"a\" twice in one object",
             RefusalOf([&] { FromJson(R"([{"a":"1"}, {"a":"2", "a":"3"}])"); }));
   EXPECT_NE(std::string::npos, RefusalOf([&] {
@@ -81,9 +81,9 @@ TEST_F(JsonInputTest, SaysWhere) {
                                }).find("row 1 of \"Y\""));
 }
 
-TEST_F(JsonInputTest, IsNotImpressedByDepth) {
+TEST_F(JsonInputTest, RefusesAnyDepth) {
   Refuses("where a value", "[" + std::string(100'000, '['));
 }
 
 }  // namespace
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

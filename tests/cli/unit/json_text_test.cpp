@@ -4,7 +4,7 @@
 
 #include <cstdio>
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 namespace {
 
 /// Byte by byte, by RFC 8259 alone.
@@ -97,4 +97,4 @@ TEST(JsonText, InfersWhatLeadsBack) {
 }
 
 }  // namespace
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

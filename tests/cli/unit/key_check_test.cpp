@@ -8,9 +8,9 @@
 #include <utility>
 #include <vector>
 
-#include "tests/cli/unit/tool_test.h"
+#include "tests/cli/unit/cli_test.h"
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 namespace {
 
 KeyHash HashOf(const std::string& utf8) {
@@ -103,4 +103,4 @@ TEST(KeyCheck, FindsAllInAsLittleRoomAsThereIs) {
 }
 
 }  // namespace
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

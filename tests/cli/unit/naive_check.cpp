@@ -5,7 +5,7 @@
 #include "automation/text.h"
 #include "cli/text/utf.h"
 
-namespace brindlex::tool::naive {
+namespace brindlex::cli::naive {
 namespace {
 
 constexpr std::size_t kNowhere = std::string::npos;
@@ -19,7 +19,7 @@ struct Record {
   std::size_t at;
   std::size_t end;
   std::vector<Field> fields;
-  /// Behind the last field end.
+  /// After the last field end.
   Field rest;
 };
 
@@ -46,7 +46,7 @@ Record CutRecord(const std::string& text, const ByteMarkers& markers, std::size_
   return record;
 }
 
-std::size_t BehindBreaks(const std::string& text, const ByteMarkers& markers, std::size_t at) {
+std::size_t AfterBreaks(const std::string& text, const ByteMarkers& markers, std::size_t at) {
   for (int passed = 0; passed < 3; ++passed) {
     if (text.compare(at, markers.lineBreak.size(), markers.lineBreak) != 0) break;
     at += markers.lineBreak.size();
@@ -54,7 +54,7 @@ std::size_t BehindBreaks(const std::string& text, const ByteMarkers& markers, st
   return at;
 }
 
-/// All records, the header first; what stands behind the last record end as `rest`.
+/// All records, the header first; what follows the last record end as `rest`.
 std::vector<Record> CutText(const std::string& text, const ByteMarkers& markers, Record& rest) {
   std::vector<Record> records;
   std::size_t at = 0;
@@ -62,7 +62,7 @@ std::vector<Record> CutText(const std::string& text, const ByteMarkers& markers,
     const std::size_t end = Find(text, markers.recordEnd, markers.unit, at);
     if (end == kNowhere) break;
     records.push_back(CutRecord(text, markers, at, end));
-    at = BehindBreaks(text, markers, end + markers.recordEnd.size());
+    at = AfterBreaks(text, markers, end + markers.recordEnd.size());
   }
   rest = CutRecord(text, markers, at, text.size());
   return records;
@@ -76,7 +76,7 @@ class Checker {
     if (header.fields.empty()) {
       Add(header.at, 0, 0, DefectKind::kNoFieldEnd);
     } else if (!header.rest.bytes.empty()) {
-      Add(header.rest.at, 0, header.fields.size() + 1, DefectKind::kTextBehindFieldEnd);
+      Add(header.rest.at, 0, header.fields.size() + 1, DefectKind::kTextAfterFieldEnd);
     }
     std::vector<Text> seen;
     for (std::size_t column = 0; column < header.fields.size(); ++column) {
@@ -111,7 +111,7 @@ class Checker {
           DefectKind::kFieldCount);
     }
     if (!record.rest.bytes.empty()) {
-      Add(record.rest.at, number, count + 1, DefectKind::kTextBehindFieldEnd);
+      Add(record.rest.at, number, count + 1, DefectKind::kTextAfterFieldEnd);
     }
   }
 
@@ -122,11 +122,12 @@ class Checker {
   }
 
   void CheckRest(const Record& rest, std::size_t number, std::size_t size, bool hasNames) {
-    const bool isBreaks = rest.rest.bytes.find_first_not_of(std::string("\r\n\0", 3)) == kNowhere;
+    const bool isTail =
+        rest.rest.bytes.find_first_not_of(std::string("\r\n \t\0\x1A", 6)) == kNowhere;
     const bool isEmpty = rest.fields.empty() && rest.rest.bytes.empty();
     if (number == 0) {
       if (!isEmpty) Add(size, 0, 0, DefectKind::kNoRecordEnd);
-    } else if (!rest.fields.empty() || !isBreaks) {
+    } else if (!rest.fields.empty() || !isTail) {
       Add(rest.at, number, 0, DefectKind::kNoRecordEnd);
     } else if (number == 1 && hasNames) {
       Add(size, 1, 0, DefectKind::kNoRecords);
@@ -192,4 +193,4 @@ std::uint64_t Records(const std::string& text, const ByteMarkers& markers) {
   return count == 0 ? 0 : count - 1;
 }
 
-}  // namespace brindlex::tool::naive
+}  // namespace brindlex::cli::naive

@@ -6,7 +6,7 @@
 
 #include <string>
 
-namespace brindlex::tool::system {
+namespace brindlex::cli::system {
 namespace {
 
 struct Entry {
@@ -53,6 +53,6 @@ TEST(PosixAcl, WhatIsNoListHasNoMode) {
 }
 
 }  // namespace
-}  // namespace brindlex::tool::system
+}  // namespace brindlex::cli::system
 
 #endif

@@ -1,8 +1,8 @@
 #include "cli/io/progress.h"
 
-#include "tests/cli/unit/tool_test.h"
+#include "tests/cli/unit/cli_test.h"
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 namespace {
 
 TEST(ProgressLine, ShowsHowMuchIsDone) {
@@ -27,4 +27,4 @@ TEST(ProgressLine, NeverWraps) {
 }
 
 }  // namespace
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli

@@ -9,13 +9,13 @@
 #include <string>
 
 #include "cli/io/output.h"
-#include "tests/cli/unit/passing_folder.h"
-#include "tests/cli/unit/tool_test.h"
+#include "tests/cli/unit/cli_test.h"
+#include "tests/cli/unit/temporary_folder.h"
 
-namespace brindlex::tool {
+namespace brindlex::cli {
 namespace {
 
-std::wstring Native(const std::string& path) { return PassingFolder::Native(path).wstring(); }
+std::wstring Native(const std::string& path) { return TemporaryFolder::Native(path).wstring(); }
 
 void Replace(const std::string& path) {
   Output output({path, true});
@@ -48,7 +48,7 @@ void SetPermissions(const std::string& path, const wchar_t* text) {
 }
 
 TEST(WindowsReplacement, TheAccessControlListStays) {
-  const PassingFolder folder;
+  const TemporaryFolder folder;
   const std::string path = folder.Put("f", "old");
   const std::string other = folder.Put("g", "old");
   SetPermissions(path, L"D:P(A;;FA;;;OW)(A;;FA;;;BA)");
@@ -56,11 +56,11 @@ TEST(WindowsReplacement, TheAccessControlListStays) {
   ASSERT_NE(before, PermissionsOf(other));
   Replace(path);
   EXPECT_EQ(before, PermissionsOf(path));
-  EXPECT_EQ("new", PassingFolder::ContentOf(path));
+  EXPECT_EQ("new", TemporaryFolder::ContentOf(path));
 }
 
 TEST(WindowsReplacement, TheAttributesStay) {
-  const PassingFolder folder;
+  const TemporaryFolder folder;
   const std::string path = folder.Put("f", "old");
   constexpr DWORD kAttributes = FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM;
   ASSERT_TRUE(SetFileAttributesW(Native(path).c_str(), kAttributes));
@@ -71,14 +71,14 @@ TEST(WindowsReplacement, TheAttributesStay) {
 }
 
 TEST(WindowsReplacement, NobodyElseOpensTheTemporaryFile) {
-  const PassingFolder folder;
+  const TemporaryFolder folder;
   const std::string path = folder.Put("f", "old");
   Output output({path, true});
   output.Write("new");
   output.Flush();
   std::size_t found = 0;
   for (const auto& entry :
-       std::filesystem::directory_iterator(PassingFolder::Native(folder.Path("")))) {
+       std::filesystem::directory_iterator(TemporaryFolder::Native(folder.Path("")))) {
     if (entry.path().extension() != L".partial") continue;
     ++found;
     constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
@@ -91,30 +91,30 @@ TEST(WindowsReplacement, NobodyElseOpensTheTemporaryFile) {
   }
   EXPECT_EQ(1U, found);
   output.Commit();
-  EXPECT_EQ("new", PassingFolder::ContentOf(path));
+  EXPECT_EQ("new", TemporaryFolder::ContentOf(path));
 }
 
 TEST(WindowsReplacement, AReadOnlyFileIsRefused) {
-  const PassingFolder folder;
+  const TemporaryFolder folder;
   const std::string path = folder.Put("f", "old");
   ASSERT_TRUE(SetFileAttributesW(Native(path).c_str(), FILE_ATTRIBUTE_READONLY));
-  EXPECT_EQ(ExitCode::kInputOutput, FailureOf([&] { Replace(path); }));
-  EXPECT_EQ("old", PassingFolder::ContentOf(path));
-  EXPECT_EQ(1U, folder.Files()) << "a temporary file that was left behind";
+  EXPECT_EQ(ExitStatus::kInputOutput, FailureOf([&] { Replace(path); }));
+  EXPECT_EQ("old", TemporaryFolder::ContentOf(path));
+  EXPECT_EQ(1U, folder.Files()) << "a temporary file that was left over";
   SetFileAttributesW(Native(path).c_str(), FILE_ATTRIBUTE_NORMAL);
 }
 
 TEST(WindowsReplacement, OtherHardLinksKeepTheOldContent) {
-  const PassingFolder folder;
+  const TemporaryFolder folder;
   const std::string path = folder.Put("f", "old");
   const std::string link = folder.Path("g");
   ASSERT_TRUE(CreateHardLinkW(Native(link).c_str(), Native(path).c_str(), nullptr));
   Replace(path);
-  EXPECT_EQ("old", PassingFolder::ContentOf(link));
-  EXPECT_EQ("new", PassingFolder::ContentOf(path));
+  EXPECT_EQ("old", TemporaryFolder::ContentOf(link));
+  EXPECT_EQ("new", TemporaryFolder::ContentOf(path));
 }
 
 }  // namespace
-}  // namespace brindlex::tool
+}  // namespace brindlex::cli
 
 #endif

@@ -1,0 +1,86 @@
+#include <memory>
+
+#include "cli/commands/command_line.h"
+#include "cli/convert/base_text.h"
+#include "cli/io/diagnostics.h"
+
+namespace brindlex::cli {
+namespace {
+
+constexpr const char* kExamples =
+    "brindlex base 255 10 16                 FF\n"
+    "brindlex base -1A.8 16 10               -26.5\n"
+    "brindlex base 3.1 10 2 --digits 8       11.00011001\n"
+    "brindlex base 5 10 2 --group 4          0101\n"
+    "brindlex base --table 3725              3725 in every base\n";
+
+struct BaseOptions {
+  std::string number;
+  std::int32_t from = 0;
+  std::int32_t to = 0;
+  bool isTable = false;
+  ConversionLimits limits;
+};
+
+void PrintTable(const BaseOptions& options, Context& context) {
+  constexpr std::size_t kWidth = 2;
+  Output output(OutputOptions{});
+  for (const BaseRow& row : BaseTable(options.number, options.limits)) {
+    if (!row.error.empty()) {
+      Warn(row.error);
+      context.status = ExitStatus::kDefects;
+      continue;
+    }
+    const std::string base = std::to_string(row.base);
+    output.Write(std::string(kWidth - base.size(), ' ') + base + "  " + row.text + "\n");
+  }
+  output.Commit();
+}
+
+void PrintNumber(const BaseOptions& options) {
+  Output output(OutputOptions{});
+  output.Write(ConvertedNumber(options.number, options.from, options.to, options.limits) + "\n");
+  output.Commit();
+}
+
+}  // namespace
+
+void AddBase(CLI::App& program, Context& context) {
+  CLI::App& command =
+      AddCommand(program, "base", "Writes a number in another number base", kExamples);
+  auto options = std::make_shared<BaseOptions>();
+  command.add_option("number", options->number, "The number; with --table a decimal one")
+      ->type_name("NUMBER")
+      ->required();
+  auto* const from =
+      command.add_option("from", options->from, "The base it is in")->type_name("FROM");
+  auto* const to =
+      command.add_option("to", options->to, "The base to write it in")->type_name("TO");
+  command.add_flag("--table", options->isTable,
+                   "Write it in bases " + BaseList() + ", one to a line");
+  command
+      .add_option("--digits", options->limits.maxFractionDigits,
+                  "At most so many fractional digits; -1 for no limit (-1)")
+      ->type_name("N");
+  command
+      .add_option("--tolerance", options->limits.tolerance,
+                  "No further fractional digit once the remainder is no larger (1e-27)")
+      ->type_name("X");
+  command
+      .add_option("--group", options->limits.groupSize,
+                  "Leading zeros up to a multiple of so many digits (0: none)")
+      ->type_name("N");
+  command.callback([options, from, to, &context] {
+    const auto given = from->count() + to->count();
+    if (options->isTable != (given == 0) || given == 1) {
+      throw UsageError("base takes NUMBER FROM TO, or --table NUMBER; see brindlex base --help");
+    }
+    if (options->isTable) {
+      PrintTable(*options, context);
+    } else {
+      PrintNumber(*options);
+    }
+  });
+}
+
+}  // namespace brindlex::cli

@@ -1,0 +1,154 @@
+#include <memory>
+#include <optional>
+
+#include "cli/commands/command_line.h"
+#include "cli/commands/conversion.h"
+#include "cli/format/collection_edit.h"
+#include "cli/io/system.h"
+
+namespace brindlex::cli {
+namespace {
+
+constexpr const char* kExamples =
+    "brindlex collections add lists.txt Books books.txt --in-place\n"
+    "brindlex collections extract lists.txt Books -o books.txt\n"
+    "brindlex collections rename lists.txt Books 'Old books' --in-place\n"
+    "brindlex collections remove lists.txt Books -o fewer.txt\n"
+    "brindlex collections add --help                  what one of them takes\n";
+
+struct EditOptions {
+  std::string path;
+  std::string name;
+  FormatOptions format;
+  OutputOptions output;
+  bool isInPlace = false;
+};
+
+void AddEditOptions(CLI::App& command, EditOptions& options, bool canBeInPlace) {
+  command.add_option("file", options.path, "The file of several collections; - is standard input")
+      ->type_name("FILE")
+      ->required();
+  command.add_option("name", options.name, "The collection, in any letter case")
+      ->type_name("NAME")
+      ->required();
+  AddOutputOptions(command, options.output);
+  command
+      .add_option("--encoding", options.format.encoding,
+                  "The file's encoding, in place of the detected one")
+      ->type_name("NAME");
+  if (!canBeInPlace) return;
+  command.add_flag("--in-place", options.isInPlace, "Replace FILE itself");
+}
+
+/// Where the result goes.
+OutputOptions Target(const EditOptions& options) {
+  if (!options.isInPlace) return options.output;
+  if (options.path == "-" || options.output.path != "-") {
+    throw UsageError("--in-place writes FILE, which is then no - and needs no -o");
+  }
+  return {options.path, /*force=*/true};
+}
+
+/// `edit` hands a changed file to a sink.
+template <class Edit>
+void Run(const EditOptions& options, const Edit& edit) {
+  const OutputOptions target = Target(options);
+  Input file(options.path);
+  const CollectionEditor editor(file, options.format);
+  RunConversion(target, /*allowsLosses=*/false,
+                [&](const ByteSink& sink, Losses&) { edit(editor, sink); });
+}
+
+void AddExtract(CLI::App& collections) {
+  struct Options : EditOptions {
+    bool keepsMarkers = false;
+  };
+  auto options = std::make_shared<Options>();
+  CLI::App* const command =
+      collections.add_subcommand("extract", "Writes one collection as a file of its own");
+  AddEditOptions(*command, *options, /*canBeInPlace=*/false);
+  command->add_flag("--inner", options->keepsMarkers, "Keep the inner markers");
+  command->callback([options] {
+    Run(*options, [&](const CollectionEditor& editor, const ByteSink& sink) {
+      editor.Extract(options->name, options->keepsMarkers, sink);
+    });
+  });
+}
+
+void AddRemove(CLI::App& collections) {
+  auto options = std::make_shared<EditOptions>();
+  CLI::App* const command = collections.add_subcommand("remove", "Removes a collection");
+  AddEditOptions(*command, *options, /*canBeInPlace=*/true);
+  command->callback([options] {
+    Run(*options, [&](const CollectionEditor& editor, const ByteSink& sink) {
+      editor.Remove(options->name, sink);
+    });
+  });
+}
+
+void AddRename(CLI::App& collections) {
+  struct Options : EditOptions {
+    std::string newName;
+  };
+  auto options = std::make_shared<Options>();
+  CLI::App* const command = collections.add_subcommand("rename", "Gives a collection another name");
+  AddEditOptions(*command, *options, /*canBeInPlace=*/true);
+  command->add_option("new-name", options->newName, "Its new name")->type_name("NEW")->required();
+  command->callback([options] {
+    Run(*options, [&](const CollectionEditor& editor, const ByteSink& sink) {
+      editor.Rename(options->name, options->newName, sink);
+    });
+  });
+}
+
+struct AddOptions : EditOptions {
+  std::string added;
+  bool replaces = false;
+  bool allowsLosses = false;
+};
+
+void Add(const AddOptions& options) {
+  const OutputOptions target = Target(options);
+  if (options.path == "-" && options.added == "-") {
+    throw UsageError("standard input can be one of the two files only");
+  }
+  Input added(options.added);
+  // A file that does not exist is made, in the encoding of what is added.
+  const bool isNew = options.isInPlace && system::KindOf(options.path) == system::FileKind::kNone;
+  std::optional<Input> file;
+  if (!isNew) file.emplace(options.path);
+  const CollectionEditor editor = isNew ? CollectionEditor::OfNewFile(added, options.format)
+                                        : CollectionEditor(*file, options.format);
+  RunConversion(target, options.allowsLosses, [&](const ByteSink& sink, Losses& losses) {
+    editor.Add(options.name, added, options.format, options.replaces, sink, losses);
+  });
+}
+
+void AddAdd(CLI::App& collections) {
+  auto options = std::make_shared<AddOptions>();
+  CLI::App* const command =
+      collections.add_subcommand("add", "Adds the collection of another file, under a name");
+  AddEditOptions(*command, *options, /*canBeInPlace=*/true);
+  command->add_option("added", options->added, "The file with the collection; - is standard input")
+      ->type_name("ADDED")
+      ->required();
+  command->add_flag("--replace", options->replaces, "Replace a collection of that name");
+  command->add_flag("--lossy", options->allowsLosses,
+                    "Add it even if not all of its bytes are kept; warn of what is left out");
+  command->callback([options] { Add(*options); });
+}
+
+}  // namespace
+
+void AddCollections(CLI::App& program, Context& /*context*/) {
+  CLI::App& command =
+      AddCommand(program, "collections",
+                 "Adds, extracts, removes and renames collections of a file of several", kExamples);
+  command.require_subcommand(1);
+  AddAdd(command);
+  AddExtract(command);
+  AddRemove(command);
+  AddRename(command);
+}
+
+}  // namespace brindlex::cli

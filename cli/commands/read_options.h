@@ -1,0 +1,35 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "cli/commands/command_line.h"
+#include "cli/format/table_writer.h"
+
+namespace brindlex::cli {
+
+/// What the commands that convert a file share.
+struct ReadOptions {
+  std::string path;
+  /// One collection of a file of several.
+  std::optional<std::string> name;
+  FormatOptions format;
+  OutputOptions output;
+  bool allowsLosses = false;
+};
+
+void AddReadOptions(CLI::App& command, ReadOptions& options);
+
+/// Adds --lossy.
+void AddLossy(CLI::App& command, ReadOptions& options);
+
+/// Makes the writer of a conversion; called once for each time that it is run.
+using MakeWriter =
+    std::function<std::unique_ptr<TableWriter>(const ByteSink& sink, Losses& losses)>;
+
+/// Converts the file to what the writer writes.
+void ConvertFile(const ReadOptions& options, const MakeWriter& makeWriter);
+
+}  // namespace brindlex::cli

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "cli/commands/command_line.h"
+#include "cli/convert/csv_input.h"
+#include "cli/format/delimited_writer.h"
+
+namespace brindlex::cli {
+
+/// What the commands that make a file share.
+struct WriteOptions {
+  std::string path;
+  OutputOptions output;
+  FormatOptions format;
+  std::optional<std::string> like;
+  bool wantsByteOrderMark = false;
+  bool wantsNoByteOrderMark = false;
+  std::optional<int> lineBreaks;
+};
+
+void AddWriteOptions(CLI::App& command, WriteOptions& options);
+
+/// Makes the file of what `read` reads from a source and passes to a writer.
+using ReadTable = std::function<void(const BlockSource& source, TableWriter& writer)>;
+void MakeFile(const WriteOptions& options, const ReadTable& read);
+
+}  // namespace brindlex::cli

@@ -1,0 +1,149 @@
+#include "cli/format/collection_reader.h"
+
+#include <utility>
+
+#include "cli/format/tail.h"
+#include "cli/io/failure.h"
+#include "cli/text/byte_prefix.h"
+#include "cli/text/escape.h"
+
+namespace brindlex::cli {
+namespace {
+
+constexpr std::size_t kMostNames = 100'000;
+constexpr std::size_t kMostNameBytes = std::size_t{8} * 1024 * 1024;
+
+std::string Counted(std::size_t count) {
+  return std::to_string(count) + (count == 1 ? " value" : " values");
+}
+
+}  // namespace
+
+CollectionReader::CollectionReader(Input& input, const FileFormat& format,
+                                   const ByteMarkers& markers, const Extent& text, std::string name,
+                                   Losses& losses, Progress* progress)
+    : window_(input, text, progress),
+      tokenizer_(window_, format.encoding, markers),
+      encoding_(format.encoding),
+      isAsciiSuperset_(format.encoding.UnitSize() == 1),
+      name_(std::move(name)),
+      losses_(losses),
+      start_(text.offset) {}
+
+void CollectionReader::Fail(std::uint64_t offset, const std::string& what) const {
+  std::string place = "byte " + std::to_string(offset);
+  if (!name_.empty()) place += " in " + Quoted(name_);
+  throw ConversionError(place + ": " + what);
+}
+
+std::string CollectionReader::Place() const {
+  return records_ == 0 ? "the header" : "record " + std::to_string(records_);
+}
+
+std::string_view CollectionReader::Decode(const Token& token) {
+  // Most values are ASCII, which is the same in UTF-8.
+  if (isAsciiSuperset_ && PlainPrefix<AsciiRule>(token.bytes) == token.bytes.size()) {
+    return token.bytes;
+  }
+  decoded_.clear();
+  const std::size_t valid = encoding_.ToUtf8(token.bytes, decoded_);
+  if (valid < token.bytes.size()) {
+    Fail(token.offset + valid, "ill-formed " + encoding_.Name() + "; --encoding names another");
+  }
+  return decoded_;
+}
+
+// ---- Header ------------------------------------------------------------------------------------
+
+/// Returns whether the header goes on.
+bool CollectionReader::TakeName(const Token& token) {
+  using Kind = Token::Kind;
+  if (token.kind == Kind::kRecord || token.kind == Kind::kEnd) {
+    if (token.kind == Kind::kEnd) Fail(start_, "the header has no record end");
+    if (isWithinValue_ || !token.bytes.empty()) {
+      Fail(token.offset, "text after the last field end of the header");
+    }
+    if (names_.empty()) Fail(token.End(), "the header has no field end");
+    return false;
+  }
+  if (!isWithinValue_) names_.emplace_back();
+  names_.back() += Decode(token);
+  nameBytes_ += token.bytes.size();
+  isWithinValue_ = token.kind == Kind::kPiece;
+  if (names_.size() > kMostNames || nameBytes_ > kMostNameBytes) {
+    Fail(token.offset,
+         "a header of more than 100,000 names or 8 MB, which would take more memory "
+         "than the program allows itself");
+  }
+  return true;
+}
+
+bool CollectionReader::ReadHeader() {
+  Token token = tokenizer_.Next();
+  if (token.kind == Token::Kind::kEnd && token.bytes.empty()) return false;
+  while (TakeName(token)) token = tokenizer_.Next();
+  return true;
+}
+
+// ---- Records -----------------------------------------------------------------------------------
+
+void CollectionReader::FailCount(std::uint64_t offset, std::size_t count, bool isMore) const {
+  Fail(offset,
+       isMore ? Place() + " has more than " + Counted(count) + ", as many as the header has names"
+              : Place() + " has " + Counted(count) + ", the header has " +
+                    std::to_string(names_.size()) + " names");
+}
+
+/// Takes the record end after the values.
+bool CollectionReader::EndRecord() {
+  const Token token = tokenizer_.Next();
+  if (token.kind == Token::Kind::kRecord && token.bytes.empty()) return true;
+  if (token.kind == Token::Kind::kEnd) Fail(recordOffset_, "the last record has no record end");
+  if (token.kind == Token::Kind::kField) FailCount(token.End(), column_, true);
+  Fail(token.offset, "text after the last field end of " + Place());
+}
+
+/// Takes a text that ends after a record end; whether it is a tail.
+bool CollectionReader::EndText(Token token) {
+  for (;; token = tokenizer_.Next()) {
+    if (!IsTail(token.bytes)) return false;
+    if (token.kind == Token::Kind::kEnd) return true;
+  }
+}
+
+bool CollectionReader::NextRecord() {
+  if (records_ > 0 && !EndRecord()) return false;
+  std::vector<std::uint64_t> breaks;
+  for (Token token; tokenizer_.NextLineBreak(token);) breaks.push_back(token.offset);
+  first_ = tokenizer_.Next();
+  recordOffset_ = first_.offset;
+  if (first_.kind == Token::Kind::kEnd) {
+    // Also line breaks are a tail there.
+    if (EndText(first_)) return false;
+    Fail(recordOffset_, "the last record has no record end");
+  }
+  for (const std::uint64_t one : breaks) losses_.Add(kLostLineBreak, one);
+  ++records_;
+  column_ = 0;
+  hasFirst_ = true;
+  return true;
+}
+
+CollectionReader::Piece CollectionReader::NextPiece() {
+  const Token token = hasFirst_ ? first_ : tokenizer_.Next();
+  hasFirst_ = false;
+  if (token.kind != Token::Kind::kField && token.kind != Token::Kind::kPiece) {
+    if (token.kind == Token::Kind::kEnd) Fail(recordOffset_, "the last record has no record end");
+    if (isWithinValue_ || !token.bytes.empty()) {
+      Fail(token.offset, "text after the last field end of " + Place());
+    }
+    FailCount(token.End(), column_, false);
+  }
+  const bool isLast = token.kind == Token::Kind::kField;
+  const Piece piece{Decode(token), !isWithinValue_, isLast};
+  isWithinValue_ = !isLast;
+  if (isLast) ++column_;
+  return piece;
+}
+
+}  // namespace brindlex::cli

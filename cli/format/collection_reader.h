@@ -1,0 +1,86 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "cli/format/file_format.h"
+#include "cli/format/table_writer.h"
+#include "cli/format/tokenizer.h"
+
+namespace brindlex::cli {
+
+/// What Losses call a line break that the component drops.
+inline constexpr const char* kLostLineBreak = "a line break after a record end";
+
+/// Reads one collection as the caller asks for its records and values, so that several can be read
+/// side by side. In bounded memory: a long value comes in pieces.
+///
+/// Only text that the component could have saved is read. ConversionError, with the byte and the
+/// record, for anything else: records with more or fewer values than the header, text after the
+/// last field end of a record, text after the last record end that is no tail, ill-formed
+/// sequences, and more names than memory is promised for.
+class CollectionReader {
+ public:
+  /// A piece of a value in UTF-8, valid until the next call of the reader.
+  struct Piece {
+    std::string_view text;
+    bool isFirst = true;
+    bool isLast = true;
+  };
+
+  /// Reads `text`, which is in `markers`. `name` is for messages, empty if it is the only
+  /// collection. `losses` gets the line breaks between records, which the component drops.
+  /// Everything must outlive the reader.
+  CollectionReader(Input& input, const FileFormat& format, const ByteMarkers& markers,
+                   const Extent& text, std::string name, Losses& losses,
+                   Progress* progress = nullptr);
+
+  /// Reads the header; to be called first. False for an empty text, which has none.
+  bool ReadHeader();
+
+  /// The names of the header, and its offset.
+  const std::vector<std::string>& Names() const { return names_; }
+  std::uint64_t Offset() const { return start_; }
+
+  /// Goes to the next record, of which every value must have been read; false after the last.
+  bool NextRecord();
+
+  /// The next piece of the record. A record has as many values as there are names.
+  Piece NextPiece();
+
+  /// What messages call the record, such as "record 3".
+  std::string Place() const;
+
+ private:
+  [[noreturn]] void Fail(std::uint64_t offset, const std::string& what) const;
+  [[noreturn]] void FailCount(std::uint64_t offset, std::size_t count, bool isMore) const;
+  std::string_view Decode(const Token& token);
+  bool TakeName(const Token& token);
+  bool EndRecord();
+  bool EndText(Token token);
+
+  InputWindow window_;
+  Tokenizer tokenizer_;
+  Encoding encoding_;
+  bool isAsciiSuperset_;
+  std::string name_;
+  Losses& losses_;
+  std::uint64_t start_;
+  std::vector<std::string> names_;
+  std::size_t nameBytes_ = 0;
+  /// Records that were begun, and the offset of the last.
+  std::uint64_t records_ = 0;
+  std::uint64_t recordOffset_ = 0;
+  /// Values of the record that were read.
+  std::size_t column_ = 0;
+  bool isWithinValue_ = false;
+  /// The first token of a record.
+  Token first_;
+  bool hasFirst_ = false;
+  std::string decoded_;
+};
+
+}  // namespace brindlex::cli

@@ -1,0 +1,123 @@
+#include "cli/format/markers.h"
+
+#include <charconv>
+#include <cstdint>
+
+#include "cli/io/failure.h"
+#include "cli/text/escape.h"
+#include "cli/text/utf.h"
+#include "persistence/delimited_text.h"
+
+namespace brindlex::cli {
+namespace {
+
+[[noreturn]] void RefuseMarker(std::string_view given, std::string_view why) {
+  throw UsageError("the marker " + Quoted(given) + " cannot be used: " + std::string(why));
+}
+
+/// The characters of U+001FU+001E; nothing if `given` is not of that form.
+std::optional<std::string> NumberedCharacters(std::string_view given) {
+  std::string text;
+  std::string_view rest = given;
+  while (!rest.empty()) {
+    if (!rest.starts_with("U+") && !rest.starts_with("u+")) return std::nullopt;
+    rest.remove_prefix(2);
+    std::uint32_t number = 0;
+    constexpr int kHexadecimal = 16;
+    const auto [end, error] =
+        std::from_chars(rest.data(), rest.data() + rest.size(), number, kHexadecimal);
+    const auto digits = static_cast<std::size_t>(end - rest.data());
+    if (error != std::errc() || digits < 4) return std::nullopt;
+    if (number > 0x10FFFF || (number >= 0xD800 && number < 0xE000)) {
+      RefuseMarker(given, "there is no character of that number");
+    }
+    AppendUtf8(number, text);
+    rest.remove_prefix(digits);
+  }
+  return text;
+}
+
+MarkerPair InUtf8(const Markers& markers) {
+  return {Utf8OfUtf16(markers.fieldEnd), Utf8OfUtf16(markers.recordEnd)};
+}
+
+/// Whether some end of `left`, shorter than both, starts `right`.
+bool RunsInto(const std::string& left, const std::string& right) {
+  for (std::size_t common = 1; common < std::min(left.size(), right.size()); ++common) {
+    if (left.compare(left.size() - common, common, right, 0, common) == 0) return true;
+  }
+  return false;
+}
+
+std::string CodePoint(char32_t character) {
+  constexpr std::string_view kDigits = "0123456789ABCDEF";
+  std::string digits;
+  for (; character != 0 || digits.size() < 4; character >>= 4U) {
+    digits.insert(digits.begin(), kDigits[character & 0xFU]);
+  }
+  return "U+" + digits;
+}
+
+}  // namespace
+
+MarkerPair OuterMarkers() { return InUtf8(DefaultMarkers()); }
+
+MarkerPair InnerMarkers() { return InUtf8(InternalMarkers()); }
+
+int MostLineBreaks() { return kMostRecordBreaks; }
+
+std::string ParseMarker(std::string_view given) {
+  constexpr std::size_t kMostBytes = 500;
+  if (given.empty()) RefuseMarker(given, "it is empty");
+  if (given.size() > kMostBytes) RefuseMarker(given, "it is longer than 500 bytes");
+  if (ValidUtf8(given) < given.size()) RefuseMarker("?", "it is no text");
+  return NumberedCharacters(given).value_or(std::string(given));
+}
+
+std::optional<ByteMarkers> FindByteMarkers(const MarkerPair& pair, const Encoding& encoding) {
+  ByteMarkers markers;
+  markers.unit = encoding.UnitSize();
+  markers.lineBreak.clear();
+  encoding.FromUtf8(Utf8OfUtf16(kRecordBreak), markers.lineBreak);
+  const bool hasBoth =
+      encoding.FromUtf8(pair.fieldEnd, markers.fieldEnd) == pair.fieldEnd.size() &&
+      encoding.FromUtf8(pair.recordEnd, markers.recordEnd) == pair.recordEnd.size();
+  return hasBoth ? std::optional(markers) : std::nullopt;
+}
+
+ByteMarkers RequireByteMarkers(const MarkerPair& pair, const Encoding& encoding) {
+  const std::string both =
+      "the markers " + Quoted(pair.fieldEnd) + " and " + Quoted(pair.recordEnd);
+  if (pair.fieldEnd == pair.recordEnd) throw UsageError(both + " are the same");
+  if (auto markers = FindByteMarkers(pair, encoding)) return *markers;
+  throw UsageError(both + " are not both characters of " + encoding.Name() +
+                   "; give others with --field-end and --record-end, or another --encoding");
+}
+
+bool AreUnambiguous(const ByteMarkers& markers) {
+  const std::string& field = markers.fieldEnd;
+  const std::string& record = markers.recordEnd;
+  const auto holds = [](const std::string& text, const std::string& part) {
+    return text.find(part) != std::string::npos;
+  };
+  return !holds(field, record) && !holds(record, field) && !RunsInto(field, record) &&
+         !RunsInto(record, field) && !RunsInto(field, field) && !RunsInto(record, record);
+}
+
+std::size_t FindMarker(std::string_view text, std::string_view marker, std::size_t unit,
+                       std::size_t from) {
+  for (;;) {
+    const std::size_t found = text.find(marker, from);
+    if (found == std::string_view::npos || found % unit == 0) return found;
+    from = found + 1;
+  }
+}
+
+std::string DescribedCharacter(std::string_view utf8) {
+  const Character first = FirstOfUtf8(utf8);
+  const std::string number = CodePoint(first.number);
+  return ActsOnTerminal(first.number) ? number
+                                      : std::string(utf8.substr(0, first.bytes)) + " " + number;
+}
+
+}  // namespace brindlex::cli

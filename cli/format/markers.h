@@ -1,0 +1,65 @@
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "cli/text/encoding.h"
+
+namespace brindlex::cli {
+
+/// The two markers of one layer, in UTF-8.
+struct MarkerPair {
+  std::string fieldEnd;
+  std::string recordEnd;
+
+  bool operator==(const MarkerPair&) const = default;
+};
+
+/// The component's markers: of a single collection and of the outer layer, and of the inner layer.
+MarkerPair OuterMarkers();
+MarkerPair InnerMarkers();
+
+/// The two columns of a file of several collections, as the component names them.
+inline constexpr std::string_view kDataColumn = "DataString";
+inline constexpr std::string_view kNameColumn = "Name";
+
+/// The marker that `given` on the command line means, in UTF-8: itself, or the characters of
+/// U+001FU+001E. UsageError for an empty or very long one, for ill-formed UTF-8, and for a number
+/// that is no code point of a character.
+std::string ParseMarker(std::string_view given);
+
+/// A marker pair in the bytes of a file, with the line break that is dropped after a record end.
+struct ByteMarkers {
+  std::string fieldEnd;
+  std::string recordEnd;
+  std::string lineBreak = "\r\n";
+  /// 2 in UTF-16, where markers start at even offsets of the text; else 1.
+  std::size_t unit = 1;
+
+  std::size_t Longest() const { return std::max(fieldEnd.size(), recordEnd.size()); }
+};
+
+/// How many line breaks after a record end are dropped.
+int MostLineBreaks();
+
+/// `pair` in the bytes of `encoding`; nothing if that lacks one of its characters.
+std::optional<ByteMarkers> FindByteMarkers(const MarkerPair& pair, const Encoding& encoding);
+
+/// The same; UsageError in place of nothing, and for two equal markers.
+ByteMarkers RequireByteMarkers(const MarkerPair& pair, const Encoding& encoding);
+
+/// Whether the markers can be recognized wherever they are, without a look at what follows: neither
+/// holds the other, and no end of one starts one of them.
+bool AreUnambiguous(const ByteMarkers& markers);
+
+/// The offset of `marker` in `text`, a multiple of `unit` and not before `from`; npos for none.
+std::size_t FindMarker(std::string_view text, std::string_view marker, std::size_t unit,
+                       std::size_t from = 0);
+
+/// A character as a message shows it: itself and its code point.
+std::string DescribedCharacter(std::string_view utf8);
+
+}  // namespace brindlex::cli

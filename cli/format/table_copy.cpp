@@ -1,0 +1,76 @@
+#include "cli/format/table_copy.h"
+
+#include "cli/format/collection_reader.h"
+#include "cli/format/named_collections.h"
+#include "cli/io/failure.h"
+
+namespace brindlex::cli {
+namespace {
+
+void CopyRows(CollectionReader& reader, TableWriter& writer) {
+  while (reader.NextRecord()) {
+    writer.BeginRow();
+    for (std::size_t left = reader.Names().size(); left > 0;) {
+      const CollectionReader::Piece piece = reader.NextPiece();
+      writer.Value(piece.text, piece.isFirst, piece.isLast);
+      if (piece.isLast) --left;
+    }
+    writer.EndRow();
+  }
+}
+
+/// `name` is the one that the writer is given.
+void CopyCollection(CollectionReader& reader, std::string_view name, TableWriter& writer) {
+  writer.BeginCollection(name);
+  if (reader.ReadHeader()) {
+    writer.Header(reader.Names(), reader.Offset());
+    try {
+      CopyRows(reader, writer);
+    } catch (const RefusedValue& refused) {
+      throw ConversionError(refused.At(reader.Place()));
+    }
+  }
+  writer.EndCollection();
+}
+
+void CopyNamed(Input& input, const FileFormat& format, TableWriter& writer, Losses& losses,
+               Progress& progress) {
+  const CollectionIndex index(input, format);
+  const NamedColumns& columns = *format.named;
+  if (columns.count != 2 || columns.data != 0 || !columns.isNameExact) {
+    losses.Add("a header of collections other than DataString and Name, in this order",
+               format.markBytes);
+  }
+  for (const std::uint64_t offset : index.LineBreaks(format.markers)) {
+    losses.Add(kLostLineBreak, offset);
+  }
+  writer.BeginNamed();
+  for (const NamedCollection& one : index.All()) {
+    const std::string& name = index.NameOf(one);
+    CollectionReader reader(input, format, *format.inner, one.data, name, losses, &progress);
+    CopyCollection(reader, name, writer);
+  }
+}
+
+}  // namespace
+
+void CopyTables(Input& input, const FileFormat& format, const std::optional<std::string>& name,
+                TableWriter& writer, Losses& losses) {
+  Progress progress("reading", input.Size());
+  if (!format.named) {
+    if (name) RefuseCollectionName(input);
+    CollectionReader reader(input, format, format.markers, format.Text(), {}, losses, &progress);
+    CopyCollection(reader, {}, writer);
+  } else if (name) {
+    const CollectionIndex index(input, format);
+    const NamedCollection& one = index.Require(input, *name);
+    CollectionReader reader(input, format, *format.inner, one.data, index.NameOf(one), losses,
+                            &progress);
+    CopyCollection(reader, {}, writer);
+  } else {
+    CopyNamed(input, format, writer, losses, progress);
+  }
+  writer.End();
+}
+
+}  // namespace brindlex::cli

@@ -1,0 +1,38 @@
+#include "cli/format/table_writer.h"
+
+#include <algorithm>
+
+#include "cli/text/escape.h"
+
+namespace brindlex::cli {
+
+void Losses::Add(const std::string& what, std::uint64_t offset) {
+  Found& found = found_.try_emplace(what, Found{0, offset}).first->second;
+  ++found.count;
+  found.first = std::min(found.first, offset);
+}
+
+std::vector<std::string> Losses::Sentences() const {
+  std::vector<std::string> sentences;
+  for (const auto& [what, found] : found_) {
+    std::string sentence = what;
+    sentence += found.count == 1 ? ", at byte " : ", the first at byte ";
+    sentence += std::to_string(found.first);
+    if (found.count > 1) sentence += " of " + std::to_string(found.count) + " in all";
+    sentences.push_back(std::move(sentence));
+  }
+  return sentences;
+}
+
+std::string RefusedValue::At(const std::string& place) const {
+  return name.empty() ? place + " " + problem : place + ", " + Quoted(name) + ": it " + problem;
+}
+
+void BufferedWriter::HandOverNow(std::size_t kept) {
+  if (buffer_.size() <= kept) return;
+  const std::string_view done = std::string_view(buffer_).substr(0, buffer_.size() - kept);
+  sink_(done);
+  buffer_.erase(0, done.size());
+}
+
+}  // namespace brindlex::cli

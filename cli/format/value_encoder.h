@@ -1,0 +1,42 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "cli/format/markers.h"
+#include "cli/text/encoding.h"
+
+namespace brindlex::cli {
+
+/// Encodes texts of which none may hold certain markers.
+class ValueEncoder {
+ public:
+  explicit ValueEncoder(Encoding encoding) : encoding_(std::move(encoding)) {}
+
+  /// The markers of `pair` are forbidden from here on. Fails as RequireByteMarkers.
+  void Forbid(const MarkerPair& pair);
+
+  /// Appends `piece`, which is UTF-8, to a value that starts at `begin` in `bytes`. If the value
+  /// then holds one of the first `layers` pairs, or the piece a character that the encoding lacks,
+  /// or it is ill-formed: what is wrong, to follow "it "; what was appended is then of no use.
+  std::optional<std::string> Append(std::string_view piece, std::size_t layers, std::size_t begin,
+                                    std::string& bytes) const;
+
+  /// How many bytes before a piece can be a part of a marker that ends in it.
+  std::size_t Overlap() const { return overlap_; }
+
+ private:
+  struct Forbidden {
+    std::string bytes;
+    std::string described;
+  };
+
+  const Encoding encoding_;
+  std::vector<Forbidden> forbidden_;
+  std::size_t overlap_ = 0;
+};
+
+}  // namespace brindlex::cli
