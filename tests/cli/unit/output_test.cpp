@@ -83,7 +83,7 @@ TEST(Output, IsReadBackInBlocks) {
   Input input(path);
   EXPECT_EQ(content.size(), input.Size());
   EXPECT_EQ(content.substr(0, kInputBlock), input.Head());
-  for (const std::uint64_t offset : {std::uint64_t{0}, std::uint64_t{7}, kInputBlock + 1}) {
+  for (const std::size_t offset : {std::size_t{0}, std::size_t{7}, std::size_t{kInputBlock} + 1}) {
     std::string read;
     ReadExtent(input, ExtentOf(offset, UINT64_MAX), [&](std::string_view bytes) { read += bytes; });
     EXPECT_EQ(content.substr(offset), read);

@@ -21,7 +21,7 @@ std::string Wide(std::string_view text) {
 std::string Tokens(const std::string& text, const ByteMarkers& markers,
                    std::size_t block = kInputBlock, std::uint64_t start = 0,
                    const Encoding& encoding = {}) {
-  Input input("text", std::string(start, '-') + text, block);
+  Input input("text", std::string(static_cast<std::size_t>(start), '-') + text, block);
   InputWindow window(input, ExtentOf(start, UINT64_MAX));
   Tokenizer tokenizer(window, markers.unit == 2 ? *Encoding::Named("utf-16") : encoding, markers);
   std::string transcript;
