@@ -98,7 +98,7 @@ class CollectionIndex {
 
   /// In UTF-8.
   const std::string& NameOf(const NamedCollection& collection) const {
-    return names_[&collection - all_.data()];
+    return names_[static_cast<std::size_t>(&collection - all_.data())];
   }
 
   /// Where the last record, with the line breaks after it, ends.
