@@ -179,7 +179,9 @@ Dim byText
 byText = sr.MultiDataColString(few, "ALL")
 Check "stored", True, sr.StoreCollection(few, "ALL")
 Check "the text as by the longer way", byText, sr.MultiDataString
-Check "names", "ALL Few", sr.CollectionNames(1) & " " & sr.CollectionNames("few")
+Dim listed
+Set listed = sr.CollectionNames
+Check "names", "ALL Few", listed(1) & " " & listed("few")
 Check "removed", True, sr.RemoveCollection("all")
 Check "removed before", False, sr.RemoveCollection("all")
 Check "names left", 1, sr.CollectionNames.Count
