@@ -55,8 +55,9 @@ void Run(const EditOptions& options, const Edit& edit) {
   const OutputOptions target = Target(options);
   Input file(options.path);
   const CollectionEditor editor(file, options.format);
-  RunConversion(target, /*allowsLosses=*/false,
-                [&](const ByteSink& sink, Losses&) { edit(editor, sink); });
+  RunConversion(
+      target, /*allowsLosses=*/false, [&](const ByteSink& sink, Losses&) { edit(editor, sink); },
+      &file);
 }
 
 void AddExtract(CLI::App& collections) {
@@ -119,9 +120,12 @@ void Add(const AddOptions& options) {
   if (!isNew) file.emplace(options.path);
   const CollectionEditor editor = isNew ? CollectionEditor::OfNewFile(added, options.format)
                                         : CollectionEditor(*file, options.format);
-  RunConversion(target, options.allowsLosses, [&](const ByteSink& sink, Losses& losses) {
-    editor.Add(options.name, added, options.format, options.replaces, sink, losses);
-  });
+  RunConversion(
+      target, options.allowsLosses,
+      [&](const ByteSink& sink, Losses& losses) {
+        editor.Add(options.name, added, options.format, options.replaces, sink, losses);
+      },
+      file ? &*file : nullptr);
 }
 
 void AddAdd(CLI::App& collections) {

@@ -24,7 +24,8 @@ void CheckLosses(const Losses& losses, bool allowsLosses) {
 
 }  // namespace
 
-void RunConversion(const OutputOptions& options, bool allowsLosses, const Conversion& convert) {
+void RunConversion(const OutputOptions& options, bool allowsLosses, const Conversion& convert,
+                   Input* replaced) {
   Output output(options);
   const auto write = [&](std::string_view bytes) { output.Write(bytes); };
   Losses losses;
@@ -37,6 +38,7 @@ void RunConversion(const OutputOptions& options, bool allowsLosses, const Conver
     Losses again;
     convert(write, again);
   }
+  if (replaced != nullptr) replaced->Close();
   output.Commit();
 }
 

@@ -3,6 +3,7 @@
 #include <functional>
 
 #include "cli/format/table_writer.h"
+#include "cli/io/input.h"
 #include "cli/io/output.h"
 
 namespace brindlex::cli {
@@ -16,7 +17,9 @@ using Conversion = std::function<void(const ByteSink& sink, Losses& losses)>;
 /// conversion is run once without output.
 ///
 /// Losses are a ConversionError that names all of them, unless `allowsLosses`: a warning then names
-/// them, before the output exists. All Failures of the conversion and of Output.
-void RunConversion(const OutputOptions& options, bool allowsLosses, const Conversion& convert);
+/// them, before the output exists. All Failures of the conversion and of Output. `replaced`, unless
+/// it is null, is the input that the output may replace; it is closed before.
+void RunConversion(const OutputOptions& options, bool allowsLosses, const Conversion& convert,
+                   Input* replaced = nullptr);
 
 }  // namespace brindlex::cli

@@ -35,9 +35,13 @@ Input::Input(std::string name, std::string text, std::size_t block)
     : name_(std::move(name)), text_(std::move(text)), block_(block) {}
 
 Input::~Input() {
+  Close();
   // Nothing can be lost: what was written to kept_ was meant for this object alone.
-  if (isOwned_) system::Close(descriptor_);
   if (kept_ >= 0) system::Close(kept_);
+}
+
+void Input::Close() {
+  if (std::exchange(isOwned_, false)) system::Close(descriptor_);
 }
 
 std::optional<std::uint64_t> Input::Size() const {

@@ -32,6 +32,10 @@ class Input {
   Input& operator=(const Input&) = delete;
   ~Input();
 
+  /// Closes the file, after the last read, so that a file can replace it. Windows replaces no open
+  /// file.
+  void Close();
+
   /// How messages call it: the path as given, "standard input" for "-".
   const std::string& Name() const { return name_; }
 
