@@ -88,7 +88,7 @@ function checkInterface(bitness, folder) {
     var fields = all[i].split("\t");
     if (fields[0] === "pass" || fields[0] === "fail") add(group, fields[1], fields[0], fields[2], fields[3]);
   }
-  expect(group, "comes to its end", "done", lastLine(result.text));
+  expect(group, "prints its last line", "done", lastLine(result.text));
   return all[0] === "pass\tloads the DLL";
 }
 

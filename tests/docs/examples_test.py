@@ -6,7 +6,7 @@ WINE runs a Windows program in which the component is registered, PASCAL is the 
 program of Free Pascal: tools/pascal with the bitness. Every block of code of a page is run in the language
 that it is marked with: "vb" is VBScript, one script for each page; "vba" is VB and VBA, which run nowhere
 here, so they are translated to VBScript; "js" and "pascal" run each by themselves. What a line prints is
-behind "' ->" or "// ->".
+after "' ->" or "// ->".
 """
 
 import os
@@ -135,7 +135,7 @@ def run_pascal(wine: list[str], pascal: list[str], block: str) -> None:
             file.write(f"program example;\n{{$mode delphi}}{{$apptype console}}\n{body}  WriteLn('{DONE}');\nend.\n")
         run([*pascal, source, program])
         if run([*wine, program])[-1:] != [DONE]:
-            raise Failure(f"does not come to its end:\n{block}")
+            raise Failure(f"does not print its last line:\n{block}")
 
 
 def check_page(wine: list[str], pascal: list[str], path: str, first: str) -> int:

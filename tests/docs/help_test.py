@@ -28,7 +28,7 @@ CONTRAST = 4.5
 
 
 class Page(html.parser.HTMLParser):
-    """The links and the anchors of a page, and the text behind each anchor's heading."""
+    """The links and the anchors of a page, and the text after each anchor's heading."""
 
     def __init__(self, text: str) -> None:
         super().__init__()

@@ -1,4 +1,4 @@
-"""verify.cmd of the zip, as a user runs it: all of it passes, it finds a fault, and it leaves nothing behind.
+"""verify.cmd of the zip, as a user runs it: all of it passes, it finds a fault, and it leaves no file and no key.
 
 usage: verify_test.py WINE64 ZIP PREFIX
 
@@ -70,7 +70,7 @@ def check_all_passes(folder: str) -> None:
     assert states["fail"] == states["skip"] == 0 and states["pass"] > 80, printed
     for bitness in ("x86", "x64"):
         checked = " ".join(row[2] for row in rows if row[1].startswith(bitness))
-        for name in ("comes to its end", "redirected root", "900,000", "killed save", "books.vbs", "books.js"):
+        for name in ("prints its last line", "redirected root", "900,000", "killed save", "books.vbs", "books.js"):
             assert name in checked, f"{bitness}: {name} was not checked"
     with open(report, encoding="utf-8") as file:
         about = file.read()

@@ -299,7 +299,7 @@ TEST_F(SafeSaveTest, SavesOfOneFileAtTheSameTimeAreNotMixedUp) {
         const std::u16string text(70000, static_cast<char16_t>(u'0' + number));
         for (int save = 0; save < kSaves; ++save) {
           VARIANT_BOOL done = VARIANT_FALSE;
-          // One that meets another at the renaming is denied, without a word.
+          // One that meets another at the renaming is denied without a report.
           EXPECT_EQ(S_OK, files->SaveTextFileSafely(Bstr(PathOf(u"f")).Get(), Bstr(text).Get(),
                                                     VARIANT_TRUE, &done));
           if (done == VARIANT_TRUE) ++saved;
