@@ -145,7 +145,8 @@ bool CheckBase(const Expected& expected, int count, bool rotate) {
   bool good = true;
   const std::span<const int> precisions = X87Precisions();
   for (int i = 0; i < count; ++i) {
-    if (rotate && i % 1000 == 0) SetX87Precision(precisions[i / 1000 % precisions.size()]);
+    if (rotate && i % 1000 == 0)
+      SetX87Precision(precisions[static_cast<std::size_t>(i) / 1000 % precisions.size()]);
     const double x = numbers.Next();
     const FpuMode mode = CurrentFpuMode();
     AddConversion<Converter>(x, expected.base, numbers.Choice(), hash);
