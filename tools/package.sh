@@ -50,6 +50,8 @@ try_packages() {
   say "installing them"
   python3 -B "$root/tests/install/package_test.py" "$root/tools/wine64" "$2" \
     "$root/build/wine64-package"
+  python3 -B "$root/tests/install/shared_folder_test.py" "$root/docs/files.md" "$root/tools/wine64" \
+    "$root/build/wine64-package"
   say "upgrading and downgrading"
   python3 -B "$root/tests/install/upgrade_test.py" "$root" "$root/tools/wine64" "$1" \
     "$root/build/wine64-upgrade"
