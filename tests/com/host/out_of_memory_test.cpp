@@ -367,10 +367,10 @@ TEST_F(OutOfMemoryTest, EnumeratingACollection) {
         ComPtr<IUnknown> made;
         const HRESULT status = names->get__NewEnum(made.Receive());
         if (FAILED(status)) return status;
-        const auto walk = made.As<IEnumVARIANT>();
+        const auto enumerator = made.As<IEnumVARIANT>();
         VARIANT raw[3];
         ULONG fetched = 0;
-        const HRESULT fetch = walk->Next(3, raw, &fetched);
+        const HRESULT fetch = enumerator->Next(3, raw, &fetched);
         for (ULONG at = 0; at < fetched; ++at) *entries[at].Receive() = raw[at];
         return fetch;
       },

@@ -23,7 +23,7 @@ class FailingMemory {
   FailingMemory& operator=(const FailingMemory&) = delete;
   ~FailingMemory();
 
-  /// Fails the allocation that comes after `passed` more, and, with `everAfter`, all behind it.
+  /// Fails the allocation that comes after `passed` more, and, with `everAfter`, all after it.
   void FailAfter(Memory memory, long passed, bool everAfter);
   /// Stops failing; says whether an allocation has failed since FailAfter.
   bool StopFailing();

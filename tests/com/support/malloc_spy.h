@@ -16,7 +16,7 @@ class MallocSpy : public IMallocSpy {
 
   long LiveBlocks() const;
 
-  /// Makes the allocation fail that comes after `passed` more, and, with `everAfter`, all behind
+  /// Makes the allocation fail that comes after `passed` more, and, with `everAfter`, all after
   /// it.
   void FailAfter(long passed, bool everAfter = false);
   /// Stops failing; says whether an allocation has failed since FailAfter.
