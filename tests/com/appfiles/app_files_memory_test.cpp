@@ -59,9 +59,9 @@ class AppFilesMemoryTest : public TextFilesTest {
   template <class Call, class IsRight>
   bool FailsAfter(long passed, Memory memory, bool everAfter, Call& call, IsRight& isRight) {
     const long before = FailingMemory::LiveBlocks();
-    memory_->FailAfter(memory, passed, everAfter);
+    FailingMemory::FailAfter(memory, passed, everAfter);
     const HRESULT status = call();
-    const bool failed = memory_->StopFailing();
+    const bool failed = FailingMemory::StopFailing();
     SetErrorInfo(0, nullptr);
     const std::vector<Report> reports = FailingMemory::Shown();
     EXPECT_TRUE(isRight() || (failed && Tells(status, reports, memory))) << passed;

@@ -81,9 +81,9 @@ class OutOfMemoryTest : public SaveRestoreTest {
                               IsRight& isRight) {
     const long before = FailingMemory::LiveBlocks();
     ScriptedObject::callsWithoutMemory = 0;
-    memory_->FailAfter(memory, passed, everAfter);
+    FailingMemory::FailAfter(memory, passed, everAfter);
     const HRESULT status = call();
-    const bool hasFailed = memory_->StopFailing();
+    const bool hasFailed = FailingMemory::StopFailing();
     SetErrorInfo(0, nullptr);
     const bool hasResult = isRight();
     const std::vector<Report> reports = FailingMemory::Shown();
