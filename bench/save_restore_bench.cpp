@@ -121,7 +121,7 @@ void RestoreUnder(TextView key, benchmark::State& state) {
   ReportPerField(state);
 }
 
-/// What no saving can go below: the same texts of the same records, copied one behind the other
+/// What no saving can go below: the same texts of the same records, copied one after the other
 /// into fresh memory.
 void BM_FloorSave(benchmark::State& state) {
   RecordAdapter adapter;
@@ -130,8 +130,8 @@ void BM_FloorSave(benchmark::State& state) {
   std::vector<Object> objects;
   std::size_t size = 1;
   const CollectionRef records = RecordsOf(adapter, count);
-  const auto walk = records->Enumerate();
-  for (Object object; walk->NextObject(object);) {
+  const auto enumerator = records->Enumerate();
+  for (Object object; enumerator->NextObject(object);) {
     for (const Text& field : adapter.RecordOf(object).fields) size += field.size() + 2;
     objects.push_back(std::move(object));
   }

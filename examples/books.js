@@ -40,9 +40,9 @@ var text = files.ReadTextFile(path, false);
 var restored = saver.AsDelimitedToCollection(text, createBook, undefined, undefined, "Title");
 system.DeleteFile(path);
 require(restored !== null);
-for (var walk = new Enumerator(restored); !walk.atEnd(); walk.moveNext()) {
+for (var enumerator = new Enumerator(restored); !enumerator.atEnd(); enumerator.moveNext()) {
   // A property of JScript has no type: what was restored is text.
-  WScript.Echo(walk.item().Title + " costs " + Number(walk.item().Price));
+  WScript.Echo(enumerator.item().Title + " costs " + Number(enumerator.item().Price));
 }
 require(Number(restored("EMMA").Price) === 9);
 

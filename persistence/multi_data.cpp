@@ -9,6 +9,7 @@
 #include "persistence/multi_data.h"
 #include "persistence/record_writer.h"
 #include "persistence/restore_header.h"
+#include "persistence/text_data.h"
 
 namespace brindlex {
 namespace {
@@ -74,9 +75,9 @@ void clsCollectionSaveRestore::ParseCollections(TextView text, NamedCollections&
   const auto records = RecordsOf(text, markers);
   if (!HasHeaderAndRecord(*records)) return;
   line = 5;
-  const RestoreHeader header = ReadHeader(records->Fields(), *members, u"Name");
-  const auto data = header.LastColumn(u"DataString");
-  const auto name = header.LastColumn(u"Name");
+  const RestoreHeader header = ReadHeader(records->Fields(), *members, kNameColumn);
+  const auto data = header.LastColumn(kDataColumn);
+  const auto name = header.LastColumn(kNameColumn);
   for (std::size_t number = 1; records->Next(); ++number) {
     line = 6;
     const FieldViews& values = FieldsOf(*records);
@@ -225,7 +226,7 @@ bool clsCollectionSaveRestore::WriteWithChange(const NamedCollections& collectio
   Trap(
       [&](CurrentLine& line) {
         line = 5;
-        progress.names = {u"DataString", u"Name"};
+        progress.names = {Text(kDataColumn), Text(kNameColumn)};
         const Markers markers = DefaultMarkers();
         PlainRecordWriter plain(markers, result, progress.reading);
         std::optional<ValidatingRecordWriter> validating;

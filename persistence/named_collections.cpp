@@ -8,6 +8,7 @@
 #include "automation/hash_key.h"
 #include "automation/runtime_error.h"
 #include "persistence/marker_scan.h"
+#include "persistence/text_data.h"
 
 namespace brindlex {
 namespace {
@@ -15,9 +16,9 @@ namespace {
 constexpr TextView kLineBreak = u"\r\n";
 constexpr char16_t kFieldEnd = u'\u00A5';
 constexpr char16_t kRecordEnd = u'\u0152';
-constexpr TextView kHeader = u"DataString\u00A5Name\u00A5\u0152";
 /// Two field ends and a record end.
 constexpr std::size_t kMarkers = 3;
+constexpr std::size_t kHeaderSize = kDataColumn.size() + kNameColumn.size() + kMarkers;
 constexpr std::size_t kFewestSlots = 16;
 /// More than any text of a host has.
 constexpr std::size_t kMostUnits = 0x7FFFFFFF;
@@ -175,7 +176,7 @@ void NamedCollections::Remove(Position position) noexcept {
 
 std::optional<NamedCollections::Change> NamedCollections::FindChange(TextView text) const noexcept {
   Comparison comparison(text);
-  if (!comparison.Skip(kHeader)) return std::nullopt;
+  if (!comparison.SkipRecord(kDataColumn, kNameColumn)) return std::nullopt;
   std::optional<Change> change;
   const auto takeChange = [&] {
     const auto data = comparison.TakeField();
@@ -215,14 +216,14 @@ std::size_t NamedCollections::TextSize(const Change* change) const noexcept {
     if (!replaced) ++count;
     units += change->data.size() + change->name.size();
   }
-  return count == 0 ? 0 : kHeader.size() + units + kMarkers * count;
+  return count == 0 ? 0 : kHeaderSize + units + kMarkers * count;
 }
 
 void NamedCollections::AppendTo(RecordWriter& writer, const Change* change,
                                 std::optional<Position> without) const {
   const std::optional<Position> replaced = change != nullptr ? Find(change->name) : std::nullopt;
   if (change == nullptr && count_ == (without ? 1U : 0U)) return;
-  const std::array<Text, 2> names = {u"DataString", u"Name"};
+  const std::array<Text, 2> names = {Text(kDataColumn), Text(kNameColumn)};
   writer.AppendHeader(names);
   const auto append = [&writer](TextView data, TextView name) {
     const std::array<TextView, 2> values = {data, name};

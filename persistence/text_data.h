@@ -41,6 +41,10 @@ inline constexpr std::array<clsTextData::Property, 2> clsTextData::kProperties =
     {u"Name", &clsTextData::Name},
 }};
 
+/// The columns of a text of several collections.
+inline constexpr TextView kDataColumn = clsTextData::kProperties[0].name;
+inline constexpr TextView kNameColumn = clsTextData::kProperties[1].name;
+
 /// The adapter of the records of texts that live within the component, and of their creators. Such
 /// records are reached by name like any other, so that one procedure saves and restores all.
 class TextDataAdapter : public ObjectAdapter {

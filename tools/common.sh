@@ -31,7 +31,7 @@ build() {
 # stays: CMake would delete what has been built of it.
 build_without() {
   local parts=$1 preset=$2 part options=()
-  local -A folders=([program]=tool [tests]=tests)
+  local -A folders=([program]=cli [tests]=tests)
   shift 2
   for part in $parts; do
     grep -qs "^build ${folders[$part]}/all: phony" "$root/build/$preset/build.ninja" ||

@@ -9,12 +9,17 @@ windows_path() {
   printf 'Z:%s' "${path//\//\\}"
 }
 
+# wine_of BITNESS: the name of its command in this folder.
+wine_of() {
+  [[ $1 == 64 ]] && echo wine64 || echo wine
+}
+
 # build_component PRESET [TARGET...]
 build_component() {
   build_without 'program tests' "$1" Brindlex "${@:2}"
 }
 
-build_both_widths() {
+build_both() {
   build_component win32
   build_component win64
 }

@@ -29,7 +29,7 @@ tidy() {
     2> >(grep -Ev '^[0-9]+ warnings? generated\.$' >&2)
 }
 
-# clang takes mingw's headers when told where they are. Left out are the folders of g++'s own
+# clang takes mingw's headers when it is given their folders. Left out are the folders of g++'s own
 # headers, as clang has its own, and the Linux headers, which it would find otherwise.
 windows_arguments() {
   printf '%s\n' --target=i686-w64-mingw32 -nostdlibinc -nostdinc++

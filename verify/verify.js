@@ -98,7 +98,7 @@ function checkDigests(bitness, folder) {
          result.status + (result.status === 0 ? "" : " " + result.text));
 }
 
-// One save, killed before or behind a call of the system; the file then holds the old text or the new one.
+// One save, killed before or after a call of the system; the file then holds the old text or the new one.
 function killSave(folder, call, moment) {
   var path = work + "\\saved.txt";
   writeFile(path, "old");
@@ -107,7 +107,7 @@ function killSave(folder, call, moment) {
 }
 
 function checkKilledSaves(bitness, folder) {
-  var moments = ["before", "behind"];
+  var moments = ["before", "after"];
   var wrong = [], kills = 0, last = null;
   for (var m = 0; m < moments.length; ++m) {
     for (var call = 1; call <= MOST_CALLS; ++call) {

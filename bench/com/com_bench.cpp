@@ -791,7 +791,8 @@ void BM_MoveInTheMiddle(benchmark::State& state) {
       1, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
 }
 
-/// The least that an entry in the middle costs in an array of positions: moving those behind twice.
+/// The least that an entry in the middle costs in an array of positions: moving those after it
+/// twice.
 void BM_FloorMoveInTheMiddle(benchmark::State& state) {
   std::vector<void*> positions(static_cast<std::size_t>(state.range(0)));
   const auto middle = static_cast<std::ptrdiff_t>(state.range(0) / 2);

@@ -1,12 +1,14 @@
 #pragma once
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
 
 #include "cli/text/encoding.h"
+#include "persistence/text_data.h"
 
 namespace brindlex::cli {
 
@@ -22,9 +24,18 @@ struct MarkerPair {
 MarkerPair OuterMarkers();
 MarkerPair InnerMarkers();
 
-/// The two columns of a file of several collections, as the component names them.
-inline constexpr std::string_view kDataColumn = "DataString";
-inline constexpr std::string_view kNameColumn = "Name";
+/// The name of a property of the component's own record, which is ASCII.
+template <std::size_t kPosition>
+inline constexpr auto kPropertyName = [] {
+  constexpr TextView kName = clsTextData::kProperties[kPosition].name;
+  std::array<char, kName.size()> name{};
+  std::ranges::transform(kName, name.begin(), [](char16_t unit) { return static_cast<char>(unit); });
+  return name;
+}();
+
+/// The two columns of a file of several collections.
+inline constexpr std::string_view kDataColumn{kPropertyName<0>.data(), kPropertyName<0>.size()};
+inline constexpr std::string_view kNameColumn{kPropertyName<1>.data(), kPropertyName<1>.size()};
 
 /// The marker that `given` on the command line means, in UTF-8: itself, or the characters of
 /// U+001FU+001E. UsageError for an empty or very long one, for ill-formed UTF-8, and for a number

@@ -141,18 +141,19 @@ Value Create(const wchar_t* name) {
 
 std::wstring Listed(const Value& list) {
   DISPPARAMS none{};
-  VARIANT walk{};
+  VARIANT enumerator{};
   IEnumVARIANT* entries = nullptr;
   list.Object()->Invoke(DISPID_NEWENUM, IID_NULL, LOCALE_USER_DEFAULT,
-                        DISPATCH_METHOD | DISPATCH_PROPERTYGET, &none, &walk, nullptr, nullptr);
-  Require(walk.vt == VT_UNKNOWN, "the list can be walked");
-  walk.punkVal->QueryInterface(IID_IEnumVARIANT, reinterpret_cast<void**>(&entries));
+                        DISPATCH_METHOD | DISPATCH_PROPERTYGET, &none, &enumerator, nullptr,
+                        nullptr);
+  Require(enumerator.vt == VT_UNKNOWN, "the list can be walked");
+  enumerator.punkVal->QueryInterface(IID_IEnumVARIANT, reinterpret_cast<void**>(&entries));
   std::wstring lines;
   for (Value book; entries->Next(1, book.Receive(), nullptr) == S_OK; book = Value()) {
     lines += Call(book, L"Title").Text() + L" costs " + Call(book, L"Price").Text() + L"\n";
   }
   entries->Release();
-  VariantClear(&walk);
+  VariantClear(&enumerator);
   return lines;
 }
 

@@ -92,11 +92,11 @@ def test_characters(folder: pathlib.Path) -> None:
 
 
 def test_keys(folder: pathlib.Path) -> None:
-    told = '; the component refuses the whole text: "Error ADTC", number 457, line 8'
-    expect("case", ['15:3:1: the key "äB" is also that of record 1' + told],
+    effect = '; the component refuses the whole text: "Error ADTC", number 457, line 8'
+    expect("case", ['15:3:1: the key "äB" is also that of record 1' + effect],
            lines(folder, "A|B|;Äb|1|;|2|;äB|3|;", "--key", "A"))
     expect("none", [], lines(folder, "A|B|;Äb|1|;äB|3|;"))
-    expect("second column", ['11:2:2: the key "x" is also that of record 1' + told],
+    expect("second column", ['11:2:2: the key "x" is also that of record 1' + effect],
            lines(folder, "A|A|;x|y|;|x|;", "--key", "A")[1:])
     expect("spelling", ['0:0:0: no column is called exactly "a"; '
                         'the component adds every record without a key'],

@@ -67,9 +67,9 @@ def check(shell: list[str], script: str, file: str, files: set[str]) -> None:
     expect("options", options_of("to-json"), offers("to-json", "-"))
     expect("options of a command of a command", options_of("collections", "add"),
            offers("collections", "add", "lists.txt", "-"))
-    expect("options behind a file", True, "--infer" in offers("to-json", "a.txt", "--in"))
+    expect("options after a file", True, "--infer" in offers("to-json", "a.txt", "--in"))
     expect("files", files, offers("to-json", ""))
-    expect("files behind --", files, offers("to-json", "--", "-"))
+    expect("files after --", files, offers("to-json", "--", "-"))
     expect("files to write", files, offers("to-json", "a.txt", "-o", ""))
     expect("encodings", True, "utf-8" in offers("to-json", "--encoding", "utf"))
 

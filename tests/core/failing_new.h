@@ -25,7 +25,7 @@ class MemoryMeter {
 };
 
 /// While it lives, operator new fails with std::bad_alloc: at the allocation with number `nth`,
-/// counted from 1, and, with kFromThere, at every one behind it. One at a time, on one thread.
+/// counted from 1, and, with kFromThere, at every one after it. One at a time, on one thread.
 class FailingNew {
  public:
   enum class Extent { kOnce, kFromThere };
@@ -40,8 +40,8 @@ class FailingNew {
 };
 
 /// Runs `step()` with its first allocation failing, then with its second, and so on until none is
-/// left to fail, and `check(failed)` behind each, when operator new works again. Does so twice, the
-/// second time with all allocations behind the chosen one failing too. `step` must live with the
+/// left to fail, and `check(failed)` after each, when operator new works again. Does so twice, the
+/// second time with all allocations after the chosen one failing too. `step` must live with the
 /// failures; nothing may leave it. Returns the number of allocations that were failed in turn.
 template <class Step, class Check>
 std::size_t FailEveryAllocation(Step&& step, Check&& check) {

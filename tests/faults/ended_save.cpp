@@ -1,7 +1,7 @@
 // A program that saves a text and ends itself, as if it were killed, at a chosen call of the
 // system:
 //
-//   ended_save PATH CALL before|behind TEXT
+//   ended_save PATH CALL before|after TEXT
 //
 // Its status is PlannedCalls::kEnded then; 0 when the save went through before that call, 1 when it
 // failed.

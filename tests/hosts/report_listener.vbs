@@ -1,7 +1,7 @@
-' A class of the script that is told the reports; no box comes up while it listens.
+' A class of the script that receives the reports; no box comes up while it listens.
 Option Explicit
 
-Dim failures, told
+Dim failures, reported
 failures = 0
 
 Sub Check(what, expected, actual)
@@ -13,7 +13,7 @@ End Sub
 
 Class Log
   Public Function OnReport(caption, text, style, number, description, line)
-    told = told & caption & "/" & style & "/" & number & "/" & description & "/" & line & ";"
+    reported = reported & caption & "/" & style & "/" & number & "/" & description & "/" & line & ";"
     OnReport = 1
   End Function
 End Class
@@ -29,9 +29,9 @@ Check "nobody listens at first", True, environment.ReportListener Is Nothing
 
 Set environment.ReportListener = New Log
 Check "save", "", saver.AsDelimitedFromCollection(Nothing)
-Check "told", "Error DFC/48/91/Object variable or With block variable not set/1;", told
+Check "reports", "Error DFC/48/91/Object variable or With block variable not set/1;", reported
 
-' A listener that cannot be told: the report goes to the standard error, and nothing waits.
+' A listener that cannot be called: the report goes to the standard error, and nothing waits.
 Set environment.ReportListener = New Deaf
 Check "save", "", saver.AsDelimitedFromCollection(Nothing)
 

@@ -194,7 +194,7 @@ bool Matches(const std::vector<std::string>& expected, const std::vector<std::st
   return true;
 }
 
-/// Prints what the script wrote, and behind each box that it expects the one that was closed.
+/// Prints what the script wrote, and after each box that it expects the one that was closed.
 std::vector<std::string> Expected(const std::vector<std::string>& lines, const Boxes& boxes) {
   const std::string prefix = "expects box: ";
   std::vector<std::string> expected;

@@ -60,8 +60,8 @@ check("default member", "Alpha", restored(1).Title);
 check("key in another case", "1000000", restored("GAMMA RAY").Price);
 
 var seen = [];
-for (var walk = new Enumerator(restored); !walk.atEnd(); walk.moveNext()) {
-  seen.push(walk.item().Title);
+for (var enumerator = new Enumerator(restored); !enumerator.atEnd(); enumerator.moveNext()) {
+  seen.push(enumerator.item().Title);
 }
 check("Enumerator", "Alpha,,Gamma ray", seen.join(","));
 

@@ -37,13 +37,13 @@ def windows_path(path: str) -> str:
     return "Z:" + os.path.abspath(path).replace("/", "\\")
 
 
-def msi(width: str) -> str:
-    found = [name for name in os.listdir(packages) if name.endswith(f"-{width}.msi")]
+def msi(bitness: str) -> str:
+    found = [name for name in os.listdir(packages) if name.endswith(f"-{bitness}.msi")]
     assert len(found) == 1, found
     return windows_path(os.path.join(packages, found[0]))
 
 
-def keys(owner: str, width: str) -> set[str]:
+def keys(owner: str, bitness: str) -> set[str]:
     """Some keys of every kind with all below them, as lines."""
     classes = f"{owner}\\Software\\Classes\\"
     roots = ["Brindlex.clsAppFiles", "Brindlex.clsAppFiles.1"]
@@ -52,7 +52,7 @@ def keys(owner: str, width: str) -> set[str]:
     for root in roots:
         key = ""
         for line in run(
-            SYSTEM[width] + "reg.exe", "query", classes + root, "/s", expect=None
+            SYSTEM[bitness] + "reg.exe", "query", classes + root, "/s", expect=None
         ).split("\n"):
             if line.startswith("HK"):
                 key = line
@@ -81,46 +81,46 @@ def left_in_registry() -> list[str]:
     return found
 
 
-def demo(width: str, folder: str) -> None:
+def demo(bitness: str, folder: str) -> None:
     path = f"{folder}\\examples\\collection_demo.vbs"
-    output = run(SYSTEM[width] + "cscript.exe", "//nologo", path)
+    output = run(SYSTEM[bitness] + "cscript.exe", "//nologo", path)
     assert output.rstrip().endswith("demo: done"), output
 
 
-def registered_by_itself(width: str, dll: bytes) -> set[str]:
+def registered_by_itself(bitness: str, dll: bytes) -> set[str]:
     """The keys that the DLL itself writes at the place where the package puts it."""
-    folder = os.path.join(prefix, "drive_c", FOLDER[width], "Brindlex")
-    path = f"C:\\{FOLDER[width]}\\Brindlex\\Brindlex.dll"
-    regsvr32 = SYSTEM[width] + "regsvr32.exe"
+    folder = os.path.join(prefix, "drive_c", FOLDER[bitness], "Brindlex")
+    path = f"C:\\{FOLDER[bitness]}\\Brindlex\\Brindlex.dll"
+    regsvr32 = SYSTEM[bitness] + "regsvr32.exe"
     os.mkdir(folder)
     with open(os.path.join(folder, "Brindlex.dll"), "wb") as file:
         file.write(dll)
     run(regsvr32, "/s", path)
-    registered = keys("HKLM", width)
+    registered = keys("HKLM", bitness)
     run(regsvr32, "/s", "/u", path)
     shutil.rmtree(folder)
     return registered
 
 
-def check_machine(width: str) -> None:
-    folder = os.path.join(prefix, "drive_c", FOLDER[width], "Brindlex")
-    run("msiexec", "/i", msi(width), "/qn")
+def check_machine(bitness: str) -> None:
+    folder = os.path.join(prefix, "drive_c", FOLDER[bitness], "Brindlex")
+    run("msiexec", "/i", msi(bitness), "/qn")
     with open(os.path.join(folder, "Brindlex.dll"), "rb") as file:
         dll = file.read()
-    demo(width, f"C:\\{FOLDER[width]}\\Brindlex")
-    program = run(f"C:\\{FOLDER[width]}\\Brindlex\\brindlex.exe", "--version")
+    demo(bitness, f"C:\\{FOLDER[bitness]}\\Brindlex")
+    program = run(f"C:\\{FOLDER[bitness]}\\Brindlex\\brindlex.exe", "--version")
     assert re.fullmatch(r"brindlex \d+\.\d+\.\d+\n", program), program
-    installed = keys("HKLM", width)
-    run("msiexec", "/x", msi(width), "/qn")
-    registered = registered_by_itself(width, dll)
+    installed = keys("HKLM", bitness)
+    run("msiexec", "/x", msi(bitness), "/qn")
+    registered = registered_by_itself(bitness, dll)
     assert len(installed) > 15 and installed == registered, sorted(installed ^ registered)
 
 
-def check_user(width: str) -> None:
-    run("msiexec", "/i", msi(width), "/qn", "ALLUSERS=")
-    assert len(keys("HKCU", width)) > 15, keys("HKCU", width)
-    assert not keys("HKLM", width), keys("HKLM", width)
-    run("msiexec", "/x", msi(width), "/qn", "ALLUSERS=")
+def check_user(bitness: str) -> None:
+    run("msiexec", "/i", msi(bitness), "/qn", "ALLUSERS=")
+    assert len(keys("HKCU", bitness)) > 15, keys("HKCU", bitness)
+    assert not keys("HKLM", bitness), keys("HKLM", bitness)
+    run("msiexec", "/x", msi(bitness), "/qn", "ALLUSERS=")
 
 
 def check_both() -> None:

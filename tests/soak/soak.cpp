@@ -48,8 +48,8 @@ void Require(bool holds, const char* what) {
   std::printf("FAILED %s\n", what);
 }
 
-/// How many handles the process has. Where the system does not count them, the number of a new one
-/// tells, since the lowest that is free is taken.
+/// How many handles the process has. Where the system does not count them, it is the number of
+/// a new one, since the lowest free number is taken.
 DWORD HandlesInUse() {
   DWORD count = 0;
   GetProcessHandleCount(GetCurrentProcess(), &count);
@@ -58,8 +58,8 @@ DWORD HandlesInUse() {
   return count != 0 ? count : static_cast<DWORD>(reinterpret_cast<DWORD_PTR>(next) / 4);
 }
 
-/// How many GDI objects the process has. Where the system does not count them, those that it can
-/// still make until it has none left tell.
+/// How many GDI objects the process has. Where the system does not count them, they are counted by
+/// making new ones until none is left.
 DWORD GdiObjectsInUse() {
   const DWORD count = GetGuiResources(GetCurrentProcess(), GR_GDIOBJECTS);
   if (count != 0) return count;
@@ -169,7 +169,7 @@ class Component {
   HMODULE module_;
 };
 
-/// A host's object that is told reports, and then does what it was made for.
+/// A host's object that receives reports, and then does what it was made for.
 class Listener final : public IDispatch {
  public:
   explicit Listener(std::function<void()> whenTold = {}) : whenTold_(std::move(whenTold)) {}
@@ -377,7 +377,7 @@ void ReleaseBehindTheApartment(const Component& component, int rounds) {
       CoUninitialize();
       long count = -1;
       records->get_Count(&count);
-      Require(count == 0, "an object works on behind its apartment");
+      Require(count == 0, "an object works on after its apartment");
       records = nullptr;
       environment = nullptr;
     });

@@ -3,7 +3,7 @@
 usage: coverage_com.py ROOT BUILD_FOLDER GCOV
 
 All instances of a template count together, and so do the copies of an inline function. What only
-an exception takes is no branch, as the compiler makes one behind every call; nor is what it makes
+an exception takes is no branch, as the compiler makes one after every call; nor is what it makes
 where the source decides nothing: the end of a list that is built in place, say.
 """
 

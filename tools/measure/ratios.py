@@ -21,7 +21,7 @@ SCRIPTS = {"jscript": "JScript", "vbscript": "VbScript"}
 def best(path: str) -> dict[str, float]:
     """Nanoseconds per field by benchmark: the shortest of its runs, which take turns with those of
     the others, since what is slower than that is other work's. By the clock: under Wine processor
-    time is told in steps of several milliseconds."""
+    time is counted in steps of several milliseconds."""
     with open(path, encoding="utf-8") as file:
         runs = json.load(file)["benchmarks"]
     times: dict[str, float] = {}
@@ -204,7 +204,7 @@ def main(native: str, windows: str, component: str, *rest: str) -> int:
     small_calls(table, com)
     per_field = 1e9 / 500000
     if len(script) != 4:
-        sys.exit("a script has not come to its end")
+        sys.exit("a script did not end")
     for job, (theirs, ours) in script.items():
         host, way = job.split()
         target = {"jscript": 12.0, "vbscript": 7.0}[host]

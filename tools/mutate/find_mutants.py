@@ -167,8 +167,8 @@ class Finder:
         at = head.find("constexpr ")
         if at < 0 or "<" in head[:at]:
             return
-        behind = re.compile(r"[\w\[\]]*\s*=\s*").match(source.text, cursor.location.offset)
-        init = behind.end() if behind else end
+        assignment = re.compile(r"[\w\[\]]*\s*=\s*").match(source.text, cursor.location.offset)
+        init = assignment.end() if assignment else end
         source.constants[begin] = Constant(cursor.spelling, begin, end,
                                            (begin + at, begin + at + len("constexpr ")), (init, end),
                                            "inline " if cursor.semantic_parent.kind in CLASSES

@@ -111,7 +111,7 @@ class Tree:
 
     def build(self, jobs: int) -> str:
         """What the compiler says when it fails; nothing when it does not."""
-        # Where the compiler runs behind ccache, it need not compile the same for each tree.
+        # Where ccache runs the compiler, it need not compile the same for each tree.
         environment = dict(os.environ, CCACHE_BASEDIR=str(self.folder), CCACHE_NOHASHDIR="1")
         done = subprocess.run(["ninja", "-C", self.folder / "build", f"-j{jobs}", "-k0",
                                "core_tests"], capture_output=True, text=True, check=False,

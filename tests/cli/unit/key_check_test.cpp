@@ -50,7 +50,7 @@ Found Check(const std::vector<std::vector<std::string>>& collections, std::size_
         const auto earlier = check.Add(HashOf(collections[collection][record - 1]), record);
         if (!earlier) continue;
         const bool isNew = found.emplace(collection * 1'000'000 + record, *earlier).second;
-        EXPECT_TRUE(isNew) << "told twice: " << record;
+        EXPECT_TRUE(isNew) << "reported twice: " << record;
       }
     }
   } while (check.NextPass());
@@ -70,13 +70,13 @@ Found Model(const std::vector<std::vector<std::string>>& collections) {
   return found;
 }
 
-TEST(KeyCheck, TellsTheFirstRecordOfTheSameKey) {
+TEST(KeyCheck, ReportsTheFirstRecordOfTheSameKey) {
   EXPECT_EQ((Found{{2, 1}, {4, 1}}), Check({{"a", "A", "b", "a"}}, 64));
 }
 
 TEST(KeyCheck, KeepsCollectionsApart) { EXPECT_EQ(Found(), Check({{"a", "b"}, {"a", "b"}}, 64)); }
 
-TEST(KeyCheck, TellsNothingAgainInAPassThatIsNotItsOwn) {
+TEST(KeyCheck, ReportsNothingAgainInAPassThatIsNotItsOwn) {
   KeyCheck check(64);
   check.Begin(0);
   EXPECT_EQ(std::nullopt, check.Add(HashOf("a"), 1));

@@ -28,8 +28,8 @@ class AppFilesMemoryTest : public TextFilesTest {
   }
 
   /// Runs `call()`, which returns a status, with each of its allocations failing in turn, then
-  /// `isRight()`, which says whether the result is whole; without it the failure must have been
-  /// told.
+  /// `isRight()`, which returns whether the result is complete; if it is not, the failure must have
+  /// been reported.
   template <class Call, class IsRight>
   void FailEach(Call&& call, IsRight&& isRight) {
     long failures = 0;
@@ -55,13 +55,13 @@ class AppFilesMemoryTest : public TextFilesTest {
            reports[0].text.find(u"Out of memory") != std::u16string::npos;
   }
 
-  /// Whether there was an allocation behind `passed` others, which has failed then.
+  /// Whether there was an allocation after `passed` others, which has failed then.
   template <class Call, class IsRight>
   bool FailsAfter(long passed, Memory memory, bool everAfter, Call& call, IsRight& isRight) {
     const long before = FailingMemory::LiveBlocks();
-    memory_->FailAfter(memory, passed, everAfter);
+    FailingMemory::FailAfter(memory, passed, everAfter);
     const HRESULT status = call();
-    const bool failed = memory_->StopFailing();
+    const bool failed = FailingMemory::StopFailing();
     SetErrorInfo(0, nullptr);
     const std::vector<Report> reports = FailingMemory::Shown();
     EXPECT_TRUE(isRight() || (failed && Tells(status, reports, memory))) << passed;

@@ -389,7 +389,7 @@ DWORD RunEndedSave(const std::u16string& path, int call, bool isBefore, const st
   std::wstring command = L"\"";
   command.append(std::filesystem::path(own).replace_filename(L"ended_save.exe").wstring());
   command.append(L"\" \"").append(path.begin(), path.end()).append(L"\" ");
-  command.append(std::to_wstring(call)).append(isBefore ? L" before " : L" behind ").append(text);
+  command.append(std::to_wstring(call)).append(isBefore ? L" before " : L" after ").append(text);
   STARTUPINFOW startup{};
   startup.cb = sizeof startup;
   PROCESS_INFORMATION process{};

@@ -44,7 +44,7 @@ class SettingsFolderTest : public ComTest {
     EXPECT_EQ(S_OK, New()->StartUp(host, Bstr(application).Get(), Bstr(Company()).Get()));
   }
 
-  /// The folder, with the company's behind a bar.
+  /// The folder, with the company's after a bar.
   std::u16string Find(TextView companyBefore = u"before") {
     BSTR company = NewBstr(companyBefore);
     BSTR folder = nullptr;

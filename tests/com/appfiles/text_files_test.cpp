@@ -198,7 +198,7 @@ TEST_F(TextFilesTest, ACopyOverAFileInUseIsDeniedAndOverAFolderNeverLost) {
   EXPECT_EQ(0U, AttributesOf(PathOf(u"g")));
   EXPECT_EQ(u"old", Read(PathOf(u"g")));
   std::filesystem::create_directory(PathOf(u"folder"));
-  // Some systems put the copy into the folder; either way the status tells.
+  // Some systems put the copy into the folder; the status shows which.
   const bool copied = Copy(PathOf(u"f"), PathOf(u"folder")) == S_OK;
   EXPECT_EQ(copied, std::filesystem::exists(PathOf(u"folder\\f")));
   ExpectNoBox();

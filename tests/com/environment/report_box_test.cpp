@@ -127,7 +127,7 @@ TEST_F(LongReportTest, IsScrolledThroughByKeysWheelAndBar) {
     EXPECT_EQ(25, RowAfter(WM_KEYDOWN, VK_UP));
     EXPECT_EQ(0, RowAfter(WM_KEYDOWN, VK_PRIOR));
     EXPECT_EQ(0, RowAfter(WM_KEYDOWN, VK_UP));
-    // The report has two rows of its own before the lines and an empty one behind them.
+    // The report has two rows of its own before the lines and an empty one after them.
     EXPECT_EQ(100002 - 25, RowAfter(WM_KEYDOWN, VK_END));
     EXPECT_EQ(100002 - 25, RowAfter(WM_VSCROLL, SB_LINEDOWN));
     EXPECT_EQ(100002 - 28, RowAfter(WM_MOUSEWHEEL, MAKEWPARAM(0, WHEEL_DELTA)));

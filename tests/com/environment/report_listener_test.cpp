@@ -8,7 +8,7 @@
 namespace brindlex::testing {
 namespace {
 
-/// What a listener was told, in one text.
+/// The arguments that a listener was called with, as one text.
 std::u16string InWords(const Arguments& arguments) {
   std::u16string words;
   for (const VARIANT* const argument : arguments) words.append(Shown(*argument)).append(u"|");
@@ -72,11 +72,11 @@ class ReportListenerTest : public SaveRestoreTest {
     EXPECT_EQ(S_OK, Environment()->putref_ReportListener(listener));
   }
 
-  /// An object that keeps what it is told in `told`.
-  static ComPtr<ScriptedObject> NewListener(std::vector<Units>& told) {
+  /// An object that appends each report to `reports`.
+  static ComPtr<ScriptedObject> NewListener(std::vector<Units>& reports) {
     auto listener = ScriptedObject::New();
-    listener->Method(u"OnReport", [&told](const Arguments& arguments) {
-      told.push_back(InWords(arguments));
+    listener->Method(u"OnReport", [&reports](const Arguments& arguments) {
+      reports.push_back(InWords(arguments));
       return Variant::OfText(u"a value of no meaning");
     });
     return listener;

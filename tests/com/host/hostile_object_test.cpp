@@ -111,14 +111,13 @@ struct Part {
   bool hasEnumerator;
   /// Puts the failing object in.
   void (*cast)(Host& host);
-  /// The line that a report of each call in its turn tells of.
+  /// The line of the report of each call, in the order of the calls.
   std::vector<int> lines;
   /// The member that the report names, call by call in turns.
   std::vector<View> members = {};
   /// The numbers that are passed over for another way to the same end.
   std::set<int> passedOver = {};
-  /// An enumerator: it has nothing but its status to tell with, and ends early when that is no
-  /// failure.
+  /// An enumerator: its status is all that it returns, so it ends early when that is no failure.
   bool isEnumerator = false;
 
   /// A step whose errors are ignored, whatever they are.
@@ -285,8 +284,8 @@ class HostileObjectTest : public SaveRestoreTest {
     return text;
   }
 
-  /// What comes of an enumerator that says it is at its end: the first call is for the first
-  /// record alone, and the others walk.
+  /// The results with an enumerator that ends early: the first call fetches the first record alone,
+  /// and the others enumerate.
   static Ended EndedEarly(std::size_t call) {
     if (call == 1) return {std::nullopt, {Dfc(OutOfRange(3))}};
     return {TextOfFirst(call - 2), {}};

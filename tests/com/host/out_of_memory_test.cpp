@@ -81,9 +81,9 @@ class OutOfMemoryTest : public SaveRestoreTest {
                               IsRight& isRight) {
     const long before = FailingMemory::LiveBlocks();
     ScriptedObject::callsWithoutMemory = 0;
-    memory_->FailAfter(memory, passed, everAfter);
+    FailingMemory::FailAfter(memory, passed, everAfter);
     const HRESULT status = call();
-    const bool hasFailed = memory_->StopFailing();
+    const bool hasFailed = FailingMemory::StopFailing();
     SetErrorInfo(0, nullptr);
     const bool hasResult = isRight();
     const std::vector<Report> reports = FailingMemory::Shown();
@@ -367,10 +367,10 @@ TEST_F(OutOfMemoryTest, EnumeratingACollection) {
         ComPtr<IUnknown> made;
         const HRESULT status = names->get__NewEnum(made.Receive());
         if (FAILED(status)) return status;
-        const auto walk = made.As<IEnumVARIANT>();
+        const auto enumerator = made.As<IEnumVARIANT>();
         VARIANT raw[3];
         ULONG fetched = 0;
-        const HRESULT fetch = walk->Next(3, raw, &fetched);
+        const HRESULT fetch = enumerator->Next(3, raw, &fetched);
         for (ULONG at = 0; at < fetched; ++at) *entries[at].Receive() = raw[at];
         return fetch;
       },

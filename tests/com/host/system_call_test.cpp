@@ -48,7 +48,7 @@ class OddFileTest : public TextFilesTest {
     return saved != VARIANT_FALSE;
   }
 
-  /// Whether the one box that was shown tells of this.
+  /// Expects one box, which reports this.
   void ExpectBoxOf(std::u16string_view description, int number, int line) {
     ASSERT_EQ(1U, Boxes().Boxes().size());
     EXPECT_NE(Units::npos, Boxes().Boxes()[0].text.find(Ending(description, number, line)))
@@ -119,7 +119,7 @@ TEST_F(OddFileTest, PermissionsThatNoRoomIsEnoughForAreReported) {
 
 DWORD claimed = 0;
 
-/// Of files; what a folder says of itself stays.
+/// Of files; the attributes of a folder stay.
 BOOL WINAPI ClaimAttributes(HANDLE file, LPBY_HANDLE_FILE_INFORMATION information) {
   const BOOL done = GetFileInformationByHandle(file, information);
   if ((information->dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0) {
@@ -423,7 +423,7 @@ TEST_F(OddRunTimeTest, AReadThatPassesForTheEndIsTheDevicesError) {
   EXPECT_EQ(u"part", Read(PathOf(u"f")));
   struct Left {
     DWORD code;
-    std::u16string_view told;
+    std::u16string_view description;
   };
   int reads = 0;
   Member(u"AtEndOfStream").body = [&reads](const Arguments&) {
@@ -435,7 +435,7 @@ TEST_F(OddRunTimeTest, AReadThatPassesForTheEndIsTheDevicesError) {
     for (const auto* const member : {u"Read", u"AtEndOfStream"}) {
       Member(member).whenRead = [&left] { SetLastError(left.code); };
       EXPECT_EQ(u"", Read(PathOf(u"f")));
-      ExpectOneBox(left.told);
+      ExpectOneBox(left.description);
       Member(member).whenRead = nullptr;
     }
   }

@@ -8,7 +8,7 @@
 
 namespace brindlex::testing {
 
-/// An object of the host's that tells how many references it has and when it is gone.
+/// An object of the host's that counts its references and reports its end.
 class ProbeObject : public IDispatch {
  public:
   /// With one reference; `atTheEnd` runs when the last one is released.

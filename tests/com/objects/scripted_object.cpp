@@ -227,9 +227,10 @@ class ScriptedEnumerator : public IEnumVARIANT {
       if (fetched != nullptr) *fetched = 0;
       return status;
     }
-    const bool behind = passed_ >= collection_->entries_.size();
-    if (fetched != nullptr && (behind || collection_->reportsFetched)) *fetched = behind ? 0 : 1;
-    if (behind) return collection_->endsWithoutFalse ? S_OK : S_FALSE;
+    const bool isPastEnd = passed_ >= collection_->entries_.size();
+    if (fetched != nullptr && (isPastEnd || collection_->reportsFetched))
+      *fetched = isPastEnd ? 0 : 1;
+    if (isPastEnd) return collection_->endsWithoutFalse ? S_OK : S_FALSE;
     if (++passed_ == collection_->failing_) {
       if (fetched != nullptr) *fetched = 0;
       return collection_->failure_.status;

@@ -166,7 +166,7 @@ class ForeignCollection : public ScriptedObject {
   std::function<HRESULT()> whenFetched;
   /// What the enumerator says it fetched with each entry, for one that keeps poor books.
   bool reportsFetched = true;
-  /// An enumerator that says S_OK behind the end, with nothing fetched.
+  /// An enumerator that says S_OK after the end, with nothing fetched.
   bool endsWithoutFalse = false;
 
   std::size_t EnumeratorsMade() const { return enumeratorsMade_; }

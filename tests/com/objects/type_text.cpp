@@ -68,7 +68,7 @@ std::wstring FlagsOf(USHORT flags) {
   return text.empty() ? L"[] " : L"[" + text.substr(0, text.size() - 2) + L"] ";
 }
 
-/// The default as a number in the form "%g", behind the name of its type.
+/// The default as a number in the form "%g", after the name of its type.
 std::wstring DefaultOf(const ELEMDESC& parameter) {
   if ((parameter.paramdesc.wParamFlags & PARAMFLAG_FHASDEFAULT) == 0) return {};
   const VARIANT& value = parameter.paramdesc.pparamdescex->varDefaultValue;

@@ -137,10 +137,10 @@ class CollectionModelTest : public CollectionTest {
     ASSERT_EQ(model_.Count(), Count());
     ComPtr<IUnknown> unknown;
     ASSERT_EQ(S_OK, Collection().get__NewEnum(unknown.Receive()));
-    const auto walk = unknown.As<IEnumVARIANT>();
+    const auto enumerator = unknown.As<IEnumVARIANT>();
     for (const ModelEntry& expected : model_.Entries()) {
       VARIANT entry;
-      ASSERT_EQ(S_OK, walk->Next(1, &entry, nullptr));
+      ASSERT_EQ(S_OK, enumerator->Next(1, &entry, nullptr));
       EXPECT_EQ(expected.value, entry.lVal);
       if (!expected.key) continue;
       Variant byKey;

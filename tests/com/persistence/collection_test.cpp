@@ -248,16 +248,16 @@ TEST_F(CollectionTest, AWalkThatCannotCopyAnEntryStaysWhereItIs) {
   AddKeyed({u"a", u"b"});
   ComPtr<IUnknown> unknown;
   ASSERT_EQ(S_OK, Collection().get__NewEnum(unknown.Receive()));
-  const auto walk = unknown.As<IEnumVARIANT>();
+  const auto enumerator = unknown.As<IEnumVARIANT>();
   VARIANT entries[2];
   ULONG fetched = 4711;
   MallocSpy::Instance().FailAfter(1);
-  EXPECT_EQ(E_OUTOFMEMORY, walk->Next(2, entries, &fetched));
+  EXPECT_EQ(E_OUTOFMEMORY, enumerator->Next(2, entries, &fetched));
   EXPECT_TRUE(MallocSpy::Instance().StopFailing());
   EXPECT_EQ(0U, fetched);
   EXPECT_EQ(VT_EMPTY, entries[0].vt);
   EXPECT_EQ(VT_EMPTY, entries[1].vt);
-  ASSERT_EQ(S_OK, walk->Next(1, entries, nullptr));
+  ASSERT_EQ(S_OK, enumerator->Next(1, entries, nullptr));
   EXPECT_EQ(u"text a", Shown(entries[0]));
   VariantClear(&entries[0]);
 }

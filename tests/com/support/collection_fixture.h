@@ -33,7 +33,7 @@ class CollectionTest : public ComTest {
   /// All entries, as Shown has them, such as "[text a, long 2]".
   std::u16string Entries() const;
 
-  /// Expects `status` to be the run-time error `number`, told to the thread by the collection.
+  /// Expects `status` to be the run-time error `number`, set on the thread by the collection.
   static void ExpectError(unsigned number, HRESULT status);
 
  private:

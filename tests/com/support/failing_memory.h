@@ -23,10 +23,10 @@ class FailingMemory {
   FailingMemory& operator=(const FailingMemory&) = delete;
   ~FailingMemory();
 
-  /// Fails the allocation that comes after `passed` more, and, with `everAfter`, all behind it.
-  void FailAfter(Memory memory, long passed, bool everAfter);
-  /// Stops failing; says whether an allocation has failed since FailAfter.
-  bool StopFailing();
+  /// Fails the allocation that comes after `passed` more, and, with `everAfter`, all after it.
+  static void FailAfter(Memory memory, long passed, bool everAfter);
+  /// Stops failing; returns whether an allocation has failed since FailAfter.
+  static bool StopFailing();
 
   /// The blocks of that heap that the DLL has allocated and not freed since the beginning.
   static long LiveBlocks();

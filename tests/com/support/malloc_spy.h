@@ -16,10 +16,10 @@ class MallocSpy : public IMallocSpy {
 
   long LiveBlocks() const;
 
-  /// Makes the allocation fail that comes after `passed` more, and, with `everAfter`, all behind
+  /// Makes the allocation fail that comes after `passed` more, and, with `everAfter`, all after
   /// it.
   void FailAfter(long passed, bool everAfter = false);
-  /// Stops failing; says whether an allocation has failed since FailAfter.
+  /// Stops failing; returns whether an allocation has failed since FailAfter.
   bool StopFailing();
 
   STDMETHODIMP QueryInterface(REFIID id, void** result) override;

@@ -12,7 +12,7 @@ namespace brindlex::testing {
 /// What becomes of one of the calls of the system that a module makes, counted from 1.
 struct Plan {
   enum class Fate {
-    /// The process ends before it, or behind it.
+    /// The process ends before it, or after it.
     kEndBefore,
     kEndBehind,
     /// It does nothing and fails with `error`.

@@ -215,7 +215,7 @@ TEST_F(SettingsFolderTest, EveryFailingCallLeavesAFolderOrNothing) {
     platform_.fault = Fault(call, RuntimeError(51));
     const Text found = Find();
     failed = found != kAppPath;
-    // The release cannot be told without the first call; every other failure falls back.
+    // The release cannot be known without the first call; every other failure falls back.
     EXPECT_EQ(call == 1 ? u"" : failed ? kProgDir : kAppPath, found) << call;
     EXPECT_EQ(found, cache_.appSettingsFolder);
     if (failed) ++failures;

@@ -343,7 +343,7 @@ TEST_F(TextFilesTest, EveryFailingCallOfAReadIsReportedWithItsLine) {
 }
 
 TEST_F(TextFilesTest, WithoutASystemFolderTheReaderRaisesWhatItsReportLacks) {
-  // Opening fails on its own; the search for the system folder behind it is made to.
+  // Opening fails on its own; the search for the system folder after it is made to.
   platform_.fault = Fault(4, RuntimeError(76));
   EXPECT_EQ(91, ErrorOf([&] { Read(kPath); }));
   ASSERT_EQ(1U, platform_.reports.size());

@@ -25,8 +25,8 @@ class InnerCollectionTest : public HostTest {
 
   static std::vector<Text> Texts(const Collection& collection) {
     std::vector<Text> texts;
-    const auto walk = collection.Enumerate();
-    for (Text text; walk->NextText(text);) texts.push_back(text);
+    const auto enumerator = collection.Enumerate();
+    for (Text text; enumerator->NextText(text);) texts.push_back(text);
     return texts;
   }
 };
@@ -80,13 +80,13 @@ TEST_F(InnerCollectionTest, TextIsNoObjectAndAnObjectNoText) {
   EXPECT_EQ(424, ErrorOf([&] { collection.ObjectUnder(u"text"); }));
   EXPECT_EQ(13, ErrorOf([&] { collection.TextUnder(u"object"); }));
   EXPECT_EQ(424, ErrorOf([&] { FirstObject(collection); }));
-  const auto walk = collection.Enumerate();
+  const auto enumerator = collection.Enumerate();
   Text text;
   Object object;
-  EXPECT_TRUE(walk->NextText(text));
-  EXPECT_EQ(13, ErrorOf([&] { walk->NextText(text); }));
+  EXPECT_TRUE(enumerator->NextText(text));
+  EXPECT_EQ(13, ErrorOf([&] { enumerator->NextText(text); }));
   EXPECT_EQ(u"t", text);
-  EXPECT_FALSE(walk->NextText(text));
+  EXPECT_FALSE(enumerator->NextText(text));
   EXPECT_EQ(424, ErrorOf([&] { collection.Enumerate()->NextObject(object); }));
   EXPECT_TRUE(object.IsNothing());
 }
@@ -115,14 +115,14 @@ TEST_F(InnerCollectionTest, WalksAreIndependent) {
 
 TEST_F(InnerCollectionTest, AWalkGoesOnOverWhatIsAddedMeanwhile) {
   InnerCollection collection;
-  const auto walk = collection.Enumerate();
+  const auto enumerator = collection.Enumerate();
   Text text;
   for (int n = 0; n < 100; ++n) {
     collection.Add(DecimalText(n), std::nullopt);
-    EXPECT_TRUE(walk->NextText(text));
+    EXPECT_TRUE(enumerator->NextText(text));
     EXPECT_EQ(DecimalText(n), text);
   }
-  EXPECT_FALSE(walk->NextText(text));
+  EXPECT_FALSE(enumerator->NextText(text));
 }
 
 TEST_F(InnerCollectionTest, IsNeverHandedOut) {

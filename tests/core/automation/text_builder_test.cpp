@@ -106,7 +106,7 @@ TEST(TextBuilderTest, WithoutMemoryTheTextStaysAsItWas) {
   EXPECT_EQ(Text(first).append(second), builder.Take());
 }
 
-/// Gives just as much as is asked for, with units behind it that must stay as they are.
+/// Gives just as much as is asked for, with units after it that must stay as they are.
 class GuardedBuilder final : public TextBuilder {
  public:
   using TextBuilder::NextCapacity;

@@ -121,14 +121,14 @@ TEST(FoldCaseTest, LooksEveryUnitUpAsALinearSearchOfTheTableDoes) {
 }
 
 TEST(FoldCaseTest, TheTableIsOrderedAndItsRunsAreWhole) {
-  int behind = 'z';
+  int last = 'z';
   for (const CaseFoldRun& run : kCaseFoldRuns) {
-    EXPECT_GT(int{run.first}, behind);
+    EXPECT_GT(int{run.first}, last);
     EXPECT_GE(run.last, run.first);
     EXPECT_GT(run.stride, 0);
     EXPECT_EQ(0, (run.last - run.first) % run.stride);
     EXPECT_NE(0, run.offset);
-    behind = run.last;
+    last = run.last;
   }
 }
 

@@ -503,7 +503,7 @@ class RandomTextTest : public ModelTest {
     return value;
   }
 
-  /// A first value that starts with a line break would lose it behind the record end before it.
+  /// A first value that starts with a line break would lose it after the record end before it.
   Text RandomFirstValue() {
     for (;;) {
       Text value = RandomValue();

@@ -115,8 +115,9 @@ class MultiCollectionTest : public PersistenceTest {
     const auto blocks =
         store_.AsDelimitedToCollection(store_.MultiDataString(), adapter.NewCreator());
     if (blocks == nullptr) return names;
-    const auto walk = blocks->Enumerate();
-    for (Object block; walk->NextObject(block);) names.push_back(adapter.RecordOf(block).Name);
+    const auto enumerator = blocks->Enumerate();
+    for (Object block; enumerator->NextObject(block);)
+      names.push_back(adapter.RecordOf(block).Name);
     return names;
   }
 };

@@ -5,7 +5,7 @@
 namespace naive {
 namespace {
 
-/// What a reader finds in `text`: the items before each `end`, and what is left behind the last.
+/// What a reader finds in `text`: the items before each `end`, and what is left after the last.
 Texts ItemsOf(const Text& text, const Text& end) {
   Texts items(1);
   std::size_t at = 0;
@@ -21,7 +21,7 @@ Texts ItemsOf(const Text& text, const Text& end) {
   return items;
 }
 
-/// `values` as they are to be read back, and nothing behind them.
+/// `values` as they are to be read back, and nothing after them.
 Texts AndNothing(Texts values) {
   values.emplace_back();
   return values;

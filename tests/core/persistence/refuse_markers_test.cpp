@@ -97,7 +97,7 @@ TEST_F(RefuseMarkersTest, TheReportSaysWhichMemberOfWhichRecordAndWhy) {
   ExpectRefused({{u"\r\nx", u""}},
                 u"Value begins with a line break, which a restore drops, record number 1",
                 u"Title");
-  // Together with the one behind it, where the reader finds it one unit too early.
+  // Together with the one after it, where the reader finds it one unit too early.
   ExpectRefused({{u"a", u"x|"}}, u"Value contains the field end marker, record number 1", u"Note",
                 {u"||", u";"});
   ExpectRefused({{u"a", u"b"}}, u"Member name stands before markers that cannot be told apart", u"",

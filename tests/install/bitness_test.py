@@ -1,6 +1,6 @@
-"""Both widths on one 64-bit Windows: registered side by side, neither takes the other's away.
+"""Both bitnesses on one 64-bit Windows: registered side by side, neither takes the other's away.
 
-usage: widths_test.py WINE64 DLL32 DLL64
+usage: bitness_test.py WINE64 DLL32 DLL64
 """
 
 import os
@@ -15,7 +15,7 @@ WScript.Echo "found " & entries("KEY")
 """
 LIBRARY = "{90E89859-3FAC-4C4B-8115-E34F4C404E17}"
 CLASS = "{E67379C4-E3BA-4E77-BEA9-980B7E9EE5B9}"
-# What both widths share, and what each has of its own.
+# What both bitnesses share, and what each has of its own.
 KEYS = ["Brindlex.clsCollection", "Brindlex.clsAppFiles.1", f"TypeLib\\{LIBRARY}", f"CLSID\\{CLASS}"]
 
 wine, dlls = sys.argv[1], {32: sys.argv[2], 64: sys.argv[3]}
@@ -31,21 +31,21 @@ def windows_path(path: str) -> str:
     return "Z:" + os.path.abspath(path).replace("/", "\\")
 
 
-def register(width: int, *options: str) -> None:
-    result = run(SYSTEM[width] + "regsvr32.exe", "/s", *options, windows_path(dlls[width]))
-    assert result.returncode == 0, f"regsvr32 {options} of {width} bits ended with {result}"
+def register(bitness: int, *options: str) -> None:
+    result = run(SYSTEM[bitness] + "regsvr32.exe", "/s", *options, windows_path(dlls[bitness]))
+    assert result.returncode == 0, f"regsvr32 {options} of {bitness} bits ended with {result}"
 
 
-def works(width: int) -> bool:
+def works(bitness: int) -> bool:
     with tempfile.NamedTemporaryFile("w", suffix=".vbs") as script:
         script.write(SCRIPT)
         script.flush()
-        result = run(SYSTEM[width] + "cscript.exe", "//nologo", windows_path(script.name))
+        result = run(SYSTEM[bitness] + "cscript.exe", "//nologo", windows_path(script.name))
     return result.stdout.strip() == "found one"
 
 
 def expect(in32: bool, in64: bool) -> None:
-    found = {width: works(width) for width in (32, 64)}
+    found = {bitness: works(bitness) for bitness in (32, 64)}
     assert found == {32: in32, 64: in64}, f"hosts that work: {found}"
 
 
@@ -71,4 +71,4 @@ for first, second in ((32, 64), (64, 32)):
     register(second, "/u")
     expect(in32=False, in64=False)
     assert not keys_left(), keys_left()
-print("both widths come and go by themselves")
+print("both bitnesses come and go by themselves")
