@@ -5,10 +5,13 @@
 namespace brindlex::cli {
 namespace {
 
-DelimitedForm RequestedForm(const WriteOptions& options) {
+/// The form that the file gets, whose input may carry one.
+DelimitedForm RequestedForm(const WriteOptions& options, const DelimitedForm* carried) {
   std::optional<Input> like;
   if (options.like) like.emplace(*options.like);
-  DelimitedForm form = FormOf(options.format, like ? &*like : nullptr);
+  DelimitedForm form = carried != nullptr && !like
+                           ? Overridden(*carried, options.format)
+                           : FormOf(options.format, like ? &*like : nullptr);
   form.hasByteOrderMark =
       (form.hasByteOrderMark || options.wantsByteOrderMark) && !options.wantsNoByteOrderMark;
   if (options.lineBreaks) {
@@ -60,13 +63,15 @@ void AddWriteOptions(CLI::App& command, WriteOptions& options) {
 }
 
 void MakeFile(const WriteOptions& options, const ReadTable& read) {
-  const DelimitedForm form = RequestedForm(options);
   Input input(options.path);
   RunConversion(options.output, /*allowsLosses=*/false, [&](const ByteSink& sink, Losses&) {
     InputBlocks blocks(input);
-    DelimitedWriter writer(sink, form);
-    read([&] { return blocks.Next(); }, writer);
-    writer.End();
+    std::optional<DelimitedWriter> writer;
+    read([&] { return blocks.Next(); },
+         [&](const DelimitedForm* carried) -> TableWriter& {
+           return writer.emplace(sink, RequestedForm(options, carried));
+         });
+    writer->End();
   });
 }
 

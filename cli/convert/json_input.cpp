@@ -14,6 +14,10 @@ namespace {
 
 using Json = nlohmann::json;
 
+/// The members of an object that carries the form of a file.
+constexpr std::string_view kFormat = "format";
+constexpr std::string_view kRecords = "records";
+
 /// The bytes of a source, one after the other, for a parser that copies iterators.
 class ByteStream {
  public:
@@ -70,8 +74,8 @@ class StreamIterator {
 /// Makes rows of the parser's events.
 class TableReader : public nlohmann::json_sax<Json> {
  public:
-  TableReader(const JsonStyle& style, TableWriter& writer, const ByteStream& stream)
-      : style_(style), writer_(writer), stream_(stream) {}
+  TableReader(const JsonStyle& style, const WriterMaker& makeWriter, const ByteStream& stream)
+      : style_(style), makeWriter_(makeWriter), stream_(stream) {}
 
   /// To be called after the last of the input's values.
   void Finish() {
@@ -99,17 +103,28 @@ class TableReader : public nlohmann::json_sax<Json> {
       case Within::kNothing:
         within_ = Within::kObject;
         return true;
+      case Within::kObject:
+        if (name_ != kFormat) FailObject();
+        form_.emplace();
+        within_ = Within::kForm;
+        return true;
+      case Within::kWrapped:
+        BeginNamed();
+        return true;
       case Within::kLines:
       case Within::kRows:
         BeginRow(/*byName=*/true);
         return true;
       default:
-        Fail("an object where a value is expected: a value is a text, a number, true or false");
+        FailObject();
     }
   }
 
   bool key(string_t& name) override {
-    if (within_ == Within::kObject || within_ == Within::kNamed) {
+    if (within_ == Within::kWrapped && (writer_ != nullptr || name != kRecords)) {
+      Fail("something other than the records after a format");
+    }
+    if (within_ != Within::kRow) {
       name_ = std::move(name);
     } else {
       Name(name);
@@ -123,6 +138,11 @@ class TableReader : public nlohmann::json_sax<Json> {
       BeginNamed();
       within_ = Within::kNothing;
     } else if (within_ == Within::kNamed) {
+      within_ = form_ ? Within::kWrapped : Within::kNothing;
+    } else if (within_ == Within::kForm) {
+      within_ = Within::kWrapped;
+    } else if (within_ == Within::kWrapped) {
+      if (writer_ == nullptr) Fail("a format without records");
       within_ = Within::kNothing;
     } else {
       EndRow();
@@ -133,6 +153,7 @@ class TableReader : public nlohmann::json_sax<Json> {
   bool start_array(std::size_t /*size*/) override {
     switch (within_) {
       case Within::kNothing:
+      case Within::kWrapped:
         BeginCollection({}, Within::kRows);
         return true;
       case Within::kObject:
@@ -154,7 +175,7 @@ class TableReader : public nlohmann::json_sax<Json> {
   bool end_array() override {
     if (within_ == Within::kRows) {
       EndCollection();
-      within_ = named_ ? Within::kNamed : Within::kNothing;
+      within_ = named_ ? Within::kNamed : form_ ? Within::kWrapped : Within::kNothing;
     } else {
       EndRow();
     }
@@ -182,7 +203,17 @@ class TableReader : public nlohmann::json_sax<Json> {
     /// Rows without an array around them.
     kLines,
     kRow,
+    /// The members of a form, and the object that it is in.
+    kForm,
+    kWrapped,
   };
+
+  [[noreturn]] void FailObject() const {
+    if (within_ == Within::kNamed && name_ == kFormat) {
+      Fail("the format of a file after its records; it has to come first");
+    }
+    Fail("an object where a value is expected: a value is a text, a number, true or false");
+  }
 
   [[noreturn]] void Fail(const std::string& what) const {
     throw ConversionError(Place() + ": " + what);
@@ -196,10 +227,15 @@ class TableReader : public nlohmann::json_sax<Json> {
     return where;
   }
 
+  void MakeWriter() {
+    if (writer_ == nullptr) writer_ = &makeWriter_(form_ ? &*form_ : nullptr);
+  }
+
   void BeginNamed() {
+    MakeWriter();
     named_ = true;
     within_ = Within::kNamed;
-    writer_.BeginNamed();
+    writer_->BeginNamed();
   }
 
   void BeginCollection(const std::string& name, Within within) {
@@ -207,10 +243,11 @@ class TableReader : public nlohmann::json_sax<Json> {
     headed_ = false;
     collection_ = name;
     within_ = within;
-    writer_.BeginCollection(name);
+    MakeWriter();
+    writer_->BeginCollection(name);
   }
 
-  void EndCollection() { writer_.EndCollection(); }
+  void EndCollection() { writer_->EndCollection(); }
 
   void BeginRow(bool byName) {
     if (headed_ && byName != byName_) Fail("objects and arrays as rows of one collection");
@@ -222,7 +259,7 @@ class TableReader : public nlohmann::json_sax<Json> {
     written_ = 0;
     if (headed_) {
       isKept_.assign(names_.size(), false);
-      writer_.BeginRow();
+      writer_->BeginRow();
       return;
     }
     names_.clear();
@@ -255,6 +292,10 @@ class TableReader : public nlohmann::json_sax<Json> {
       BeginRow(/*byName=*/true);
       Name(name_);
     }
+    if (within_ == Within::kForm) {
+      SetFormMember(*form_, name_, value);
+      return true;
+    }
     if (within_ != Within::kRow) Fail("a value where a row or a collection is expected");
     if (!byName_ && !headed_) {
       names_.push_back(std::move(value));
@@ -274,9 +315,9 @@ class TableReader : public nlohmann::json_sax<Json> {
   /// Writes the next value of the row, and those that came before it and follow it.
   void Write(std::string_view value) {
     try {
-      writer_.Value(value, /*isFirst=*/true, /*isLast=*/true);
+      writer_->Value(value, /*isFirst=*/true, /*isLast=*/true);
       for (++written_; written_ < isKept_.size() && isKept_[written_]; ++written_) {
-        writer_.Value(values_[written_], /*isFirst=*/true, /*isLast=*/true);
+        writer_->Value(values_[written_], /*isFirst=*/true, /*isLast=*/true);
       }
     } catch (const RefusedValue& refused) {
       throw ConversionError(refused.At(Place()));
@@ -295,7 +336,7 @@ class TableReader : public nlohmann::json_sax<Json> {
       if (isNewHeader) WriteFirst();
       if (written_ < names_.size()) Fail("lacks the value of " + Quoted(names_[written_]));
       try {
-        writer_.EndRow();
+        writer_->EndRow();
       } catch (const RefusedValue& refused) {
         throw ConversionError(refused.At(Place()));
       }
@@ -308,18 +349,20 @@ class TableReader : public nlohmann::json_sax<Json> {
     values_.resize(names_.size());
     isKept_.assign(names_.size(), false);
     headed_ = true;
-    writer_.Header(names_, 0);
+    writer_->Header(names_, 0);
   }
 
   void WriteFirst() {
-    writer_.BeginRow();
+    writer_->BeginRow();
     isKept_.assign(names_.size(), true);
     Write(values_.front());
   }
 
   const JsonStyle& style_;
-  TableWriter& writer_;
+  const WriterMaker& makeWriter_;
+  TableWriter* writer_ = nullptr;
   const ByteStream& stream_;
+  std::optional<DelimitedForm> form_;
   Within within_ = Within::kNothing;
   Within outer_ = Within::kNothing;
   bool named_ = false;
@@ -349,14 +392,15 @@ bool SkipBlanks(ByteStream& stream) {
 
 }  // namespace
 
-void ReadJson(const BlockSource& source, const JsonStyle& style, TableWriter& writer) {
+void ReadJson(const BlockSource& source, const JsonStyle& style, const WriterMaker& makeWriter) {
   ByteStream stream(source);
   if (!SkipBlanks(stream)) {
+    TableWriter& writer = makeWriter(nullptr);
     writer.BeginCollection({});
     writer.EndCollection();
     return;
   }
-  TableReader reader(style, writer, stream);
+  TableReader reader(style, makeWriter, stream);
   do {
     Json::sax_parse(StreamIterator(stream), StreamIterator(), &reader, Json::input_format_t::json,
                     /*strict=*/false);

@@ -64,7 +64,8 @@ TEST_F(CliHashFlood, NamesOfJson) {
     json += "}";
     NoWriter writer;
     std::string_view rest = json;
-    ReadJson([&] { return std::exchange(rest, {}); }, {}, writer);
+    ReadJson([&] { return std::exchange(rest, {}); }, {},
+             [&](const DelimitedForm*) -> TableWriter& { return writer; });
   });
 }
 
