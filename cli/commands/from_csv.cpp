@@ -62,7 +62,7 @@ void AddFromCsv(CLI::App& program, Context& /*context*/) {
   AddCsvInput(command, *options);
   command.callback([options] {
     const CsvReading reading = ReadingOf(*options);
-    MakeFile(*options, [&](const BlockSource& source, const WriterMaker& makeWriter) {
+    MakeFile(*options, [&](const ReadAt& source, const WriterMaker& makeWriter) {
       ReadCsv(source, reading, makeWriter);
     });
   });

@@ -24,23 +24,6 @@ DelimitedForm RequestedForm(const WriteOptions& options, const DelimitedForm* ca
   return form;
 }
 
-/// The blocks of an input, one after the other.
-class InputBlocks {
- public:
-  explicit InputBlocks(Input& input)
-      : progress_("reading", input.Size()), window_(input, kWholeInput, &progress_) {}
-
-  std::string_view Next() {
-    window_.Consume(window_.Bytes().size());
-    window_.Fill();
-    return window_.Bytes();
-  }
-
- private:
-  Progress progress_;
-  InputWindow window_;
-};
-
 }  // namespace
 
 void AddWriteOptions(CLI::App& command, WriteOptions& options) {
@@ -65,12 +48,15 @@ void AddWriteOptions(CLI::App& command, WriteOptions& options) {
 void MakeFile(const WriteOptions& options, const ReadTable& read) {
   Input input(options.path);
   RunConversion(options.output, /*allowsLosses=*/false, [&](const ByteSink& sink, Losses&) {
-    InputBlocks blocks(input);
+    Progress progress("reading", input.Size());
     std::optional<DelimitedWriter> writer;
-    read([&] { return blocks.Next(); },
-         [&](const DelimitedForm* carried) -> TableWriter& {
-           return writer.emplace(sink, RequestedForm(options, carried));
-         });
+    const ReadAt source = [&](std::uint64_t offset, char* to, std::size_t size) {
+      progress.Show(offset);
+      return input.Read(offset, to, size);
+    };
+    read(source, [&](const DelimitedForm* carried) -> TableWriter& {
+      return writer.emplace(sink, RequestedForm(options, carried));
+    });
     writer->End();
   });
 }

@@ -25,7 +25,7 @@ void AddWriteOptions(CLI::App& command, WriteOptions& options);
 
 /// Makes the file of what `read` reads from a source and passes to a writer, in the form that the
 /// options ask for, else in the one that the input carries.
-using ReadTable = std::function<void(const BlockSource& source, const WriterMaker& makeWriter)>;
+using ReadTable = std::function<void(const ReadAt& source, const WriterMaker& makeWriter)>;
 void MakeFile(const WriteOptions& options, const ReadTable& read);
 
 }  // namespace brindlex::cli

@@ -367,7 +367,7 @@ char DetectDelimiter(TextSource& text, std::string& start) {
 
 }  // namespace
 
-void ReadCsv(const BlockSource& source, const CsvReading& reading, const WriterMaker& makeWriter) {
+void ReadCsv(const ReadAt& source, const CsvReading& reading, const WriterMaker& makeWriter) {
   TextSource text(source, reading.encoding);
   std::string start;
   const char delimiter = reading.delimiter ? *reading.delimiter : DetectDelimiter(text, start);

@@ -41,6 +41,6 @@ struct CsvReading {
 /// closed, for a header of more names than memory is promised for, for a ragged row, and for a
 /// RefusedValue of the writer. In bounded memory: a long value comes in pieces. Does not End the
 /// writer.
-void ReadCsv(const BlockSource& source, const CsvReading& reading, const WriterMaker& makeWriter);
+void ReadCsv(const ReadAt& source, const CsvReading& reading, const WriterMaker& makeWriter);
 
 }  // namespace brindlex::cli

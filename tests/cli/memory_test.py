@@ -53,6 +53,18 @@ def test_one_value_of_a_table(folder: pathlib.Path) -> None:
         expect(name, True, (folder / "out").stat().st_size > SIZE - 100)
 
 
+def test_one_value_of_json(folder: pathlib.Path) -> None:
+    file, out = folder / "a.json", folder / "out"
+    for before, after in (('[{"A":"x","B":"', '"},{"A":"1","B":""}]'), ('[["A"],["', '"]]'), ('{"A":"', '"}\n{"A":""}')):
+        with file.open("wb") as stream:
+            stream.write(before.encode())
+            for _ in range(100):
+                stream.write(b"xxxx\xc3\xa9\\n\\u20AC" * 66_667)
+            stream.write(after.encode())
+        within_limit("from-json", path(file), "-o", path(out), "--force")
+        expect(before, True, out.stat().st_size > 7 * 6_666_700)
+
+
 def names(file: pathlib.Path, before: str, each: str, between: str, after: str) -> str:
     """A file of three million names."""
     with file.open("wb") as stream:
@@ -64,7 +76,8 @@ def names(file: pathlib.Path, before: str, each: str, between: str, after: str) 
 
 
 def test_more_names_than_are_promised(folder: pathlib.Path) -> None:
-    for command, *parts in (("from-csv", "", '"%d"', ",", "\n"), ("to-csv", "", "%d", "|", "|;")):
+    for command, *parts in (("from-csv", "", '"%d"', ",", "\n"), ("to-csv", "", "%d", "|", "|;"),
+                            ("from-json", "[[", '"%d"', ",", "]]"), ("from-json", "[{", '"%d":1', ",", "}]")):
         within_limit(command, names(folder / "a.txt", *parts), wanted=DEFECTS)
 
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <string>
 #include <string_view>
@@ -59,11 +60,9 @@ class Converter {
   std::string ReadInto(std::string_view text, const Read& read) {
     std::string bytes;
     std::optional<DelimitedWriter> writer;
-    std::size_t done = 0;
-    const auto source = [&] {
-      const std::string_view part = text.substr(done, portion_);
-      done += part.size();
-      return part;
+    const ReadAt source = [&](std::uint64_t offset, char* to, std::size_t size) {
+      const std::string_view rest = text.substr(std::min<std::size_t>(offset, text.size()));
+      return rest.copy(to, std::min(size, portion_));
     };
     read(source, [&](const DelimitedForm* carried) -> TableWriter& {
       const DelimitedForm& form = carried != nullptr ? *carried : form_;
@@ -74,7 +73,7 @@ class Converter {
   }
 
   std::string FromJson(std::string_view text, const JsonStyle& style = {}) {
-    return ReadInto(text, [&](const BlockSource& source, const WriterMaker& makeWriter) {
+    return ReadInto(text, [&](const ReadAt& source, const WriterMaker& makeWriter) {
       ReadJson(source, style, makeWriter);
     });
   }
@@ -84,7 +83,7 @@ class Converter {
   }
 
   std::string FromCsv(std::string_view text, const CsvReading& reading) {
-    return ReadInto(text, [&](const BlockSource& source, const WriterMaker& makeWriter) {
+    return ReadInto(text, [&](const ReadAt& source, const WriterMaker& makeWriter) {
       ReadCsv(source, reading, makeWriter);
     });
   }
