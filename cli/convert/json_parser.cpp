@@ -121,26 +121,30 @@ void JsonParser::Close() {
   }
 }
 
+/// Parses the beginning of a container, up to its first value; true if it has none and has ended.
+bool JsonParser::BeginContainer(bool isObject) {
+  rest_.remove_prefix(1);
+  open_ += isObject ? '}' : ']';
+  if (isObject) {
+    handler_.StartObject();
+  } else {
+    handler_.StartArray();
+  }
+  if (TakeIf(open_.back())) {
+    Close();
+    return true;
+  }
+  if (isObject) ReadKey();
+  return false;
+}
+
 /// Parses a value, or the beginning of a container, up to its first value; false in that case.
 bool JsonParser::BeginValue() {
-  switch (const char byte = PeekToken()) {
+  switch (PeekToken()) {
     case '{':
-    case '[': {
-      const bool isObject = byte == '{';
-      rest_.remove_prefix(1);
-      open_ += isObject ? '}' : ']';
-      if (isObject) {
-        handler_.StartObject();
-      } else {
-        handler_.StartArray();
-      }
-      if (TakeIf(open_.back())) {
-        Close();
-        return true;
-      }
-      if (isObject) ReadKey();
-      return false;
-    }
+      return BeginContainer(/*isObject=*/true);
+    case '[':
+      return BeginContainer(/*isObject=*/false);
     case '"':
       ReadString([this](std::string_view piece, bool isFirst, bool isLast) {
         handler_.Text(piece, isFirst, isLast);

@@ -59,6 +59,7 @@ class JsonParser {
   char Take();
   bool TakeIf(char byte);
   void Close();
+  bool BeginContainer(bool isObject);
   bool BeginValue();
   void ReadKey();
   template <class Each>

@@ -127,7 +127,10 @@ void DelimitedWriter::CheckDetection() const {
   if (isSame) return;
   throw ConversionError("the file would be read as " + format.encoding.Name() +
                         " with the markers " + Quoted(format.pair.fieldEnd) + " and " +
-                        Quoted(format.pair.recordEnd) + ", since it begins like one");
+                        Quoted(format.pair.recordEnd) + ", since it begins like one" +
+                        (format.encoding.Name() != form_.encoding.Name()
+                             ? "; --encoding utf-8 --bom is always recognized"
+                             : ""));
 }
 
 // ---- Records -----------------------------------------------------------------------------------

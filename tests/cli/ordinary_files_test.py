@@ -184,6 +184,17 @@ def test_ragged_rows(_: pathlib.Path) -> None:
     expect("another word", USAGE, run("from-csv", "-", "--ragged", "fill", stdin=csv).code)
 
 
+def test_a_refusal_that_utf_8_cures_says_so(_: pathlib.Path) -> None:
+    greek = '[{"a":"α"}]'.encode()
+    # As windows-1252 the bytes C2 A5, of a field end, make a file look like UTF-8.
+    like_utf_8 = json.dumps([{"Â": "Â", "â": "â"}]).encode()
+    for made, *options in ((greek,), (like_utf_8,), (greek, "--encoding", "1253"), (b'[{"a":"1"}]', "--encoding", "1251")):
+        result = run("from-json", "-", *options, stdin=made)
+        expect((made, options), b"", result.output)
+        contains("utf-8", result.errors)
+        expect("cured", FINE, run("from-json", "-", "--encoding", "utf-8", "--bom", stdin=made).code)
+
+
 def test_a_number_keeps_its_text(_: pathlib.Path) -> None:
     for number in ("1E400", "-1e-400", "1.50", "123456789012345678901234567890"):
         expect(number, encoded(f"a|;{number}|;"), output("from-json", "-", stdin=b'[{"a":%s}]' % number.encode()))
