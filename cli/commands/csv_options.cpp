@@ -8,7 +8,8 @@ namespace brindlex::cli {
 void AddCsvOptions(CLI::App& command, CsvOptions& options) {
   command
       .add_option("--delimiter", options.delimiter,
-                  "What separates values: a character below 128, or the word tab (,)")
+                  "What separates values: a character below 128, or the word tab; to-csv takes the "
+                  "comma without it, from-csv detects comma, semicolon and tab")
       ->type_name("C");
   command.add_flag("--guard-formulas", options.guardFormulas,
                    "An apostrophe before values that a spreadsheet would compute (to-csv), and off "
@@ -16,11 +17,12 @@ void AddCsvOptions(CLI::App& command, CsvOptions& options) {
 }
 
 CsvStyle StyleOf(const CsvOptions& options) {
-  const std::string delimiter = options.delimiter == "tab" ? "\t" : options.delimiter;
+  const std::string given = options.delimiter.value_or(",");
+  const std::string delimiter = given == "tab" ? "\t" : given;
   constexpr std::string_view kTaken = "\"'\r\n";
   const bool isOne = delimiter.size() == 1 && static_cast<unsigned char>(delimiter.front()) < 0x80;
   if (!isOne || delimiter.front() == '\0' || kTaken.find(delimiter) != std::string_view::npos) {
-    throw UsageError("the delimiter " + Quoted(options.delimiter) +
+    throw UsageError("the delimiter " + Quoted(given) +
                      " is not one character below 128 that can separate values");
   }
   return {delimiter.front(), options.guardFormulas};

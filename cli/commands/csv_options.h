@@ -1,6 +1,7 @@
 #pragma once
 
 #include <CLI/CLI.hpp>
+#include <optional>
 #include <string>
 
 #include "cli/convert/csv_text.h"
@@ -9,7 +10,8 @@ namespace brindlex::cli {
 
 /// What the command line says of comma-separated values.
 struct CsvOptions {
-  std::string delimiter = ",";
+  /// Without it to-csv takes the comma, and from-csv what it detects.
+  std::optional<std::string> delimiter;
   bool guardFormulas = false;
 };
 

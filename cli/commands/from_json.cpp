@@ -26,8 +26,8 @@ void AddFromJson(CLI::App& program, Context& /*context*/) {
       .add_option("--null", options->json.null, "The text for a null; without it a null is refused")
       ->type_name("TEXT");
   command.callback([options] {
-    MakeFile(*options, [&](const BlockSource& source, TableWriter& writer) {
-      ReadJson(source, options->json, writer);
+    MakeFile(*options, [&](const ReadAt& source, const WriterMaker& makeWriter) {
+      ReadJson(source, options->json, makeWriter);
     });
   });
 }

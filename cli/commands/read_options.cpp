@@ -19,12 +19,38 @@ void AddLossy(CLI::App& command, ReadOptions& options) {
                    "Convert even if converting back gives another file; warn of what is left out");
 }
 
+CLI::Option& AddWithFormat(CLI::App& command, ReadOptions& options) {
+  return *command.add_flag(
+      "--with-format", options.withFormat,
+      "Carry encoding, byte order mark, markers and line breaks, so that converting back gives the "
+      "same file");
+}
+
+namespace {
+
+/// The form that the conversion carries.
+DelimitedForm CarriedForm(Input& input, const FileFormat& format, const ReadOptions& options) {
+  DelimitedForm form = FormOfFile(input, format, options.name.has_value());
+  const FormatOptions& given = options.format;
+  form.isGiven =
+      given.encoding || given.fieldEnd || given.recordEnd || given.reading != Reading::kDetected;
+  return form;
+}
+
+}  // namespace
+
 void ConvertFile(const ReadOptions& options, const MakeWriter& makeWriter) {
   Input input(options.path);
   const FileFormat format = DetectFormat(input, options.format);
+  std::optional<DelimitedForm> form;
+  if (options.withFormat) form = CarriedForm(input, format, options);
   RunConversion(options.output, options.allowsLosses, [&](const ByteSink& sink, Losses& losses) {
-    const std::unique_ptr<TableWriter> writer = makeWriter(sink, losses);
-    CopyTables(input, format, options.name, *writer, losses);
+    const auto writer = makeWriter(sink, losses, form ? &*form : nullptr);
+    CopyTables(input, format, options.name, *writer, losses, form ? form->lineBreaks : 0);
+    const bool isEmpty = input.Size() == format.markBytes;
+    if (form && !form->tail && !options.name && !isEmpty) {
+      losses.Add("more than 64 KB of line breaks, blanks or NUL to the end", *input.Size());
+    }
   });
 }
 

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "cli/commands/command_line.h"
-#include "cli/format/table_writer.h"
+#include "cli/format/delimited_form.h"
 
 namespace brindlex::cli {
 
@@ -18,6 +18,7 @@ struct ReadOptions {
   FormatOptions format;
   OutputOptions output;
   bool allowsLosses = false;
+  bool withFormat = false;
 };
 
 void AddReadOptions(CLI::App& command, ReadOptions& options);
@@ -25,9 +26,13 @@ void AddReadOptions(CLI::App& command, ReadOptions& options);
 /// Adds --lossy.
 void AddLossy(CLI::App& command, ReadOptions& options);
 
-/// Makes the writer of a conversion; called once for each time that it is run.
-using MakeWriter =
-    std::function<std::unique_ptr<TableWriter>(const ByteSink& sink, Losses& losses)>;
+/// Adds --with-format.
+CLI::Option& AddWithFormat(CLI::App& command, ReadOptions& options);
+
+/// Makes the writer of a conversion; called once for each time that it is run. `form` is that of
+/// the file if the writer is to carry it, else null.
+using MakeWriter = std::function<std::unique_ptr<TableWriter>(const ByteSink& sink, Losses& losses,
+                                                              const DelimitedForm* form)>;
 
 /// Converts the file to what the writer writes.
 void ConvertFile(const ReadOptions& options, const MakeWriter& makeWriter);

@@ -8,6 +8,7 @@ namespace {
 constexpr const char* kExamples =
     "brindlex to-csv books.txt -o books.csv\n"
     "brindlex to-csv lists.txt Items -o items.csv        one collection of several\n"
+    "brindlex to-csv books.txt --with-format -o books.csv      from-csv makes the same file\n"
     "brindlex to-csv books.txt --delimiter ';' --bom --guard-formulas    for a spreadsheet\n";
 
 struct ToCsvOptions : ReadOptions {
@@ -25,11 +26,13 @@ void AddToCsv(CLI::App& program, Context& /*context*/) {
   AddCsvOptions(command, options->csv);
   command.add_flag("--bom", options->hasByteOrderMark,
                    "Begin with a byte order mark, by which spreadsheets recognize UTF-8");
+  AddWithFormat(command, *options);
   AddLossy(command, *options);
   command.callback([options] {
     const CsvStyle style = StyleOf(options->csv);
-    ConvertFile(*options, [&](const ByteSink& sink, Losses&) {
-      return std::make_unique<CsvWriter>(sink, style, options->hasByteOrderMark);
+    ConvertFile(*options, [&](const ByteSink& sink, Losses&, const DelimitedForm* form) {
+      return std::make_unique<CsvWriter>(sink, style, options->hasByteOrderMark,
+                                         form != nullptr ? std::optional(*form) : std::nullopt);
     });
   });
 }

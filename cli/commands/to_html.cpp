@@ -36,7 +36,7 @@ void AddToHtml(CLI::App& program, Context& /*context*/) {
   // A page is for reading, not for converting back.
   options->allowsLosses = true;
   command.callback([options] {
-    ConvertFile(*options, [&](const ByteSink& sink, Losses&) {
+    ConvertFile(*options, [&](const ByteSink& sink, Losses&, const DelimitedForm*) {
       return std::make_unique<PageWriter>(sink, options->title.value_or(LastPart(options->path)));
     });
   });

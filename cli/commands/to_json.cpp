@@ -8,6 +8,7 @@ constexpr const char* kExamples =
     "brindlex to-json books.txt                          an array of objects, one to a line\n"
     "brindlex to-json books.txt -o books.json --infer    numbers as numbers, True as true\n"
     "brindlex to-json books.txt --lines | grep Moby      one object a line, no array\n"
+    "brindlex to-json books.txt --with-format -o books.json    from-json makes the same file\n"
     "brindlex to-json lists.txt                          an object of arrays, by name\n"
     "brindlex to-json lists.txt Items                    one collection of several\n";
 
@@ -30,9 +31,11 @@ void AddToJson(CLI::App& program, Context& /*context*/) {
                 "Rows as arrays, the first with the names; keeps names that come twice, and a "
                 "header without records")
       ->excludes(lines);
+  AddWithFormat(command, *options).excludes(lines);
   AddLossy(command, *options);
   command.callback([options] {
-    ConvertFile(*options, [&](const ByteSink& sink, Losses& losses) {
+    ConvertFile(*options, [&](const ByteSink& sink, Losses& losses, const DelimitedForm* form) {
+      if (form != nullptr) options->json.form = *form;
       return std::make_unique<JsonWriter>(sink, options->json, losses);
     });
   });

@@ -5,10 +5,13 @@
 namespace brindlex::cli {
 namespace {
 
-DelimitedForm RequestedForm(const WriteOptions& options) {
+/// The form that the file gets, whose input may carry one.
+DelimitedForm RequestedForm(const WriteOptions& options, const DelimitedForm* carried) {
   std::optional<Input> like;
   if (options.like) like.emplace(*options.like);
-  DelimitedForm form = FormOf(options.format, like ? &*like : nullptr);
+  DelimitedForm form = carried != nullptr && !like
+                           ? Overridden(*carried, options.format)
+                           : FormOf(options.format, like ? &*like : nullptr);
   form.hasByteOrderMark =
       (form.hasByteOrderMark || options.wantsByteOrderMark) && !options.wantsNoByteOrderMark;
   if (options.lineBreaks) {
@@ -20,23 +23,6 @@ DelimitedForm RequestedForm(const WriteOptions& options) {
   }
   return form;
 }
-
-/// The blocks of an input, one after the other.
-class InputBlocks {
- public:
-  explicit InputBlocks(Input& input)
-      : progress_("reading", input.Size()), window_(input, kWholeInput, &progress_) {}
-
-  std::string_view Next() {
-    window_.Consume(window_.Bytes().size());
-    window_.Fill();
-    return window_.Bytes();
-  }
-
- private:
-  Progress progress_;
-  InputWindow window_;
-};
 
 }  // namespace
 
@@ -60,13 +46,18 @@ void AddWriteOptions(CLI::App& command, WriteOptions& options) {
 }
 
 void MakeFile(const WriteOptions& options, const ReadTable& read) {
-  const DelimitedForm form = RequestedForm(options);
   Input input(options.path);
   RunConversion(options.output, /*allowsLosses=*/false, [&](const ByteSink& sink, Losses&) {
-    InputBlocks blocks(input);
-    DelimitedWriter writer(sink, form);
-    read([&] { return blocks.Next(); }, writer);
-    writer.End();
+    Progress progress("reading", input.Size());
+    std::optional<DelimitedWriter> writer;
+    const ReadAt source = [&](std::uint64_t offset, char* to, std::size_t size) {
+      progress.Show(offset);
+      return input.Read(offset, to, size);
+    };
+    read(source, [&](const DelimitedForm* carried) -> TableWriter& {
+      return writer.emplace(sink, RequestedForm(options, carried));
+    });
+    writer->End();
   });
 }
 

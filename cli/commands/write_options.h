@@ -5,7 +5,7 @@
 #include <string>
 
 #include "cli/commands/command_line.h"
-#include "cli/convert/csv_input.h"
+#include "cli/convert/text_source.h"
 #include "cli/format/delimited_writer.h"
 
 namespace brindlex::cli {
@@ -23,8 +23,9 @@ struct WriteOptions {
 
 void AddWriteOptions(CLI::App& command, WriteOptions& options);
 
-/// Makes the file of what `read` reads from a source and passes to a writer.
-using ReadTable = std::function<void(const BlockSource& source, TableWriter& writer)>;
+/// Makes the file of what `read` reads from a source and passes to a writer, in the form that the
+/// options ask for, else in the one that the input carries.
+using ReadTable = std::function<void(const ReadAt& source, const WriterMaker& makeWriter)>;
 void MakeFile(const WriteOptions& options, const ReadTable& read);
 
 }  // namespace brindlex::cli

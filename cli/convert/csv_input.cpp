@@ -1,151 +1,385 @@
 #include "cli/convert/csv_input.h"
 
-#include <csv.h>
-
-#include <exception>
-#include <new>
-#include <string>
+#include <algorithm>
+#include <array>
 #include <vector>
 
+#include "cli/convert/csv_text.h"
+#include "cli/format/header_limit.h"
 #include "cli/io/failure.h"
 
 namespace brindlex::cli {
 namespace {
 
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+bool IsLineEnd(char byte) { return byte == '\r' || byte == '\n'; }
 
-/// How much the parser is given at once: an error of the writer is noticed after it.
-constexpr std::size_t kSlice = 16384;
+// ---- Values ------------------------------------------------------------------------------------
 
-int NoSpace(unsigned char /*byte*/) { return 0; }
-
-class CsvReader {
+/// Divides a text into values. `Handler` has Value(piece, isFirst, isLast), EndRow() and
+/// Fail(what).
+template <class Handler>
+class CsvParser {
  public:
-  CsvReader(const CsvStyle& style, TableWriter& writer) : style_(style), writer_(writer) {
-    if (csv_init(&parser_, CSV_STRICT | CSV_STRICT_FINI) != 0) throw std::bad_alloc();
-    csv_set_delim(&parser_, static_cast<unsigned char>(style.delimiter));
-    // Blanks around a value belong to it.
-    csv_set_space_func(&parser_, NoSpace);
-    csv_set_blk_size(&parser_, kSlice);
+  CsvParser(char delimiter, Handler& handler) : delimiter_(delimiter), handler_(handler) {
+    for (const char byte : {delimiter, '"', '\r', '\n'}) isSpecial_[Index(byte)] = true;
   }
-  CsvReader(const CsvReader&) = delete;
-  CsvReader& operator=(const CsvReader&) = delete;
-  ~CsvReader() { csv_free(&parser_); }
 
-  void Read(const BlockSource& source) {
-    writer_.BeginCollection({});
-    std::string start;
-    for (std::string_view block = source(); !block.empty(); block = source()) {
-      if (isBegun_) {
-        Parse(block);
-        continue;
+  void Parse(std::string_view text) {
+    while (!text.empty()) {
+      switch (state_) {
+        case State::kRow:
+          text = BeginRow(text);
+          break;
+        case State::kValue:
+          state_ = text.front() == '"' ? State::kQuoted : State::kPlain;
+          text.remove_prefix(state_ == State::kQuoted ? 1 : 0);
+          break;
+        case State::kPlain:
+          text = ReadPlain(text);
+          break;
+        case State::kQuoted:
+          text = ReadQuoted(text);
+          break;
+        case State::kQuotationMark:
+          text = AfterQuotationMark(text);
+          break;
       }
-      start += block;
-      if (start.size() >= kByteOrderMark.size()) Begin(start);
     }
-    if (!isBegun_) Begin(start);
-    const int failed = csv_fini(&parser_, OnField, OnRecord, this);
-    Check();
-    if (failed != 0) Fail("the quotation mark that opens a value is not closed");
-    writer_.EndCollection();
+  }
+
+  void Finish() {
+    if (state_ == State::kQuoted)
+      handler_.Fail("the quotation mark that opens a value is not closed");
+    if (state_ != State::kRow) End('\n', {});
   }
 
  private:
-  void Begin(std::string_view start) {
-    isBegun_ = true;
-    if (start.starts_with(kByteOrderMark)) start.remove_prefix(kByteOrderMark.size());
-    Parse(start);
+  enum class State {
+    /// Nothing of a row was read, or of a value.
+    kRow,
+    kValue,
+    kPlain,
+    kQuoted,
+    /// After a quotation mark in a quoted value, which ends it or is the first of two.
+    kQuotationMark,
+  };
+
+  static std::size_t Index(char byte) { return static_cast<unsigned char>(byte); }
+
+  std::string_view BeginRow(std::string_view text) {
+    while (!text.empty() && IsLineEnd(text.front())) text.remove_prefix(1);
+    if (!text.empty()) state_ = State::kValue;
+    return text;
   }
 
-  void Parse(std::string_view block) {
-    while (!block.empty()) {
-      const std::string_view slice = block.substr(0, kSlice);
-      const std::size_t parsed =
-          csv_parse(&parser_, slice.data(), slice.size(), OnField, OnRecord, this);
-      Check();
-      if (parsed != slice.size()) {
-        if (csv_error(&parser_) != CSV_EPARSE) throw std::bad_alloc();
-        Fail("a quotation mark inside a value, which has none around it or goes on after them");
+  std::string_view ReadPlain(std::string_view text) {
+    std::size_t size = 0;
+    while (size < text.size() && !isSpecial_[Index(text[size])]) ++size;
+    const std::string_view piece = text.substr(0, size);
+    if (size == text.size()) {
+      Keep(piece);
+      return {};
+    }
+    if (text[size] == '"') FailQuotationMark();
+    End(text[size], piece);
+    return text.substr(size + 1);
+  }
+
+  std::string_view ReadQuoted(std::string_view text) {
+    const std::size_t size = std::min(text.find('"'), text.size());
+    Keep(text.substr(0, size));
+    if (size == text.size()) return {};
+    state_ = State::kQuotationMark;
+    return text.substr(size + 1);
+  }
+
+  std::string_view AfterQuotationMark(std::string_view text) {
+    const char byte = text.front();
+    if (byte == '"') {
+      Keep("\"");
+      state_ = State::kQuoted;
+    } else if (byte == delimiter_ || IsLineEnd(byte)) {
+      End(byte, {});
+    } else {
+      FailQuotationMark();
+    }
+    return text.substr(1);
+  }
+
+  [[noreturn]] void FailQuotationMark() {
+    handler_.Fail(
+        "a quotation mark inside a value, which has none around it or goes on after them");
+  }
+
+  /// Keeps a piece of a value until its end is known, or it is long.
+  void Keep(std::string_view piece) {
+    kept_ += piece;
+    constexpr std::size_t kLong = 65536;
+    if (kept_.size() < kLong) return;
+    handler_.Value(kept_, !isWithin_, /*isLast=*/false);
+    isWithin_ = true;
+    kept_.clear();
+  }
+
+  /// Ends a value with its last piece, and at a line end the row.
+  void End(char byte, std::string_view piece) {
+    if (kept_.empty()) {
+      handler_.Value(piece, !isWithin_, /*isLast=*/true);
+    } else {
+      kept_ += piece;
+      handler_.Value(kept_, !isWithin_, /*isLast=*/true);
+      kept_.clear();
+    }
+    isWithin_ = false;
+    state_ = byte == delimiter_ ? State::kValue : State::kRow;
+    if (state_ == State::kRow) handler_.EndRow();
+  }
+
+  const char delimiter_;
+  Handler& handler_;
+  std::array<bool, 256> isSpecial_{};
+  State state_ = State::kRow;
+  std::string kept_;
+  /// Some of the value was passed on.
+  bool isWithin_ = false;
+};
+
+// ---- Rows --------------------------------------------------------------------------------------
+
+std::string Counted(std::size_t count) {
+  return std::to_string(count) + (count == 1 ? " value" : " values");
+}
+
+/// Makes rows of values.
+class CsvRows {
+ public:
+  CsvRows(const CsvReading& reading, const WriterMaker& makeWriter)
+      : reading_(reading), makeWriter_(makeWriter) {}
+
+  void Value(std::string_view piece, bool isFirst, bool isLast) {
+    if (reading_.guardFormulas && isFirst) piece = WithoutGuard(piece);
+    if (rows_ == 0) {
+      TakeName(piece, isFirst);
+    } else if (count_ >= columns_) {
+      TakeSurplus(piece, isFirst && isLast);
+    } else if (count_ != formColumn_) {
+      TakeValue(piece, isFirst, isLast);
+    }
+    if (isLast) ++count_;
+  }
+
+  void EndRow() {
+    if (rows_ == 0) {
+      TakeHeader();
+    } else {
+      if (count_ < columns_) TakeTooFew();
+      if (count_ != columns_) {
+        Drop();
+      } else if (!names_.empty()) {
+        WriteEnd();
       }
-      block.remove_prefix(slice.size());
-    }
-  }
-
-  void Check() {
-    if (error_) std::rethrow_exception(error_);
-  }
-
-  [[noreturn]] void Fail(const char* what) const { throw ConversionError(Place() + ": " + what); }
-
-  std::string Place() const { return "row " + std::to_string(rows_ + 1); }
-
-  // No exception may pass through the parser, which is C.
-  static void OnField(void* text, std::size_t length, void* self) {
-    auto* const reader = static_cast<CsvReader*>(self);
-    reader->Guarded([&] { reader->Field({static_cast<const char*>(text), length}); });
-  }
-
-  static void OnRecord(int /*end*/, void* self) {
-    auto* const reader = static_cast<CsvReader*>(self);
-    reader->Guarded([&] { reader->Record(); });
-  }
-
-  template <class Step>
-  void Guarded(Step&& step) noexcept {
-    if (error_) return;
-    try {
-      step();
-    } catch (const RefusedValue& refused) {
-      error_ = std::make_exception_ptr(ConversionError(refused.At(Place())));
-    } catch (...) {
-      error_ = std::current_exception();
-    }
-  }
-
-  void Field(std::string_view value) {
-    if (style_.guardFormulas) value = WithoutGuard(value);
-    if (rows_ == 0) {
-      names_.emplace_back(value);
-    } else {
-      if (count_ == names_.size()) FailCount("more than " + std::to_string(count_) + " values");
-      if (count_ == 0) writer_.BeginRow();
-      writer_.Value(value, /*isFirst=*/true, /*isLast=*/true);
-    }
-    ++count_;
-  }
-
-  void Record() {
-    if (rows_ == 0) {
-      writer_.Header(names_, 0);
-    } else {
-      if (count_ < names_.size()) FailCount(std::to_string(count_) + " values");
-      writer_.EndRow();
     }
     ++rows_;
     count_ = 0;
+    row_.clear();
+  }
+
+  void Finish() {
+    if (writer_ == nullptr) Begin(nullptr);
+    writer_->EndCollection();
+    if (dropped_ == 0) return;
+    reading_.notice("left out: " + std::to_string(dropped_) + (dropped_ == 1 ? " row" : " rows") +
+                    " with more or fewer values than the header's " + std::to_string(columns_) +
+                    ", the first is row " + std::to_string(firstDropped_));
+  }
+
+  [[noreturn]] void Fail(const std::string& what) const {
+    throw ConversionError(Place() + ": " + what);
+  }
+
+ private:
+  std::string Place() const { return "row " + std::to_string(rows_ + 1); }
+
+  void Begin(const DelimitedForm* carried) {
+    writer_ = &makeWriter_(carried);
+    writer_->BeginCollection({});
+  }
+
+  void TakeName(std::string_view piece, bool isFirst) {
+    if (isFirst) names_.emplace_back();
+    names_.back() += piece;
+    nameBytes_ += piece.size();
+    if (IsHeaderTooLarge(names_.size(), nameBytes_)) Fail(kHeaderTooLarge);
+  }
+
+  void TakeHeader() {
+    columns_ = formColumn_ = names_.size();
+    std::optional<DelimitedForm> carried;
+    for (std::size_t column = 0; column < columns_; ++column) {
+      auto form = FormOfCsvName(names_[column]);
+      if (!form) continue;
+      if (carried) Fail("two columns carry the format of a file");
+      carried = std::move(form);
+      formColumn_ = column;
+    }
+    if (carried) names_.erase(names_.begin() + static_cast<std::ptrdiff_t>(formColumn_));
+    Begin(carried ? &*carried : nullptr);
+    if (!names_.empty()) writer_->Header(names_, 0);
+  }
+
+  void TakeValue(std::string_view piece, bool isFirst, bool isLast) {
+    if (reading_.ragged == Ragged::kDrop) {
+      if (isFirst) row_.emplace_back();
+      row_.back() += piece;
+      return;
+    }
+    if (isFirst && !isBegun_) BeginRow();
+    Write(piece, isFirst, isLast);
+  }
+
+  void BeginRow() {
+    isBegun_ = true;
+    writer_->BeginRow();
+  }
+
+  void Write(std::string_view piece, bool isFirst, bool isLast) {
+    try {
+      writer_->Value(piece, isFirst, isLast);
+    } catch (const RefusedValue& refused) {
+      Refuse(refused);
+    }
+  }
+
+  [[noreturn]] void Refuse(const RefusedValue& refused) const {
+    const bool isIllFormed = refused.problem == "is not UTF-8";
+    throw ConversionError(
+        refused.At(Place()) +
+        (isIllFormed ? "; --input-encoding names its encoding, as windows-1252" : ""));
+  }
+
+  void WriteEnd() {
+    if (reading_.ragged == Ragged::kDrop) {
+      BeginRow();
+      for (const std::string& value : row_) Write(value, true, true);
+    }
+    isBegun_ = false;
+    try {
+      writer_->EndRow();
+    } catch (const RefusedValue& refused) {
+      Refuse(refused);
+    }
+  }
+
+  // ---- Ragged rows ----
+
+  void TakeSurplus(std::string_view piece, bool isWhole) {
+    if (reading_.ragged == Ragged::kDrop) return;
+    const bool isEmpty = piece.empty() && isWhole;
+    if (reading_.ragged == Ragged::kRefuse || !isEmpty) FailCount("more than " + Counted(columns_));
+    // It is as if it were not there.
+    --count_;
+  }
+
+  void TakeTooFew() {
+    if (reading_.ragged == Ragged::kRefuse) FailCount(Counted(count_));
+    if (reading_.ragged == Ragged::kPad) {
+      while (count_ < columns_) Value({}, true, true);
+    }
+  }
+
+  void Drop() {
+    if (++dropped_ == 1) firstDropped_ = rows_ + 1;
   }
 
   [[noreturn]] void FailCount(const std::string& count) const {
-    throw ConversionError(Place() + " has " + count + ", the header " +
-                          std::to_string(names_.size()));
+    const bool isPadded = reading_.ragged == Ragged::kPad;
+    throw ConversionError(Place() + " has " + count + ", the header " + std::to_string(columns_) +
+                          (isPadded
+                               ? "; --ragged drop leaves such rows out"
+                               : "; --ragged pad fills missing values up, --ragged drop leaves "
+                                 "such rows out"));
   }
 
-  const CsvStyle style_;
-  TableWriter& writer_;
-  csv_parser parser_{};
-  std::exception_ptr error_;
-  /// Of the header, once there is one.
+  const CsvReading& reading_;
+  const WriterMaker& makeWriter_;
+  TableWriter* writer_ = nullptr;
+  /// Of the header, once there is one, without the name that carries a form.
   std::vector<std::string> names_;
-  /// Values of the present record, and how many records there were, the header included.
+  std::size_t nameBytes_ = 0;
+  /// Columns of the header, and the one that carries a form; as many as there are if none does.
+  std::size_t columns_ = 0;
+  std::size_t formColumn_ = 0;
+  /// Values of the present row, and how many rows there were, the header included.
   std::size_t count_ = 0;
   std::uint64_t rows_ = 0;
   bool isBegun_ = false;
+  /// The present row, if rows are dropped.
+  std::vector<std::string> row_;
+  std::uint64_t dropped_ = 0;
+  std::uint64_t firstDropped_ = 0;
 };
+
+// ---- The delimiter -----------------------------------------------------------------------------
+
+/// Counts what may be the delimiter in the header line.
+class DelimiterCount {
+ public:
+  /// Takes more of the text; false if nothing more is needed.
+  bool Take(std::string_view text) {
+    for (const char byte : text) {
+      if (byte == '"') isQuoted_ = !isQuoted_;
+      if (isQuoted_) continue;
+      if (IsLineEnd(byte) && isBegun_) return false;
+      isBegun_ = isBegun_ || !IsLineEnd(byte);
+      const std::size_t which = kDelimiters.find(byte);
+      if (which != std::string_view::npos) ++counts_[which];
+    }
+    return true;
+  }
+
+  char Most() const {
+    const auto* const most = std::max_element(counts_.begin(), counts_.end());
+    return kDelimiters[static_cast<std::size_t>(most - counts_.begin())];
+  }
+
+ private:
+  std::array<std::size_t, kDelimiters.size()> counts_{};
+  bool isQuoted_ = false;
+  bool isBegun_ = false;
+};
+
+std::string NoticeOf(char delimiter) {
+  return std::string(delimiter == ';' ? "semicolons" : "tabs") +
+         " separate the values, by the header line; --delimiter names another character";
+}
+
+/// Reads as much as the delimiter is detected from into `start`.
+char DetectDelimiter(TextSource& text, std::string& start) {
+  constexpr std::size_t kMost = std::size_t{256} * 1024;
+  DelimiterCount count;
+  while (start.size() < kMost) {
+    const std::string_view block = text.Next();
+    start += block;
+    if (block.empty() || !count.Take(block)) break;
+  }
+  return count.Most();
+}
 
 }  // namespace
 
-void ReadCsv(const BlockSource& source, const CsvStyle& style, TableWriter& writer) {
-  CsvReader(style, writer).Read(source);
+void ReadCsv(const ReadAt& source, const CsvReading& reading, const WriterMaker& makeWriter) {
+  TextSource text(source, reading.encoding);
+  std::string start;
+  const char delimiter = reading.delimiter ? *reading.delimiter : DetectDelimiter(text, start);
+  if (!reading.delimiter && delimiter != ',') reading.notice(NoticeOf(delimiter));
+  CsvRows rows(reading, makeWriter);
+  CsvParser<CsvRows> parser(delimiter, rows);
+  parser.Parse(start);
+  for (std::string_view block = text.Next(); !block.empty(); block = text.Next()) {
+    parser.Parse(block);
+  }
+  parser.Finish();
+  rows.Finish();
 }
 
 }  // namespace brindlex::cli

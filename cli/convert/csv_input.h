@@ -1,23 +1,46 @@
 #pragma once
 
 #include <functional>
-#include <string_view>
+#include <optional>
+#include <string>
 
-#include "cli/convert/csv_text.h"
+#include "cli/convert/text_source.h"
+#include "cli/format/delimited_form.h"
 #include "cli/format/table_writer.h"
 
 namespace brindlex::cli {
 
-/// The next bytes of an input, valid until the next call; empty at its end. May throw.
-using BlockSource = std::function<std::string_view()>;
+/// What becomes of a row with more or fewer values than the header.
+enum class Ragged {
+  kRefuse,
+  /// Missing values are empty, and surplus values that are empty are left out; others are refused.
+  kPad,
+  /// The row is left out. One row at a time is held as a whole.
+  kDrop,
+};
 
-/// Reads one table of comma-separated values, RFC 4180 with any line end, from UTF-8 and writes
-/// it: the first record is the header. A byte order mark in front, and blank lines, are skipped. An
-/// input without any record is an empty collection.
+/// How comma-separated values are read.
+struct CsvReading {
+  /// Without it the one of comma, semicolon and tab that the header line has most often outside
+  /// quotation marks; the comma if none.
+  std::optional<char> delimiter = {};
+  /// CsvStyle::guardFormulas, taken back.
+  bool guardFormulas = false;
+  Ragged ragged = Ragged::kRefuse;
+  /// Without it that of the byte order mark, else UTF-8.
+  std::optional<Encoding> encoding = {};
+  /// Gets what the user should know; may be called before a failure.
+  std::function<void(const std::string&)> notice = [](const std::string&) {};
+};
+
+/// Reads one table of comma-separated values, RFC 4180 with any line end, and writes it: the first
+/// record is the header. Blank lines are skipped. An input without any record is an empty
+/// collection. A column that carries the form of a file (FormOfCsvName) goes to `makeWriter` alone.
 ///
 /// ConversionError for a quotation mark inside a field without quotation marks, for one that is not
-/// closed, for a record with more or fewer fields than the header, and for a RefusedValue of the
-/// writer. Holds one value and one block of the source at a time. Does not End the writer.
-void ReadCsv(const BlockSource& source, const CsvStyle& style, TableWriter& writer);
+/// closed, for a header of more names than memory is promised for, for a ragged row, and for a
+/// RefusedValue of the writer. In bounded memory: a long value comes in pieces. Does not End the
+/// writer.
+void ReadCsv(const ReadAt& source, const CsvReading& reading, const WriterMaker& makeWriter);
 
 }  // namespace brindlex::cli

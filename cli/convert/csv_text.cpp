@@ -58,7 +58,45 @@ bool NeedsQuotes(std::string_view value, char delimiter) {
          HoldsSeparator(value, delimiter);
 }
 
+constexpr std::string_view kFormName = "brindlex-format";
+
+void AppendField(std::string& csv, std::string_view value, const CsvStyle& style, bool isQuoted) {
+  const bool isGuarded = style.guardFormulas && LooksLikeFormula(value);
+  if (isQuoted) csv += '"';
+  if (isGuarded) csv += '\'';
+  if (isQuoted) {
+    AppendCsvQuotedPiece(csv, value);
+    csv += '"';
+  } else {
+    csv += value;
+  }
+}
+
 }  // namespace
+
+std::string CsvNameOf(const DelimitedForm& form) {
+  std::string name(kFormName);
+  for (const FormMember& member : MembersOf(form)) {
+    name.append(" ").append(member.name).append("=").append(member.value);
+  }
+  return name;
+}
+
+std::optional<DelimitedForm> FormOfCsvName(std::string_view name) {
+  if (!name.starts_with(kFormName)) return std::nullopt;
+  name.remove_prefix(kFormName.size());
+  if (!name.starts_with(' ')) return std::nullopt;
+  DelimitedForm form;
+  while (!name.empty()) {
+    name.remove_prefix(1);
+    const std::string_view member = name.substr(0, name.find(' '));
+    const std::size_t equals = std::min(member.find('='), member.size());
+    SetFormMember(form, member.substr(0, equals),
+                  member.substr(std::min(equals + 1, member.size())));
+    name.remove_prefix(member.size());
+  }
+  return form;
+}
 
 bool LooksLikeFormula(std::string_view value) {
   const std::size_t start = value.find_first_not_of('\'');
@@ -75,16 +113,13 @@ std::string_view WithoutGuard(std::string_view value) {
 }
 
 void AppendCsvField(std::string& csv, std::string_view value, const CsvStyle& style, bool only) {
-  const bool guarded = style.guardFormulas && LooksLikeFormula(value);
-  const bool quoted = NeedsQuotes(value, style.delimiter) || (only && value.empty());
-  if (quoted) csv += '"';
-  if (guarded) csv += '\'';
-  if (quoted) {
-    AppendCsvQuotedPiece(csv, value);
-    csv += '"';
-  } else {
-    csv += value;
-  }
+  AppendField(csv, value, style, NeedsQuotes(value, style.delimiter) || (only && value.empty()));
+}
+
+void AppendCsvName(std::string& csv, std::string_view name, const CsvStyle& style, bool only) {
+  const bool isQuoted = NeedsQuotes(name, style.delimiter) || (only && name.empty()) ||
+                        name.find_first_of(kDelimiters) != std::string_view::npos;
+  AppendField(csv, name, style, isQuoted);
 }
 
 void AppendCsvQuotedPiece(std::string& csv, std::string_view piece) {

@@ -1,7 +1,10 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
+
+#include "cli/format/delimited_form.h"
 
 namespace brindlex::cli {
 
@@ -12,6 +15,17 @@ struct CsvStyle {
   /// read back without.
   bool guardFormulas = false;
 };
+
+/// What readers may take for the delimiter of a header line, the likeliest first.
+inline constexpr std::string_view kDelimiters = ",;\t";
+
+/// The name of a column without values, which carries the form of the file through programs that
+/// sort, filter or edit the rows. It holds no delimiter, quotation mark or point.
+std::string CsvNameOf(const DelimitedForm& form);
+
+/// The form that a column of that name carries; nothing for a name that CsvNameOf does not make.
+/// ConversionError for a form that is not known.
+std::optional<DelimitedForm> FormOfCsvName(std::string_view name);
 
 /// Whether a value that begins like `value` starts a formula in a spreadsheet: it begins with one
 /// of = + - @, a tab or a carriage return and is no plain number, or with apostrophes and then
@@ -28,6 +42,9 @@ std::string_view WithoutGuard(std::string_view value);
 /// otherwise: blanks at an end, or a byte order mark at the beginning. An `only` field of its
 /// record that is empty is quoted too, or the record would be a blank line. Linear.
 void AppendCsvField(std::string& csv, std::string_view value, const CsvStyle& style, bool only);
+
+/// The same for a name of the header, which is also quoted if it holds one of kDelimiters.
+void AppendCsvName(std::string& csv, std::string_view name, const CsvStyle& style, bool only);
 
 /// Appends a further piece of a field between quotation marks that the caller writes.
 void AppendCsvQuotedPiece(std::string& csv, std::string_view piece);

@@ -3,11 +3,13 @@
 #include <utility>
 
 #include "cli/io/failure.h"
+#include "cli/text/escape.h"
 
 namespace brindlex::cli {
 
-CsvWriter::CsvWriter(ByteSink sink, const CsvStyle& style, bool hasByteOrderMark)
-    : BufferedWriter(std::move(sink)), style_(style) {
+CsvWriter::CsvWriter(ByteSink sink, const CsvStyle& style, bool hasByteOrderMark,
+                     const std::optional<DelimitedForm>& form)
+    : BufferedWriter(std::move(sink)), style_(style), formName_(form ? CsvNameOf(*form) : "") {
   if (hasByteOrderMark) Buffer() += "\xEF\xBB\xBF";
 }
 
@@ -17,29 +19,40 @@ void CsvWriter::BeginNamed() {
 
 void CsvWriter::BeginCollection(std::string_view /*name*/) {}
 
-void CsvWriter::Header(const std::vector<std::string>& names, std::uint64_t /*offset*/) {
+void CsvWriter::Header(const std::vector<std::string>& names, std::uint64_t offset) {
   columns_ = names.size();
   BeginRow();
-  for (const std::string& name : names) WholeValue(name);
-  EndRow();
+  const bool isOnly = columns_ == 1 && formName_.empty();
+  for (const std::string& name : names) {
+    if (FormOfCsvName(name)) {
+      throw ConversionError("byte " + std::to_string(offset) + ": from-csv would take the name " +
+                            Quoted(name) + " for the format of a file");
+    }
+    Separate();
+    AppendCsvName(Buffer(), name, style_, isOnly);
+  }
+  if (!formName_.empty()) {
+    Separate();
+    AppendCsvName(Buffer(), formName_, style_, false);
+  }
+  Buffer() += "\r\n";
 }
 
 void CsvWriter::BeginRow() { column_ = 0; }
 
-void CsvWriter::WholeValue(std::string_view text) {
+void CsvWriter::Separate() {
   if (column_++ > 0) Buffer() += style_.delimiter;
-  AppendCsvField(Buffer(), text, style_, columns_ == 1);
 }
 
 void CsvWriter::Value(std::string_view piece, bool isFirst, bool isLast) {
+  if (isFirst) Separate();
   if (isFirst && isLast) {
-    WholeValue(piece);
+    AppendCsvField(Buffer(), piece, style_, columns_ == 1 && formName_.empty());
     HandOver();
     return;
   }
   std::string& csv = Buffer();
   if (isFirst) {
-    if (column_++ > 0) csv += style_.delimiter;
     csv += '"';
     // The first piece is long: it distinguishes a formula from a number.
     if (style_.guardFormulas && LooksLikeFormula(piece)) csv += '\'';
@@ -49,7 +62,15 @@ void CsvWriter::Value(std::string_view piece, bool isFirst, bool isLast) {
   HandOver();
 }
 
-void CsvWriter::EndRow() { Buffer() += "\r\n"; }
+void CsvWriter::EndRow() {
+  if (!formName_.empty()) Separate();
+  Buffer() += "\r\n";
+}
+
+void CsvWriter::EndCollection() {
+  // An empty collection has no header but this.
+  if (columns_ == 0 && !formName_.empty()) Header({}, 0);
+}
 
 void CsvWriter::End() { HandOverNow(); }
 

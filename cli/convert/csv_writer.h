@@ -7,10 +7,13 @@ namespace brindlex::cli {
 
 /// Writes one collection as comma-separated values by RFC 4180: the header, then one record to a
 /// line, lines ended by CR LF. An empty collection is an empty file. A value that comes in pieces
-/// is written between quotation marks.
+/// is written between quotation marks. With a form, a last column without values carries it.
+///
+/// ConversionError for a name that would be taken for such a column.
 class CsvWriter : public BufferedWriter {
  public:
-  CsvWriter(ByteSink sink, const CsvStyle& style, bool hasByteOrderMark = false);
+  CsvWriter(ByteSink sink, const CsvStyle& style, bool hasByteOrderMark = false,
+            const std::optional<DelimitedForm>& form = std::nullopt);
 
   /// Named collections are not for one file: a Failure kUsage.
   void BeginNamed() override;
@@ -19,13 +22,15 @@ class CsvWriter : public BufferedWriter {
   void BeginRow() override;
   void Value(std::string_view piece, bool isFirst, bool isLast) override;
   void EndRow() override;
-  void EndCollection() override {}
+  void EndCollection() override;
   void End() override;
 
  private:
-  void WholeValue(std::string_view text);
+  void Separate();
 
   const CsvStyle style_;
+  /// The name of the column that carries the form; empty for none.
+  const std::string formName_;
   std::size_t columns_ = 0;
   std::size_t column_ = 0;
 };

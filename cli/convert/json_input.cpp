@@ -1,10 +1,13 @@
 #include "cli/convert/json_input.h"
 
 #include <cstdint>
-#include <iterator>
-#include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
 #include <utility>
+#include <vector>
 
+#include "cli/convert/json_parser.h"
+#include "cli/format/header_limit.h"
 #include "cli/format/name_tables.h"
 #include "cli/io/failure.h"
 #include "cli/text/escape.h"
@@ -12,163 +15,150 @@
 namespace brindlex::cli {
 namespace {
 
-using Json = nlohmann::json;
+/// The members of an object that carries the form of a file.
+constexpr std::string_view kFormat = "format";
+constexpr std::string_view kRecords = "records";
 
-/// The bytes of a source, one after the other, for a parser that copies iterators.
-class ByteStream {
- public:
-  explicit ByteStream(const BlockSource& source) : source_(source) { Refill(); }
-
-  bool AtEnd() const { return block_.empty(); }
-  char Current() const { return block_.front(); }
-
-  void Advance() {
-    block_.remove_prefix(1);
-    ++read_;
-    if (block_.empty()) Refill();
-  }
-
-  /// How many bytes were read.
-  std::uint64_t Count() const { return read_; }
-
- private:
-  void Refill() { block_ = source_(); }
-
-  const BlockSource& source_;
-  std::string_view block_;
-  std::uint64_t read_ = 0;
-};
-
-/// The stream as an iterator; all copies share its position, and the one without a stream is the
-/// end.
-class StreamIterator {
- public:
-  using iterator_category = std::input_iterator_tag;
-  using value_type = char;
-  using difference_type = std::ptrdiff_t;
-  using pointer = const char*;
-  using reference = char;
-
-  StreamIterator() = default;
-  explicit StreamIterator(ByteStream& stream) : stream_(&stream) {}
-
-  char operator*() const { return stream_->Current(); }
-  StreamIterator& operator++() {
-    stream_->Advance();
-    return *this;
-  }
-  void operator++(int) { stream_->Advance(); }
-  bool operator==(const StreamIterator& other) const { return IsEnd() == other.IsEnd(); }
-  bool operator!=(const StreamIterator& other) const { return !(*this == other); }
-
- private:
-  bool IsEnd() const { return stream_ == nullptr || stream_->AtEnd(); }
-
-  ByteStream* stream_ = nullptr;
-};
+/// What is kept of a row whose values come in another order than the names of the header.
+constexpr std::size_t kMostKept = std::size_t{16} * 1024 * 1024;
 
 /// Makes rows of the parser's events.
-class TableReader : public nlohmann::json_sax<Json> {
+class TableReader : public JsonHandler {
  public:
-  TableReader(const JsonStyle& style, TableWriter& writer, const ByteStream& stream)
-      : style_(style), writer_(writer), stream_(stream) {}
+  TableReader(const ReadAt& source, const JsonStyle& style, const WriterMaker& makeWriter)
+      : source_(source), style_(style), makeWriter_(makeWriter), parser_(source, *this) {}
 
-  /// To be called after the last of the input's values.
-  void Finish() {
-    if (within_ == Within::kLines) EndCollection();
+  void Read() {
+    while (parser_.HasMore()) {
+      if (writer_ != nullptr && within_ != Within::kLines) {
+        throw ConversionError("byte " + std::to_string(parser_.Offset()) +
+                              ": something follows the end of the JSON");
+      }
+      parser_.ParseValue();
+    }
+    if (writer_ == nullptr) BeginCollection({}, Within::kLines);
+    if (within_ == Within::kLines) writer_->EndCollection();
   }
 
-  /// True if the last value was a row without an array around it, so that more may follow.
-  bool MayGoOn() const { return within_ == Within::kLines; }
-
-  bool null() override {
-    if (!style_.null) Fail("a null, which has no text; --null TEXT gives it one");
-    return Value(std::string(*style_.null));
+  void Null() override {
+    if (!style_.null && within_ != Within::kScan) {
+      Fail("a null, which has no text; --null TEXT gives it one");
+    }
+    Text(style_.null.value_or(std::string()), true, true);
   }
-  bool boolean(bool value) override { return Value(value ? "True" : "False"); }
-  bool number_integer(number_integer_t value) override { return Value(std::to_string(value)); }
-  bool number_unsigned(number_unsigned_t value) override { return Value(std::to_string(value)); }
-  bool number_float(number_float_t /*value*/, const string_t& text) override {
-    return Value(std::string(text));
-  }
-  bool string(string_t& value) override { return Value(std::move(value)); }
-  bool binary(binary_t& /*value*/) override { Fail("binary data"); }
+  void Flag(bool value) override { Text(value ? "True" : "False", true, true); }
+  void Number(std::string_view text) override { Text(text == "-0" ? "0" : text, true, true); }
 
-  bool start_object(std::size_t /*size*/) override {
+  void StartObject() override {
+    objectOffset_ = parser_.Offset() - 1;
     switch (within_) {
       case Within::kNothing:
         within_ = Within::kObject;
-        return true;
+        return;
+      case Within::kObject:
+        if (name_ != kFormat) FailObject();
+        form_.emplace();
+        within_ = Within::kForm;
+        return;
+      case Within::kWrapped:
+        return BeginNamed();
       case Within::kLines:
       case Within::kRows:
-        BeginRow(/*byName=*/true);
-        return true;
+        return BeginRow(/*byName=*/true);
+      case Within::kScanStart:
+        within_ = Within::kScan;
+        return;
       default:
-        Fail("an object where a value is expected: a value is a text, a number, true or false");
+        FailObject();
     }
   }
 
-  bool key(string_t& name) override {
-    if (within_ == Within::kObject || within_ == Within::kNamed) {
-      name_ = std::move(name);
+  void Key(std::string_view name) override {
+    if (within_ == Within::kWrapped && (writer_ != nullptr || name != kRecords)) {
+      Fail("something other than the records after a format");
+    }
+    if (within_ == Within::kScan) {
+      AddName(name);
+    } else if (within_ == Within::kRow) {
+      FindName(name);
     } else {
-      Name(name);
+      name_ = name;
     }
-    return true;
   }
 
-  bool end_object() override {
-    if (within_ == Within::kObject) {
-      // Nothing is in it: no collection at all.
-      BeginNamed();
-      within_ = Within::kNothing;
-    } else if (within_ == Within::kNamed) {
-      within_ = Within::kNothing;
-    } else {
-      EndRow();
+  void EndObject() override {
+    switch (within_) {
+      case Within::kObject:
+        // Nothing is in it: no collection at all.
+        BeginNamed();
+        within_ = Within::kNothing;
+        return;
+      case Within::kNamed:
+        within_ = form_ ? Within::kWrapped : Within::kNothing;
+        return;
+      case Within::kForm:
+        within_ = Within::kWrapped;
+        return;
+      case Within::kWrapped:
+        if (writer_ == nullptr) Fail("a format without records");
+        within_ = Within::kNothing;
+        return;
+      case Within::kScan:
+        return;
+      default:
+        EndRow();
     }
-    return true;
   }
 
-  bool start_array(std::size_t /*size*/) override {
+  void StartArray() override {
     switch (within_) {
       case Within::kNothing:
-        BeginCollection({}, Within::kRows);
-        return true;
+      case Within::kWrapped:
+        return BeginCollection({}, Within::kRows);
       case Within::kObject:
         BeginNamed();
-        BeginCollection(name_, Within::kRows);
-        return true;
+        return BeginCollection(name_, Within::kRows);
       case Within::kNamed:
-        BeginCollection(name_, Within::kRows);
-        return true;
+        return BeginCollection(name_, Within::kRows);
       case Within::kRows:
       case Within::kLines:
-        BeginRow(/*byName=*/false);
-        return true;
+        return BeginRow(/*byName=*/false);
       default:
         Fail("an array where a value is expected: a value is a text, a number, true or false");
     }
   }
 
-  bool end_array() override {
-    if (within_ == Within::kRows) {
-      EndCollection();
-      within_ = named_ ? Within::kNamed : Within::kNothing;
-    } else {
-      EndRow();
-    }
-    return true;
+  void EndArray() override {
+    if (within_ != Within::kRows) return EndRow();
+    writer_->EndCollection();
+    within_ = named_ ? Within::kNamed : form_ ? Within::kWrapped : Within::kNothing;
   }
 
-  bool parse_error(std::size_t /*position*/, const std::string& /*token*/,
-                   const Json::exception& error) override {
-    // The library's own position counts from where it was last started.
-    const std::string_view what = error.what();
-    const std::size_t reason = what.rfind(": ");
-    constexpr std::size_t kMost = 200;
-    Fail("not well-formed JSON: " +
-         Escaped(reason == std::string_view::npos ? what : what.substr(reason + 2), kMost));
+  void Text(std::string_view piece, bool isFirst, bool isLast) override {
+    switch (within_) {
+      case Within::kScan:
+        return;
+      case Within::kForm:
+        return TakeFormMember(piece, isFirst, isLast);
+      case Within::kObject:
+        // An object that is not in an array and holds a value is the first of rows without one.
+        BeginCollection({}, Within::kLines);
+        BeginRow(/*byName=*/true);
+        FindName(name_);
+        return Value(piece, isFirst, isLast);
+      case Within::kRow:
+        return headed_ ? Value(piece, isFirst, isLast) : TakeName(piece, isFirst, isLast);
+      default:
+        Fail("a value where a row or a collection is expected");
+    }
+  }
+
+  std::string PlaceAt(std::uint64_t offset) const override {
+    std::string where = "byte " + std::to_string(offset);
+    if (rows_ == 0) return where;
+    where += ", row " + std::to_string(rows_);
+    if (named_) where += " of " + Quoted(collection_);
+    return where;
   }
 
  private:
@@ -182,144 +172,191 @@ class TableReader : public nlohmann::json_sax<Json> {
     /// Rows without an array around them.
     kLines,
     kRow,
+    /// The members of a form, and the object that it is in.
+    kForm,
+    kWrapped,
+    /// The first row, of which only the names are wanted, and the object of which it will be.
+    kScan,
+    kScanStart,
   };
+
+  [[noreturn]] void FailObject() const {
+    if (within_ == Within::kNamed && name_ == kFormat) {
+      Fail("the format of a file after its records; it has to come first");
+    }
+    Fail("an object where a value is expected: a value is a text, a number, true or false");
+  }
 
   [[noreturn]] void Fail(const std::string& what) const {
     throw ConversionError(Place() + ": " + what);
   }
 
   std::string Place() const {
-    std::string where = "byte " + std::to_string(stream_.Count());
-    if (rows_ == 0) return where;
-    where += ", row " + std::to_string(rows_);
-    if (named_) where += " of " + Quoted(collection_);
-    return where;
+    return PlaceAt(scan_ != nullptr ? scan_->Offset() : parser_.Offset());
+  }
+
+  void MakeWriter() {
+    if (writer_ == nullptr) writer_ = &makeWriter_(form_ ? &*form_ : nullptr);
   }
 
   void BeginNamed() {
+    MakeWriter();
     named_ = true;
     within_ = Within::kNamed;
-    writer_.BeginNamed();
+    writer_->BeginNamed();
   }
 
   void BeginCollection(const std::string& name, Within within) {
     rows_ = 0;
+    names_.clear();
+    nameBytes_ = 0;
+    indices_.clear();
     headed_ = false;
     collection_ = name;
     within_ = within;
-    writer_.BeginCollection(name);
+    MakeWriter();
+    writer_->BeginCollection(name);
   }
 
-  void EndCollection() { writer_.EndCollection(); }
+  // ---- The header ----
+
+  /// A further name; false if it came before.
+  void AddName(std::string_view name) {
+    nameBytes_ += name.size();
+    names_.emplace_back(name);
+    if (IsHeaderTooLarge(names_.size(), nameBytes_)) Fail(kHeaderTooLarge);
+    if (byName_ && !indices_.emplace(names_.back(), names_.size() - 1).second) {
+      Fail(Quoted(name) + " twice in one object");
+    }
+  }
+
+  /// Takes a piece of a name in a row of names.
+  void TakeName(std::string_view piece, bool isFirst, bool isLast) {
+    if (isFirst) name_.clear();
+    name_ += piece;
+    if (IsHeaderTooLarge(names_.size(), nameBytes_ + name_.size())) Fail(kHeaderTooLarge);
+    if (isLast) AddName(name_);
+  }
+
+  /// Reads the names of the row that has begun, whose values may be of any length.
+  void ScanNames() {
+    within_ = Within::kScanStart;
+    JsonParser scan(source_, *this, objectOffset_);
+    scan_ = &scan;
+    scan.ParseValue();
+    scan_ = nullptr;
+    within_ = Within::kRow;
+  }
+
+  void TakeHeader() {
+    if (names_.empty()) Fail("the first row has no names");
+    headed_ = true;
+    values_.resize(names_.size());
+    writer_->Header(names_, 0);
+  }
+
+  // ---- Rows ----
 
   void BeginRow(bool byName) {
-    if (headed_ && byName != byName_) Fail("objects and arrays as rows of one collection");
+    if (rows_ > 0 && byName != byName_) Fail("objects and arrays as rows of one collection");
     byName_ = byName;
     ++rows_;
     outer_ = within_;
     within_ = Within::kRow;
+    if (!headed_ && !byName) return;
+    if (!headed_) {
+      ScanNames();
+      TakeHeader();
+    }
     next_ = 0;
     written_ = 0;
-    if (headed_) {
-      isKept_.assign(names_.size(), false);
-      writer_.BeginRow();
-      return;
-    }
-    names_.clear();
-    values_.clear();
-    indices_.clear();
+    keptBytes_ = 0;
+    isKept_.assign(names_.size(), false);
+    writer_->BeginRow();
   }
 
-  /// The name of the value that comes next, in a row with names.
-  void Name(const std::string& name) {
-    if (!headed_) {
-      next_ = names_.size();
-      if (!indices_.emplace(name, next_).second) Fail(Quoted(name) + " twice in one object");
-      names_.push_back(name);
-      values_.emplace_back();
-      return;
-    }
+  /// Finds the column of the value that comes next, in a row with names.
+  void FindName(std::string_view name) {
     // The usual order needs no look-up.
     if (next_ >= names_.size() || names_[next_] != name) {
-      const auto found = indices_.find(name);
+      const auto found = indices_.find(std::string(name));
       if (found == indices_.end()) Fail(Quoted(name) + ", which the first row does not have");
       next_ = found->second;
     }
     if (next_ < written_ || isKept_[next_]) Fail(Quoted(name) + " twice in one object");
   }
 
-  bool Value(std::string value) {
-    // An object that is not in an array and holds a value is the first of rows without an array.
-    if (within_ == Within::kObject) {
-      BeginCollection({}, Within::kLines);
-      BeginRow(/*byName=*/true);
-      Name(name_);
-    }
-    if (within_ != Within::kRow) Fail("a value where a row or a collection is expected");
-    if (!byName_ && !headed_) {
-      names_.push_back(std::move(value));
-      return true;
-    }
-    if (next_ >= values_.size()) FailCount(next_ + 1);
-    if (headed_ && next_ == written_) {
-      Write(value);
+  void Value(std::string_view piece, bool isFirst, bool isLast) {
+    if (next_ >= names_.size()) FailCount(names_.size());
+    if (next_ == written_) {
+      Write(piece, isFirst, isLast);
+      if (isLast) WriteKept();
     } else {
-      values_[next_] = std::move(value);
-      if (headed_) isKept_[next_] = true;
+      Keep(piece, isFirst, isLast);
     }
-    ++next_;
-    return true;
+    if (isLast) ++next_;
   }
 
-  /// Writes the next value of the row, and those that came before it and follow it.
-  void Write(std::string_view value) {
+  void Write(std::string_view piece, bool isFirst, bool isLast) {
     try {
-      writer_.Value(value, /*isFirst=*/true, /*isLast=*/true);
-      for (++written_; written_ < isKept_.size() && isKept_[written_]; ++written_) {
-        writer_.Value(values_[written_], /*isFirst=*/true, /*isLast=*/true);
-      }
+      writer_->Value(piece, isFirst, isLast);
     } catch (const RefusedValue& refused) {
       throw ConversionError(refused.At(Place()));
     }
   }
 
+  /// Writes the values that came before the one that is written, and follow it.
+  void WriteKept() {
+    for (++written_; written_ < isKept_.size() && isKept_[written_]; ++written_) {
+      Write(values_[written_], /*isFirst=*/true, /*isLast=*/true);
+    }
+  }
+
+  void Keep(std::string_view piece, bool isFirst, bool isLast) {
+    keptBytes_ += piece.size();
+    if (keptBytes_ > kMostKept) {
+      Fail(
+          "more than 16 MB of values in another order than in the first row, which would take more "
+          "memory than the program allows itself");
+    }
+    std::string& value = values_[next_];
+    if (isFirst) value.clear();
+    value += piece;
+    if (isLast) isKept_[next_] = true;
+  }
+
   [[noreturn]] void FailCount(std::size_t count) const {
-    Fail("more than " + std::to_string(count - 1) + " values, which is what the first row has");
+    Fail("more than " + std::to_string(count) + " values, which is what the first row has");
   }
 
   void EndRow() {
-    const bool isNewHeader = !headed_;
-    if (isNewHeader) TakeHeader();
-    // Of arrays, the first row is the header alone.
-    if (!isNewHeader || byName_) {
-      if (isNewHeader) WriteFirst();
-      if (written_ < names_.size()) Fail("lacks the value of " + Quoted(names_[written_]));
-      try {
-        writer_.EndRow();
-      } catch (const RefusedValue& refused) {
-        throw ConversionError(refused.At(Place()));
-      }
-    }
     within_ = outer_;
+    if (!headed_) return TakeHeader();
+    if (written_ < names_.size()) Fail("lacks the value of " + Quoted(names_[written_]));
+    try {
+      writer_->EndRow();
+    } catch (const RefusedValue& refused) {
+      throw ConversionError(refused.At(Place()));
+    }
   }
 
-  void TakeHeader() {
-    if (names_.empty()) Fail("the first row has no names");
-    values_.resize(names_.size());
-    isKept_.assign(names_.size(), false);
-    headed_ = true;
-    writer_.Header(names_, 0);
+  void TakeFormMember(std::string_view piece, bool isFirst, bool isLast) {
+    constexpr std::size_t kMost = std::size_t{1024} * 1024;
+    if (isFirst) formValue_.clear();
+    formValue_ += piece;
+    if (formValue_.size() > kMost) Fail("a format of more than 1 MB");
+    if (isLast) SetFormMember(*form_, name_, formValue_);
   }
 
-  void WriteFirst() {
-    writer_.BeginRow();
-    isKept_.assign(names_.size(), true);
-    Write(values_.front());
-  }
-
+  const ReadAt& source_;
   const JsonStyle& style_;
-  TableWriter& writer_;
-  const ByteStream& stream_;
+  const WriterMaker& makeWriter_;
+  TableWriter* writer_ = nullptr;
+  JsonParser parser_;
+  /// The parser of the first row's names, while it runs.
+  const JsonParser* scan_ = nullptr;
+  std::optional<DelimitedForm> form_;
+  std::string formValue_;
   Within within_ = Within::kNothing;
   Within outer_ = Within::kNothing;
   bool named_ = false;
@@ -327,10 +364,13 @@ class TableReader : public nlohmann::json_sax<Json> {
   std::string name_;
   std::string collection_;
   std::uint64_t rows_ = 0;
+  /// Where the last object starts.
+  std::uint64_t objectOffset_ = 0;
   /// Whether the names are known, and whether the rows are objects.
   bool headed_ = false;
   bool byName_ = false;
   std::vector<std::string> names_;
+  std::size_t nameBytes_ = 0;
   NameMap<std::size_t> indices_;
   // The present row: the column of the next value, how many values are written, and which of the
   // others came already.
@@ -338,34 +378,13 @@ class TableReader : public nlohmann::json_sax<Json> {
   std::size_t written_ = 0;
   std::vector<std::string> values_;
   std::vector<bool> isKept_;
+  std::size_t keptBytes_ = 0;
 };
-
-bool IsBlank(char byte) { return byte == ' ' || byte == '\t' || byte == '\r' || byte == '\n'; }
-
-bool SkipBlanks(ByteStream& stream) {
-  while (!stream.AtEnd() && IsBlank(stream.Current())) stream.Advance();
-  return !stream.AtEnd();
-}
 
 }  // namespace
 
-void ReadJson(const BlockSource& source, const JsonStyle& style, TableWriter& writer) {
-  ByteStream stream(source);
-  if (!SkipBlanks(stream)) {
-    writer.BeginCollection({});
-    writer.EndCollection();
-    return;
-  }
-  TableReader reader(style, writer, stream);
-  do {
-    Json::sax_parse(StreamIterator(stream), StreamIterator(), &reader, Json::input_format_t::json,
-                    /*strict=*/false);
-  } while (SkipBlanks(stream) && reader.MayGoOn());
-  if (!stream.AtEnd()) {
-    throw ConversionError("byte " + std::to_string(stream.Count()) +
-                          ": something follows the end of the JSON");
-  }
-  reader.Finish();
+void ReadJson(const ReadAt& source, const JsonStyle& style, const WriterMaker& makeWriter) {
+  TableReader(source, style, makeWriter).Read();
 }
 
 }  // namespace brindlex::cli

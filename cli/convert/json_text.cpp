@@ -113,6 +113,8 @@ bool IsPlainNumber(std::string_view value) {
 
 }  // namespace
 
+std::size_t PlainJsonLength(std::string_view text) { return PlainLength(text, JsonPlace::kFile); }
+
 void AppendJsonPiece(std::string& json, std::string_view text, JsonPlace place) {
   for (;;) {
     const std::size_t plain = PlainLength(text, place);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -19,6 +20,10 @@ enum class JsonPlace {
 /// may be given in pieces, divided anywhere. Linear; sixteen bytes at a time where the processor
 /// can. UTF-8 is not looked into.
 void AppendJsonPiece(std::string& json, std::string_view text, JsonPlace place = JsonPlace::kFile);
+
+/// How many bytes at the front of `text` are as they are between the quotation marks of a JSON
+/// string.
+std::size_t PlainJsonLength(std::string_view text);
 
 /// Appends `text` as a JSON string, its quotation marks included.
 void AppendJsonString(std::string& json, std::string_view text, JsonPlace place = JsonPlace::kFile);

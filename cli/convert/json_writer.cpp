@@ -12,11 +12,31 @@ namespace brindlex::cli {
 JsonWriter::JsonWriter(ByteSink sink, const JsonOptions& options, Losses& losses)
     : BufferedWriter(std::move(sink)), options_(options), losses_(losses) {}
 
+/// Writes what comes before the records.
+void JsonWriter::OpenFormat() {
+  if (!options_.form) return;
+  std::string& json = Buffer();
+  json += "{\"format\": {";
+  bool isFirst = true;
+  for (const FormMember& member : MembersOf(*options_.form)) {
+    if (!std::exchange(isFirst, false)) json += ",";
+    AppendJsonString(json, member.name);
+    json += ":";
+    if (member.isBare) {
+      json += member.value;
+    } else {
+      AppendJsonString(json, member.value);
+    }
+  }
+  json += "},\n\"records\": ";
+}
+
 void JsonWriter::BeginNamed() {
   if (options_.lines) {
     throw UsageError("the file holds several collections, and --lines one: give its name");
   }
   isNamed_ = true;
+  OpenFormat();
   Buffer() += "{";
 }
 
@@ -25,6 +45,8 @@ void JsonWriter::BeginCollection(std::string_view name) {
     Buffer() += collections_ == 0 ? "\n" : ",\n";
     AppendJsonString(Buffer(), name);
     Buffer() += ": ";
+  } else {
+    OpenFormat();
   }
   ++collections_;
   rows_ = 0;
@@ -118,6 +140,7 @@ void JsonWriter::EndCollection() {
 
 void JsonWriter::End() {
   if (isNamed_) Buffer() += collections_ == 0 ? "}" : "\n}";
+  if (options_.form) Buffer() += '}';
   if (!options_.lines) Buffer() += '\n';
   HandOverNow();
 }

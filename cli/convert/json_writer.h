@@ -1,5 +1,8 @@
 #pragma once
 
+#include <optional>
+
+#include "cli/format/delimited_form.h"
 #include "cli/format/table_writer.h"
 
 namespace brindlex::cli {
@@ -11,6 +14,8 @@ struct JsonOptions {
   bool arrays = false;
   /// Numbers and flags as such, where that leads back to the same text (InferredType).
   bool infer = false;
+  /// An object with this form as its member "format", and what is written otherwise as "records".
+  std::optional<DelimitedForm> form = {};
 };
 
 /// Writes a collection as a JSON array of objects, one to a line, values as text; named collections
@@ -34,6 +39,7 @@ class JsonWriter : public BufferedWriter {
   void End() override;
 
  private:
+  void OpenFormat();
   void SeparateRow();
   void WholeValue(std::string_view text);
 

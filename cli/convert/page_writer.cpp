@@ -4,6 +4,7 @@
 
 #include "cli/convert/json_text.h"
 #include "cli/convert/page_text.h"
+#include "cli/text/escape.h"
 
 namespace brindlex::cli {
 namespace {
@@ -49,12 +50,13 @@ void AppendHtmlText(std::string& html, std::string_view text) {
 PageWriter::PageWriter(ByteSink sink, std::string_view title)
     : BufferedWriter(std::move(sink)), rest_(kPageText) {
   std::string& page = Buffer();
+  const std::string shown = Escaped(title);
   page += Until(rest_, "title");
-  AppendHtmlText(page, title);
+  AppendHtmlText(page, shown);
   page += Until(rest_, "style");
   page += kPageStyle;
   page += Until(rest_, "title");
-  AppendHtmlText(page, title);
+  AppendHtmlText(page, shown);
   page += Until(rest_, "data");
 }
 

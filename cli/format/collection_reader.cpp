@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "cli/format/header_limit.h"
 #include "cli/format/tail.h"
 #include "cli/io/failure.h"
 #include "cli/text/byte_prefix.h"
@@ -9,9 +10,6 @@
 
 namespace brindlex::cli {
 namespace {
-
-constexpr std::size_t kMostNames = 100'000;
-constexpr std::size_t kMostNameBytes = std::size_t{8} * 1024 * 1024;
 
 std::string Counted(std::size_t count) {
   return std::to_string(count) + (count == 1 ? " value" : " values");
@@ -21,13 +19,14 @@ std::string Counted(std::size_t count) {
 
 CollectionReader::CollectionReader(Input& input, const FileFormat& format,
                                    const ByteMarkers& markers, const Extent& text, std::string name,
-                                   Losses& losses, Progress* progress)
+                                   Losses& losses, Progress* progress, int keptBreaks)
     : window_(input, text, progress),
       tokenizer_(window_, format.encoding, markers),
       encoding_(format.encoding),
       isAsciiSuperset_(format.encoding.UnitSize() == 1),
       name_(std::move(name)),
       losses_(losses),
+      keptBreaks_(static_cast<std::size_t>(keptBreaks)),
       start_(text.offset) {}
 
 void CollectionReader::Fail(std::uint64_t offset, const std::string& what) const {
@@ -70,11 +69,7 @@ bool CollectionReader::TakeName(const Token& token) {
   names_.back() += Decode(token);
   nameBytes_ += token.bytes.size();
   isWithinValue_ = token.kind == Kind::kPiece;
-  if (names_.size() > kMostNames || nameBytes_ > kMostNameBytes) {
-    Fail(token.offset,
-         "a header of more than 100,000 names or 8 MB, which would take more memory "
-         "than the program allows itself");
-  }
+  if (IsHeaderTooLarge(names_.size(), nameBytes_)) Fail(token.offset, kHeaderTooLarge);
   return true;
 }
 
@@ -122,7 +117,10 @@ bool CollectionReader::NextRecord() {
     if (EndText(first_)) return false;
     Fail(recordOffset_, "the last record has no record end");
   }
-  for (const std::uint64_t one : breaks) losses_.Add(kLostLineBreak, one);
+  if (breaks.size() != keptBreaks_) {
+    if (breaks.empty()) losses_.Add("line breaks that a record end lacks", recordOffset_);
+    for (const std::uint64_t one : breaks) losses_.Add(kLostLineBreak, one);
+  }
   ++records_;
   column_ = 0;
   hasFirst_ = true;

@@ -32,11 +32,11 @@ class CollectionReader {
   };
 
   /// Reads `text`, which is in `markers`. `name` is for messages, empty if it is the only
-  /// collection. `losses` gets the line breaks between records, which the component drops.
-  /// Everything must outlive the reader.
+  /// collection. `losses` gets the line breaks between records, which the component drops, unless
+  /// there are `keptBreaks` of them. Everything must outlive the reader.
   CollectionReader(Input& input, const FileFormat& format, const ByteMarkers& markers,
                    const Extent& text, std::string name, Losses& losses,
-                   Progress* progress = nullptr);
+                   Progress* progress = nullptr, int keptBreaks = 0);
 
   /// Reads the header; to be called first. False for an empty text, which has none.
   bool ReadHeader();
@@ -68,6 +68,7 @@ class CollectionReader {
   bool isAsciiSuperset_;
   std::string name_;
   Losses& losses_;
+  std::size_t keptBreaks_;
   std::uint64_t start_;
   std::vector<std::string> names_;
   std::size_t nameBytes_ = 0;

@@ -4,64 +4,12 @@
 #include <utility>
 
 #include "cli/format/named_collections.h"
-#include "cli/format/tail.h"
 #include "cli/format/tokenizer.h"
 #include "cli/io/failure.h"
 #include "cli/text/escape.h"
 #include "cli/text/utf.h"
 
 namespace brindlex::cli {
-namespace {
-
-// ---- The form of a file ------------------------------------------------------------------------
-
-int LineBreaksAfterHeader(Input& input, const FileFormat& format) {
-  InputWindow window(input, format.Text());
-  Tokenizer tokenizer(window, format.encoding, format.markers);
-  Token token;
-  do token = tokenizer.Next();
-  while (token.kind != Token::Kind::kRecord && token.kind != Token::Kind::kEnd);
-  int breaks = 0;
-  while (tokenizer.NextLineBreak(token)) ++breaks;
-  return breaks;
-}
-
-/// What follows the last record end, if it is a tail.
-std::optional<std::string> TailOf(Input& input, const FileFormat& format) {
-  constexpr std::uint64_t kMostBytes = 65536;
-  const std::uint64_t size = input.Size().value_or(0);
-  if (size <= format.markBytes) return std::nullopt;
-  std::string bytes(static_cast<std::size_t>(std::min(kMostBytes, size - format.markBytes)), '\0');
-  bytes.resize(input.Read(size - bytes.size(), bytes.data(), bytes.size()));
-  const std::size_t last = bytes.rfind(format.markers.recordEnd);
-  if (last == std::string::npos) return std::nullopt;
-  bytes.erase(0, last + format.markers.recordEnd.size());
-  return IsTail(bytes) ? std::optional(bytes) : std::nullopt;
-}
-
-}  // namespace
-
-DelimitedForm FormOf(const FormatOptions& options, Input* like) {
-  DelimitedForm form;
-  if (like != nullptr) {
-    const FileFormat format = DetectFormat(*like, options);
-    form.encoding = format.encoding;
-    form.hasByteOrderMark = format.markBytes > 0;
-    form.tail = TailOf(*like, format);
-    if (!format.named) {
-      form.lineBreaks = LineBreaksAfterHeader(*like, format);
-      if (format.layer != Layer::kOuter) form.pair = format.pair;
-    }
-  } else {
-    const FileFormat format = RequestedFormat(options);
-    form.encoding = format.encoding;
-    form.hasByteOrderMark = format.encoding.UnitSize() > 1;
-    if (options.fieldEnd || options.recordEnd) form.pair = format.pair;
-  }
-  form.reading = options.reading;
-  return form;
-}
-
 // ---- Collections -------------------------------------------------------------------------------
 
 DelimitedWriter::DelimitedWriter(ByteSink sink, const DelimitedForm& form)
@@ -145,7 +93,7 @@ void DelimitedWriter::EndCollection() {
 
 void DelimitedWriter::End() {
   const bool looksNamed = namedColumns_ && FindByteMarkers(InnerMarkers(), form_.encoding);
-  if (looksNamed && form_.reading != Reading::kPlain) {
+  if (looksNamed && form_.reading != Reading::kPlain && !form_.isGiven) {
     throw ConversionError(
         "the columns DataString and Name, with what is in them, would be read as a file of several "
         "collections; --plain writes them as one, to be read with --plain");
@@ -156,7 +104,7 @@ void DelimitedWriter::End() {
     for (; pendingBreaks_ > 0; --pendingBreaks_) Buffer() += markers_.lineBreak;
   }
   HandOverNow();
-  if (!names_.empty() && !form_.isInner) CheckDetection();
+  if (!names_.empty() && !form_.isInner && !form_.isGiven) CheckDetection();
 }
 
 /// Refuses a file that would be read otherwise than it was written.
@@ -179,7 +127,10 @@ void DelimitedWriter::CheckDetection() const {
   if (isSame) return;
   throw ConversionError("the file would be read as " + format.encoding.Name() +
                         " with the markers " + Quoted(format.pair.fieldEnd) + " and " +
-                        Quoted(format.pair.recordEnd) + ", since it begins like one");
+                        Quoted(format.pair.recordEnd) + ", since it begins like one" +
+                        (format.encoding.Name() != form_.encoding.Name()
+                             ? "; --encoding utf-8 --bom is always recognized"
+                             : ""));
 }
 
 // ---- Records -----------------------------------------------------------------------------------

@@ -4,33 +4,12 @@
 #include <string>
 #include <vector>
 
-#include "cli/format/file_format.h"
+#include "cli/format/delimited_form.h"
 #include "cli/format/name_tables.h"
 #include "cli/format/table_writer.h"
 #include "cli/format/value_encoder.h"
 
 namespace brindlex::cli {
-
-/// The form of a file that is to be written.
-struct DelimitedForm {
-  Encoding encoding = {};
-  /// Markers in place of those of a single collection.
-  std::optional<MarkerPair> pair = {};
-  bool hasByteOrderMark = false;
-  /// Line breaks after each record end, 0 to 3, as many as the component drops.
-  int lineBreaks = 0;
-  /// What follows the last record end in their place.
-  std::optional<std::string> tail = {};
-  /// The text of one collection of a file of several, in inner markers.
-  bool isInner = false;
-  /// How the file will be read, if the command line says so.
-  Reading reading = Reading::kDetected;
-};
-
-/// The form that options ask for: that of the file `like` unless it is null, with what `options`
-/// name in its place. Without either windows-1252; UTF-16 has a byte order mark. Fails as
-/// DetectFormat.
-DelimitedForm FormOf(const FormatOptions& options, Input* like = nullptr);
 
 /// Writes tables as the component would: a single collection, or named ones as a file of several.
 ///

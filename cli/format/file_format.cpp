@@ -25,13 +25,6 @@ bool LooksLikeUtf8(std::string_view head) {
          (HoldsOneOf(whole, OuterMarkers()) || HoldsOneOf(whole, InnerMarkers()));
 }
 
-Encoding RequireEncoding(const std::string& name) {
-  if (auto encoding = Encoding::Named(name)) return *encoding;
-  std::string known;
-  for (const std::string& one : Encoding::Names()) known.append(" ").append(one);
-  throw UsageError("there is no encoding " + Quoted(name) + "; known are" + known);
-}
-
 void DetectEncoding(std::string_view head, const FormatOptions& options, FileFormat& format) {
   if (options.encoding) {
     format.encoding = RequireEncoding(*options.encoding);
@@ -144,6 +137,13 @@ void DetectCollections(Input& input, const FormatOptions& options, FileFormat& f
 }
 
 }  // namespace
+
+Encoding RequireEncoding(const std::string& name) {
+  if (auto encoding = Encoding::Named(name)) return *encoding;
+  std::string known;
+  for (const std::string& one : Encoding::Names()) known.append(" ").append(one);
+  throw UsageError("there is no encoding " + Quoted(name) + "; known are" + known);
+}
 
 std::optional<NamedColumns> FindNamedColumns(const std::vector<std::string>& names) {
   const auto find = [&](std::string_view sought) {

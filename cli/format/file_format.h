@@ -57,6 +57,9 @@ struct FileFormat {
   Extent Text() const { return ExtentOf(markBytes, UINT64_MAX); }
 };
 
+/// The encoding of that name; UsageError, with those that there are, for another name.
+Encoding RequireEncoding(const std::string& name);
+
 /// The columns of a file of several collections in a header; nothing if it lacks one of the two.
 std::optional<NamedColumns> FindNamedColumns(const std::vector<std::string>& names);
 

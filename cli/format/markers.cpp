@@ -90,8 +90,9 @@ ByteMarkers RequireByteMarkers(const MarkerPair& pair, const Encoding& encoding)
       "the markers " + Quoted(pair.fieldEnd) + " and " + Quoted(pair.recordEnd);
   if (pair.fieldEnd == pair.recordEnd) throw UsageError(both + " are the same");
   if (auto markers = FindByteMarkers(pair, encoding)) return *markers;
-  throw UsageError(both + " are not both characters of " + encoding.Name() +
-                   "; give others with --field-end and --record-end, or another --encoding");
+  throw UsageError(
+      both + " are not both characters of " + encoding.Name() +
+      "; give others with --field-end and --record-end, or another --encoding, such as utf-8");
 }
 
 bool AreUnambiguous(const ByteMarkers& markers) {

@@ -55,11 +55,12 @@ void CopyNamed(Input& input, const FileFormat& format, TableWriter& writer, Loss
 }  // namespace
 
 void CopyTables(Input& input, const FileFormat& format, const std::optional<std::string>& name,
-                TableWriter& writer, Losses& losses) {
+                TableWriter& writer, Losses& losses, int keptBreaks) {
   Progress progress("reading", input.Size());
   if (!format.named) {
     if (name) RefuseCollectionName(input);
-    CollectionReader reader(input, format, format.markers, format.Text(), {}, losses, &progress);
+    CollectionReader reader(input, format, format.markers, format.Text(), {}, losses, &progress,
+                            keptBreaks);
     CopyCollection(reader, {}, writer);
   } else if (name) {
     const CollectionIndex index(input, format);

@@ -49,6 +49,14 @@ std::optional<std::uint64_t> Input::Size() const {
   return isAtEnd_ ? streamed_ : size_;
 }
 
+std::uint64_t Input::WholeSize() {
+  if (!Size()) {
+    char last = 0;
+    Read(UINT64_MAX, &last, 1);
+  }
+  return *Size();
+}
+
 std::string_view Input::Head() {
   if (!hasHead_) {
     std::string head(kInputBlock, '\0');

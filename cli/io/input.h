@@ -42,6 +42,9 @@ class Input {
   /// Its size in bytes; nothing if that is not known before its end.
   std::optional<std::uint64_t> Size() const;
 
+  /// Its size in bytes. Reads a stream to its end.
+  std::uint64_t WholeSize();
+
   /// The first kInputBlock bytes; all if it has fewer.
   std::string_view Head();
 

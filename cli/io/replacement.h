@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
 #include <system_error>
 
 #include "cli/io/system.h"
@@ -33,7 +34,9 @@ class Replacement {
   /// What Find found. A link that leads nowhere is kRegular.
   FileKind Kind() const;
 
-  /// Creates the temporary file, empty. Requires Kind() kNone or kRegular.
+  /// Creates the temporary file, empty. Requires Kind() kNone or kRegular. Before that it removes
+  /// what runs that were killed have left for the same target: regular files of the user with a
+  /// name of TemporaryName, which no run holds open. A failure of that is none.
   std::error_code Create();
 
   /// The temporary file, from Create on; owned by this object, until Commit.
@@ -52,5 +55,8 @@ class Replacement {
 /// The name of a temporary file for a target of that name: unpredictable, and short enough for
 /// every file system. Empty if the system supplies no random numbers.
 std::string TemporaryName(const std::string& targetName);
+
+/// Whether `name` is one that TemporaryName has made for a target of that name.
+bool IsTemporaryName(std::string_view name, const std::string& targetName);
 
 }  // namespace brindlex::cli::system

@@ -1,4 +1,6 @@
+#include <dirent.h>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
 #include <unistd.h>
@@ -90,6 +92,49 @@ class EndingsWait {
  private:
   sigset_t before_{};
 };
+
+// ---- What killed runs have left
+// ------------------------------------------------------------------
+
+bool Lock(int file) { return ::flock(file, LOCK_EX | LOCK_NB) == 0; }
+
+/// Whether a temporary file that was just created is held against other runs. A file system without
+/// locks has no run that removes it either.
+bool HoldsNewFile(int file) {
+  if (!Lock(file)) return errno != EWOULDBLOCK;
+  struct stat status {};
+  return ::fstat(file, &status) == 0 && status.st_nlink == 1;
+}
+
+/// Removes `name` if it is a file of the user that no run holds.
+void RemoveLeft(int folder, const char* name) {
+  constexpr int kFlags = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
+  const Handle file(::openat(folder, name, kFlags));
+  struct stat status {};
+  if (!file || ::fstat(file.Get(), &status) != 0) return;
+  const bool isOwn =
+      S_ISREG(status.st_mode) && status.st_uid == ::geteuid() && status.st_nlink == 1;
+  if (!isOwn || !Lock(file.Get())) return;
+  // It may have got its own name while the lock was waited for.
+  struct stat now {};
+  const bool isSame = ::fstatat(folder, name, &now, AT_SYMLINK_NOFOLLOW) == 0 &&
+                      now.st_dev == status.st_dev && now.st_ino == status.st_ino;
+  if (isSame) ::unlinkat(folder, name, 0);
+}
+
+void RemoveWhatWasLeft(int folder, const std::string& targetName) {
+  const int list = ::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (list < 0) return;
+  DIR* const entries = ::fdopendir(list);
+  if (entries == nullptr) {
+    ::close(list);
+    return;
+  }
+  while (const dirent* const entry = ::readdir(entries)) {
+    if (IsTemporaryName(entry->d_name, targetName)) RemoveLeft(folder, entry->d_name);
+  }
+  ::closedir(entries);
+}
 
 // ---- Where a path leads ------------------------------------------------------------------------
 
@@ -309,6 +354,7 @@ std::error_code Replacement::Create() {
   }
   if (state_->removal == nullptr) return std::make_error_code(std::errc::too_many_files_open);
   const int folder = state_->target.folder.Get();
+  RemoveWhatWasLeft(folder, state_->target.name);
   for (int tried = 0; tried < kTries; ++tried) {
     const std::string name = TemporaryName(state_->target.name);
     if (name.empty()) return std::make_error_code(std::errc::io_error);
@@ -316,6 +362,7 @@ std::error_code Replacement::Create() {
     state_->file = Handle(::openat(folder, name.c_str(), kFlags, S_IRUSR | S_IWUSR));
     if (!state_->file && errno == EEXIST) continue;
     if (!state_->file) return LastError();
+    if (!HoldsNewFile(state_->file.Get())) continue;
     state_->temporary = name;
     Removal& removal = *state_->removal;
     removal.name[name.copy(removal.name.data(), removal.name.size() - 1)] = '\0';
@@ -340,6 +387,8 @@ std::error_code Replacement::Commit(bool overwrite) {
   } else {
     (void)::fchmod(file, ModeOfNewFile(folder));
   }
+  // Holds the lock until the file has its name.
+  const Handle held(::fcntl(file, F_DUPFD_CLOEXEC, 0));
   if (const auto error = Close(state_->file.Release())) return error;
   const auto error = Rename(folder, state_->temporary, state_->target.name, overwrite);
   if (!error) state_->temporary.clear();

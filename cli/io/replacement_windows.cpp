@@ -70,6 +70,27 @@ BOOL WINAPI RemoveAtEnd(DWORD) {
   return FALSE;
 }
 
+// ---- What killed runs have left
+// ------------------------------------------------------------------
+
+std::string Utf8OfWide(const std::wstring& text) {
+  return Utf8OfUtf16(std::u16string(text.begin(), text.end()));
+}
+
+/// A file that a run holds open cannot be opened without sharing.
+void RemoveWhatWasLeft(const std::wstring& folder, const std::string& targetName) {
+  WIN32_FIND_DATAW found{};
+  const HANDLE search = ::FindFirstFileW((folder + L"*.partial").c_str(), &found);
+  if (search == INVALID_HANDLE_VALUE) return;
+  do {
+    if (!IsTemporaryName(Utf8OfWide(found.cFileName), targetName)) continue;
+    const Handle removed(
+        ::CreateFileW((folder + found.cFileName).c_str(), DELETE, 0, nullptr, OPEN_EXISTING,
+                      FILE_FLAG_DELETE_ON_CLOSE | FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
+  } while (::FindNextFileW(search, &found) != FALSE);
+  ::FindClose(search);
+}
+
 // ---- What is kept of a file --------------------------------------------------------------------
 
 /// Gives `to` the access-control list of `from`.
@@ -175,8 +196,8 @@ std::error_code Replacement::Create() {
   const std::size_t name = state_->target.find_last_of(L"\\/:") + 1;
   const std::wstring folder = state_->target.substr(0, name);
   const std::wstring last = state_->target.substr(name);
-  const std::string temporary =
-      TemporaryName(Utf8OfUtf16(std::u16string(last.begin(), last.end())));
+  RemoveWhatWasLeft(folder, Utf8OfWide(last));
+  const std::string temporary = TemporaryName(Utf8OfWide(last));
   if (temporary.empty()) return std::make_error_code(std::errc::io_error);
   DWORD old = ::GetFileAttributesW(state_->target.c_str());
   if (old == INVALID_FILE_ATTRIBUTES) old = 0;

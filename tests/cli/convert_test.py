@@ -108,7 +108,7 @@ def test_what_a_file_cannot_hold(folder: pathlib.Path) -> None:
                 stdin='[{"a":"1"},{"a":"x¥"}]'.encode())
         refused("U+03B1, which windows-1252 does not have", DEFECTS, "from-csv", "-", *place,
                 stdin="a\nα\n".encode())
-        refused("row 2 has 1 values, the header 2", DEFECTS, "from-csv", "-", *place,
+        refused("row 2 has 1 value, the header 2; --ragged pad", DEFECTS, "from-csv", "-", *place,
                 stdin=b"a,b\n1\n")
         refused("a null", DEFECTS, "from-json", "-", *place, stdin=b'[{"a":null}]')
         refused("not well-formed JSON", DEFECTS, "from-json", "-", *place, stdin=b'[{"a":"1"}')

@@ -45,6 +45,42 @@ def test_one_field_that_is_the_whole_file(folder: pathlib.Path) -> None:
         within_limit(*arguments)
 
 
+def test_one_value_of_a_table(folder: pathlib.Path) -> None:
+    out = path(folder / "out")
+    for name, before, after in (("plain.csv", "A,B\nx,", "\ny,z\n"), ("quoted.csv", 'A,B\n"x","', '"\n')):
+        file = hole(folder / name, before, after)
+        within_limit("from-csv", file, "-o", out, "--force")
+        expect(name, True, (folder / "out").stat().st_size > SIZE - 100)
+
+
+def test_one_value_of_json(folder: pathlib.Path) -> None:
+    file, out = folder / "a.json", folder / "out"
+    for before, after in (('[{"A":"x","B":"', '"},{"A":"1","B":""}]'), ('[["A"],["', '"]]'), ('{"A":"', '"}\n{"A":""}')):
+        with file.open("wb") as stream:
+            stream.write(before.encode())
+            for _ in range(100):
+                stream.write(b"xxxx\xc3\xa9\\n\\u20AC" * 66_667)
+            stream.write(after.encode())
+        within_limit("from-json", path(file), "-o", path(out), "--force")
+        expect(before, True, out.stat().st_size > 7 * 6_666_700)
+
+
+def names(file: pathlib.Path, before: str, each: str, between: str, after: str) -> str:
+    """A file of three million names."""
+    with file.open("wb") as stream:
+        stream.write(encoded(before))
+        for at in range(0, 3_000_000, 1000):
+            stream.write(encoded((between if at else "") + between.join(each % n for n in range(at, at + 1000))))
+        stream.write(encoded(after))
+    return path(file)
+
+
+def test_more_names_than_are_promised(folder: pathlib.Path) -> None:
+    for command, *parts in (("from-csv", "", '"%d"', ",", "\n"), ("to-csv", "", "%d", "|", "|;"),
+                            ("from-json", "[[", '"%d"', ",", "]]"), ("from-json", "[{", '"%d":1', ",", "}]")):
+        within_limit(command, names(folder / "a.txt", *parts), wanted=DEFECTS)
+
+
 def test_a_header_without_an_end(folder: pathlib.Path) -> None:
     file = hole(folder / "a.txt", "A|B|", "")
     for command in ("check", "info"):

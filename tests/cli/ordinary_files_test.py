@@ -148,4 +148,56 @@ def test_header_names_with_inner_markers(_: pathlib.Path) -> None:
             contains("read as", result.errors)
 
 
+def test_csv_of_other_programs(folder: pathlib.Path) -> None:
+    wanted = encoded("Titel|Preis|;Käse|1,50|;")
+    text = "Titel;Preis\r\nKäse;1,50\r\n"
+    for csv, *options in ((text.encode(),), (b"\xef\xbb\xbf" + text.encode(),),
+                          (text.encode("cp1252"), "--input-encoding", "windows-1252"),
+                          (b"\xff\xfe" + text.encode("utf-16le"),), (b"\xfe\xff" + text.encode("utf-16be"),),
+                          (text.encode("utf-16le"), "--input-encoding", "utf-16")):
+        for place in ((), ("-o", path(folder / "out.txt"), "--force")):
+            result = run("from-csv", "-", *options, *place, stdin=csv)
+            made = (folder / "out.txt").read_bytes() if place else result.output
+            expect((csv, result.errors), (FINE, wanted), (result.code, made))
+            expect("once", 1, result.errors.count("semicolons separate the values"))
+    tabs = run("from-csv", "-", stdin=text.replace(";", "\t").encode())
+    expect("tabs", wanted, tabs.output)
+    contains("tabs separate the values", tabs.errors)
+    given = run("from-csv", "-", "--delimiter", ";", stdin=text.encode())
+    expect("given", (wanted, ""), (given.output, given.errors))
+    wrong = run("from-csv", "-", stdin=text.encode("cp1252"))
+    expect("no UTF-8", DEFECTS, wrong.code)
+    contains("--input-encoding", wrong.errors)
+    expect("no encoding", USAGE, run("from-csv", "-", "--input-encoding", "latin", stdin=text.encode()).code)
+
+
+def test_ragged_rows(_: pathlib.Path) -> None:
+    csv = b"a,b\n1\n2,3\n"
+    result = run("from-csv", "-", stdin=csv)
+    expect("refused", (DEFECTS, b""), (result.code, result.output))
+    contains("row 2 has 1 value, the header 2; --ragged pad fills missing values up", result.errors)
+    expect("error", DEFECTS, run("from-csv", "-", "--ragged", "error", stdin=csv).code)
+    expect("pad", encoded("a|b|;1||;2|3|;"), output("from-csv", "-", "--ragged", "pad", stdin=csv))
+    dropped = run("from-csv", "-", "--ragged", "drop", stdin=csv)
+    expect("drop", (FINE, encoded("a|b|;2|3|;")), (dropped.code, dropped.output))
+    expect("once", 1, dropped.errors.count("left out: 1 row with more or fewer values"))
+    expect("another word", USAGE, run("from-csv", "-", "--ragged", "fill", stdin=csv).code)
+
+
+def test_a_refusal_that_utf_8_cures_says_so(_: pathlib.Path) -> None:
+    greek = '[{"a":"α"}]'.encode()
+    # As windows-1252 the bytes C2 A5, of a field end, make a file look like UTF-8.
+    like_utf_8 = json.dumps([{"Â": "Â", "â": "â"}]).encode()
+    for made, *options in ((greek,), (like_utf_8,), (greek, "--encoding", "1253"), (b'[{"a":"1"}]', "--encoding", "1251")):
+        result = run("from-json", "-", *options, stdin=made)
+        expect((made, options), b"", result.output)
+        contains("utf-8", result.errors)
+        expect("cured", FINE, run("from-json", "-", "--encoding", "utf-8", "--bom", stdin=made).code)
+
+
+def test_a_number_keeps_its_text(_: pathlib.Path) -> None:
+    for number in ("1E400", "-1e-400", "1.50", "123456789012345678901234567890"):
+        expect(number, encoded(f"a|;{number}|;"), output("from-json", "-", stdin=b'[{"a":%s}]' % number.encode()))
+
+
 program.main(globals())

@@ -291,12 +291,46 @@ def test_what_a_killed_run_leaves_is_no_wider_than_its_target(folder: pathlib.Pa
             left.unlink()
 
 
+def test_the_next_run_removes_what_a_killed_one_has_left(folder: pathlib.Path) -> None:
+    target = folder / "target"
+    command = [*program.COMMAND, "from-csv", "-", "-o", str(target), "--force"]
+    for _ in range(3):
+        process = subprocess.Popen(command, stdin=subprocess.PIPE)
+        while not list(folder.glob("*.partial")):
+            pass
+        # One that goes on loses nothing to another run.
+        expect("another", FINE, program.run(*command[len(program.COMMAND):], stdin=b"a\n1\n").code)
+        expect("of the one that goes on", 1, len(list(folder.glob("*.partial"))))
+        process.kill()
+        process.communicate()
+        expect("left", 1, len(list(folder.glob("*.partial"))))
+        expect("the next", FINE, program.run(*command[len(program.COMMAND):], stdin=b"a\n2\n").code)
+        expect("removed", [target], list(folder.iterdir()))
+
+
+def test_another_users_file_of_such_a_name_stays(folder: pathlib.Path) -> None:
+    target = folder / "target"
+    process = subprocess.Popen([*program.COMMAND, "from-csv", "-", "-o", str(target)], stdin=subprocess.PIPE)
+    while not list(folder.glob("*.partial")):
+        pass
+    process.kill()
+    process.communicate()
+    left, = folder.glob("*.partial")
+    as_root("chown", str(OTHER), str(left))
+    expect("next", FINE, program.run("from-csv", "-", "-o", str(target), stdin=b"a\n1\n").code)
+    expect("stays", True, left.exists())
+    as_root("chown", str(os.geteuid()), str(left))
+    (folder / "link").hardlink_to(left)
+    expect("a second link", FINE, program.run("from-csv", "-", "-o", str(target), "--force", stdin=b"a\n1\n").code)
+    expect("stays", True, left.exists())
+
+
 def test_the_temporary_name_cannot_be_guessed(folder: pathlib.Path) -> None:
     books = put(folder / "books", BOOKS)
     names = set()
     for _ in range(20):
         calls = calls_of(folder, "salvage", str(books), "-o", str(folder / "out"), "--force")
-        names.update(re.findall(r'"(out\.[0-9a-f]{16}\.partial)", O_WRONLY\|O_CREAT', "\n".join(calls)))
+        names.update(re.findall(r'"(out\.[0-9a-f]{24}\.partial)", O_WRONLY\|O_CREAT', "\n".join(calls)))
     expect("names", 20, len(names))
 
 

@@ -9,9 +9,7 @@ import io
 import json
 import os
 import re
-import subprocess
 import sys
-import tempfile
 import zipfile
 
 import jsonschema
@@ -20,7 +18,7 @@ FOLDER, VERSION = sys.argv[1], sys.argv[2]
 NAMES = {
     f"Brindlex-{VERSION}.zip", f"Brindlex-{VERSION}-x86.msi", f"Brindlex-{VERSION}-x64.msi",
     f"Brindlex-{VERSION}.spdx.json", f"brindlex-{VERSION}-linux-amd64.tar.gz", f"brindlex_{VERSION}_amd64.deb",
-    f"brindlex-{VERSION}-relink.tar.gz", "SHA256SUMS",
+    "SHA256SUMS",
 }
 # SPDX 2.3: what a document must have, and the words that it may use where this one uses any.
 IDENTIFIER = {"type": "string", "pattern": "^SPDXRef-[A-Za-z0-9.-]+$"}
@@ -106,9 +104,9 @@ def check_zip(content: dict[str, bytes]) -> None:
 def check_notices(text: str, parts: list[str]) -> None:
     for part in parts:
         assert f"\n{part}\n" in text, f"no notice of {part}"
-    for phrase in ("GNU GENERAL PUBLIC LICENSE", "GCC RUNTIME LIBRARY EXCEPTION", "GNU LESSER GENERAL PUBLIC LICENSE",
+    for phrase in ("GNU GENERAL PUBLIC LICENSE", "GCC RUNTIME LIBRARY EXCEPTION",
                    "Lockless Inc.", "Redistributions in binary form", "University of Cincinnati", "Niels Lohmann",
-                   "Victor Zverovich", "Robert Gamble", "UNICODE, INC. LICENSE", "named relink"):
+                   "Victor Zverovich", "UNICODE, INC. LICENSE"):
         assert phrase in text, f"the notices lack {phrase!r}"
 
 
@@ -136,37 +134,12 @@ def check_sbom(content: dict[str, bytes]) -> list[str]:
     return [names[own] for own in linked]
 
 
-def check_relink(sample: bytes) -> None:
-    """The program can be linked again, with a changed library, and is then another one that works."""
-    with tempfile.TemporaryDirectory() as folder:
-        subprocess.run(["tar", "-xzf", os.path.join(os.path.abspath(FOLDER), f"brindlex-{VERSION}-relink.tar.gz")],
-                       cwd=folder, check=True)
-        inner = os.path.join(folder, f"brindlex-{VERSION}-relink")
-        library = os.path.join(inner, "libcsv/libcsv.c")
-        with open(library, encoding="utf-8") as file:
-            text = file.read()
-        changed = text.replace("csv_init(struct csv_parser *p, unsigned char options)\n{",
-                               "csv_init(struct csv_parser *p, unsigned char options)\n{ puts(\"changed libcsv\");")
-        assert changed != text, "libcsv is not as it is known"
-        with open(library, "w", encoding="utf-8") as file:
-            file.write(changed)
-        for system in ("linux", "x86", "x64"):
-            subprocess.run(["sh", "relink.sh", system], cwd=inner, check=True, stdout=subprocess.DEVNULL)
-        source = os.path.join(folder, "sample.csv")
-        with open(source, "wb") as file:
-            file.write(sample)
-        output = subprocess.run([os.path.join(inner, "linux/brindlex"), "from-csv", source], check=True,
-                                stdout=subprocess.PIPE).stdout
-        assert b"changed libcsv" in output and b"Moby Dick" in output, output
-
-
 def main() -> None:
     assert set(os.listdir(FOLDER)) == NAMES, set(os.listdir(FOLDER)) ^ NAMES
     check_sums(read("SHA256SUMS").decode(), {name: read(name) for name in NAMES}, "packages")
     content = unzipped()
     check_zip(content)
     check_notices(content["THIRD-PARTY-NOTICES.txt"].decode(), check_sbom(content))
-    check_relink(b"Title,Price\r\nMoby Dick,12.5\r\n")
     print(f"{len(NAMES)} files as they should be, {len(content)} in the zip")
 
 

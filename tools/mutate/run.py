@@ -86,11 +86,6 @@ class Tree:
         cmake.write_text(text, encoding="utf-8")
         flags = (f"-std=c++20 -w -Wno-error -Wno-c++11-narrowing -O1 -D_GLIBCXX_ASSERTIONS -ferror-limit=0"
                  f" -fno-caret-diagnostics -include {header}")
-        library = self.root / "build/tools/libcsv"
-        (self.folder / "build/tools").mkdir(parents=True, exist_ok=True)
-        link = self.folder / "build/tools/libcsv"
-        if not link.exists():
-            link.symlink_to(library)
         subprocess.run(["cmake", "-S", self.folder, "-B", self.folder / "build", "-G", "Ninja",
                         "-DCMAKE_C_COMPILER=clang", "-DCMAKE_CXX_COMPILER=clang++",
                         "-DCMAKE_BUILD_TYPE=None", f"-DCMAKE_CXX_FLAGS={flags}"],

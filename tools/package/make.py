@@ -12,7 +12,6 @@ import sys
 
 import files
 import linux
-import relink
 import windows
 from parts import BINARIES
 from sbom import sbom
@@ -23,7 +22,6 @@ def main(root: str, version: str, help_folder: str, output: str) -> None:
     os.makedirs(output, exist_ok=True)
     shipped = windows.make(root, version, help_folder, output)
     program = linux.make(root, version, os.path.join(help_folder, "html"), output)
-    relink.make(root, version, output)
     files.write(os.path.join(output, f"Brindlex-{version}.spdx.json"),
                 sbom(version, {**shipped, "program-linux": program}))
     assert set(shipped) | {"program-linux"} == set(BINARIES)

@@ -65,18 +65,8 @@ class Part:
         """The version that is installed or, for sources, unpacked."""
         if not self.package:
             return unicodedata.unidata_version
-        if self.package == "libcsv":
-            return source_version("libcsv")
         query = ["dpkg-query", "-W", "-f=${Version}", self.package]
         return subprocess.run(query, stdout=subprocess.PIPE, text=True, check=True).stdout
-
-
-def source_version(name: str) -> str:
-    """The version that an unpacked source package gives itself."""
-    path = os.path.join(os.path.dirname(__file__), "../../build/tools", name, "configure.ac")
-    with open(path, encoding="utf-8") as file:
-        line = next(line for line in file if line.startswith("AC_INIT"))
-    return line.split(",")[1].strip(" []\n)")
 
 
 GCC = DOC + "gcc-12-base/copyright"
@@ -121,10 +111,4 @@ PARTS = (
          PROGRAMS, ("/include/nlohmann/",),
          (Text(DOC + "nlohmann-json3-dev/copyright", "Files: *", "Files: debian/"),
           Text(DOC + "nlohmann-json3-dev/copyright", "License: Expat"))),
-    Part("libcsv", "libcsv", "LGPL-2.1-or-later", "https://github.com/rgamble/libcsv", PROGRAMS,
-         ("libbrindlex_csv.a", "tools/libcsv/"),
-         (Text("build/tools/libcsv/libcsv.c", "libcsv - ", "*/"), LGPL),
-         "The archive named relink, beside the packages, has the sources of libcsv and everything that is\n"
-         "needed to link brindlex with a changed libcsv; its README says how. You may change libcsv for your\n"
-         "own use, and take the program apart to find faults in such changes."),
 )

@@ -83,7 +83,6 @@ readonly unpacked_packages=(
 
 # Source packages under build/tools, so that every toolchain can compile them; the same columns.
 readonly source_packages=(
-  'libcsv    | native package | the library of CSV of the program brindlex'
   'benchmark | bench          | Google Benchmark, for the component'
 )
 

@@ -24,10 +24,22 @@ def collection(field_end: str, record_end: str) -> str:
     return "".join("".join(value + field_end for value in row) + record_end for row in rows)
 
 
+# The browser of the test writes month, day, year.
+DATES = ["2/1/2001", "12/31/1999", "", "10/3/2000 1:05:00 PM", "10/3/2000 9:00:00 AM", "1/15/29", "1/15/30"]
+DIRECTED = "a\u202Eb\u2066\x1b[1m\r\nc\rd\t\u05d0"
+
+
+def dates(field_end: str, record_end: str) -> str:
+    rows = [["Date", "Like a date", "ISO", "\u202Ename"]]
+    for number, date in enumerate(DATES):
+        rows.append([date, "2/30/2001" if number == 3 else date, f"20{99 - number}-01-{number + 1:02}T10:00", DIRECTED])
+    return "".join("".join(value + field_end for value in row) + record_end for row in rows)
+
+
 def make_page(program: str, folder: pathlib.Path) -> pathlib.Path:
     text = ("DataString¥Name¥Œ" + collection("»", "Š") + "¥Books <1>¥Œ" + "Only»ŠoneŠ".replace(
-        "oneŠ", "one»Š") + "¥Second¥Œ")
-    (folder / "lists.txt").write_text(text, encoding="windows-1252", newline="")
+        "oneŠ", "one»Š") + "¥Second¥Œ" + dates("»", "Š") + "¥Dates¥Œ")
+    (folder / "lists.txt").write_text(text, encoding="utf-8-sig", newline="")
     subprocess.run([program, "to-html", folder / "lists.txt", "-o", folder / "page.html",
                     "--title", "Our <lists>"], check=True)
     return folder / "page.html"
@@ -88,18 +100,80 @@ def check_search(page: Browser) -> None:
     expect("where it stands", ["42"], column(page, 0))
     expect("counted", "1 of 12,000 records",
            page.value("document.querySelector('#count').textContent"))
+    hidden = "document.querySelector('#none').hidden"
+    expect("something was found", True, page.value(hidden))
     page.type(" nowhere")
     page.wait("document.querySelectorAll('#body tr').length === 0")
+    expect("nothing was found, and that is said", ("No record has all of these words.", False),
+           (page.value("document.querySelector('#none').textContent"), page.value(hidden)))
     page.value("document.querySelector('#search').value = ''")
     page.value("document.querySelector('#search').dispatchEvent(new Event('input'))")
     page.wait("document.querySelectorAll('#body tr').length === 200")
     page.value("window.scrollTo(0, document.body.scrollHeight)")
     page.wait("document.querySelectorAll('#body tr').length > 200")
     print("ok more comes when the end is near")
+    expect("nothing is said any more", True, page.value(hidden))
+
+
+def check_names_in_sight(page: Browser) -> None:
+    page.value("window.scrollTo(0, 3000)")
+    page.wait("scrollY > 2000")
+    top = page.value("document.querySelector('#head th').getBoundingClientRect().top")
+    bar = page.value("document.querySelector('#bar').getBoundingClientRect().bottom")
+    expect("the names are below the bar", True, abs(top - bar) <= 1)
+    expect("and nothing covers them", "Title", page.value(
+        "(() => { const box = document.querySelectorAll('#head button')[1].getBoundingClientRect();"
+        "return document.elementFromPoint(box.x + 5, box.y + 5).textContent; })()"))
+    page.value("window.scrollTo(0, 0)")
+
+
+def check_jump(page: Browser) -> None:
+    label = "document.querySelector('#jump').textContent"
+    expect("to the end", "Go to the end", page.value(label))
+    page.click("document.querySelector('#jump')")
+    page.wait("document.querySelector('#body').lastChild.firstChild.textContent === '12000'")
+    page.wait("document.querySelector('#body').lastChild.getBoundingClientRect().bottom <= innerHeight")
+    expect("not all was drawn for it", True, rows(page) < 2000)
+    expect("nothing follows", True, page.value("document.querySelector('#more').hidden"))
+    for many in (400, 600):
+        page.value("window.scrollTo(0, 0)")
+        page.wait(f"document.querySelectorAll('#body tr').length === {many}")
+        expect("what was in sight stays there", True, page.value("scrollY > 1500"))
+    numbers = [int(number) for number in column(page, 0, 10_000)]
+    expect("those before come in order", list(range(numbers[0], 12_001)), numbers)
+    expect("back", "Go to the start", page.value(label))
+    page.click("document.querySelector('#jump')")
+    expect("the first ones", ["1", "2", "3"], column(page, 0))
+
+
+def check_dates(page: Browser) -> None:
+    page.value("(() => { const list = document.querySelector('#collection'); list.value = '2';"
+               "list.dispatchEvent(new Event('change')); })()")
+    page.click(header(1))
+    expect("by date", ["1/15/30", "12/31/1999", "10/3/2000 9:00:00 AM", "10/3/2000 1:05:00 PM", "2/1/2001", "1/15/29", ""],
+           column(page, 1, 7))
+    page.click(header(2))
+    expect("a value that is no date makes text", "1/15/29", column(page, 2, 1)[0])
+    page.click(header(3))
+    expect("the year first", "2093-01-07T10:00", column(page, 3, 1)[0])
+    expect("controls are shown", "a\\u202Eb\\u2066\\x1B[1m\nc\\x0Dd\t\u05d0", column(page, 4, 1)[0])
+    expect("in names too", "\\u202Ename", page.value(header(4) + ".textContent"))
+    expect("values are isolated", ["auto", "isolate"], page.value(
+        "(() => { const cell = document.querySelector('#body td:nth-child(5)');"
+        "return [cell.dir, getComputedStyle(cell).unicodeBidi]; })()"))
+
+
+def check_accessible_name(page: Browser) -> None:
+    nodes = page.call("Accessibility.getFullAXTree")["nodes"]
+    names = [node.get("name", {}).get("value") for node in nodes if node.get("role", {}).get("value") == "table"]
+    expect("name of the table", ["Our <lists>, Books <1>"], names)
+    nameless = [node["role"]["value"] for node in nodes if node.get("role", {}).get("value") in (
+        "button", "combobox", "searchbox", "columnheader") and not node.get("name", {}).get("value")]
+    expect("everything that can be used has a name", [], nameless)
 
 
 def check_second_collection(page: Browser) -> None:
-    expect("collections", ["Books <1>", "Second"],
+    expect("collections", ["Books <1>", "Second", "Dates"],
            page.value("[...document.querySelector('#collection').options].map((o) => o.text)"))
     page.value("(() => { const list = document.querySelector('#collection'); list.value = '1';"
                "list.dispatchEvent(new Event('change')); })()")
@@ -160,8 +234,13 @@ def main(program: str) -> None:
         check_first_sight(page)
         check_sorting(page)
         check_search(page)
+        check_names_in_sight(page)
+        check_accessible_name(page)
+        page.click(header(0))
+        check_jump(page)
         check_second_collection(page)
         check_phone(page)
+        check_dates(page)
         check_dark(page)
         check_quiet(page)
         check_policy(page)

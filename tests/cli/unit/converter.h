@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <string>
 #include <string_view>
@@ -58,27 +59,32 @@ class Converter {
   template <class Read>
   std::string ReadInto(std::string_view text, const Read& read) {
     std::string bytes;
-    DelimitedWriter writer([&](std::string_view part) { bytes += part; }, form_);
-    std::size_t done = 0;
-    const auto source = [&] {
-      const std::string_view part = text.substr(done, portion_);
-      done += part.size();
-      return part;
+    std::optional<DelimitedWriter> writer;
+    const ReadAt source = [&](std::uint64_t offset, char* to, std::size_t size) {
+      const std::string_view rest = text.substr(std::min<std::size_t>(offset, text.size()));
+      return rest.copy(to, std::min(size, portion_));
     };
-    read(source, writer);
-    writer.End();
+    read(source, [&](const DelimitedForm* carried) -> TableWriter& {
+      const DelimitedForm& form = carried != nullptr ? *carried : form_;
+      return writer.emplace([&](std::string_view part) { bytes += part; }, form);
+    });
+    writer->End();
     return bytes;
   }
 
   std::string FromJson(std::string_view text, const JsonStyle& style = {}) {
-    return ReadInto(text, [&](const BlockSource& source, TableWriter& writer) {
-      ReadJson(source, style, writer);
+    return ReadInto(text, [&](const ReadAt& source, const WriterMaker& makeWriter) {
+      ReadJson(source, style, makeWriter);
     });
   }
 
   std::string FromCsv(std::string_view text, const CsvStyle& style = {}) {
-    return ReadInto(text, [&](const BlockSource& source, TableWriter& writer) {
-      ReadCsv(source, style, writer);
+    return FromCsv(text, CsvReading{style.delimiter, style.guardFormulas});
+  }
+
+  std::string FromCsv(std::string_view text, const CsvReading& reading) {
+    return ReadInto(text, [&](const ReadAt& source, const WriterMaker& makeWriter) {
+      ReadCsv(source, reading, makeWriter);
     });
   }
 

@@ -40,6 +40,9 @@ TEST_F(JsonInputTest, TakesValuesAsTheirText) {
   Gives("a|b|c|d|e|f|;True|False|12|-3|1.50|1E+2|;",
         R"([{"a":true,"b":false,"c":12,"d":-3,"e":1.50,"f":1E+2}])");
   Gives("a|;18446744073709551616|;", R"([{"a":18446744073709551616}])");
+  Gives("a|b|;1E400|-0.00|;", R"([{"a":1E400,"b":-0.00}])");
+  Gives("a|;" + std::string(400, '9') + "|;", "[[\"a\"],[" + std::string(400, '9') + "]]");
+  Gives("a|;0|;", R"([{"a":-0}])");
   Gives("a|;\"\\/\n\xE9|;", R"([{"a":"\"\\\/\n\u00e9"}])");
   JsonStyle style;
   style.null = "none";
@@ -68,7 +71,7 @@ TEST_F(JsonInputTest, RefusesOtherShapes) {
   Refuses("well-formed", "[");
   Refuses("well-formed", R"([{"a":"1"})");
   Refuses("well-formed", R"([{"a":"\ud800"}])");
-  Refuses("well-formed", "[{\"a\":\"\xFF\"}]");
+  Refuses("it is not UTF-8", "[{\"a\":\"\xFF\"}]");
   Refuses("well-formed", "{\"a\":\"1\"}\n{\"a\":");
   Refuses("twice", R"({"Items":[],"items":[]})");
 }
@@ -79,6 +82,24 @@ TEST_F(JsonInputTest, NamesThePlace) {
   EXPECT_NE(std::string::npos, RefusalOf([&] {
                                  FromJson(R"({"X":[{"a":"1"}],"Y":[{"b":null}]})");
                                }).find("row 1 of \"Y\""));
+}
+
+TEST_F(JsonInputTest, HoldsWhatComesInAnotherOrderUpToALimit) {
+  portion_ = 100'000;
+  const std::string value(5'000'000, 'x');
+  const std::string first = R"([{"a":")" + value + R"(","b":"1"},)";
+  EXPECT_EQ(Delimited("a|b|;" + value + "|1|;2|" + value + "|;"),
+            FromJson(first + R"({"b":")" + value + R"(","a":"2"}])"));
+  Refuses("row 2: more than 16 MB of values in another order",
+          first + R"({"b":")" + value + value + value + value + R"(","a":"2"}])");
+}
+
+TEST_F(JsonInputTest, RefusesMoreNamesThanMemoryIsPromisedFor) {
+  std::string names;
+  for (int name = 0; name < 100'001; ++name) names += "\"" + std::to_string(name) + "\",";
+  portion_ = 100'000;
+  Refuses("row 1: a header of more than 100,000 names", "[[" + names + "\"\"]]");
+  Refuses("a name of more than 8 MB", "[{\"" + std::string(9'000'000, 'x') + "\":1}]");
 }
 
 TEST_F(JsonInputTest, RefusesAnyDepth) {

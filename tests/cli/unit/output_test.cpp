@@ -1,5 +1,6 @@
 #include "cli/io/output.h"
 
+#include <filesystem>
 #include <string>
 
 #include "cli/io/input.h"
@@ -55,6 +56,48 @@ TEST(Output, RefusesAFileThatWasMadeMeanwhile) {
   Put(path, "another's");
   EXPECT_EQ(ExitStatus::kUsage, FailureOf([&] { output.Commit(); }));
   EXPECT_EQ("another's", TemporaryFolder::ContentOf(path));
+}
+
+TEST(Output, RemovesWhatAKilledRunHasLeftForTheSameTarget) {
+  const TemporaryFolder folder;
+  const std::string left = folder.Put(system::TemporaryName("a.txt"), "half");
+  const std::string ofAnother = folder.Put(system::TemporaryName("b.txt"), "half");
+  std::string changed = system::TemporaryName("a.txt");
+  char& digit = changed[std::string("a.txt.").size()];
+  digit = digit == '0' ? '1' : '0';
+  const std::string ofTheUser = folder.Put(changed, "mine");
+  Put(folder.Path("a.txt"), "whole");
+  EXPECT_FALSE(std::filesystem::exists(TemporaryFolder::Native(left)));
+  EXPECT_EQ("half", TemporaryFolder::ContentOf(ofAnother));
+  EXPECT_EQ("mine", TemporaryFolder::ContentOf(ofTheUser)) << "its check digits are others";
+  EXPECT_EQ(3U, folder.Files());
+}
+
+TEST(Output, LeavesTheTemporaryFileOfARunThatGoesOn) {
+  const TemporaryFolder folder;
+  const std::string path = folder.Path("a.txt");
+  Output first({path, true});
+  first.Write("first");
+  first.Flush();
+  Put(path, "second");
+  EXPECT_EQ(2U, folder.Files());
+  first.Commit();
+  EXPECT_EQ("first", TemporaryFolder::ContentOf(path));
+  EXPECT_EQ(1U, folder.Files());
+}
+
+TEST(Output, RecognizesItsTemporaryNames) {
+  for (const std::string& target :
+       {std::string("a"), std::string(255, 'x'), std::string("\u0416.txt")}) {
+    const std::string name = system::TemporaryName(target);
+    EXPECT_LE(name.size(), 255U);
+    EXPECT_TRUE(system::IsTemporaryName(name, target));
+    EXPECT_FALSE(system::IsTemporaryName(name, "b"));
+    EXPECT_FALSE(system::IsTemporaryName(name + "x", target));
+    EXPECT_FALSE(system::IsTemporaryName("x" + name, target));
+  }
+  EXPECT_FALSE(system::IsTemporaryName("a.0123456789abcdef.partial", "a"));
+  EXPECT_FALSE(system::IsTemporaryName("", "a"));
 }
 
 TEST(Output, WritesMoreThanABlock) {
