@@ -111,6 +111,16 @@ bool CollectionReader::EndText(Token token) {
   }
 }
 
+/// Notes what of the line breaks before the present record does not come through.
+void CollectionReader::NoteLineBreaks(const std::vector<std::uint64_t>& breaks) {
+  if (expectedBreaks_ == kAnyLineBreaks) return;
+  if (expectedBreaks_ == 0) {
+    for (const std::uint64_t one : breaks) losses_.Add(kLostLineBreak, one);
+  } else if (breaks.size() != static_cast<std::size_t>(expectedBreaks_)) {
+    losses_.Add(kLostLineBreaks, recordOffset_);
+  }
+}
+
 bool CollectionReader::NextRecord() {
   if (records_ > 0 && !EndRecord()) return false;
   std::vector<std::uint64_t> breaks;
@@ -122,7 +132,7 @@ bool CollectionReader::NextRecord() {
     if (EndText(first_)) return false;
     Fail(recordOffset_, "the last record has no record end");
   }
-  for (const std::uint64_t one : breaks) losses_.Add(kLostLineBreak, one);
+  NoteLineBreaks(breaks);
   ++records_;
   column_ = 0;
   hasFirst_ = true;
