@@ -66,6 +66,16 @@ def test_a_collection_that_is_the_whole_file(folder: pathlib.Path) -> None:
         within_limit(*arguments)
 
 
+def test_other_forms(folder: pathlib.Path) -> None:
+    file = hole(folder / "a.txt", "A|B|;x|", "|;")
+    within_limit("recode", file, "--to-encoding", "utf-16", "-o", path(folder / "out"))
+    within_limit("cat", file, file, "-o", path(folder / "both"))
+    # Columns in another order have to be kept, so much of them is refused.
+    other = folder / "b.txt"
+    other.write_bytes(encoded("B|A|;1|2|;"))
+    within_limit("cat", path(other), file, wanted=DEFECTS)
+
+
 def test_many_markers_and_no_records(folder: pathlib.Path) -> None:
     file = folder / "a.txt"
     with file.open("wb") as stream:
