@@ -8,8 +8,8 @@
 #include "cli/commands/command_line.h"
 #include "cli/commands/conversion.h"
 #include "cli/commands/target_options.h"
+#include "cli/compare/column_match.h"
 #include "cli/format/collection_reader.h"
-#include "cli/format/column_match.h"
 #include "cli/format/named_collections.h"
 #include "cli/text/escape.h"
 

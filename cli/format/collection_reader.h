@@ -61,6 +61,9 @@ class CollectionReader {
   /// The next piece of the record. A record has as many values as there are names.
   Piece NextPiece();
 
+  /// The bytes of the record without its record end, when all its values have been read.
+  Extent RecordExtent() const { return ExtentOf(recordOffset_, tokenizer_.Offset()); }
+
   /// What messages call the record, such as "record 3".
   std::string Place() const;
 

@@ -1,4 +1,4 @@
-#include "cli/format/column_match.h"
+#include "cli/compare/column_match.h"
 
 #include <gtest/gtest.h>
 
