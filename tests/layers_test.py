@@ -27,8 +27,9 @@ ALLOWED = {
     "cli/io": {"cli/text"},
     "cli/format": {"automation", "persistence", "cli/io", "cli/text"},
     "cli/check": {"automation", "persistence", "cli/format", "cli/io", "cli/text"},
+    "cli/compare": {"automation", "cli/format", "cli/io", "cli/text"},
     "cli/convert": {"automation", "bases", "platform", "cli/format", "cli/io", "cli/text"},
-    "cli/commands": {"automation", "cli", "cli/check", "cli/convert", "cli/format", "cli/io", "cli/text"},
+    "cli/commands": {"automation", "cli", "cli/check", "cli/compare", "cli/convert", "cli/format", "cli/io", "cli/text"},
     "cli": {"cli/commands", "cli/text"},
 }
 # The only places that know Windows; the program has other sources for every other system.

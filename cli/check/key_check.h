@@ -3,31 +3,11 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
-#include <string>
-#include <string_view>
 #include <vector>
 
-#include "automation/hash_key.h"
-#include "automation/sip_hash.h"
-#include "cli/text/encoding.h"
+#include "cli/format/key_hash.h"
 
 namespace brindlex::cli {
-
-/// A hash, of which 87 bits are compared, made of a key's characters as the component compares
-/// keys: without regard to letter case. Two different keys of a file of a hundred million records
-/// have the same one with a chance of less than one in ten thousand million, whatever the file:
-/// it depends on the key that HashKey had when the object was made.
-class KeyHash {
- public:
-  void MixUtf8(std::string_view text);
-
-  SipHash128 Value() const { return hasher_.Finish128(); }
-
- private:
-  void Mix(char16_t unit);
-
-  SipHasher hasher_{HashKey(), SipHasher::Width::k128};
-};
 
 /// Finds keys that come twice, in bounded memory: when the table is full, half of all keys, chosen
 /// by their hashes, is deferred to another pass over the same text, and again as often as it takes.

@@ -36,17 +36,12 @@ void AddEditOptions(CLI::App& command, EditOptions& options, bool canBeInPlace) 
       .add_option("--encoding", options.format.encoding,
                   "The file's encoding, in place of the detected one")
       ->type_name("NAME");
-  if (!canBeInPlace) return;
-  command.add_flag("--in-place", options.isInPlace, "Replace FILE itself");
+  if (canBeInPlace) AddInPlace(command, options.isInPlace);
 }
 
 /// Where the result goes.
 OutputOptions Target(const EditOptions& options) {
-  if (!options.isInPlace) return options.output;
-  if (options.path == "-" || options.output.path != "-") {
-    throw UsageError("--in-place writes FILE, which is then no - and needs no -o");
-  }
-  return {options.path, /*force=*/true};
+  return InPlaceTarget(options.path, options.output, options.isInPlace);
 }
 
 /// `edit` hands a changed file to a sink.

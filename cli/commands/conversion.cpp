@@ -24,6 +24,18 @@ void CheckLosses(const Losses& losses, bool allowsLosses) {
 
 }  // namespace
 
+void AddInPlace(CLI::App& command, bool& isInPlace) {
+  command.add_flag("--in-place", isInPlace, "Replace FILE itself");
+}
+
+OutputOptions InPlaceTarget(const std::string& path, const OutputOptions& output, bool isInPlace) {
+  if (!isInPlace) return output;
+  if (path == "-" || output.path != "-") {
+    throw UsageError("--in-place writes FILE, which is then no - and needs no -o");
+  }
+  return {path, /*force=*/true};
+}
+
 void RunConversion(const OutputOptions& options, bool allowsLosses, const Conversion& convert,
                    Input* replaced) {
   Output output(options);

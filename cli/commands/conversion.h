@@ -1,12 +1,21 @@
 #pragma once
 
+#include <CLI/CLI.hpp>
 #include <functional>
+#include <string>
 
 #include "cli/format/table_writer.h"
 #include "cli/io/input.h"
 #include "cli/io/output.h"
 
 namespace brindlex::cli {
+
+/// Adds --in-place, by which a command replaces the file that it reads.
+void AddInPlace(CLI::App& command, bool& isInPlace);
+
+/// Where the result goes: to `path` itself if `isInPlace`, else as `output` says. UsageError for
+/// both, and for standard input in place.
+OutputOptions InPlaceTarget(const std::string& path, const OutputOptions& output, bool isInPlace);
 
 /// One conversion: reads its input from the beginning, hands its result to the sink, and leaves
 /// what does not come through in `losses`.

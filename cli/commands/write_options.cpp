@@ -12,25 +12,13 @@ DelimitedForm RequestedForm(const WriteOptions& options, const DelimitedForm* ca
   DelimitedForm form = carried != nullptr && !like
                            ? Overridden(*carried, options.format)
                            : FormOf(options.format, like ? &*like : nullptr);
-  form.hasByteOrderMark =
-      (form.hasByteOrderMark || options.wantsByteOrderMark) && !options.wantsNoByteOrderMark;
-  if (options.lineBreaks) {
-    form.lineBreaks = *options.lineBreaks;
-    form.tail.reset();
-  }
-  if (form.hasByteOrderMark && form.encoding.ByteOrderMark().empty()) {
-    throw UsageError(form.encoding.Name() + " has no byte order mark");
-  }
+  ApplyFormOptions(options, form);
   return form;
 }
 
 }  // namespace
 
-void AddWriteOptions(CLI::App& command, WriteOptions& options) {
-  AddInputFile(command, options.path);
-  AddOutputOptions(command, options.output);
-  AddFormatOptions(command, options.format);
-  AddReadingOptions(command, options.format);
+void AddFormOptions(CLI::App& command, FormOptions& options) {
   command
       .add_option("--like", options.like,
                   "Take encoding, markers, byte order mark and line breaks from that file")
@@ -43,6 +31,26 @@ void AddWriteOptions(CLI::App& command, WriteOptions& options) {
                   "So many line breaks after each record end, 0 to 3 (0)")
       ->type_name("N")
       ->check(CLI::Range(0, MostLineBreaks()));
+}
+
+void ApplyFormOptions(const FormOptions& options, DelimitedForm& form) {
+  form.hasByteOrderMark =
+      (form.hasByteOrderMark || options.wantsByteOrderMark) && !options.wantsNoByteOrderMark;
+  if (options.lineBreaks) {
+    form.lineBreaks = *options.lineBreaks;
+    form.tail.reset();
+  }
+  if (form.hasByteOrderMark && form.encoding.ByteOrderMark().empty()) {
+    throw UsageError(form.encoding.Name() + " has no byte order mark");
+  }
+}
+
+void AddWriteOptions(CLI::App& command, WriteOptions& options) {
+  AddInputFile(command, options.path);
+  AddOutputOptions(command, options.output);
+  AddFormatOptions(command, options.format);
+  AddReadingOptions(command, options.format);
+  AddFormOptions(command, options);
 }
 
 void MakeFile(const WriteOptions& options, const ReadTable& read) {

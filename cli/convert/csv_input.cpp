@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "cli/convert/csv_text.h"
-#include "cli/format/header_limit.h"
+#include "cli/format/name_tables.h"
 #include "cli/io/failure.h"
 
 namespace brindlex::cli {

@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "cli/convert/json_parser.h"
-#include "cli/format/header_limit.h"
 #include "cli/format/name_tables.h"
 #include "cli/io/failure.h"
 #include "cli/text/escape.h"

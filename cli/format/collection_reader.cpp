@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "cli/format/header_limit.h"
+#include "cli/format/name_tables.h"
 #include "cli/format/tail.h"
 #include "cli/io/failure.h"
 #include "cli/text/byte_prefix.h"
@@ -19,14 +19,13 @@ std::string Counted(std::size_t count) {
 
 CollectionReader::CollectionReader(Input& input, const FileFormat& format,
                                    const ByteMarkers& markers, const Extent& text, std::string name,
-                                   Losses& losses, Progress* progress, int keptBreaks)
+                                   Losses& losses, Progress* progress)
     : window_(input, text, progress),
       tokenizer_(window_, format.encoding, markers),
       encoding_(format.encoding),
       isAsciiSuperset_(format.encoding.UnitSize() == 1),
       name_(std::move(name)),
       losses_(losses),
-      keptBreaks_(static_cast<std::size_t>(keptBreaks)),
       start_(text.offset) {}
 
 void CollectionReader::Fail(std::uint64_t offset, const std::string& what) const {
@@ -106,6 +105,16 @@ bool CollectionReader::EndText(Token token) {
   }
 }
 
+/// Notes what of the line breaks before the present record does not come through.
+void CollectionReader::NoteLineBreaks(const std::vector<std::uint64_t>& breaks) {
+  if (expectedBreaks_ == kAnyLineBreaks) return;
+  if (expectedBreaks_ == 0) {
+    for (const std::uint64_t one : breaks) losses_.Add(kLostLineBreak, one);
+  } else if (breaks.size() != static_cast<std::size_t>(expectedBreaks_)) {
+    losses_.Add(kLostLineBreaks, recordOffset_);
+  }
+}
+
 bool CollectionReader::NextRecord() {
   if (records_ > 0 && !EndRecord()) return false;
   std::vector<std::uint64_t> breaks;
@@ -117,10 +126,7 @@ bool CollectionReader::NextRecord() {
     if (EndText(first_)) return false;
     Fail(recordOffset_, "the last record has no record end");
   }
-  if (breaks.size() != keptBreaks_) {
-    if (breaks.empty()) losses_.Add("line breaks that a record end lacks", recordOffset_);
-    for (const std::uint64_t one : breaks) losses_.Add(kLostLineBreak, one);
-  }
+  NoteLineBreaks(breaks);
   ++records_;
   column_ = 0;
   hasFirst_ = true;

@@ -14,6 +14,12 @@ namespace brindlex::cli {
 
 /// What Losses call a line break that the component drops.
 inline constexpr const char* kLostLineBreak = "a line break after a record end";
+/// And a number of them that is not that of the other records.
+inline constexpr const char* kLostLineBreaks =
+    "a record end with more or fewer line breaks than the first";
+
+/// For CollectionReader::ExpectLineBreaks and CopyTables.
+inline constexpr int kAnyLineBreaks = -1;
 
 /// Reads one collection as the caller asks for its records and values, so that several can be read
 /// side by side. In bounded memory: a long value comes in pieces.
@@ -32,11 +38,15 @@ class CollectionReader {
   };
 
   /// Reads `text`, which is in `markers`. `name` is for messages, empty if it is the only
-  /// collection. `losses` gets the line breaks between records, which the component drops, unless
-  /// there are `keptBreaks` of them. Everything must outlive the reader.
+  /// collection. `losses` gets the line breaks between records, which the component drops.
+  /// Everything must outlive the reader.
   CollectionReader(Input& input, const FileFormat& format, const ByteMarkers& markers,
                    const Extent& text, std::string name, Losses& losses,
-                   Progress* progress = nullptr, int keptBreaks = 0);
+                   Progress* progress = nullptr);
+
+  /// So many line breaks between any two records are the form of the text and no loss; any other
+  /// number of them is one, unless `count` is kAnyLineBreaks. To be called before the first record.
+  void ExpectLineBreaks(int count) { expectedBreaks_ = count; }
 
   /// Reads the header; to be called first. False for an empty text, which has none.
   bool ReadHeader();
@@ -51,6 +61,9 @@ class CollectionReader {
   /// The next piece of the record. A record has as many values as there are names.
   Piece NextPiece();
 
+  /// The bytes of the record without its record end, when all its values have been read.
+  Extent RecordExtent() const { return ExtentOf(recordOffset_, tokenizer_.Offset()); }
+
   /// What messages call the record, such as "record 3".
   std::string Place() const;
 
@@ -60,6 +73,7 @@ class CollectionReader {
   std::string_view Decode(const Token& token);
   bool TakeName(const Token& token);
   bool EndRecord();
+  void NoteLineBreaks(const std::vector<std::uint64_t>& breaks);
   bool EndText(Token token);
 
   InputWindow window_;
@@ -68,8 +82,8 @@ class CollectionReader {
   bool isAsciiSuperset_;
   std::string name_;
   Losses& losses_;
-  std::size_t keptBreaks_;
   std::uint64_t start_;
+  int expectedBreaks_ = 0;
   std::vector<std::string> names_;
   std::size_t nameBytes_ = 0;
   /// Records that were begun, and the offset of the last.

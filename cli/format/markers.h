@@ -29,7 +29,8 @@ template <std::size_t kPosition>
 inline constexpr auto kPropertyName = [] {
   constexpr TextView kName = clsTextData::kProperties[kPosition].name;
   std::array<char, kName.size()> name{};
-  std::ranges::transform(kName, name.begin(), [](char16_t unit) { return static_cast<char>(unit); });
+  std::ranges::transform(kName, name.begin(),
+                         [](char16_t unit) { return static_cast<char>(unit); });
   return name;
 }();
 

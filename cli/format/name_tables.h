@@ -11,6 +11,17 @@
 
 namespace brindlex::cli {
 
+/// More names of a header, or more bytes of them, than memory is promised for.
+inline bool IsHeaderTooLarge(std::size_t names, std::size_t bytes) {
+  constexpr std::size_t kMostNames = 100'000;
+  constexpr std::size_t kMostBytes = std::size_t{8} * 1024 * 1024;
+  return names > kMostNames || bytes > kMostBytes;
+}
+
+inline constexpr const char* kHeaderTooLarge =
+    "a header of more than 100,000 names or 8 MB, which would take more memory than the program "
+    "allows itself";
+
 // Hash tables for names and keys out of files. Their hash has a key that is drawn when the program
 // starts, so nobody can make a file whose names all fall into one bucket and take quadratic time.
 

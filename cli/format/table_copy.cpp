@@ -1,8 +1,11 @@
 #include "cli/format/table_copy.h"
 
+#include <algorithm>
+
 #include "cli/format/collection_reader.h"
 #include "cli/format/named_collections.h"
 #include "cli/io/failure.h"
+#include "cli/text/escape.h"
 
 namespace brindlex::cli {
 namespace {
@@ -27,27 +30,31 @@ void CopyCollection(CollectionReader& reader, std::string_view name, TableWriter
     try {
       CopyRows(reader, writer);
     } catch (const RefusedValue& refused) {
-      throw ConversionError(refused.At(reader.Place()));
+      const std::string where = name.empty() ? "" : " in " + Quoted(name);
+      throw ConversionError(refused.At(reader.Place() + where));
     }
   }
   writer.EndCollection();
 }
 
 void CopyNamed(Input& input, const FileFormat& format, TableWriter& writer, Losses& losses,
-               Progress& progress) {
+               Progress& progress, int lineBreaks) {
   const CollectionIndex index(input, format);
   const NamedColumns& columns = *format.named;
   if (columns.count != 2 || columns.data != 0 || !columns.isNameExact) {
     losses.Add("a header of collections other than DataString and Name, in this order",
                format.markBytes);
   }
-  for (const std::uint64_t offset : index.LineBreaks(format.markers)) {
-    losses.Add(kLostLineBreak, offset);
+  if (lineBreaks != kAnyLineBreaks) {
+    for (const std::uint64_t offset : index.LineBreaks(format.markers)) {
+      losses.Add(kLostLineBreak, offset);
+    }
   }
   writer.BeginNamed();
   for (const NamedCollection& one : index.All()) {
     const std::string& name = index.NameOf(one);
     CollectionReader reader(input, format, *format.inner, one.data, name, losses, &progress);
+    reader.ExpectLineBreaks(std::min(lineBreaks, 0));
     CopyCollection(reader, name, writer);
   }
 }
@@ -55,12 +62,12 @@ void CopyNamed(Input& input, const FileFormat& format, TableWriter& writer, Loss
 }  // namespace
 
 void CopyTables(Input& input, const FileFormat& format, const std::optional<std::string>& name,
-                TableWriter& writer, Losses& losses, int keptBreaks) {
+                TableWriter& writer, Losses& losses, int lineBreaks) {
   Progress progress("reading", input.Size());
   if (!format.named) {
     if (name) RefuseCollectionName(input);
-    CollectionReader reader(input, format, format.markers, format.Text(), {}, losses, &progress,
-                            keptBreaks);
+    CollectionReader reader(input, format, format.markers, format.Text(), {}, losses, &progress);
+    reader.ExpectLineBreaks(lineBreaks);
     CopyCollection(reader, {}, writer);
   } else if (name) {
     const CollectionIndex index(input, format);
@@ -69,7 +76,7 @@ void CopyTables(Input& input, const FileFormat& format, const std::optional<std:
                             &progress);
     CopyCollection(reader, {}, writer);
   } else {
-    CopyNamed(input, format, writer, losses, progress);
+    CopyNamed(input, format, writer, losses, progress, lineBreaks);
   }
   writer.End();
 }

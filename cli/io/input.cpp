@@ -163,7 +163,9 @@ InputWindow::InputWindow(Input& input, const Extent& extent, Progress* progress)
       progress_(progress),
       end_(extent.offset),
       limit_(extent.length > UINT64_MAX - extent.offset ? UINT64_MAX : extent.End()),
-      buffer_(std::make_unique_for_overwrite<char[]>(kMostKept + input.BlockSize())) {}
+      buffer_(std::make_unique_for_overwrite<char[]>(
+          kMostKept +
+          static_cast<std::size_t>(std::min<std::uint64_t>(input.BlockSize(), extent.length)))) {}
 
 bool InputWindow::Fill() {
   if (isComplete_) return false;

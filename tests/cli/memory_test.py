@@ -102,6 +102,32 @@ def test_a_collection_that_is_the_whole_file(folder: pathlib.Path) -> None:
         within_limit(*arguments)
 
 
+def test_other_forms(folder: pathlib.Path) -> None:
+    file = hole(folder / "a.txt", "A|B|;x|", "|;")
+    within_limit("recode", file, "--to-encoding", "utf-16", "-o", path(folder / "out"))
+    within_limit("cat", file, file, "-o", path(folder / "both"))
+    # Columns in another order have to be kept, so much of them is refused.
+    other = folder / "b.txt"
+    other.write_bytes(encoded("B|A|;1|2|;"))
+    within_limit("cat", path(other), file, wanted=DEFECTS)
+
+
+def test_differences(folder: pathlib.Path) -> None:
+    file, other = hole(folder / "a.txt", "A|B|;x|", "|;"), hole(folder / "b.txt", "A|B|;x|", "y|;")
+    within_limit("diff", file, other, wanted=DEFECTS)
+    within_limit("diff", "--json", file, other, wanted=DEFECTS)
+    half = 300_000
+    for name, parts in (("c.txt", [range(2 * half)]), ("d.txt", [range(half, 2 * half), range(half)]),
+                        ("e.txt", [range(2 * half - 1, -1, -1)])):
+        with (folder / name).open("wb") as stream:
+            stream.write(encoded("K|V|;"))
+            for part in parts:
+                stream.writelines(b"%d\xa5%d\xa5\x8c" % (n, n % 10) for n in part)
+    for name in ("d.txt", "e.txt"):
+        within_limit("diff", "--key", "K", path(folder / "c.txt"), path(folder / name), wanted=DEFECTS)
+    within_limit("diff", path(folder / "c.txt"), path(folder / "d.txt"), wanted=DEFECTS)
+
+
 def test_many_markers_and_no_records(folder: pathlib.Path) -> None:
     file = folder / "a.txt"
     with file.open("wb") as stream:

@@ -53,6 +53,7 @@ readonly packages=(
   'librust-winapi-dev         | test             | its declarations of Windows'
   'chromium                   | test package     | shows the page that to-html makes, and the help'
   'zsh                        | test             | runs the completions for it'
+  'git                        | test             | shows the differences of files by the program'
   'strace                     | test             | shows in which order a program makes its calls'
   'wixl                       | package          | makes the installers'
   'msitools                   | package          | completes them'

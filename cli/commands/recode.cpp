@@ -1,0 +1,61 @@
+#include <memory>
+
+#include "cli/commands/command_line.h"
+#include "cli/commands/conversion.h"
+#include "cli/commands/target_options.h"
+#include "cli/format/collection_reader.h"
+#include "cli/format/table_copy.h"
+
+namespace brindlex::cli {
+namespace {
+
+constexpr const char* kExamples =
+    "brindlex recode books.txt --to-encoding utf-8 --bom -o books-utf8.txt\n"
+    "brindlex recode books.txt --to-field-end U+001F --to-record-end U+001E --in-place\n"
+    "brindlex recode books.txt --line-breaks 1 --in-place       a record on each line\n"
+    "brindlex recode new.txt --like books.txt --in-place        the form of another file\n";
+
+struct RecodeOptions {
+  std::string path;
+  FormatOptions format;
+  TargetOptions target;
+  OutputOptions output;
+  bool isInPlace = false;
+  bool allowsLosses = false;
+};
+
+void Recode(const RecodeOptions& options) {
+  const OutputOptions target = InPlaceTarget(options.path, options.output, options.isInPlace);
+  Input input(options.path);
+  const FileFormat format = DetectFormat(input, options.format);
+  const DelimitedForm form = TargetForm(options.target, input, options.format);
+  const bool hasOwnBreaks = options.target.lineBreaks || options.target.like;
+  const int lineBreaks = hasOwnBreaks ? kAnyLineBreaks : form.lineBreaks;
+  RunConversion(
+      target, options.allowsLosses,
+      [&](const ByteSink& sink, Losses& losses) {
+        DelimitedWriter writer(sink, form);
+        CopyTables(input, format, {}, writer, losses, lineBreaks);
+      },
+      &input);
+}
+
+}  // namespace
+
+void AddRecode(CLI::App& program, Context& /*context*/) {
+  CLI::App& command =
+      AddCommand(program, "recode",
+                 "Changes encoding, byte order mark, markers and line breaks of a file", kExamples);
+  auto options = std::make_shared<RecodeOptions>();
+  AddInputFile(command, options->path);
+  AddOutputOptions(command, options->output);
+  AddInPlace(command, options->isInPlace);
+  AddTargetOptions(command, options->target);
+  AddFormatOptions(command, options->format);
+  AddReadingOptions(command, options->format);
+  command.add_flag("--lossy", options->allowsLosses,
+                   "Write it even if more than its form changes; warn of what is left out");
+  command.callback([options] { Recode(*options); });
+}
+
+}  // namespace brindlex::cli

@@ -1,0 +1,64 @@
+#include "cli/commands/target_options.h"
+
+#include "cli/io/failure.h"
+
+namespace brindlex::cli {
+namespace {
+
+void Transcode(const Encoding& from, const Encoding& to, std::string& bytes) {
+  std::string text;
+  from.ToUtf8(bytes, text);
+  bytes.clear();
+  to.FromUtf8(text, bytes);
+}
+
+void RequestEncoding(const std::string& name, DelimitedForm& form) {
+  FormatOptions requested;
+  requested.encoding = name;
+  // Any two, since a code page may lack the usual ones.
+  requested.fieldEnd = "|";
+  requested.recordEnd = ";";
+  const Encoding old = form.encoding;
+  form.encoding = RequestedFormat(requested).encoding;
+  if (form.encoding.Name() == old.Name()) return;
+  form.hasByteOrderMark = form.encoding.UnitSize() > 1;
+  if (form.tail) Transcode(old, form.encoding, *form.tail);
+}
+
+void RequestMarkers(const TargetOptions& options, DelimitedForm& form) {
+  MarkerPair pair = form.pair.value_or(OuterMarkers());
+  if (options.fieldEnd) pair.fieldEnd = ParseMarker(*options.fieldEnd);
+  if (options.recordEnd) pair.recordEnd = ParseMarker(*options.recordEnd);
+  form.pair.reset();
+  if (pair != OuterMarkers()) form.pair = pair;
+}
+
+}  // namespace
+
+void AddTargetOptions(CLI::App& command, TargetOptions& options) {
+  command
+      .add_option("--to-encoding", options.encoding,
+                  "The encoding of the new file, by the names that --encoding takes")
+      ->type_name("NAME");
+  command.add_option("--to-field-end", options.fieldEnd, "Its field end, as it is or as U+001F")
+      ->type_name("TEXT");
+  command.add_option("--to-record-end", options.recordEnd, "Its record end, in the same way")
+      ->type_name("TEXT");
+  AddFormOptions(command, options);
+}
+
+DelimitedForm TargetForm(const TargetOptions& options, Input& source,
+                         const FormatOptions& reading) {
+  std::optional<Input> like;
+  if (options.like) like.emplace(*options.like);
+  // What follows the last record of a pipe is known when all of it was read.
+  if (!like && !source.Size()) ReadExtent(source, kWholeInput, [](std::string_view) {});
+  DelimitedForm form = like ? FormOf({}, &*like) : FormOf(reading, &source);
+  if (options.encoding) RequestEncoding(*options.encoding, form);
+  RequestMarkers(options, form);
+  ApplyFormOptions(options, form);
+  form.reading = reading.reading;
+  return form;
+}
+
+}  // namespace brindlex::cli
