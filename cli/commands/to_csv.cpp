@@ -31,8 +31,7 @@ void AddToCsv(CLI::App& program, Context& /*context*/) {
   command.callback([options] {
     const CsvStyle style = StyleOf(options->csv);
     ConvertFile(*options, [&](const ByteSink& sink, Losses&, const DelimitedForm* form) {
-      return std::make_unique<CsvWriter>(sink, style, options->hasByteOrderMark,
-                                         form != nullptr ? std::optional(*form) : std::nullopt);
+      return std::make_unique<CsvWriter>(sink, style, options->hasByteOrderMark, form);
     });
   });
 }

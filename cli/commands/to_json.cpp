@@ -35,7 +35,7 @@ void AddToJson(CLI::App& program, Context& /*context*/) {
   AddLossy(command, *options);
   command.callback([options] {
     ConvertFile(*options, [&](const ByteSink& sink, Losses& losses, const DelimitedForm* form) {
-      if (form != nullptr) options->json.form = *form;
+      options->json.form = form;
       return std::make_unique<JsonWriter>(sink, options->json, losses);
     });
   });

@@ -8,8 +8,10 @@
 namespace brindlex::cli {
 
 CsvWriter::CsvWriter(ByteSink sink, const CsvStyle& style, bool hasByteOrderMark,
-                     const std::optional<DelimitedForm>& form)
-    : BufferedWriter(std::move(sink)), style_(style), formName_(form ? CsvNameOf(*form) : "") {
+                     const DelimitedForm* form)
+    : BufferedWriter(std::move(sink)),
+      style_(style),
+      formName_(form != nullptr ? CsvNameOf(*form) : "") {
   if (hasByteOrderMark) Buffer() += "\xEF\xBB\xBF";
 }
 

@@ -13,7 +13,7 @@ namespace brindlex::cli {
 class CsvWriter : public BufferedWriter {
  public:
   CsvWriter(ByteSink sink, const CsvStyle& style, bool hasByteOrderMark = false,
-            const std::optional<DelimitedForm>& form = std::nullopt);
+            const DelimitedForm* form = nullptr);
 
   /// Named collections are not for one file: a Failure kUsage.
   void BeginNamed() override;

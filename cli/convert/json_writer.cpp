@@ -14,7 +14,7 @@ JsonWriter::JsonWriter(ByteSink sink, const JsonOptions& options, Losses& losses
 
 /// Writes what comes before the records.
 void JsonWriter::OpenFormat() {
-  if (!options_.form) return;
+  if (options_.form == nullptr) return;
   std::string& json = Buffer();
   json += "{\"format\": {";
   bool isFirst = true;
@@ -140,7 +140,7 @@ void JsonWriter::EndCollection() {
 
 void JsonWriter::End() {
   if (isNamed_) Buffer() += collections_ == 0 ? "}" : "\n}";
-  if (options_.form) Buffer() += '}';
+  if (options_.form != nullptr) Buffer() += '}';
   if (!options_.lines) Buffer() += '\n';
   HandOverNow();
 }

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <optional>
-
 #include "cli/format/delimited_form.h"
 #include "cli/format/table_writer.h"
 
@@ -14,8 +12,9 @@ struct JsonOptions {
   bool arrays = false;
   /// Numbers and flags as such, where that leads back to the same text (InferredType).
   bool infer = false;
-  /// An object with this form as its member "format", and what is written otherwise as "records".
-  std::optional<DelimitedForm> form = {};
+  /// Unless it is null: an object with this form as its member "format", and what is written
+  /// otherwise as "records". Must outlive the writer.
+  const DelimitedForm* form = nullptr;
 };
 
 /// Writes a collection as a JSON array of objects, one to a line, values as text; named collections

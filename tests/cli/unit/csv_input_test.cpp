@@ -178,7 +178,7 @@ TEST_F(CsvInputTest, AgreesWithAModelOnGeneratedTexts) {
   std::mt19937 random(20260502);
   const std::string alphabet = "a,,\"\"\"\r\n\n";
   int taken = 0;
-  for (int round = 0; round < 200'000; ++round) {
+  for (int round = 0; round < 20'000; ++round) {
     std::string csv = round % 2 == 0 ? "x,y\n" : "";
     for (std::size_t left = random() % 12; left > 0; --left)
       csv += alphabet[random() % alphabet.size()];
@@ -199,7 +199,7 @@ TEST_F(CsvInputTest, AgreesWithAModelOnGeneratedTexts) {
     ASSERT_EQ(Delimited(wanted), made) << csv;
     if (rows) ++taken;
   }
-  EXPECT_GT(taken, 40'000);
+  EXPECT_GT(taken, 4'000);
 }
 
 TEST_F(CsvInputTest, ReadsLongValues) {

@@ -141,7 +141,7 @@ class JsonGenerator {
 TEST(JsonParserTest, AgreesWithALibraryOnGeneratedTexts) {
   JsonGenerator generator(20260601);
   int taken = 0;
-  for (int round = 0; round < 100'000; ++round) {
+  for (int round = 0; round < 10'000; ++round) {
     const std::string json =
         generator.Damaged(generator.Blanks() + generator.Value(3) + generator.Blanks());
     const std::string wanted = ParsedByLibrary(json);
@@ -161,7 +161,7 @@ TEST(JsonParserTest, AgreesWithALibraryOnGeneratedTexts) {
         << wanted << "\n"
         << got;
   }
-  EXPECT_GT(taken, 40'000);
+  EXPECT_GT(taken, 4'000);
 }
 
 TEST(JsonParserTest, DividesLongTextsBetweenCharacters) {
