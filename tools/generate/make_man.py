@@ -47,6 +47,9 @@ I/O error: a file could not be read or written.
 .TP
 .B NO_COLOR
 Set and not empty: no colours, not even on a terminal.
+.TP
+.B PAGER
+The command through which view shows what is longer than the terminal; set to nothing, none.
 .SH SEE ALSO
 .BR jq (1),
 .BR iconv (1)
