@@ -8,6 +8,8 @@
 
 #include "cli/check/text_stats.h"
 #include "cli/commands/command_line.h"
+#include "cli/format/collection_reader.h"
+#include "cli/format/named_collections.h"
 #include "cli/io/diagnostics.h"
 #include "cli/io/input.h"
 #include "cli/io/system.h"
@@ -21,6 +23,8 @@ namespace {
 struct InfoOptions {
   std::vector<std::string> paths;
   FormatOptions format;
+  bool wantsCollections = false;
+  bool wantsColumns = false;
 };
 
 /// One collection with what it holds.
@@ -226,8 +230,28 @@ void Describe(const std::string& path, const FormatOptions& options, Output& out
   }
 }
 
+/// The names that a file has, one to a line, for a shell to complete.
+void ListNames(const std::string& path, const InfoOptions& options, Output& output) {
+  Input input(path);
+  const FileFormat format = DetectFormat(input, options.format);
+  const auto list = [&](const std::string& name) { output.Write(Escaped(name) + "\n"); };
+  if (format.named && options.wantsCollections) {
+    NamedCollectionScanner scanner(input, format);
+    for (NamedCollection one; scanner.Next(one);) list(one.Name(format.encoding));
+  }
+  if (format.named || !options.wantsColumns) return;
+  Losses ignored;
+  CollectionReader reader(input, format, format.markers, format.Text(), {}, ignored);
+  reader.ReadHeader();
+  for (const std::string& name : reader.Names()) list(name);
+}
+
 void Info(const InfoOptions& options) {
   Output output(OutputOptions{});
+  if (options.wantsCollections || options.wantsColumns) {
+    for (const std::string& path : ExpandedPaths(options.paths)) ListNames(path, options, output);
+    return output.Commit();
+  }
   bool isFirst = true;
   for (const std::string& path : ExpandedPaths(options.paths)) {
     if (!isFirst) output.Write("\n");
@@ -247,6 +271,10 @@ void AddInfo(CLI::App& program, Context&) {
                  "brindlex info books.txt\n"
                  "brindlex info settings.txt      which collection is which\n");
   AddInputFiles(command, options->paths, "The files to describe; - is standard input");
+  command.add_flag("--collection-names", options->wantsCollections,
+                   "Only the names of the collections of a file of several, one to a line");
+  command.add_flag("--column-names", options->wantsColumns,
+                   "Only the names of the columns of a single collection, one to a line");
   AddFormatOptions(command, options->format);
   AddReadingOptions(command, options->format);
   command.callback([options] { Info(*options); });

@@ -37,7 +37,16 @@ struct ViewOptions {
   std::vector<std::string> columns;
   std::optional<std::uint64_t> record;
   std::optional<std::size_t> width;
+  bool wantsNoPager = false;
 };
+
+/// The user's pager, or the system's; empty if none is to be used.
+std::string PagerFor(const ViewOptions& options) {
+  const char* const own = std::getenv("PAGER");
+  if (options.wantsNoPager) return {};
+  const std::string pager = own == nullptr ? system::DefaultPager() : own;
+  return pager == "cat" ? std::string() : pager;
+}
 
 std::size_t WidthOf(const ViewOptions& options) {
   constexpr std::size_t kUsual = 80;
@@ -236,7 +245,9 @@ void ViewText(Input& input, const Extent& text, const FileFormat& format,
   InputWindow window(input, text);
   Tokenizer tokenizer(window, format.encoding, markers);
   RecordScanner scanner(tokenizer, kMostFields, Viewer::MostOfAField(options));
-  for (ScannedRecord record; !viewer.IsDone() && scanner.Next(record);) viewer.Take(record);
+  for (ScannedRecord record; !viewer.IsDone() && !output.IsEnded() && scanner.Next(record);) {
+    viewer.Take(record);
+  }
   viewer.Finish();
   output.Commit();
   for (const std::string& note : viewer.Notes()) Warn(note);
@@ -283,6 +294,8 @@ Extent FindText(Input& input, const FileFormat& format, const std::string& name)
 void View(const ViewOptions& options) {
   Input input(options.path);
   Output output(OutputOptions{});
+  const auto lines = system::TerminalLines(system::kStandardOutput);
+  if (lines) output.PageThrough(PagerFor(options), *lines - 1);
   const FileFormat format = DetectFormat(input, options.format);
   if (!format.hint.empty()) Warn(format.hint);
   if (!format.named) {
@@ -300,7 +313,7 @@ void AddView(CLI::App& program, Context&) {
   CLI::App& command = AddCommand(
       program, "view", "Shows the records as a table, or the collections that a file holds",
       "brindlex view books.txt                        the first records\n"
-      "brindlex view --all books.txt | less -S        all of them\n"
+      "brindlex view --all books.txt                  all of them\n"
       "brindlex view --columns Title,Price books.txt  two columns\n"
       "brindlex view --record 17 books.txt            one record, whole\n"
       "brindlex view settings.txt                     the collections of a file that "
@@ -321,6 +334,8 @@ void AddView(CLI::App& program, Context&) {
       .add_option("--width", options->width,
                   "How wide a table may be, in place of the terminal's width; 0 for no limit")
       ->type_name("COLUMNS");
+  command.add_flag("--no-pager", options->wantsNoPager,
+                   "No pager, however long the table is; PAGER names the one that is used");
   AddFormatOptions(command, options->format);
   AddReadingOptions(command, options->format);
   command.callback([options] { View(*options); });

@@ -12,6 +12,22 @@ _brindlex_help() {
       inside && /^  [^ ]/ { gsub(",", " ", $1); print $1 }'
 }
 
+# _brindlex_names KIND FROM: the names of the collections or columns of the first file on the command line from
+# word FROM on, as the shell has to write them.
+_brindlex_names() {
+  local at file name
+  for ((at = $2; at < COMP_CWORD; ++at)); do
+    # Quotation marks and backslashes are all that is removed: nothing of a command line is run.
+    file=${COMP_WORDS[at]//[\\\"\']/}
+    [[ $file != '~/'* ]] || file=$HOME/${file#'~/'}
+    [[ -f $file ]] || continue
+    while IFS= read -r name; do
+      [[ $name != "${word//[\\\"\']/}"* ]] || printf '%q\n' "$name"
+    done < <("$_brindlex_program" info "--$1-names" -- "$file" 2>/dev/null | tr -d '\r')
+    return
+  done
+}
+
 _brindlex() {
   local word=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
   local _brindlex_program=${COMP_WORDS[0]} commands=() at candidate
@@ -32,11 +48,21 @@ _brindlex() {
       return 0
       ;;
     -o | --output | --like) return 0 ;;
+    --columns | --key)
+      mapfile -t COMPREPLY < <(_brindlex_names column "$at")
+      return 0
+      ;;
+    --collection)
+      mapfile -t COMPREPLY < <(_brindlex_names collection "$at")
+      return 0
+      ;;
   esac
   if [[ $word == -* ]]; then
     mapfile -t COMPREPLY < <(compgen -W "$(_brindlex_help Options "${commands[@]}")" -- "$word")
   elif [[ $at -eq $COMP_CWORD ]]; then
     mapfile -t COMPREPLY < <(compgen -W "$(_brindlex_help Subcommands "${commands[@]}")" -- "$word")
+  elif [[ " ${commands[*]} " =~ \ (view|to-json|to-csv|to-html|extract|remove|rename|add)\  ]]; then
+    mapfile -t COMPREPLY < <(_brindlex_names collection "$at")
   fi
 }
 

@@ -1,5 +1,6 @@
 #include "cli/io/output.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "cli/io/failure.h"
@@ -37,7 +38,7 @@ Output::Output(const OutputOptions& options) : options_(options), name_(options.
 }
 
 Output::~Output() {
-  if (!replacement_ && descriptor_ > system::kStandardError) system::Close(descriptor_);
+  if (!replacement_ && !pager_ && descriptor_ > system::kStandardError) system::Close(descriptor_);
 }
 
 void Output::Check(const std::error_code& error) const {
@@ -54,11 +55,29 @@ void Output::RefuseToReplace() const {
                 ShownPath(name_) + " already exists; use --force to overwrite it");
 }
 
+void Output::PageThrough(const std::string& pager, int lines) {
+  if (!isTerminal_) return;
+  pagerCommand_ = pager;
+  pagerLines_ = lines;
+}
+
+/// `bytes` are the first to be handed over.
+void Output::StartPager(std::string_view bytes) {
+  const std::string command = std::exchange(pagerCommand_, {});
+  if (command.empty() || std::count(bytes.begin(), bytes.end(), '\n') <= pagerLines_) return;
+  pager_.emplace(command);
+  if (pager_->File() < 0) return pager_.reset();
+  descriptor_ = pager_->File();
+  isTerminal_ = false;
+}
+
 void Output::HandOver(std::string_view bytes) {
-  if (bytes.empty()) return;
+  if (bytes.empty() || isEnded_) return;
+  StartPager(bytes);
   const auto error =
       isTerminal_ ? system::WriteToTerminal(descriptor_, bytes) : system::Write(descriptor_, bytes);
-  Check(error);
+  isEnded_ = pager_ && error;
+  if (!isEnded_) Check(error);
   written_ += bytes.size();
 }
 
@@ -88,6 +107,8 @@ void Output::Commit() {
     if (error == std::errc::file_exists) RefuseToReplace();
     Check(error);
     replacement_.reset();
+  } else if (pager_) {
+    pager_->Close();
   } else if (descriptor_ > system::kStandardError) {
     Check(system::Close(std::exchange(descriptor_, -1)));
   }

@@ -42,6 +42,13 @@ class Output {
   /// Whether it is standard output, and that is a terminal.
   bool IsTerminal() const { return isTerminal_; }
 
+  /// What is more than `lines` lines goes through the command `pager`, if it is standard output and
+  /// that is a terminal. To be called before the first Write.
+  void PageThrough(const std::string& pager, int lines);
+
+  /// Whether nobody reads any more: the pager has been ended. What is written then is dropped.
+  bool IsEnded() const { return isEnded_; }
+
   /// Hands over what Write has kept back.
   void Flush();
 
@@ -57,6 +64,7 @@ class Output {
 
   void WriteThrough(std::string_view bytes);
   void HandOver(std::string_view bytes);
+  void StartPager(std::string_view bytes);
   void Check(const std::error_code& error) const;
   [[noreturn]] void Fail(const std::error_code& error) const;
   [[noreturn]] void RefuseToReplace() const;
@@ -68,6 +76,11 @@ class Output {
   std::optional<system::Replacement> replacement_;
   system::Descriptor descriptor_ = system::kStandardOutput;
   bool isTerminal_ = false;
+  /// Not started yet while it has a command.
+  std::string pagerCommand_;
+  int pagerLines_ = 0;
+  std::optional<system::ShellPipe> pager_;
+  bool isEnded_ = false;
   std::string buffer_;
   std::uint64_t written_ = 0;
 };

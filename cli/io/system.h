@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -80,6 +81,33 @@ bool IsTerminal(Descriptor descriptor);
 
 /// Columns of the terminal; nothing when `descriptor` is none.
 std::optional<int> TerminalColumns(Descriptor descriptor);
+
+/// Lines of the terminal, in the same way.
+std::optional<int> TerminalLines(Descriptor descriptor);
+
+/// The command of the system that shows text page by page; empty if there is none of use.
+std::string DefaultPager();
+
+/// A command of the system's shell that reads what is written to it. While it runs the process
+/// ignores interruption from the keyboard, which is the command's, and broken pipes are errors of
+/// Write alone.
+class ShellPipe {
+ public:
+  /// Starts the command.
+  explicit ShellPipe(const std::string& command);
+  ShellPipe(const ShellPipe&) = delete;
+  ShellPipe& operator=(const ShellPipe&) = delete;
+  ~ShellPipe() { Close(); }
+
+  /// Negative if it could not be started, and after Close.
+  Descriptor File() const;
+
+  /// Ends its input, and waits until it has ended.
+  void Close();
+
+ private:
+  std::FILE* file_;
+};
 
 /// Whether escape sequences become colours there. Prepares the terminal for them where that is
 /// needed.

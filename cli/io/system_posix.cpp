@@ -6,7 +6,10 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
+#include <cstdio>
 #include <cstdlib>
+#include <utility>
 
 #include "cli/io/system.h"
 
@@ -135,6 +138,31 @@ std::optional<int> TerminalColumns(Descriptor descriptor) {
   struct winsize size {};
   if (::ioctl(descriptor, TIOCGWINSZ, &size) != 0 || size.ws_col == 0) return std::nullopt;
   return size.ws_col;
+}
+
+std::optional<int> TerminalLines(Descriptor descriptor) {
+  struct winsize size {};
+  if (::ioctl(descriptor, TIOCGWINSZ, &size) != 0 || size.ws_row == 0) return std::nullopt;
+  return size.ws_row;
+}
+
+std::string DefaultPager() {
+  // less shows what fits on one screen as it is, and long lines truncated.
+  return "if command -v less >/dev/null 2>&1; then LESS=\"${LESS-FRSX}\" exec less; fi; exec cat";
+}
+
+ShellPipe::ShellPipe(const std::string& command) : file_(::popen(command.c_str(), "w")) {
+  if (file_ == nullptr) return;
+  std::signal(SIGPIPE, SIG_IGN);
+  std::signal(SIGINT, SIG_IGN);
+}
+
+Descriptor ShellPipe::File() const { return file_ == nullptr ? -1 : ::fileno(file_); }
+
+void ShellPipe::Close() {
+  if (file_ == nullptr) return;
+  ::pclose(std::exchange(file_, nullptr));
+  std::signal(SIGINT, SIG_DFL);
 }
 
 bool TakesColours(Descriptor) { return true; }

@@ -11,7 +11,9 @@
 #include <array>
 #include <cerrno>
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
+#include <utility>
 
 #include "cli/io/system.h"
 #include "cli/io/system_windows.h"
@@ -191,6 +193,29 @@ std::optional<int> TerminalColumns(Descriptor descriptor) {
   CONSOLE_SCREEN_BUFFER_INFO info{};
   if (::GetConsoleScreenBufferInfo(HandleOf(descriptor), &info) == 0) return std::nullopt;
   return info.srWindow.Right - info.srWindow.Left + 1;
+}
+
+std::optional<int> TerminalLines(Descriptor descriptor) {
+  CONSOLE_SCREEN_BUFFER_INFO info{};
+  if (::GetConsoleScreenBufferInfo(HandleOf(descriptor), &info) == 0) return std::nullopt;
+  return info.srWindow.Bottom - info.srWindow.Top + 1;
+}
+
+std::string DefaultPager() {
+  // more takes the console's code page, and a console can be scrolled.
+  return {};
+}
+
+ShellPipe::ShellPipe(const std::string& command) : file_(::_wpopen(Wide(command).c_str(), L"wb")) {
+  if (file_ != nullptr) ::SetConsoleCtrlHandler(nullptr, TRUE);
+}
+
+Descriptor ShellPipe::File() const { return file_ == nullptr ? -1 : ::_fileno(file_); }
+
+void ShellPipe::Close() {
+  if (file_ == nullptr) return;
+  ::_pclose(std::exchange(file_, nullptr));
+  ::SetConsoleCtrlHandler(nullptr, FALSE);
 }
 
 bool TakesColours(Descriptor descriptor) {

@@ -47,13 +47,13 @@ def names(section: str, *command: str) -> set[str]:
     return found
 
 
-def offered(shell: list[str], script: str, file: str, *words: str) -> set[str]:
+def offered(shell: list[str], script: str, file: str, *words: str, by_line: bool = False) -> set[str]:
     folder = os.path.dirname(program.COMMAND[-1])
     environment = {**os.environ, "PATH": folder + ":" + os.environ["PATH"]}
     done = subprocess.run([*shell, "-c", script, "complete", str(FOLDER / file), "brindlex", *words],
                           capture_output=True, env=environment, timeout=60, check=False)
     expect((shell, words, "errors"), b"", done.stderr)
-    return set(done.stdout.decode().split())
+    return set(done.stdout.decode().splitlines() if by_line else done.stdout.decode().split())
 
 
 def check(shell: list[str], script: str, file: str, files: set[str]) -> None:
@@ -72,6 +72,33 @@ def check(shell: list[str], script: str, file: str, files: set[str]) -> None:
     expect("files after --", files, offers("to-json", "--", "-"))
     expect("files to write", files, offers("to-json", "a.txt", "-o", ""))
     expect("encodings", True, "utf-8" in offers("to-json", "--encoding", "utf"))
+
+
+def check_names(shell: list[str], script: str, file: str, folder: pathlib.Path, quoted: str, dashes: set[str]) -> None:
+    books, lists = folder / "my books.txt", folder / "lists.txt"
+    books.write_bytes(program.encoded("Title|Price|;a|1|;"))
+    lists.write_bytes(program.encoded("DataString|Name|;A<>1<>|Books|;|Old ones|;"))
+
+    def lines(*words: str) -> set[str]:
+        return offered(shell, script, file, *words, by_line=True) - dashes
+
+    expect("columns", {"Title", "Price"}, lines("view", f"'{books}'", "--columns", ""))
+    expect("of an escaped path", {"Title", "Price"}, lines("check", str(books).replace(" ", "\\ "), "--key", ""))
+    expect("collections", {"Books", quoted}, lines("view", str(lists), ""))
+    expect("of a command of a command", {"Books", quoted}, lines("collections", "remove", str(lists), ""))
+    expect("of an option", {"Books", quoted}, lines("cat", str(lists), "--collection", ""))
+    expect("no file", set(), lines("view", f"$(touch {folder}/run)", "--columns", ""))
+    expect("nothing was run", False, (folder / "run").exists())
+
+
+def test_names_in_bash(folder: pathlib.Path) -> None:
+    check_names(["bash", "--norc"], COMPLETE_BASH, "brindlex.bash", folder, "Old\\ ones", {""})
+    expect("beginning", {"Price"}, offered(["bash", "--norc"], COMPLETE_BASH, "brindlex.bash", "view",
+                                           str(folder / "my books.txt").replace(" ", "\\ "), "--columns", "P"))
+
+
+def test_names_in_zsh(folder: pathlib.Path) -> None:
+    check_names(["zsh", "-f"], COMPLETE_ZSH, "_brindlex", folder, "Old ones", {"--", ""})
 
 
 def test_bash(_: pathlib.Path) -> None:

@@ -180,4 +180,13 @@ def test_info_of_unicode_files(folder: pathlib.Path) -> None:
         contains("in values 1 CR LF, 0 LF, 0 CR", result.text)
 
 
+def test_names_alone(folder: pathlib.Path) -> None:
+    for text, option, wanted in ((BOOKS, "--column-names", "Title\nPrice\n"), (BOOKS, "--collection-names", ""),
+                                 (SEVERAL, "--collection-names", "Books\nFilms\nNothing\n"),
+                                 (SEVERAL, "--column-names", ""), ("", "--column-names", ""),
+                                 ("a\x1bb|;", "--column-names", "a\\x1Bb\n")):
+        result = shown(folder, "info", text, option)
+        expect((text, option), (FINE, wanted), (result.code, result.text.replace("\r\n", "\n")))
+
+
 program.main(globals())

@@ -36,17 +36,20 @@ TAIL = r""".SH EXIT STATUS
 Success: no defects.
 .TP
 .B 1
-The input was read and has defects, or cannot be converted as it is.
+The input was read and has defects, or cannot be converted as it is; with diff, the files differ.
 .TP
 .B 2
 Usage error: the command line is wrong, or asks for what cannot be done.
 .TP
 .B 3
-I/O error: a file could not be read or written.
+I/O error: a file could not be read or written; with diff, or not be compared.
 .SH ENVIRONMENT
 .TP
 .B NO_COLOR
 Set and not empty: no colours, not even on a terminal.
+.TP
+.B PAGER
+The command through which view shows what is longer than the terminal; set to nothing, none.
 .SH SEE ALSO
 .BR jq (1),
 .BR iconv (1)

@@ -70,8 +70,9 @@ readonly packages=(
   'libcsv-dev                 | bench            |'
   'libsimdjson-dev            | bench            |'
   'rapidjson-dev              | bench            |'
-  'jq                         | bench            |'
-  'miller                     | bench            |'
+  'jq                         | test bench       |'
+  'miller                     | test bench       |'
+  'sqlite3                    | test             | runs the recipes of the guide, as jq and miller do'
   'mono-mcs                   | clients          | compiles the client in C#'
   'npm                        | clients          | downloads the run times of the clients'
 )
