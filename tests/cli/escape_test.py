@@ -82,7 +82,7 @@ def put(folder: pathlib.Path, name: str, content: bytes) -> str:
 
 
 UTF8 = ("--encoding", "utf-8")
-FOR_PEOPLE = ("view", "info", "check", "salvage", "base")
+FOR_PEOPLE = ("view", "info", "check", "salvage", "base", "diff")
 
 
 def test_what_a_file_holds(folder: pathlib.Path) -> None:
@@ -97,9 +97,20 @@ def test_what_a_file_holds(folder: pathlib.Path) -> None:
             look_at_run("salvage", twice, *UTF8, "-o", path(folder / "out"), "--force", *more, for_people=True)
         for command in ("to-json", "to-csv", "to-html"):
             look_at_run(command, twice, *UTF8, "-o", path(folder / "out"), "--force")
+        plain = put(folder, "plain.txt", file_of(["A"], ["1"]))
+        other = put(folder, "other.txt", file_of([hostile, "B"], ["1", hostile], [hostile, "2"]))
+        again = put(folder, "again.txt", file_of([hostile, "B"], [hostile, "3"], ["1", hostile]))
+        look_at_run("recode", other, *UTF8, "--to-encoding", "windows-1252")
+        look_at_run("recode", other, *UTF8, "--to-field-end", "b")
+        for more in ([], ["--fill"], ["--common"]):
+            look_at_run("cat", other, plain, *UTF8, *more, "-o", path(folder / "out"), "--force")
+        for more in ([], ["--key", "B"], ["--key", "none"]):
+            look_at_run("diff", other, again, *UTF8, *more, for_people=True)
+            look_at_run("diff", other, plain, *UTF8, *more, for_people=True)
         unfinished = put(folder, "b.txt", file_of([hostile, "B"], ["1", "2"]) + b"x")
-        for command in ("to-json", "to-csv", "to-html", "check", "view", "info"):
+        for command in ("to-json", "to-csv", "to-html", "check", "view", "info", "recode", "cat"):
             look_at_run(command, unfinished, *UTF8)
+        look_at_run("diff", other, unfinished, *UTF8)
         names = put(folder, "c.txt", file_of([hostile, hostile], ["1", "2"]))
         look_at_run("to-json", names, *UTF8)
         keys = put(folder, "d.txt", file_of(["Key"], [hostile], [hostile]))
@@ -119,6 +130,10 @@ def test_names_of_collections(folder: pathlib.Path) -> None:
             for command in ("view", "info", "check"):
                 look_at_run(command, file, *UTF8, for_people=True)
             look_at_run("view", file, "nothing", *UTF8, for_people=True)
+            look_at_run("recode", file, *UTF8, "--to-encoding", "windows-1252", "-o", path(folder / "out"), "--force")
+            look_at_run("cat", file, file, "--collection", "nothing", *UTF8)
+            for more in ([], ["--key", "A"], ["--collection", "nothing"]):
+                look_at_run("diff", file, lists, *UTF8, *more, for_people=True)
             look_at_run("salvage", file, *UTF8, "-o", path(folder / "out"), "--force", for_people=True)
             for command in ("to-json", "to-csv", "to-html"):
                 look_at_run(command, file, *UTF8, "-o", path(folder / "out"), "--force")
@@ -168,6 +183,8 @@ def test_arguments(folder: pathlib.Path) -> None:
                           ["to-html", file, "--title", hostile, "-o", path(folder / "o"), "--force"],
                           ["from-csv", file, "--delimiter", hostile], ["from-json", file, "--line-breaks", hostile],
                           ["collections", hostile], ["collections", "add", hostile, hostile, hostile],
+                          ["recode", file, "--to-encoding", hostile], ["recode", file, "--to-field-end", hostile],
+                          ["cat", file, "--collection", hostile], ["diff", file, file, "--key", hostile],
                           ["base", hostile, "10", "16"], ["base", "5", hostile, "16"], ["base", "--table", hostile],
                           ["base", "5", "10", "2", "--digits", hostile]):
             look_at_run(*arguments, for_people=arguments[0] in FOR_PEOPLE)
@@ -180,6 +197,8 @@ def commands_on(file: str, out: str, books: str) -> list[list[str]]:
             ["from-json", file, "-o", out], ["from-csv", file, "--like", file, "-o", out],
             ["collections", "add", file, "A", books], ["collections", "add", books, "A", file],
             ["collections", "extract", file, "A"], ["collections", "remove", file, "A", "--in-place"],
+            ["recode", file, "-o", out], ["recode", file, "--in-place"], ["cat", file, books], ["cat", books, file],
+            ["diff", file, books], ["diff", books, file, "--key", "X"],
             ["view", books, file], ["to-json", books, "-o", file + "/x"], ["to-json", books, "-o", out + "/x"]]
 
 
@@ -213,7 +232,7 @@ def test_json_of_check_stays_json(folder: pathlib.Path) -> None:
 # The last one: tests run in the order of the file.
 def test_every_command_had_something_to_escape(_: pathlib.Path) -> None:
     for command in ("view", "info", "check", "salvage", "to-json", "to-csv", "to-html", "from-json", "from-csv",
-                    "collections", "base"):
+                    "collections", "base", "recode", "cat", "diff"):
         expect(f"{command}: messages with something escaped", True, escaped_by.get(command, 0) > 0)
 
 

@@ -1,21 +1,16 @@
 """brindlex view on a terminal: what is longer than the screen goes through a pager."""
 
+import fcntl
 import os
 import pathlib
+import pty
+import struct
 import subprocess
-import sys
+import termios
 
 import program
 from program import encoded, expect, path
 
-if program.IS_WINDOWS:
-    print("a terminal of Windows cannot be made here: natively this is tested")
-    sys.exit(0)
-
-import fcntl
-import pty
-import struct
-import termios
 
 SHORT = "A|;" + "".join(f"{n}|;" for n in range(5))
 LONG = "A|;" + "".join(f"{n}|;" for n in range(15))
