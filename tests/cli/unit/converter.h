@@ -61,7 +61,8 @@ class Converter {
     std::string bytes;
     std::optional<DelimitedWriter> writer;
     const ReadAt source = [&](std::uint64_t offset, char* to, std::size_t size) {
-      const std::string_view rest = text.substr(std::min<std::size_t>(offset, text.size()));
+      const std::string_view rest =
+          text.substr(static_cast<std::size_t>(std::min<std::uint64_t>(offset, text.size())));
       return rest.copy(to, std::min(size, portion_));
     };
     read(source, [&](const DelimitedForm* carried) -> TableWriter& {

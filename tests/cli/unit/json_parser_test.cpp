@@ -68,7 +68,7 @@ class LibraryEvents : public nlohmann::json_sax<Json> {
 /// The events of `json` as a whole; "refused" for what is no JSON.
 std::string Parsed(const std::string& json, std::size_t portion) {
   const ReadAt source = [&](std::uint64_t offset, char* to, std::size_t size) {
-    const std::size_t from = std::min<std::size_t>(offset, json.size());
+    const auto from = static_cast<std::size_t>(std::min<std::uint64_t>(offset, json.size()));
     return std::string_view(json).substr(from).copy(to, std::min(size, portion));
   };
   Events events;

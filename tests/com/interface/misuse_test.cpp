@@ -26,6 +26,7 @@ struct Tried {
   WORD kind;
   std::vector<Argument> parameters;
   bool hasResult;
+  VARTYPE resultType;
   ULONG_PTR slot;
 
   std::size_t Required() const {
@@ -48,12 +49,14 @@ Tried Described(IDispatch& object, ITypeInfo& type, const FunctionDescription& f
               static_cast<WORD>(function->invkind),
               {},
               false,
+              VT_EMPTY,
               static_cast<ULONG_PTR>(function->oVft)};
   for (int index = 0; index < function->cParams; ++index) {
     const ELEMDESC& parameter = function->lprgelemdescParam[index];
     const USHORT flags = parameter.paramdesc.wParamFlags;
     if ((flags & PARAMFLAG_FRETVAL) != 0) {
       tried.hasResult = true;
+      tried.resultType = TypeOf(parameter, true);
       continue;
     }
     const bool isReference = (flags & PARAMFLAG_FOUT) != 0;
@@ -326,6 +329,13 @@ struct Results {
   Variant result;
 };
 
+/// What a call writes a value of `type` to: within `variable`, which releases it then.
+void* PlaceIn(VARIANT& variable, VARTYPE type) {
+  if (type == VT_VARIANT) return &variable;
+  variable.vt = type;
+  return &variable.llVal;
+}
+
 /// Calls a member through the vtable with fitting arguments, but a null pointer for the parameter
 /// with index `null`, the last one being the result's.
 HRESULT CallWithNull(const Tried& tried, std::size_t null) {
@@ -339,7 +349,7 @@ HRESULT CallWithNull(const Tried& tried, std::size_t null) {
     if (given.isReference) {
       argument = {};
       argument.vt = static_cast<VARTYPE>(VT_BYREF | given.type);
-      argument.byref = index == null ? nullptr : static_cast<void*>(&variable.llVal);
+      argument.byref = index == null ? nullptr : PlaceIn(variable, given.type);
     }
     arguments.push_back(argument);
   }
@@ -347,7 +357,7 @@ HRESULT CallWithNull(const Tried& tried, std::size_t null) {
     VARIANT argument{};
     argument.vt = VT_BYREF | VT_I4;
     argument.byref =
-        null == tried.parameters.size() ? nullptr : static_cast<void*>(&results.result.Get().llVal);
+        null == tried.parameters.size() ? nullptr : PlaceIn(results.result.Get(), tried.resultType);
     arguments.push_back(argument);
   }
   std::vector<VARTYPE> types;
