@@ -78,6 +78,11 @@ RuntimeError::RuntimeError(std::int32_t number, Text description, Text source)
     : number(number), description(std::move(description)), source(std::move(source)) {}
 
 RuntimeError CaughtError() {
+#if defined(_WIN32) && defined(__x86_64__)
+  // Wine does not restore this register for a catch in a process that is debugged; callers that
+  // hold the address of the stack's guard in it would fail. So the function saves it itself.
+  asm volatile("" : : : "rbp");
+#endif
   try {
     throw;
   } catch (RuntimeError& error) {
