@@ -183,7 +183,7 @@ class OrderComparison {
     after_.Consume(same);
   }
 
-  /// Reports and consumes the records of both windows up to the last match, behind which more may
+  /// Reports and consumes the records of both windows up to the last match, after which more may
   /// come; but at least half of a window.
   void Resynchronize() {
     const auto before = before_.Records();
