@@ -74,7 +74,7 @@ class ShortMemoryTest : public PersistenceTest {
  private:
   static constexpr std::size_t kMostReports = 10;
 
-  /// What `operation` yields; nothing when short memory reaches its caller. Any other failure
+  /// What `operation` yields; nothing if the lack of memory reaches its caller. Any other failure
   /// travels on.
   template <class Result, class Operation>
   static void TryFor(std::optional<Result>& result, Operation& operation) {
@@ -87,7 +87,7 @@ class ShortMemoryTest : public PersistenceTest {
     }
   }
 
-  /// The first report is of the short memory; others may follow from it.
+  /// The first report is of the lack of memory; others may follow from it.
   void CheckReports() {
     EXPECT_LE(platform_.reports.size(), kMostReports);
     if (platform_.reports.empty()) return;
