@@ -93,7 +93,7 @@ class ScriptedObject : public IDispatchEx {
   std::size_t namesAsked = 0;
   /// Whether the object has IDispatchEx at all.
   bool isExtended = false;
-  /// What GetTypeInfo hands out.
+  /// What GetTypeInfo returns.
   ComPtr<ITypeInfo> typeInfo;
   /// When set, each time anew in the place of `typeInfo`.
   std::function<ComPtr<ITypeInfo>()> newTypeInfo;
