@@ -52,8 +52,8 @@ changed_files() {
 }
 
 # lint [--changed [BASE]]: checks each source once, as native code if it is built so, otherwise as Windows
-# code; with --changed, only the sources that a difference from BASE (default: HEAD) affects. The component is
-# built first because its interface header is generated.
+# code; with --changed, only the sources that differ from BASE (default: HEAD) and one for each header that does.
+# The component is built first because its interface header is generated.
 lint() {
   local native=$root/build/lint.native windows=$root/build/lint.windows
   local arguments=() changed=() argument status=0

@@ -3,8 +3,9 @@
 usage: lint_sources.py ROOT BUILD_FOLDER [--without OTHER_BUILD_FOLDER] [--changed FILE...]
 
 Omits other people's sources, generated ones, and those of the other database. With --changed, only the sources
-among FILE... and those that include one of them, directly or through headers; a FILE is relative to ROOT. Every
-source is printed if a FILE decides how all are judged (.clang-tidy).
+among FILE..., and for each header among them one source that includes it, directly or through other headers: the
+header is judged wherever it is included. A FILE is relative to ROOT. Every source is printed if a FILE decides how
+all are judged (.clang-tidy).
 """
 
 import argparse
@@ -27,30 +28,43 @@ def compiled_sources(root: pathlib.Path, build_folder: str) -> set[str]:
     return found
 
 
-def affected(root: pathlib.Path, sources: set[str], changed: set[str]) -> set[str]:
-    """The sources that are in CHANGED or reach one of its files through includes."""
-    includes = {}
+class Includes:
+    """Which files of this tree a file includes, itself and through others."""
 
-    def included_by(name: str) -> list[str]:
-        if name not in includes:
-            text = (root / name).read_text(encoding="utf-8")
+    def __init__(self, root: pathlib.Path) -> None:
+        self.root = root
+        self.direct: dict[str, list[str]] = {}
+
+    def of(self, name: str) -> list[str]:
+        if name not in self.direct:
+            text = (self.root / name).read_text(encoding="utf-8")
             folder = pathlib.PurePosixPath(name).parent
             found = [c for i in INCLUDE.findall(text) for c in (i, (folder / i).as_posix())]
-            includes[name] = [c for c in found if (root / c).is_file()]
-        return includes[name]
+            self.direct[name] = [c for c in found if (self.root / c).is_file()]
+        return self.direct[name]
 
-    def reaches(name: str) -> bool:
+    def reached_from(self, name: str) -> set[str]:
         seen, open_names = set(), [name]
         while open_names:
             current = open_names.pop()
-            if current in changed:
-                return True
             if current not in seen:
                 seen.add(current)
-                open_names += included_by(current)
-        return False
+                open_names += self.of(current)
+        return seen
 
-    return {source for source in sources if reaches(source)}
+
+def touched(root: pathlib.Path, sources: set[str], changed: set[str]) -> set[str]:
+    """The SOURCES that are CHANGED, and for each changed header one that reaches it: if possible one that is chosen
+    already or has the header's name. A header that no source reaches is another database's."""
+    includes = Includes(root)
+    reached = {source: includes.reached_from(source) for source in sorted(sources)}
+    chosen = sources & changed
+    for header in sorted(name for name in changed if name.endswith(".h")):
+        users = [source for source in reached if header in reached[source]]
+        stem = pathlib.PurePosixPath(header).with_suffix("")
+        users.sort(key=lambda source: (source not in chosen, pathlib.PurePosixPath(source).with_suffix("") != stem))
+        chosen |= set(users[:1])
+    return chosen
 
 
 def main() -> None:
@@ -67,7 +81,7 @@ def main() -> None:
     if options.without:
         sources -= compiled_sources(options.root, options.without)
     if options.changed is not None and not JUDGES_ALL & set(options.changed):
-        sources = affected(options.root, sources, set(options.changed))
+        sources = touched(options.root, sources, set(options.changed))
     sys.stdout.write("".join(f"{options.root / source}\0" for source in sorted(sources)))
 
 

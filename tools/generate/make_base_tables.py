@@ -123,8 +123,8 @@ def base_lines(row):
     lines += array_lines("std::int16_t", f"kSlipsOf{base}", slips)
     log_of_two = math.floor(2**20 * math.log(2) / math.log(base))
     return lines, (
-        f'{{{base}, u"{row.alphabet}", DigitStyle::k{row.digits.capitalize()}, u"{row.no_digit}", {bits}, '
-        f"{log_of_two}, {lowest_power}, {f'kPowersOf{base}' if powers else '{}'}, {lowest_count}, "
+        f'{{{base}, DigitStyle::k{row.digits.capitalize()}, u"{row.alphabet}", u"{row.no_digit}", {bits}, '
+        f"{log_of_two}, {lowest_count}, {lowest_power}, {f'kPowersOf{base}' if powers else '{}'}, "
         f"kSlipsOf{base}}}"
     )
 

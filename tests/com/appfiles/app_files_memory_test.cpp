@@ -47,7 +47,7 @@ class AppFilesMemoryTest : public TextFilesTest {
 
  private:
   /// What the reports and the status say of a failure. The scripting run time does not always know
-  /// its own if memory runs out.
+  /// its own status for a failed allocation.
   static bool Tells(HRESULT status, const std::vector<Report>& reports, Memory memory) {
     if (status != S_OK) return true;
     if (reports.empty()) return false;

@@ -300,7 +300,8 @@ TEST_F(OutOfMemoryTest, StoringNamedCollections) {
            });
 }
 
-// The names come from the record's own list: Wine's type libraries do not survive a lack of memory.
+// The names come from the record's own list: Wine's type libraries do not survive failed
+// allocations.
 TEST_F(OutOfMemoryTest, MemberNames) {
   const auto record = ScriptedObject::New();
   const auto list = ForeignCollection::OfNames({u"A name too long for a short text", u"Title"});

@@ -26,7 +26,7 @@ class BasesTest : public ComTest {
   /// Through IDispatch, with its arguments in written order.
   Units ByDispatch(const wchar_t* member, const std::vector<VARIANT>& arguments);
 
-  /// ConvertBase with all defaults, in both ways, which must agree.
+  /// ConvertBase with all defaults, early and late bound, which must agree.
   Units Convert(const VARIANT& number, long from, long to);
 
  private:

@@ -12,9 +12,9 @@ namespace {
 constexpr TextView kPath = u"C:\\Data\\a file with a long name.txt";
 constexpr TextView kText = u"a text that is too long to be kept in place";
 
-class AppFilesShortMemoryTest : public AppFilesTest {
+class AppFilesOutOfMemoryTest : public AppFilesTest {
  protected:
-  AppFilesShortMemoryTest() { platform_.reports.reserve(kMostReports); }
+  AppFilesOutOfMemoryTest() { platform_.reports.reserve(kMostReports); }
 
   /// Runs `operation()`, which returns a result or lets error 7 out, then `check(whole)`, which
   /// says whether what came of it may; `whole` is set when nothing has failed. Whatever fails,
@@ -51,7 +51,7 @@ class AppFilesShortMemoryTest : public AppFilesTest {
   static constexpr std::size_t kMostReports = 10;
 };
 
-TEST_F(AppFilesShortMemoryTest, ASaveSaysTrueOnlyOfTheWholeText) {
+TEST_F(AppFilesOutOfMemoryTest, ASaveSaysTrueOnlyOfTheWholeText) {
   const auto save = [this] {
     platform_.disk.files.erase(Text(kPath));
     return SaveTextFile(platform_, kPath, kText, true);
@@ -64,7 +64,7 @@ TEST_F(AppFilesShortMemoryTest, ASaveSaysTrueOnlyOfTheWholeText) {
             10U);
 }
 
-TEST_F(AppFilesShortMemoryTest, ASafeSaveKeepsTheOldTextUntilTheNewIsWhole) {
+TEST_F(AppFilesOutOfMemoryTest, ASafeSaveKeepsTheOldTextUntilTheNewIsWhole) {
   const auto save = [this] {
     Put(kPath, "old");
     return SaveTextFileSafely(platform_, kPath, kText, true);
@@ -78,7 +78,7 @@ TEST_F(AppFilesShortMemoryTest, ASafeSaveKeepsTheOldTextUntilTheNewIsWhole) {
             5U);
 }
 
-TEST_F(AppFilesShortMemoryTest, AReadYieldsTheWholeTextOrNone) {
+TEST_F(AppFilesOutOfMemoryTest, AReadYieldsTheWholeTextOrNone) {
   Put(kPath, std::string(kText.begin(), kText.end()));
   EXPECT_GT(Run([this] { return ReadTextFile(platform_, kPath, true); },
                 [this](const Text& text, bool whole) {
@@ -87,7 +87,7 @@ TEST_F(AppFilesShortMemoryTest, AReadYieldsTheWholeTextOrNone) {
             10U);
 }
 
-TEST_F(AppFilesShortMemoryTest, ANameIsWholeOrNone) {
+TEST_F(AppFilesOutOfMemoryTest, ANameIsWholeOrNone) {
   EXPECT_GT(Run([this] { return FileNameFromPath(platform_, kPath); },
                 [this](const Text& name, bool whole) {
                   return name == kPath.substr(8) || (!whole && name.empty() && Reported());
@@ -95,7 +95,7 @@ TEST_F(AppFilesShortMemoryTest, ANameIsWholeOrNone) {
             1U);
 }
 
-TEST_F(AppFilesShortMemoryTest, ANameThatFindsNoMemoryIsReported) {
+TEST_F(AppFilesOutOfMemoryTest, ANameThatFindsNoMemoryIsReported) {
   {
     const FailingNew failing(1, FailingNew::Extent::kOnce);
     EXPECT_EQ(u"", FileNameFromPath(platform_, kPath));
@@ -103,7 +103,7 @@ TEST_F(AppFilesShortMemoryTest, ANameThatFindsNoMemoryIsReported) {
   ExpectReports({{u"KX Error", u"Error FN1Out of memory Error Number: 7 Line 0"}});
 }
 
-TEST_F(AppFilesShortMemoryTest, ACopyIsMadeOrError7IsRaised) {
+TEST_F(AppFilesOutOfMemoryTest, ACopyIsMadeOrError7IsRaised) {
   Put(kPath, "new");
   EXPECT_GT(Run(
                 [this] {
@@ -119,7 +119,7 @@ TEST_F(AppFilesShortMemoryTest, ACopyIsMadeOrError7IsRaised) {
             5U);
 }
 
-TEST_F(AppFilesShortMemoryTest, ASearchForTheSettingsFolderEndsWithAFolderOrNothing) {
+TEST_F(AppFilesOutOfMemoryTest, ASearchForTheSettingsFolderEndsWithAFolderOrNothing) {
   const Object host =
       NewRecord(Adapter(), ListingClass(Adapter(), {{u"UsingFarOrFarBar"}, {u"ProgDir"}}),
                 {u"False", u"D:\\Program files of this very host"});

@@ -15,9 +15,9 @@ constexpr TextView kSaved =
 /// Operations during which memory runs out, at every allocation in turn. What comes of one is its
 /// whole result, or its empty value with a report shown, or error 7 for the caller; never a part of
 /// the result, and nothing is left behind.
-class ShortMemoryTest : public PersistenceTest {
+class OutOfMemoryTest : public PersistenceTest {
  protected:
-  ShortMemoryTest() { platform_.reports.reserve(kMostReports); }
+  OutOfMemoryTest() { platform_.reports.reserve(kMostReports); }
 
   /// Runs `operation` with every allocation failing. `mayYield(result, reported)` says whether what
   /// it yields may come of that; without a failure it must yield what `isWhole` knows, and show
@@ -74,7 +74,7 @@ class ShortMemoryTest : public PersistenceTest {
  private:
   static constexpr std::size_t kMostReports = 10;
 
-  /// What `operation` yields; nothing if the lack of memory reaches its caller. Any other failure
+  /// What `operation` yields; nothing when failed allocations reaches its caller. Any other failure
   /// travels on.
   template <class Result, class Operation>
   static void TryFor(std::optional<Result>& result, Operation& operation) {
@@ -87,7 +87,7 @@ class ShortMemoryTest : public PersistenceTest {
     }
   }
 
-  /// The first report is of the lack of memory; others may follow from it.
+  /// The first report is of the failed allocations; others may follow from it.
   void CheckReports() {
     EXPECT_LE(platform_.reports.size(), kMostReports);
     if (platform_.reports.empty()) return;
@@ -96,7 +96,7 @@ class ShortMemoryTest : public PersistenceTest {
   }
 };
 
-TEST_F(ShortMemoryTest, AsDelimitedFromCollection) {
+TEST_F(OutOfMemoryTest, AsDelimitedFromCollection) {
   const auto records = TwoRecords();
   EXPECT_GT(RunWholeOrEmpty([&] { return store_.AsDelimitedFromCollection(records); },
                             [](const Text& text) { return text == kSaved; },
@@ -104,7 +104,7 @@ TEST_F(ShortMemoryTest, AsDelimitedFromCollection) {
             20U);
 }
 
-TEST_F(ShortMemoryTest, AsDelimitedFromCollectionByTypeInformation) {
+TEST_F(OutOfMemoryTest, AsDelimitedFromCollectionByTypeInformation) {
   const auto recordClass = TitleAndCount();
   recordClass->getMemberNames = {};
   recordClass->typeInformation = {u"Title", u"Count"};
@@ -115,7 +115,7 @@ TEST_F(ShortMemoryTest, AsDelimitedFromCollectionByTypeInformation) {
             20U);
 }
 
-TEST_F(ShortMemoryTest, ASaveThatRefusesMarkers) {
+TEST_F(OutOfMemoryTest, ASaveThatRefusesMarkers) {
   store_.SetRefuseMarkers(true);
   const auto records = TwoRecords();
   EXPECT_GT(RunWholeOrEmpty([&] { return store_.AsDelimitedFromCollection(records); },
@@ -144,7 +144,7 @@ TEST_F(ShortMemoryTest, ASaveThatRefusesMarkers) {
             60U);
 }
 
-TEST_F(ShortMemoryTest, AsDelimitedFromObject) {
+TEST_F(OutOfMemoryTest, AsDelimitedFromObject) {
   const Object record = NewRecord(Adapter(), TitleAndCount(), {u"A record of some length", u"1"});
   const TextView whole = kSaved.substr(0, kSaved.find(u'B'));
   EXPECT_GT(RunWholeOrEmpty([&] { return store_.AsDelimitedFromObject(record); },
@@ -153,7 +153,7 @@ TEST_F(ShortMemoryTest, AsDelimitedFromObject) {
             20U);
 }
 
-TEST_F(ShortMemoryTest, AsDelimitedToCollection) {
+TEST_F(OutOfMemoryTest, AsDelimitedToCollection) {
   const Object creator = Creator(TitleAndCount());
   const Text broken = Text(kSaved) + u"\r\n";
   EXPECT_GT(RunWholeOrEmpty(
@@ -162,7 +162,7 @@ TEST_F(ShortMemoryTest, AsDelimitedToCollection) {
             40U);
 }
 
-TEST_F(ShortMemoryTest, ARestoreThatFailsAtItsHeaderSaysSo) {
+TEST_F(OutOfMemoryTest, ARestoreThatFailsAtItsHeaderSaysSo) {
   const Object creator = Creator(TitleAndCount());
   bool isSaid = false;
   bool failed = true;
@@ -180,7 +180,7 @@ TEST_F(ShortMemoryTest, ARestoreThatFailsAtItsHeaderSaysSo) {
   EXPECT_TRUE(isSaid);
 }
 
-TEST_F(ShortMemoryTest, ATextThatIsRejected) {
+TEST_F(OutOfMemoryTest, ATextThatIsRejected) {
   const Object creator = Creator(TitleAndCount());
   const Text broken = Text(kSaved) + u"\u0152";
   std::size_t calls = 0;
@@ -204,7 +204,7 @@ TEST_F(ShortMemoryTest, ATextThatIsRejected) {
   EXPECT_EQ(failures + 2, calls);
 }
 
-TEST_F(ShortMemoryTest, GetObjectFromString) {
+TEST_F(OutOfMemoryTest, GetObjectFromString) {
   const Object creator = Creator(TitleAndCount());
   EXPECT_GT(RunWholeOrEmpty([&] { return store_.GetObjectFromString(kSaved, creator); },
                             [&](const Object& object) {
@@ -216,7 +216,7 @@ TEST_F(ShortMemoryTest, GetObjectFromString) {
             40U);
 }
 
-TEST_F(ShortMemoryTest, GetMemberNamesLate) {
+TEST_F(OutOfMemoryTest, GetMemberNamesLate) {
   const auto recordClass = TitleAndCount();
   recordClass->typeInformation = {u"Title", u"A member of some length"};
   const Object record = NewRecord(Adapter(), recordClass);
@@ -229,7 +229,7 @@ TEST_F(ShortMemoryTest, GetMemberNamesLate) {
   EXPECT_GT(RunWholeOrEmpty(operation, isWhole, IsNone), 5U);
 }
 
-TEST_F(ShortMemoryTest, FieldNamesCollection) {
+TEST_F(OutOfMemoryTest, FieldNamesCollection) {
   EXPECT_GT(Run([&] { return store_.FieldNamesCollection(kSaved, {}, {}); },
                 [&](const CollectionRef& names) {
                   return names != nullptr && NamesIn(names).size() == 2;
@@ -238,7 +238,7 @@ TEST_F(ShortMemoryTest, FieldNamesCollection) {
             3U);
 }
 
-TEST_F(ShortMemoryTest, WorkingCol) {
+TEST_F(OutOfMemoryTest, WorkingCol) {
   const Object creator = Creator(TitleAndCount());
   const Text text = store_.MultiDataColString(TwoRecords(), u"A name of some length");
   EXPECT_GT(RunWholeOrEmpty(
@@ -251,7 +251,7 @@ TEST_F(ShortMemoryTest, WorkingCol) {
             60U);
 }
 
-TEST_F(ShortMemoryTest, MultiDataColString) {
+TEST_F(OutOfMemoryTest, MultiDataColString) {
   const auto records = TwoRecords();
   const TextView name = u"A name of some length";
   const Text alone = store_.MultiDataColString(records, name);
@@ -277,7 +277,7 @@ TEST_F(ShortMemoryTest, MultiDataColString) {
   EXPECT_EQ(before, store_.MultiDataString());
 }
 
-TEST_F(ShortMemoryTest, ReplacingACollection) {
+TEST_F(OutOfMemoryTest, ReplacingACollection) {
   const auto records = TwoRecords();
   const TextView name = u"A name of some length";
   store_.SetMultiDataString(
@@ -304,7 +304,7 @@ struct Change {
   Text text;
 };
 
-TEST_F(ShortMemoryTest, StoreCollection) {
+TEST_F(OutOfMemoryTest, StoreCollection) {
   const auto records = TwoRecords();
   const TextView name = u"A name of some length";
   const TextView odd = u"Name\u00A5DataString\u00A5\u0152The first\u00A5x\u00A5\u0152";
@@ -332,7 +332,7 @@ TEST_F(ShortMemoryTest, StoreCollection) {
   store_.SetMultiDataString({});
 }
 
-TEST_F(ShortMemoryTest, RemoveCollection) {
+TEST_F(OutOfMemoryTest, RemoveCollection) {
   const TextView name = u"A name of some length";
   for (const TextView first : {u"DataString\u00A5Name\u00A5\u0152x\u00A5The "
                                u"first\u00A5\u0152x\u00A5A name of some length\u00A5\u0152",
@@ -354,7 +354,7 @@ TEST_F(ShortMemoryTest, RemoveCollection) {
   }
 }
 
-TEST_F(ShortMemoryTest, CollectionNames) {
+TEST_F(OutOfMemoryTest, CollectionNames) {
   const Text text = store_.MultiDataColString(TwoRecords(), u"A name of some length");
   EXPECT_GT(RunWholeOrEmpty(
                 [&] {
@@ -370,7 +370,7 @@ TEST_F(ShortMemoryTest, CollectionNames) {
             5U);
 }
 
-TEST_F(ShortMemoryTest, AssigningTheResultOfStoring) {
+TEST_F(OutOfMemoryTest, AssigningTheResultOfStoring) {
   const auto records = TwoRecords();
   const Text before = store_.MultiDataColString(records, u"The first, and of some length");
   store_.SetMultiDataString(before);
@@ -395,7 +395,7 @@ TEST_F(ShortMemoryTest, AssigningTheResultOfStoring) {
   EXPECT_GT(failures, 1U);
 }
 
-TEST_F(ShortMemoryTest, ItemExists) {
+TEST_F(OutOfMemoryTest, ItemExists) {
   const auto names = ListOf(Adapter(), {u"A name of some length"})();
   bool exists = false;
   const auto failures = FailEveryAllocation(
@@ -405,7 +405,7 @@ TEST_F(ShortMemoryTest, ItemExists) {
   ExpectReports({});
 }
 
-TEST_F(ShortMemoryTest, SettingTheMultiCollectionText) {
+TEST_F(OutOfMemoryTest, SettingTheMultiCollectionText) {
   store_.SetMultiDataString(u"before, and of some length");
   const Text after = u"after, and of some length";
   bool thrown = false;
@@ -426,7 +426,7 @@ TEST_F(ShortMemoryTest, SettingTheMultiCollectionText) {
   EXPECT_GT(failures, 1U);
 }
 
-TEST_F(ShortMemoryTest, MakingAnInstance) {
+TEST_F(OutOfMemoryTest, MakingAnInstance) {
   const std::size_t before = LiveAllocations();
   bool made = false;
   FailEveryAllocation(
