@@ -34,7 +34,6 @@ FORM = "no code: a pattern, or a text that a test of the component compares"
 TREATMENT = {
     ("README.md", "vb"): SCRIPT_HOST,
     ("README.md", "sh"): COMMANDS,
-    ("README.md", "bat"): INSTALLERS,
     ("CONTRIBUTING.md", "text"): COMMANDS,
     ("CONTRIBUTING.md", "sh"): COMMANDS,
     ("docs/deployment.md", "bat"): INSTALLERS,

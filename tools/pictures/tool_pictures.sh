@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Takes the two pictures of the program that the README shows, from what it really prints: a table as an
+# Takes the two pictures of the program that the guide shows, from what it really prints: a table as an
 # SVG, and a page of to-html in headless Chromium. Needs ./dev setup and a release build.
 set -euo pipefail
 
