@@ -24,9 +24,9 @@ PERMISSIONS = "compared with each other, and run under Wine, by tests/install/sh
 GRAMMAR = "every name is defined, checked by tests/docs/blocks_test.py"
 BYTES = "the bytes are those of the text before them, checked by tests/docs/blocks_test.py"
 COMMANDS = "every ./dev command exists, checked by tests/docs/blocks_test.py; they take minutes, and .ci/run runs test"
-INSTALLERS = "the packages are those that are made, checked by tests/docs/blocks_test.py; tests/install runs msiexec " \
-    "and regsvr32 under Wine"
-LINUX_PACKAGES = "both packages are installed in folders of their own by tests/install/linux_test.py"
+INSTALLERS = "the packages are those that are made, checked by tests/docs/blocks_test.py; those for all users are run " \
+    "under Wine by tests/install/package_test.py; Wine knows neither MSIINSTALLPERUSER nor /fa"
+LINUX_PACKAGES = "run by tests/install/linux_test.py, with dpkg and a folder of its own in the place of apt"
 POWERSHELL = "parsed by ./dev clients: PowerShell runs nowhere here"
 FORM = "no code: a pattern, or a text that a test of the component compares"
 

@@ -9,6 +9,7 @@ import sys
 import tempfile
 
 FOLDER, VERSION = os.path.abspath(sys.argv[1]), sys.argv[2]
+GUIDE = os.path.join(os.path.dirname(os.path.abspath(__file__)), "../../docs/deployment.md")
 FILES = {
     "bin/brindlex", "share/man/man1/brindlex.1.gz", "share/bash-completion/completions/brindlex",
     "share/zsh/vendor-completions/_brindlex", "share/doc/brindlex/copyright", "share/doc/brindlex/changelog.gz",
@@ -22,6 +23,12 @@ def output_of(*command: str, **options: object) -> str:
 
 def files_of(folder: str) -> set[str]:
     return {os.path.relpath(os.path.join(path, name), folder) for path, _, names in os.walk(folder) for name in names}
+
+
+def guide_line(program: str) -> str:
+    """The line of the deployment guide that runs a program."""
+    with open(GUIDE, encoding="utf-8") as file:
+        return next(line for line in file if line.startswith(program + " "))
 
 
 def check_program(program: str, manual: str) -> None:
@@ -41,7 +48,10 @@ def dpkg(root: str, *arguments: str) -> None:
 
 
 def check_deb() -> None:
-    package = os.path.join(FOLDER, f"brindlex_{VERSION}_amd64.deb")
+    # apt itself would change the machine.
+    name = guide_line("apt").split("./")[1].strip()
+    assert name == f"brindlex_{VERSION}_amd64.deb", name
+    package = os.path.join(FOLDER, name)
     fields = output_of("dpkg-deb", "-f", package)
     for line in ("Package: brindlex", f"Version: {VERSION}", "Architecture: amd64", "Depends: libc6 (>= 2."):
         assert line in fields, fields
@@ -62,11 +72,10 @@ def check_deb() -> None:
 
 
 def check_tarball() -> None:
-    name = f"brindlex-{VERSION}-linux-amd64"
-    with tempfile.TemporaryDirectory() as prefix:
-        # As the guide says: below a prefix of one's own.
-        subprocess.run(["tar", "-xzf", os.path.join(FOLDER, name + ".tar.gz"), "-C", prefix, "--strip-components=1"],
-                       check=True)
+    with tempfile.TemporaryDirectory() as home:
+        prefix = os.path.join(home, ".local")
+        os.mkdir(prefix)
+        subprocess.run(["bash", "-c", guide_line("tar")], cwd=FOLDER, env={**os.environ, "HOME": home}, check=True)
         check_program(os.path.join(prefix, "bin/brindlex"), os.path.join(prefix, "share/man/man1/brindlex.1"))
         assert "share/zsh/site-functions/_brindlex" in files_of(prefix)
 

@@ -2,10 +2,11 @@
 
 usage: package_test.py WINE64 PACKAGE_FOLDER PREFIX
 
-WINE64 is tools/wine64; PREFIX is made anew.
+WINE64 is tools/wine64; PREFIX is made anew. The options for all users are those of docs/deployment.md.
 """
 
 import os
+import pathlib
 import re
 import shutil
 import subprocess
@@ -15,6 +16,8 @@ wine, packages, prefix = sys.argv[1], sys.argv[2], os.path.abspath(sys.argv[3])
 os.environ["BRINDLEX_PREFIX"] = prefix
 SYSTEM = {"x86": "C:\\windows\\syswow64\\", "x64": "C:\\windows\\system32\\"}
 FOLDER = {"x86": "Program Files (x86)", "x64": "Program Files"}
+GUIDE = pathlib.Path(__file__).resolve().parents[2] / "docs" / "deployment.md"
+LOG = "C:\\install.log"
 # What would be left of us: the name, or the first part of one of the ids.
 OURS = re.compile(r"brindlex|90E89859-3FAC|E67379C4-E3BA|FC246086-1E11", re.IGNORECASE)
 IDS = {
@@ -31,6 +34,13 @@ def run(*command: str, expect: int | None = 0) -> str:
     text = result.stdout.decode("cp1252").replace("\r", "")
     assert expect is None or result.returncode == expect, f"{command}: {result.returncode}\n{text}"
     return text
+
+
+def guide_options(command: str) -> list[str]:
+    """The options of the first line of the guide that runs msiexec with this command."""
+    line = re.search(rf"^msiexec {command} Brindlex-\S+-x64\.msi (.*)$", GUIDE.read_text(encoding="utf-8"), re.MULTILINE)
+    assert line and "/qn" in line[1], f"{GUIDE} has no silent msiexec {command}"
+    return [LOG if word.endswith(".log") else word for word in line[1].split()]
 
 
 def windows_path(path: str) -> str:
@@ -104,14 +114,15 @@ def registered_by_itself(bitness: str, dll: bytes) -> set[str]:
 
 def check_machine(bitness: str) -> None:
     folder = os.path.join(prefix, "drive_c", FOLDER[bitness], "Brindlex")
-    run("msiexec", "/i", msi(bitness), "/qn")
+    run("msiexec", "/i", msi(bitness), *guide_options("/i"))
+    os.remove(os.path.join(prefix, "drive_c", "install.log"))
     with open(os.path.join(folder, "Brindlex.dll"), "rb") as file:
         dll = file.read()
     demo(bitness, f"C:\\{FOLDER[bitness]}\\Brindlex")
     program = run(f"C:\\{FOLDER[bitness]}\\Brindlex\\brindlex.exe", "--version")
     assert re.fullmatch(r"brindlex \d+\.\d+\.\d+\n", program), program
     installed = keys("HKLM", bitness)
-    run("msiexec", "/x", msi(bitness), "/qn")
+    run("msiexec", "/x", msi(bitness), *guide_options("/x"))
     registered = registered_by_itself(bitness, dll)
     assert len(installed) > 15 and installed == registered, sorted(installed ^ registered)
 
