@@ -179,7 +179,7 @@ def edited(dice: random.Random, rows: list[list[str]], alphabet: str) -> list[li
 def random_pairs(seed: int, count: int):
     dice = random.Random(seed)
     names = ["K", "a", "b"]
-    for _ in range(count):
+    for _ in range(count // program.SAMPLE):
         alphabet = dice.choice(["ab", "abcdefgh", "".join(map(chr, range(0x430, 0x450)))])
         rows = [[dice.choice(alphabet) for _ in names] for _ in range(dice.randint(0, 14))]
         yield names, rows, edited(dice, rows, alphabet)

@@ -2,7 +2,7 @@
 
 # The bitness of the component that is measured: an emulator's time is not the component's.
 measured_bitness() {
-  if [[ -e /proc/sys/fs/binfmt_misc/brindlex-i386 ]]; then
+  if is_emulated 32; then
     say "32-bit programs are emulated here, so the 64-bit component is measured"
     printf 64
   else
