@@ -28,7 +28,7 @@ def pe_faults(data: bytes):
     directories = optional + (112 if is_64 else 96)
     relocations = struct.unpack_from("<II", data, directories + 5 * 8)
     if not flags & DYNAMIC_BASE:
-        yield "always lies at the same address"
+        yield "is always loaded at the same address"
     if characteristics & RELOCATIONS_STRIPPED or not relocations[1]:
         yield "has no relocations"
     if not flags & NX:
@@ -38,7 +38,7 @@ def pe_faults(data: bytes):
     if is_64 and base <= 0xFFFFFFFF:
         yield f"has its base at {base:#x}"
     if is_64 and not characteristics & LARGE_ADDRESSES:
-        yield "cannot lie above 2 GB"
+        yield "cannot be loaded above 2 GB"
     for index in range(sections):
         section = optional + size + index * 40
         name = data[section:section + 8].rstrip(b"\0").decode()
@@ -57,7 +57,7 @@ def elf_faults(readelf: str, path: str):
     dynamic = output(readelf, "-dW", path)
     symbols = output(readelf, "--dyn-syms", "-W", path)
     if "DYN (" not in header:
-        yield "always lies at the same address"
+        yield "is always loaded at the same address"
     if "GNU_RELRO" not in segments or "BIND_NOW" not in dynamic:
         yield "has addresses of functions that can be written"
     stack = [line.split() for line in segments.splitlines() if "GNU_STACK" in line]

@@ -18,6 +18,8 @@ clients() {
     say "client $client"
     "run_$client" || failed+=("$client")
   done
+  say "the examples in PowerShell"
+  parse_powershell || failed+=(powershell)
   [[ ${#failed[@]} -eq 0 ]] || fail "failed: ${failed[*]}; see above"
 }
 
@@ -84,3 +86,10 @@ run_node() {
 
 run_node32() { run_node 32; }
 run_node64() { run_node 64; }
+
+# No PowerShell runs here: a parser reads the examples of the tree and of every page.
+parse_powershell() {
+  NODE_PATH=$clients_tools/node_modules node "$root/tests/clients/parse_powershell.js" \
+    "$clients_tools/node_modules/tree-sitter-powershell/tree-sitter-powershell.wasm" \
+    "$root"/examples/powershell/*.ps1 "$root"/*.md "$root"/docs/*.md "$root"/examples/*.md
+}

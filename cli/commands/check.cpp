@@ -86,7 +86,7 @@ void AddCheck(CLI::App& program, Context& context) {
                  "brindlex check books.txt                 file:byte:record:field: what it is; its "
                  "effect\n"
                  "brindlex check --key Title *.txt         duplicate keys too\n"
-                 "brindlex check --json books.txt | jq .   for machines\n");
+                 "brindlex check --json books.txt | jq .   for programs\n");
   AddInputFiles(command, options->paths, "The files to check; - is standard input");
   command.add_option("--key", options->key, "Report records with the same value in this column")
       ->type_name("NAME");

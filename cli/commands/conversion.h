@@ -21,14 +21,17 @@ OutputOptions InPlaceTarget(const std::string& path, const OutputOptions& output
 /// what does not come through in `losses`.
 using Conversion = std::function<void(const ByteSink& sink, Losses& losses)>;
 
+inline constexpr std::string_view kLossyHint = "--lossy leaves it out";
+
 /// Runs a conversion so that either all of its data goes to the output or nothing. A file appears
 /// when everything has succeeded; before anything goes to standard output, a pipe or a device, the
 /// conversion is run once without output.
 ///
 /// Losses are a ConversionError that names all of them, unless `allowsLosses`: a warning then names
-/// them, before the output exists. All Failures of the conversion and of Output. `replaced`, unless
-/// it is null, is the input that the output may replace; it is closed before.
+/// them, before the output exists. Its last words are what to do, `lineBreaksHint` if line breaks
+/// are all that is lost. All Failures of the conversion and of Output. `replaced`, unless it is
+/// null, is the input that the output may replace; it is closed before.
 void RunConversion(const OutputOptions& options, bool allowsLosses, const Conversion& convert,
-                   Input* replaced = nullptr);
+                   Input* replaced = nullptr, std::string_view lineBreaksHint = kLossyHint);
 
 }  // namespace brindlex::cli

@@ -5,15 +5,16 @@
 
 namespace brindlex::cli {
 
-void AddCsvOptions(CLI::App& command, CsvOptions& options) {
+void AddCsvOptions(CLI::App& command, CsvOptions& options, bool isRead) {
+  const std::string delimiter = "What separates values: a character below 128, or the word tab";
   command
       .add_option("--delimiter", options.delimiter,
-                  "What separates values: a character below 128, or the word tab; to-csv takes the "
-                  "comma without it, from-csv detects comma, semicolon and tab")
+                  delimiter + (isRead ? ", in place of the comma, semicolon or tab that is detected"
+                                      : "; a comma without it"))
       ->type_name("C");
   command.add_flag("--guard-formulas", options.guardFormulas,
-                   "An apostrophe before values that a spreadsheet would compute (to-csv), and off "
-                   "again (from-csv)");
+                   isRead ? "Take off the apostrophe that to-csv --guard-formulas puts"
+                          : "An apostrophe before values that a spreadsheet would compute");
 }
 
 CsvStyle StyleOf(const CsvOptions& options) {

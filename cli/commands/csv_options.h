@@ -15,8 +15,9 @@ struct CsvOptions {
   bool guardFormulas = false;
 };
 
-/// Adds --delimiter and --guard-formulas; `options` must outlive the parsing.
-void AddCsvOptions(CLI::App& command, CsvOptions& options);
+/// Adds --delimiter and --guard-formulas to a command that reads CSV, or to one that writes it;
+/// `options` must outlive the parsing.
+void AddCsvOptions(CLI::App& command, CsvOptions& options, bool isRead);
 
 /// The style that the options ask for. Failure kUsage for a delimiter that is not one character
 /// below 128 or the word tab, and for a quotation mark, a line break or a NUL.

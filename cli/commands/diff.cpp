@@ -22,7 +22,7 @@ namespace {
 constexpr const char* kExamples =
     "brindlex diff old.txt new.txt                 in file order\n"
     "brindlex diff old.txt new.txt --key Title     by the values of a column\n"
-    "brindlex diff old.txt new.txt --json | jq .   for machines\n"
+    "brindlex diff old.txt new.txt --json | jq .   for programs\n"
     "git config difftool.brindlex.cmd 'brindlex diff \"$LOCAL\" \"$REMOTE\"'\n";
 
 struct DiffOptions {

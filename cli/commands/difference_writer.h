@@ -11,8 +11,8 @@
 namespace brindlex::cli {
 
 /// Shows differences: for people, line by line, or as one JSON array of objects, whose members
-/// docs/tool.md has. Values are read from their files as they are shown, in JSON whole and in
-/// bounded memory.
+/// docs/tool-reference.md has. Values are read from their files as they are shown, in JSON whole
+/// and in bounded memory.
 class DifferenceWriter {
  public:
   DifferenceWriter(Output& output, bool asJson);

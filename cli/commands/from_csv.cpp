@@ -58,7 +58,7 @@ void AddFromCsv(CLI::App& program, Context& /*context*/) {
       AddCommand(program, "from-csv", "Converts comma-separated values to a file", kExamples);
   auto options = std::make_shared<FromCsvOptions>();
   AddWriteOptions(command, *options);
-  AddCsvOptions(command, options->csv);
+  AddCsvOptions(command, options->csv, /*isRead=*/true);
   AddCsvInput(command, *options);
   command.callback([options] {
     const CsvReading reading = ReadingOf(*options);

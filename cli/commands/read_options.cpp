@@ -28,6 +28,10 @@ CLI::Option& AddWithFormat(CLI::App& command, ReadOptions& options) {
 
 namespace {
 
+/// What to do if --with-format cannot carry line breaks because their number differs.
+constexpr std::string_view kUnevenHint =
+    "recode --line-breaks N gives all records the same number, --lossy leaves it out";
+
 /// The form that the conversion carries.
 DelimitedForm CarriedForm(Input& input, const FileFormat& format, const ReadOptions& options) {
   DelimitedForm form = FormOfFile(input, format, options.name.has_value());
@@ -44,14 +48,16 @@ void ConvertFile(const ReadOptions& options, const MakeWriter& makeWriter) {
   const FileFormat format = DetectFormat(input, options.format);
   std::optional<DelimitedForm> form;
   if (options.withFormat) form = CarriedForm(input, format, options);
-  RunConversion(options.output, options.allowsLosses, [&](const ByteSink& sink, Losses& losses) {
+  const auto convert = [&](const ByteSink& sink, Losses& losses) {
     const auto writer = makeWriter(sink, losses, form ? &*form : nullptr);
     CopyTables(input, format, options.name, *writer, losses, form ? form->lineBreaks : 0);
     const bool isEmpty = input.Size() == format.markBytes;
     if (form && !form->tail && !options.name && !isEmpty) {
       losses.Add("more than 64 KB of line breaks, blanks or NUL to the end", *input.Size());
     }
-  });
+  };
+  RunConversion(options.output, options.allowsLosses, convert, nullptr,
+                form ? kUnevenHint : "--with-format keeps it, --lossy leaves it out");
 }
 
 }  // namespace brindlex::cli

@@ -15,6 +15,10 @@ constexpr const char* kExamples =
     "brindlex recode books.txt --line-breaks 1 --in-place       a record on each line\n"
     "brindlex recode new.txt --like books.txt --in-place        the form of another file\n";
 
+/// All that recode can lose of a single collection are line breaks.
+constexpr std::string_view kLineBreaksHint =
+    "--line-breaks N gives all records the same number, --lossy that of the first";
+
 struct RecodeOptions {
   std::string path;
   FormatOptions format;
@@ -37,7 +41,7 @@ void Recode(const RecodeOptions& options) {
         DelimitedWriter writer(sink, form);
         CopyTables(input, format, {}, writer, losses, lineBreaks);
       },
-      &input);
+      &input, format.named ? kLossyHint : kLineBreaksHint);
 }
 
 }  // namespace

@@ -58,6 +58,7 @@ DelimitedForm TargetForm(const TargetOptions& options, Input& source,
   RequestMarkers(options, form);
   ApplyFormOptions(options, form);
   form.reading = reading.reading;
+  form.choice = Choice::kTarget;
   return form;
 }
 

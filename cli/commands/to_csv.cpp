@@ -23,7 +23,7 @@ void AddToCsv(CLI::App& program, Context& /*context*/) {
       AddCommand(program, "to-csv", "Converts a collection to comma-separated values", kExamples);
   auto options = std::make_shared<ToCsvOptions>();
   AddReadOptions(command, *options);
-  AddCsvOptions(command, options->csv);
+  AddCsvOptions(command, options->csv, /*isRead=*/false);
   command.add_flag("--bom", options->hasByteOrderMark,
                    "Begin with a byte order mark, by which spreadsheets recognize UTF-8");
   AddWithFormat(command, *options);

@@ -16,6 +16,20 @@ DelimitedForm RequestedForm(const WriteOptions& options, const DelimitedForm* ca
   return form;
 }
 
+/// The names of AddFormatOptions, of a file that is made.
+void AddNewFormatOptions(CLI::App& command, FormatOptions& options) {
+  command
+      .add_option("--encoding", options.encoding,
+                  "The encoding of the new file (windows-1252): a Windows code page by its number "
+                  "(874, 1250 to 1258), utf-8, utf-16, utf-16be")
+      ->type_name("NAME");
+  command
+      .add_option("--field-end", options.fieldEnd, "Its field end, as it is or as U+001F (U+00A5)")
+      ->type_name("TEXT");
+  command.add_option("--record-end", options.recordEnd, "Its record end, in the same way (U+0152)")
+      ->type_name("TEXT");
+}
+
 }  // namespace
 
 void AddFormOptions(CLI::App& command, FormOptions& options) {
@@ -28,9 +42,9 @@ void AddFormOptions(CLI::App& command, FormOptions& options) {
   command.add_flag("--no-bom", options.wantsNoByteOrderMark, "Begin without one")->excludes(mark);
   command
       .add_option("--line-breaks", options.lineBreaks,
-                  "So many line breaks after each record end, 0 to 3 (0)")
+                  "So many line breaks after each record end, 0 to 3")
       ->type_name("N")
-      ->check(CLI::Range(0, MostLineBreaks()));
+      ->check(CLI::Range(0, MostLineBreaks()).description(""));
 }
 
 void ApplyFormOptions(const FormOptions& options, DelimitedForm& form) {
@@ -48,7 +62,7 @@ void ApplyFormOptions(const FormOptions& options, DelimitedForm& form) {
 void AddWriteOptions(CLI::App& command, WriteOptions& options) {
   AddInputFile(command, options.path);
   AddOutputOptions(command, options.output);
-  AddFormatOptions(command, options.format);
+  AddNewFormatOptions(command, options.format);
   AddReadingOptions(command, options.format);
   AddFormOptions(command, options);
 }

@@ -71,7 +71,7 @@ const NamedCollection& CollectionEditor::Require(const std::string& name) const 
 
 std::string CollectionEditor::EncodeName(const std::string& name) const {
   if (name.empty()) throw UsageError("a collection without a name is never found again");
-  ValueEncoder encoder(format_.encoding);
+  ValueEncoder encoder(format_.encoding, Choice::kRecode);
   encoder.Forbid(OuterMarkers());
   std::string bytes;
   if (const auto problem = encoder.Append(name, 1, 0, bytes)) {
@@ -135,6 +135,7 @@ void CollectionEditor::Add(const std::string& name, Input& added, const FormatOp
   DelimitedForm form;
   form.encoding = format_.encoding;
   form.isInner = true;
+  form.choice = Choice::kRecode;
   const auto writeText = [&](const ByteSink& to) {
     DelimitedWriter writer(to, form);
     CopyTables(added, DetectFormat(added, addedOptions), {}, writer, losses);

@@ -27,6 +27,8 @@ struct DelimitedForm {
   Reading reading = Reading::kDetected;
   /// Whoever reads the file gives its encoding, markers and reading: it need not be detected.
   bool isGiven = false;
+  /// By which options another form is chosen, for messages.
+  Choice choice = Choice::kOwn;
 };
 
 /// The form that options ask for: that of the file `like` unless it is null, with what `options`
@@ -51,8 +53,8 @@ struct FormMember {
   bool isBare = false;
 };
 
-/// A form as text, by which SetFormMember makes the same form of a default one. docs/tool.md has
-/// the names.
+/// A form as text, by which SetFormMember makes the same form of a default one.
+/// docs/tool-reference.md has the names.
 std::vector<FormMember> MembersOf(const DelimitedForm& form);
 
 /// Sets the member `name` of `form`. ConversionError for an unknown name or a value that it cannot

@@ -18,14 +18,14 @@ DelimitedWriter::DelimitedWriter(ByteSink sink, const DelimitedForm& form)
         sink(bytes);
       }),
       form_(form),
-      outer_(RequireByteMarkers(form.pair.value_or(OuterMarkers()), form.encoding)),
+      outer_(RequireByteMarkers(form.pair.value_or(OuterMarkers()), form.encoding, form.choice)),
       markers_(outer_),
-      encoder_(form.encoding),
+      encoder_(form.encoding, form.choice),
       checksWholeRecords_(!AreUnambiguous(outer_)),
       followsRecord_(form.isInner) {
   encoder_.Forbid(form.pair.value_or(OuterMarkers()));
   if (form_.isInner) {
-    markers_ = RequireByteMarkers(InnerMarkers(), form.encoding);
+    markers_ = RequireByteMarkers(InnerMarkers(), form.encoding, form.choice);
     encoder_.Forbid(InnerMarkers());
     layers_ = 2;
   } else if (form_.hasByteOrderMark) {
@@ -39,8 +39,9 @@ void DelimitedWriter::BeginNamed() {
   }
   if (form_.pair || form_.lineBreaks > 0) {
     throw UsageError(
-        "a file of several collections has markers of its own and no line breaks; leave "
-        "--field-end, --record-end and --line-breaks out");
+        "a file of several collections has markers of its own and no line breaks; leave " +
+        OptionName(form_.choice, "field-end") + ", " + OptionName(form_.choice, "record-end") +
+        " and --line-breaks out");
   }
   if (form_.reading == Reading::kPlain) {
     throw UsageError("several collections cannot be written as a single one; leave --plain out");
@@ -65,7 +66,7 @@ void DelimitedWriter::BeginCollection(std::string_view name) {
   BeginRecord();
   for (const std::string& column : names_) AppendValue(column, true);
   EndRecord();
-  markers_ = RequireByteMarkers(InnerMarkers(), form_.encoding);
+  markers_ = RequireByteMarkers(InnerMarkers(), form_.encoding, form_.choice);
   encoder_.Forbid(InnerMarkers());
   layers_ = 2;
 }
@@ -125,12 +126,13 @@ void DelimitedWriter::CheckDetection() const {
   const bool isSame = format.encoding.Name() == form_.encoding.Name() && format.pair == pair &&
                       (format.markBytes > 0) == form_.hasByteOrderMark;
   if (isSame) return;
-  throw ConversionError("the file would be read as " + format.encoding.Name() +
-                        " with the markers " + Quoted(format.pair.fieldEnd) + " and " +
-                        Quoted(format.pair.recordEnd) + ", since it begins like one" +
-                        (format.encoding.Name() != form_.encoding.Name()
-                             ? "; --encoding utf-8 --bom is always recognized"
-                             : ""));
+  throw ConversionError(
+      "the file would be read as " + format.encoding.Name() + " with the markers " +
+      Quoted(format.pair.fieldEnd) + " and " + Quoted(format.pair.recordEnd) +
+      ", since it begins like one" +
+      (format.encoding.Name() != form_.encoding.Name()
+           ? "; " + OptionName(form_.choice, "encoding") + " utf-8 --bom is always recognized"
+           : ""));
 }
 
 // ---- Records -----------------------------------------------------------------------------------

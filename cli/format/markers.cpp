@@ -85,14 +85,25 @@ std::optional<ByteMarkers> FindByteMarkers(const MarkerPair& pair, const Encodin
   return hasBoth ? std::optional(markers) : std::nullopt;
 }
 
-ByteMarkers RequireByteMarkers(const MarkerPair& pair, const Encoding& encoding) {
+std::string OptionName(Choice choice, std::string_view name) {
+  return (choice == Choice::kTarget ? "--to-" : "--") + std::string(name);
+}
+
+std::string EncodingHint(Choice choice) {
+  if (choice == Choice::kRecode) {
+    return "convert the file first: brindlex recode FILE --to-encoding utf-8 --in-place";
+  }
+  return OptionName(choice, "encoding") + " utf-8 has every character";
+}
+
+ByteMarkers RequireByteMarkers(const MarkerPair& pair, const Encoding& encoding, Choice choice) {
   const std::string both =
       "the markers " + Quoted(pair.fieldEnd) + " and " + Quoted(pair.recordEnd);
   if (pair.fieldEnd == pair.recordEnd) throw UsageError(both + " are the same");
   if (auto markers = FindByteMarkers(pair, encoding)) return *markers;
-  throw UsageError(
-      both + " are not both characters of " + encoding.Name() +
-      "; give others with --field-end and --record-end, or another --encoding, such as utf-8");
+  throw UsageError(both + " are not both characters of " + encoding.Name() + "; give others with " +
+                   OptionName(choice, "field-end") + " and " + OptionName(choice, "record-end") +
+                   ", or another " + OptionName(choice, "encoding") + ", such as utf-8");
 }
 
 bool AreUnambiguous(const ByteMarkers& markers) {

@@ -60,8 +60,26 @@ int MostLineBreaks();
 /// `pair` in the bytes of `encoding`; nothing if that lacks one of its characters.
 std::optional<ByteMarkers> FindByteMarkers(const MarkerPair& pair, const Encoding& encoding);
 
-/// The same; UsageError in place of nothing, and for two equal markers.
-ByteMarkers RequireByteMarkers(const MarkerPair& pair, const Encoding& encoding);
+/// By which options the user can choose another encoding or other markers for what is written.
+enum class Choice {
+  /// --encoding, --field-end, --record-end.
+  kOwn,
+  /// --to-encoding, --to-field-end, --to-record-end.
+  kTarget,
+  /// None: the command keeps the encoding of the file, and recode changes it.
+  kRecode,
+};
+
+/// What to do if an encoding lacks a character: the end of a message, after "; ".
+std::string EncodingHint(Choice choice);
+
+/// The name of an option, such as "field-end", as the user gives it: "--to-field-end" for kTarget.
+std::string OptionName(Choice choice, std::string_view name);
+
+/// The markers as FindByteMarkers finds them; UsageError in place of nothing, and for two equal
+/// markers. `choice` is for its message.
+ByteMarkers RequireByteMarkers(const MarkerPair& pair, const Encoding& encoding,
+                               Choice choice = Choice::kOwn);
 
 /// Whether the markers can be recognized wherever they are, without a look at what follows: neither
 /// holds the other, and no end of one starts one of them.

@@ -15,11 +15,9 @@ void Losses::Add(const std::string& what, std::uint64_t offset) {
 std::vector<std::string> Losses::Sentences() const {
   std::vector<std::string> sentences;
   for (const auto& [what, found] : found_) {
-    std::string sentence = what;
-    sentence += found.count == 1 ? ", at byte " : ", the first at byte ";
-    sentence += std::to_string(found.first);
-    if (found.count > 1) sentence += " of " + std::to_string(found.count) + " in all";
-    sentences.push_back(std::move(sentence));
+    std::string sentence = what + ", ";
+    if (found.count > 1) sentence += std::to_string(found.count) + " times, first ";
+    sentences.push_back(sentence + "at byte " + std::to_string(found.first));
   }
   return sentences;
 }

@@ -22,6 +22,11 @@ class Losses {
 
   bool IsEmpty() const { return found_.empty(); }
 
+  /// Whether `what` is lost, and nothing else.
+  bool IsOnly(const std::string& what) const {
+    return found_.size() == 1 && found_.begin()->first == what;
+  }
+
   /// One sentence for each kind, with its number and its first offset.
   std::vector<std::string> Sentences() const;
 

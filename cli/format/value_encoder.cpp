@@ -7,7 +7,7 @@
 namespace brindlex::cli {
 
 void ValueEncoder::Forbid(const MarkerPair& pair) {
-  const ByteMarkers markers = RequireByteMarkers(pair, encoding_);
+  const ByteMarkers markers = RequireByteMarkers(pair, encoding_, choice_);
   forbidden_.push_back({markers.fieldEnd, "the field end " + DescribedCharacter(pair.fieldEnd)});
   forbidden_.push_back({markers.recordEnd, "the record end " + DescribedCharacter(pair.recordEnd)});
   overlap_ = std::max(overlap_, markers.Longest() - markers.unit);
@@ -21,7 +21,7 @@ std::optional<std::string> ValueEncoder::Append(std::string_view piece, std::siz
     const std::string_view rest = piece.substr(written);
     if (FirstOfUtf8(rest).bytes == 0) return "is not UTF-8";
     return "holds " + DescribedCharacter(rest) + ", which " + encoding_.Name() +
-           " does not have; --encoding utf-8 has every character";
+           " does not have; " + EncodingHint(choice_);
   }
   const std::string_view value = std::string_view(bytes).substr(from);
   const std::size_t markers = std::min(2 * layers, forbidden_.size());

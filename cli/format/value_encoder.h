@@ -14,7 +14,9 @@ namespace brindlex::cli {
 /// Encodes texts of which none may hold certain markers.
 class ValueEncoder {
  public:
-  explicit ValueEncoder(Encoding encoding) : encoding_(std::move(encoding)) {}
+  /// `choice` is for the messages.
+  explicit ValueEncoder(Encoding encoding, Choice choice = Choice::kOwn)
+      : encoding_(std::move(encoding)), choice_(choice) {}
 
   /// The markers of `pair` are forbidden from here on. Fails as RequireByteMarkers.
   void Forbid(const MarkerPair& pair);
@@ -35,6 +37,7 @@ class ValueEncoder {
   };
 
   const Encoding encoding_;
+  const Choice choice_;
   std::vector<Forbidden> forbidden_;
   std::size_t overlap_ = 0;
 };

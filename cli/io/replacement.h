@@ -10,8 +10,8 @@
 namespace brindlex::cli::system {
 
 /// A file that is written as a temporary file in its target's folder, and takes the target's name
-/// in one step. replacement_posix.cpp and replacement_windows.cpp implement it; docs/tool.md has
-/// what it keeps of a file that it replaces.
+/// in one step. replacement_posix.cpp and replacement_windows.cpp implement it;
+/// docs/tool-reference.md has what it keeps of a file that it replaces.
 ///
 /// From Create to Commit nobody but the user can open the temporary file; no permission is widened
 /// before its last byte is written. It is deleted when the object is destroyed without a Commit,

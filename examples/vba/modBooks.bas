@@ -1,6 +1,6 @@
 Attribute VB_Name = "modBooks"
 ' Keeps a list of books in a file, in VB or VBA. Import the three files of this folder, and set a
-' reference to "Brindlex 1.0 Type Library". Not run by the tests.
+' reference to "Brindlex 1.0 Type Library". What a line prints is after "->"; the tests run all of it as VBScript.
 Option Explicit
 
 Private Function NewBook(ByVal Title As String, ByVal Price As Currency) As clsBook
@@ -26,14 +26,15 @@ Public Sub KeepBooks()
     If restored Is Nothing Then Exit Sub
     Dim book As Variant
     For Each book In restored
-        Debug.Print book.Title & " costs " & book.Price
+        Debug.Print book.Title & " costs " & book.Price     ' -> Moby Dick costs 12.5
+                                                            ' -> Emma costs 9
     Next
-    Debug.Print restored("EMMA").Price
+    Debug.Print restored("EMMA").Price                      ' -> 9
 
     Dim bases As New Brindlex.clsBases
-    Debug.Print "2026 in base 16: " & bases.ConvertDec2Base(2026, 16)     ' 7EA
+    Debug.Print "2026 in base 16: " & bases.ConvertDec2Base(2026, 16)     ' -> 2026 in base 16: 7EA
 
     On Error Resume Next
-    Debug.Print restored("no such book").Price
-    Debug.Print "Error " & Err.Number & ": " & Err.Description     ' Error 5
+    Debug.Print restored.Item("no such book").Price
+    Debug.Print "Error " & Err.Number & ": " & Err.Description     ' -> Error 5: Invalid procedure call or argument
 End Sub

@@ -67,7 +67,7 @@ def test_the_form_is_that_of_the_first(folder: pathlib.Path) -> None:
     expect("UTF-8", "\ufeffA»Š\r\nж»Š\r\né»Š\r\n".encode("utf-8"), result.output)
     result = cat(folder, encoded("A|;é|;"), first)
     expect("refused", (DEFECTS, b""), (result.code, result.output))
-    contains('1.txt: record 1, "A": it holds ж U+0436, which windows-1252 does not have', result.errors)
+    contains('1.txt: record 1, "A": it holds ж U+0436, which windows-1252 does not have; --to-encoding utf-8', result.errors)
     result = cat(folder, encoded("A|;é|;"), first, options=("--to-encoding", "utf-8", "--line-breaks", "0"))
     expect("given", encoded("A|;é|;ж|;", "utf-8"), result.output)
     result = cat(folder, b"", first)

@@ -125,7 +125,7 @@ def test_several_collections(folder: pathlib.Path) -> None:
 
 def test_a_code_page_that_has_no_markers_of_its_own(folder: pathlib.Path) -> None:
     given = ("--encoding", "1251", "--field-end", "|", "--record-end", ";")
-    expect("sound", [], lines(folder, "А|;Привет|;".encode("cp1251"), *given))
+    expect("valid", [], lines(folder, "А|;Привет|;".encode("cp1251"), *given))
     expect("98", [], lines(folder, "А|;Привет".encode("cp1251") + b"\x98|;", *given))
     expect("none given", USAGE, check(folder, b"", "--encoding", "1251").code)
 

@@ -108,8 +108,12 @@ def test_what_cannot_be_added(folder: pathlib.Path) -> None:
             stdin=encoded(BOOKS))
     refused(folder, 'record 1, "Title": it holds the field end » U+00BB', DEFECTS, *add,
             stdin=encoded("Title|;a<b|;"))
+    recode_first = "which windows-1252 does not have; convert the file first: brindlex recode FILE --to-encoding utf-8"
+    refused(folder, recode_first, DEFECTS, *add, stdin=encoded("Title|;ж|;", "utf-8"))
+    refused(folder, recode_first, DEFECTS, "add", "FILE", "ж", "-", stdin=encoded(BOOKS))
+    refused(folder, recode_first, DEFECTS, "rename", "FILE", "Items", "ж")
     refused(folder, "begins with a line break", DEFECTS, *add, stdin=encoded("\r\na|;1|;"))
-    refused(folder, "a line break after a record end", DEFECTS, *add, stdin=encoded("a|;\r\n1|;"))
+    refused(folder, "a line break after a record end, at byte 3; --lossy leaves it out", DEFECTS, *add, stdin=encoded("a|;\r\n1|;"))
     refused(folder, "record 1 has 1 value", DEFECTS, *add, stdin=encoded("a|b|;1|;"))
     refused(folder, "extract one of them first", USAGE, *add, stdin=encoded(LISTS))
     refused(folder, "would not find", DEFECTS, *add, before=LISTS.replace("Name", "NAME"),

@@ -1,10 +1,8 @@
-"""brindlex diff: what it finds, against a naive model; git with it."""
+"""brindlex diff: what it finds, against a naive model."""
 
 import json
-import os
 import pathlib
 import random
-import subprocess
 
 import program
 from program import DEFECTS, FINE, INPUT_OUTPUT, USAGE, contains, encoded, expect, path, run
@@ -231,38 +229,6 @@ def test_by_key_against_the_model(folder: pathlib.Path) -> None:
         kept = [i for i, j in pairs if (i, j) not in moved]
         expect((old, new, "moved"), (True, sorted(kept)), (moved <= set(pairs), kept))
         expect((old, new, "few moved"), len(pairs) - longest_rise([i for i, _ in pairs]), len(moved))
-
-
-def git(folder: pathlib.Path, *arguments: str) -> str:
-    own = {**os.environ, "HOME": str(folder), "GIT_CONFIG_NOSYSTEM": "1", "GIT_PAGER": "cat",
-           "PATH": os.path.dirname(program.COMMAND[-1]) + ":" + os.environ["PATH"]}
-    done = subprocess.run(["git", "-c", "user.name=a", "-c", "user.email=a@b", *arguments], cwd=folder, env=own,
-                          capture_output=True, timeout=60, check=False)
-    expect((arguments, done.stderr), 0, done.returncode)
-    return done.stdout.decode("utf-8")
-
-
-def git_lines() -> list[list[str]]:
-    """The configuration that the guide shows."""
-    guide = (pathlib.Path(__file__).resolve().parents[2] / "docs" / "tool.md").read_text(encoding="utf-8")
-    return [line.removeprefix("git ").replace("'", "").split(" ", 2)
-            for line in guide.splitlines() if line.startswith("git config ")]
-
-
-def test_git_shows_the_differences(folder: pathlib.Path) -> None:
-    if program.IS_WINDOWS:
-        return  # git runs the program of its own system
-    git(folder, "init", "-q")
-    expect("two lines", 2, len(git_lines()))
-    for line in git_lines():
-        git(folder, *line)
-    (folder / ".gitattributes").write_text("*.txt diff=brindlex\n", encoding="utf-8")
-    (folder / "a.txt").write_bytes(encoded(BOOKS))
-    git(folder, "add", ".")
-    git(folder, "commit", "-qm", "first")
-    (folder / "a.txt").write_bytes(encoded(BOOKS.replace("|7|", "|7.20|")))
-    contains('-{"Title":"Emma","Price":"7"},\n+{"Title":"Emma","Price":"7.20"},\n', git(folder, "diff"))
-    contains('~ record 2\n    Price: "7" → "7.20"\n', git(folder, "difftool", "-y", "-t", "brindlex"))
 
 
 program.main(globals())

@@ -46,8 +46,10 @@ def test_encoding(folder: pathlib.Path) -> None:
                                               "--to-encoding", "1252"))
     expect("the tail too", encoded("\ufeff" + text + "\n", "utf-16-le"),
            recoded(folder, encoded(text) + b"\n", "--to-encoding", "utf-16"))
-    refused(folder, 'record 2, "T": it holds ж U+0436, which windows-1252 does not have',
+    refused(folder, 'record 2, "T": it holds ж U+0436, which windows-1252 does not have; --to-encoding utf-8 has every',
             encoded("T|;a|;ж|;", "utf-8"), "--to-encoding", "windows-1252")
+    refused(folder, "give others with --to-field-end and --to-record-end, or another --to-encoding",
+            encoded(text), "--to-encoding", "1251", code=USAGE)
     refused(folder, "windows-1252 has no byte order mark", encoded(text), "--bom", code=USAGE)
 
 
@@ -75,7 +77,8 @@ def test_line_breaks(folder: pathlib.Path) -> None:
     expect("on lines", lines, recoded(folder, encoded(BOOKS), "--line-breaks", "1"))
     expect("and back", encoded(BOOKS), recoded(folder, lines, "--line-breaks", "0"))
     uneven = encoded("A|;\r\nx|;y|;\r\n")
-    refused(folder, "more or fewer line breaks", uneven, "--to-encoding", "utf-8")
+    refused(folder, "more or fewer line breaks than the first, at byte 8; --line-breaks N gives all records the same",
+            uneven, "--to-encoding", "utf-8")
     expect("alike", encoded("A|;\r\nx|;\r\ny|;\r\n"), recoded(folder, uneven, "--line-breaks", "1"))
     refused(folder, "record 2 begins with a line break", encoded("A|;" + "x|;" + "\r\n" * 4 + "y|;"),
             "--line-breaks", "0")

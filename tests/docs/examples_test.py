@@ -1,19 +1,22 @@
 """Runs the examples of the documentation, so that no page shows what does not work.
 
-usage: examples_test.py WINE PASCAL PAGE...
+usage: examples_test.py WINE PASCAL
 
 WINE runs a Windows program in which the component is registered, PASCAL is the command that compiles a
-program of Free Pascal: tools/pascal with the bitness. Every block of code of a page is run in the language
-that it is marked with: "vb" is VBScript, one script for each page; "vba" is VB and VBA, which run nowhere
-here, so they are translated to VBScript; "js" and "pascal" run each by themselves. What a line prints is
+program of Free Pascal: tools/pascal with the bitness. Every block of code of the pages that blocks.py names is run
+in the language that it is marked with: "vb" is VBScript, one script for each page; "vba" is VB and VBA, which run nowhere
+here, so they are translated to VBScript, as examples/vba is; "js" and "pascal" run each by themselves. What a line prints is
 after "' ->" or "// ->".
 """
 
 import os
+import pathlib
 import re
 import subprocess
 import sys
 import tempfile
+
+import blocks as documentation
 
 BLOCK = re.compile(r"^```(\w+)\n(.*?)^```$", re.MULTILINE | re.DOTALL)
 PRINTS = re.compile(r"(?:'|//) -> (.*)$", re.MULTILINE)
@@ -45,6 +48,8 @@ TRANSLATION = (
     (re.compile(r'Environ\("TEMP"\)'), 'CreateObject("Scripting.FileSystemObject").GetSpecialFolder(2).Path'),
     (re.compile(r"^( *)Kill (\w+)$", re.MULTILINE), r'\1CreateObject("Scripting.FileSystemObject").DeleteFile \2'),
     (re.compile(r"KeyProperty:="), ", , "),
+    (re.compile(r'Environ\$\("TEMP"\)'), 'CreateObject("Scripting.FileSystemObject").GetSpecialFolder(2).Path'),
+    (re.compile(r"New (Brindlex\.\w+)"), r'CreateObject("\1")'),
 )
 
 
@@ -126,6 +131,21 @@ def run_vba(wine: list[str], modules: list[tuple[str, str]]) -> None:
         raise Failure(f"printed {printed}\nby\n{text}")
 
 
+def run_vba_files(wine: list[str], folder: pathlib.Path) -> None:
+    """The modules of a folder, as VB exports them; the one that is no class has the Sub to call."""
+    script, calls, expected = [REPORTS], [], []
+    for path in sorted(folder.iterdir()):
+        # Before the code are the lines of the editor.
+        code = path.read_text(encoding="cp1252").partition("Option Explicit\n")[2]
+        expected += PRINTS.findall(code)
+        calls += [] if path.suffix == ".cls" else re.findall(r"^Public Sub (\w+)", code, re.MULTILINE)
+        code = translated(code)
+        script.append(f"Class {path.stem}\n{code}End Class\n" if path.suffix == ".cls" else code)
+    if not calls or not expected:
+        raise Failure(f"{folder} has nothing to run, or prints nothing")
+    run_script(wine, "\n".join([*script, *calls, f'WScript.Echo "{DONE}"\n']), ".vbs", expected)
+
+
 def run_pascal(wine: list[str], pascal: list[str], block: str) -> None:
     with tempfile.TemporaryDirectory() as folder:
         source, program = os.path.join(folder, "example.pas"), os.path.join(folder, "example.exe")
@@ -159,7 +179,8 @@ def check_page(wine: list[str], pascal: list[str], path: str, first: str) -> int
     return sum(len(blocks.get(language, [])) for language in ("vb", "vba", "js", "pascal"))
 
 
-def main(wine: str, pascal: str, *pages: str) -> int:
+def main(wine: str, pascal: str) -> int:
+    pages = [str(documentation.ROOT / page) for page in documentation.pages_with(documentation.SCRIPT_HOST)]
     with open(next(page for page in pages if page.endswith(REFERENCE)), encoding="utf-8") as file:
         first = next(match[2] for match in BLOCK.finditer(file.read()) if match[1] == "vb")
     failures = 0
@@ -171,6 +192,12 @@ def main(wine: str, pascal: str, *pages: str) -> int:
         except Failure as failure:
             failures += 1
             print(f"{page}: {failure}")
+    try:
+        run_vba_files(wine.split(), documentation.ROOT / "examples/vba")
+        print("examples/vba: done")
+    except Failure as failure:
+        failures += 1
+        print(f"examples/vba: {failure}")
     return 1 if failures else 0
 
 

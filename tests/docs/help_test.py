@@ -190,7 +190,7 @@ def check_search(browser: Browser, folder: str) -> None:
 
 def check_in_browser(folder: str, keep: str) -> None:
     with Browser() as browser:
-        for page in ("index.html", "reference.html", "troubleshooting.html", "tool.html"):
+        for page in ("index.html", "reference.html", "troubleshooting.html", "tool.html", "tool-reference.html"):
             for scheme in ("light", "dark"):
                 for device in WIDTHS:
                     look(browser, folder, page, scheme, device, keep)

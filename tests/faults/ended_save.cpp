@@ -22,7 +22,7 @@ using brindlex::ComPtr;
 
 using GetClassObject = HRESULT(STDAPICALLTYPE*)(REFCLSID, REFIID, void**);
 
-/// The component that lies beside the folder of this program.
+/// The component beside the folder of this program.
 HMODULE LoadComponent() {
   wchar_t path[MAX_PATH];
   GetModuleFileNameW(nullptr, path, MAX_PATH);

@@ -10,7 +10,7 @@ from dataclasses import dataclass, field
 # In the order in which a person reads them; each becomes a page named after its file.
 MARKDOWN = (
     "README.md", "docs/tasks.md", "docs/reference.md", "docs/reports.md", "docs/format.md", "docs/files.md",
-    "docs/number-bases.md", "docs/tool.md", "examples/README.md", "docs/deployment.md",
+    "docs/number-bases.md", "docs/tool.md", "docs/tool-reference.md", "examples/README.md", "docs/deployment.md",
     "docs/troubleshooting.md", "docs/faq.md", "docs/performance.md", "docs/reliability.md", "SECURITY.md",
     "docs/dependencies.md", "CHANGELOG.md", "CONTRIBUTING.md",
 )

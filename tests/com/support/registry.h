@@ -7,7 +7,7 @@
 
 namespace brindlex::testing {
 
-/// What lies below a registry key, as lines to compare: one for every key, such as "CLSID\{...}",
+/// What is below a registry key, as lines to compare: one for every key, such as "CLSID\{...}",
 /// and one for every value, such as "CLSID\{...} [ThreadingModel] = Apartment"; a default value's
 /// brackets are empty.
 /// Letter case counts in values, as ever, and does not in the names of keys.
@@ -16,7 +16,7 @@ struct RegistryLineLess {
 };
 using RegistryLines = std::set<std::wstring, RegistryLineLess>;
 
-/// Without what programs of the other width see in the place of `root`.
+/// Without what programs of the other bitness see in the place of `root`.
 RegistryLines LinesBelow(HKEY root);
 
 /// The lines of `after` that `before` lacks.
@@ -34,7 +34,7 @@ class OpenKey {
 
   HKEY Get() const { return key_; }
   void SetText(const std::wstring& name, const std::wstring& text) const;
-  /// Removes the key `path` below this one, with all that lies below it.
+  /// Removes the key `path` below this one, with all that is below it.
   void Delete(const std::wstring& path) const;
 
  private:

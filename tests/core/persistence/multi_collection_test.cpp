@@ -179,7 +179,7 @@ TEST_F(MultiCollectionTest, ATextThatCannotBeRestoredGivesWayToTheNewBlock) {
             store_.MultiDataString());
 }
 
-TEST_F(MultiCollectionTest, ANameColumnInAnotherLetterCaseLeadsToTwoBlocksOfOneName) {
+TEST_F(MultiCollectionTest, ANameColumnInAnotherLetterCaseLeadsToTwoCollectionsOfOneName) {
   store_.SetMultiDataString(u"DataString\u00A5name\u00A5\u0152x\u00A5Items\u00A5\u0152");
   Store(Titled(u"1"), u"Items");
   EXPECT_EQ(
