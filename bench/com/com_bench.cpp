@@ -456,9 +456,9 @@ class ManyCollections {
   static ComPtr<_clsCollectionSaveRestore> NewStore() {
     static const ComPtr<IClassFactory> factory = FactoryOf(CLSID_clsCollectionSaveRestore);
     ComPtr<_clsCollectionSaveRestore> store;
-    Require(factory->CreateInstance(nullptr, __uuidof(_clsCollectionSaveRestore),
-                                    store.ReceiveVoid()),
-            "CreateInstance");
+    Require(
+        factory->CreateInstance(nullptr, __uuidof(_clsCollectionSaveRestore), store.ReceiveVoid()),
+        "CreateInstance");
     return store;
   }
 
