@@ -28,6 +28,16 @@ def is_sampled() -> bool:
     return _dice.random() * SAMPLE < 1
 
 
+def tables(sample: int) -> int:
+    """How many random tables a test makes: `sample`, or as many as ./dev fuzz asks for."""
+    return int(os.environ.get("BRINDLEX_TABLES", sample))
+
+
+def seed(own: int) -> int:
+    """What random tables start from; ./dev fuzz names another one, to be given again after a failure."""
+    return int(os.environ.get("BRINDLEX_SEED", own))
+
+
 class Result:
     def __init__(self, done: subprocess.CompletedProcess):
         self.code = done.returncode
