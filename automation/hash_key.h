@@ -24,11 +24,12 @@ std::uint64_t KeyedHash(std::string_view bytes) noexcept;
 /// SipHash-1-3 of the units' case foldings under HashKey: texts that are EqualIgnoringCase agree.
 std::uint64_t KeyedHashIgnoringCase(TextView text) noexcept;
 
-/// HalfSipHash-1-3 of the units' case foldings under the lower half of HashKey, for hash tables in
-/// memory whose look-ups are counted in nanoseconds: texts that are EqualIgnoringCase agree. On
-/// 32-bit processors it takes a quarter of the time of KeyedHashIgnoringCase, and less than a hash
-/// without a key that multiplies 64-bit numbers. Its key of 64 bits protects tables in memory,
-/// which show nobody a hash; it is no message authentication code.
+/// A hash of the units' case foldings under HashKey, for hash tables in memory whose look-ups are
+/// counted in nanoseconds: texts that are EqualIgnoringCase agree. On 64-bit processors it is the
+/// lower half of KeyedHashIgnoringCase. On 32-bit ones it is HalfSipHash-1-3 under the lower half
+/// of the key, which takes a quarter of that time there; its key of 64 bits protects tables in
+/// memory, which show nobody a hash, but it is no message authentication code. bench/keys_bench.cpp
+/// has both beside a hash without a key.
 std::uint32_t IndexHashIgnoringCase(TextView text) noexcept;
 
 }  // namespace brindlex

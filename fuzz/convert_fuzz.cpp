@@ -27,6 +27,13 @@ void ThereAndBack(Converter& converter, const std::string& bytes) {
     converter.form_ = converter.FormOfFile();
     Require(converter.FromCsv(csv, style) == bytes, "a file that went through CSV");
   }
+  for (const CsvStyle& style : kCsv) {
+    std::string csv;
+    if (!RefusalOf([&] { csv = converter.ToCsvWithForm(bytes, style); }).empty()) continue;
+    if (!converter.FormOfFile().tail) continue;
+    converter.form_ = {};
+    Require(converter.FromCsv(csv, style) == bytes, "a file that went through CSV with its format");
+  }
 }
 
 /// What was made of a table is a file that can be read, and comes back as itself.

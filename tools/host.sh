@@ -14,6 +14,11 @@ wine_of() {
   [[ $1 == 64 ]] && echo wine64 || echo wine
 }
 
+# is_emulated BITNESS: whether an emulator runs the programs of this bitness.
+is_emulated() {
+  [[ $1 == 32 && -e /proc/sys/fs/binfmt_misc/brindlex-i386 ]]
+}
+
 # build_component PRESET [TARGET...]
 build_component() {
   build_without 'program tests' "$1" Brindlex "${@:2}"

@@ -29,9 +29,9 @@ std::string_view KindName(Kind kind) {
 }
 
 std::string JsonString(std::string_view text) {
-  std::string json;
+  ByteBuffer json;
   AppendJsonString(json, text);
-  return json;
+  return std::string(json.View());
 }
 
 }  // namespace
@@ -138,17 +138,17 @@ void DifferenceWriter::WriteJsonValue(std::string_view member, const Side& side)
   const Encoding& encoding = side.source->format.encoding;
   std::string rest;
   std::string text;
-  std::string json;
+  ByteBuffer json;
   ReadExtent(*side.source->input, side.extent, [&](std::string_view bytes) {
     rest += bytes;
     text.clear();
-    json.clear();
+    json.Truncate(0);
     // A block may end within a character.
     const std::size_t whole = rest.size() - encoding.UnfinishedLength(rest);
     encoding.ToUtf8(std::string_view(rest).substr(0, whole), text);
     rest.erase(0, whole);
     AppendJsonPiece(json, text);
-    output_.Write(json);
+    output_.Write(json.View());
   });
   output_.Write("\"");
 }

@@ -1,6 +1,7 @@
 #include <algorithm>
-#include <iterator>
-#include <map>
+#include <optional>
+#include <unordered_map>
+#include <utility>
 
 #include "cli/compare/table_comparison.h"
 #include "cli/io/failure.h"
@@ -73,8 +74,67 @@ struct Partition {
   }
 };
 
-/// Records that wait for one of the other table with the same key; of one key in file order.
-using Pending = std::multimap<ContentHash, RecordDigest>;
+/// Records that wait for one of the other table with the same key.
+class Pending {
+ public:
+  std::size_t Size() const { return size_; }
+
+  void Add(const RecordDigest& record) {
+    queues_[record.key].records.push_back(record);
+    ++size_;
+  }
+
+  /// Takes the first record of that key in file order out.
+  std::optional<RecordDigest> Take(const ContentHash& key) {
+    const auto found = queues_.find(key);
+    if (found == queues_.end()) return std::nullopt;
+    Queue& queue = found->second;
+    const RecordDigest record = queue.records[queue.first++];
+    if (queue.first == queue.records.size()) queues_.erase(found);
+    --size_;
+    return record;
+  }
+
+  /// Keeps the records whose keys are in `partition`.
+  void Keep(const Partition& partition) {
+    std::erase_if(queues_, [&](const auto& one) {
+      const bool isDropped = !partition.Has(one.first);
+      if (isDropped) size_ -= one.second.records.size() - one.second.first;
+      return isDropped;
+    });
+  }
+
+  /// Takes all records out, in file order.
+  std::vector<RecordDigest> TakeAll() {
+    std::vector<RecordDigest> all;
+    all.reserve(std::exchange(size_, 0));
+    while (!queues_.empty()) {
+      const Queue queue = std::move(queues_.extract(queues_.begin()).mapped());
+      const auto first = static_cast<std::ptrdiff_t>(queue.first);
+      all.insert(all.end(), queue.records.begin() + first, queue.records.end());
+    }
+    std::sort(all.begin(), all.end(), [](const RecordDigest& left, const RecordDigest& right) {
+      return left.number < right.number;
+    });
+    return all;
+  }
+
+ private:
+  /// Those of one key, and how many of them have been taken out.
+  struct Queue {
+    std::vector<RecordDigest> records;
+    std::size_t first = 0;
+  };
+  /// The hash is secret already; its low half tells partitions apart.
+  struct High {
+    std::size_t operator()(const ContentHash& key) const {
+      return static_cast<std::size_t>(key.high);
+    }
+  };
+
+  std::unordered_map<ContentHash, Queue, High> queues_;
+  std::size_t size_ = 0;
+};
 
 class KeyComparison {
  public:
@@ -111,8 +171,8 @@ class KeyComparison {
   }
 
   void Take(const RecordDigest* old, const RecordDigest* added) {
-    const bool isInStep = before_.empty() && after_.empty() && old != nullptr && added != nullptr &&
-                          old->key == added->key;
+    const bool isInStep = before_.Size() + after_.Size() == 0 && old != nullptr &&
+                          added != nullptr && old->key == added->key;
     if (isInStep) {
       beforeRead_ = old->number;
       afterRead_ = added->number;
@@ -131,15 +191,13 @@ class KeyComparison {
   }
 
   void Match(const RecordDigest& record, Pending& others, Pending& own) {
-    const auto found = others.lower_bound(record.key);
-    if (found == others.end() || found->first != record.key) {
-      own.emplace(record.key, record);
+    const std::optional<RecordDigest> other = others.Take(record.key);
+    if (!other) {
+      own.Add(record);
       return MakeRoom();
     }
-    const RecordDigest other = found->second;
-    others.erase(found);
-    if (&own == &before_) return TakePair(record, other);
-    TakePair(other, record);
+    if (&own == &before_) return TakePair(record, *other);
+    TakePair(*other, record);
   }
 
   void TakePair(const RecordDigest& old, const RecordDigest& added) {
@@ -178,7 +236,7 @@ class KeyComparison {
   /// Defers half of the keys for as long as there are too many.
   void MakeRoom() {
     constexpr unsigned kMostLevels = 40;
-    while (before_.size() + after_.size() > limits_.pending) {
+    while (before_.Size() + after_.Size() > limits_.pending) {
       // So many halves are only left over by keys that are the same.
       if (partition_.level == kMostLevels) {
         throw ConversionError("more than " + std::to_string(limits_.pending) +
@@ -191,20 +249,13 @@ class KeyComparison {
       other.after = std::max(other.after, afterRead_);
       deferred_.push_back(other);
       ++partition_.level;
-      const auto isDeferred = [&](const auto& one) { return !partition_.Has(one.first); };
-      std::erase_if(before_, isDeferred);
-      std::erase_if(after_, isDeferred);
+      before_.Keep(partition_);
+      after_.Keep(partition_);
     }
   }
 
   void ReportRest(Pending& pending, Kind kind) {
-    std::vector<RecordDigest> rest;
-    rest.reserve(pending.size());
-    while (!pending.empty()) rest.push_back(pending.extract(pending.begin()).mapped());
-    std::sort(rest.begin(), rest.end(), [](const RecordDigest& left, const RecordDigest& right) {
-      return left.number < right.number;
-    });
-    for (const RecordDigest& one : rest) {
+    for (const RecordDigest& one : pending.TakeAll()) {
       if (kind == Kind::kRemoved) {
         sink_({kind, one, std::nullopt});
       } else {

@@ -20,9 +20,7 @@ bool IsLineEnd(char byte) { return byte == '\r' || byte == '\n'; }
 template <class Handler>
 class CsvParser {
  public:
-  CsvParser(char delimiter, Handler& handler) : delimiter_(delimiter), handler_(handler) {
-    for (const char byte : {delimiter, '"', '\r', '\n'}) isSpecial_[Index(byte)] = true;
-  }
+  CsvParser(char delimiter, Handler& handler) : delimiter_(delimiter), handler_(handler) {}
 
   void Parse(std::string_view text) {
     while (!text.empty()) {
@@ -64,8 +62,6 @@ class CsvParser {
     kQuotationMark,
   };
 
-  static std::size_t Index(char byte) { return static_cast<unsigned char>(byte); }
-
   std::string_view BeginRow(std::string_view text) {
     while (!text.empty() && IsLineEnd(text.front())) text.remove_prefix(1);
     if (!text.empty()) state_ = State::kValue;
@@ -73,8 +69,7 @@ class CsvParser {
   }
 
   std::string_view ReadPlain(std::string_view text) {
-    std::size_t size = 0;
-    while (size < text.size() && !isSpecial_[Index(text[size])]) ++size;
+    const std::size_t size = PlainCsvLength(text, delimiter_);
     const std::string_view piece = text.substr(0, size);
     if (size == text.size()) {
       Keep(piece);
@@ -137,7 +132,6 @@ class CsvParser {
 
   const char delimiter_;
   Handler& handler_;
-  std::array<bool, 256> isSpecial_{};
   State state_ = State::kRow;
   std::string kept_;
   /// Some of the value was passed on.

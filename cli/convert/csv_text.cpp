@@ -2,9 +2,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#ifdef __SSE2__
-#include <emmintrin.h>
-#endif
 
 namespace brindlex::cli {
 namespace {
@@ -30,37 +27,48 @@ bool IsSignedNumber(std::string_view text) {
          std::all_of(point + 1, text.end(), IsDigit);
 }
 
-/// Whether `text` holds the delimiter, a quotation mark or a line break.
-bool HoldsSeparator(std::string_view text, char delimiter) {
-#ifdef __SSE2__
-  constexpr std::size_t kBlock = sizeof(__m128i);
-  const auto holds = [delimiter](__m128i bytes) {
-    const auto equals = [bytes](char byte) { return _mm_cmpeq_epi8(bytes, _mm_set1_epi8(byte)); };
-    return _mm_movemask_epi8(_mm_or_si128(_mm_or_si128(equals(delimiter), equals('"')),
-                                          _mm_or_si128(equals('\r'), equals('\n')))) != 0;
-  };
-  for (; text.size() >= kBlock; text.remove_prefix(kBlock)) {
-    if (holds(_mm_loadu_si128(reinterpret_cast<const __m128i*>(text.data())))) return true;
+/// The bytes of which a field consists that needs no quotation marks.
+class CsvRule {
+ public:
+  explicit CsvRule(char delimiter) : delimiter_(delimiter) {}
+
+  bool IsPlain(char byte) const {
+    return byte != delimiter_ && byte != '"' && byte != '\r' && byte != '\n';
   }
-  char last[kBlock] = {};
-  text.copy(last, text.size());
-  return holds(_mm_loadu_si128(reinterpret_cast<const __m128i*>(last)));
-#else
-  return std::any_of(text.begin(), text.end(), [delimiter](char byte) {
-    return byte == delimiter || byte == '"' || byte == '\r' || byte == '\n';
-  });
+
+#ifdef __SSE2__
+  __m128i Others(__m128i block) const {
+    const auto equals = [block](char byte) { return _mm_cmpeq_epi8(block, _mm_set1_epi8(byte)); };
+    return _mm_or_si128(_mm_or_si128(equals(delimiter_), equals('"')),
+                        _mm_or_si128(equals('\r'), equals('\n')));
+  }
 #endif
+
+ private:
+  char delimiter_;
+};
+
+/// Whether a reader might change the ends of `value`, which is not empty, if it is not quoted.
+bool HasFragileEnd(std::string_view value) {
+  return IsBlank(value.front()) || IsBlank(value.back()) || value.starts_with(kByteOrderMark);
 }
 
 bool NeedsQuotes(std::string_view value, char delimiter) {
-  if (value.empty()) return false;
-  return IsBlank(value.front()) || IsBlank(value.back()) || value.starts_with(kByteOrderMark) ||
-         HoldsSeparator(value, delimiter);
+  return !value.empty() &&
+         (HasFragileEnd(value) || PlainCsvLength(value, delimiter) < value.size());
 }
+
+/// The bytes that stay as they are between quotation marks.
+struct QuotedRule {
+  static bool IsPlain(char byte) { return byte != '"'; }
+#ifdef __SSE2__
+  static __m128i Others(__m128i block) { return _mm_cmpeq_epi8(block, _mm_set1_epi8('"')); }
+#endif
+};
 
 constexpr std::string_view kFormName = "brindlex-format";
 
-void AppendField(std::string& csv, std::string_view value, const CsvStyle& style, bool isQuoted) {
+void AppendField(ByteBuffer& csv, std::string_view value, const CsvStyle& style, bool isQuoted) {
   const bool isGuarded = style.guardFormulas && LooksLikeFormula(value);
   if (isQuoted) csv += '"';
   if (isGuarded) csv += '\'';
@@ -112,21 +120,32 @@ std::string_view WithoutGuard(std::string_view value) {
   return value;
 }
 
-void AppendCsvField(std::string& csv, std::string_view value, const CsvStyle& style, bool only) {
-  AppendField(csv, value, style, NeedsQuotes(value, style.delimiter) || (only && value.empty()));
+std::size_t PlainCsvLength(std::string_view text, char delimiter) {
+  return PlainPrefix(text, CsvRule(delimiter));
 }
 
-void AppendCsvName(std::string& csv, std::string_view name, const CsvStyle& style, bool only) {
+void AppendCsvField(ByteBuffer& csv, std::string_view value, const CsvStyle& style, bool only) {
+  if (value.empty() || style.guardFormulas || HasFragileEnd(value)) {
+    const bool isQuoted = value.empty() ? only : NeedsQuotes(value, style.delimiter);
+    return AppendField(csv, value, style, isQuoted);
+  }
+  // Copied while it is looked through, as most are plain.
+  const std::size_t start = csv.Size();
+  if (csv.AppendPlain(value, CsvRule(style.delimiter)) == value.size()) return;
+  csv.Truncate(start);
+  AppendField(csv, value, style, /*isQuoted=*/true);
+}
+
+void AppendCsvName(ByteBuffer& csv, std::string_view name, const CsvStyle& style, bool only) {
   const bool isQuoted = NeedsQuotes(name, style.delimiter) || (only && name.empty()) ||
                         name.find_first_of(kDelimiters) != std::string_view::npos;
   AppendField(csv, name, style, isQuoted);
 }
 
-void AppendCsvQuotedPiece(std::string& csv, std::string_view piece) {
+void AppendCsvQuotedPiece(ByteBuffer& csv, std::string_view piece) {
   for (;;) {
-    const std::size_t quote = piece.find('"');
-    csv += piece.substr(0, quote);
-    if (quote == std::string_view::npos) return;
+    const std::size_t quote = csv.AppendPlain<QuotedRule>(piece);
+    if (quote == piece.size()) return;
     csv += "\"\"";
     piece.remove_prefix(quote + 1);
   }

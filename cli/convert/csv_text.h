@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "cli/format/delimited_form.h"
+#include "cli/text/byte_buffer.h"
 
 namespace brindlex::cli {
 
@@ -37,16 +38,19 @@ bool LooksLikeFormula(std::string_view value);
 /// holds and it has one.
 std::string_view WithoutGuard(std::string_view value);
 
+/// How many bytes at the front of `text` are none of the delimiter, a quotation mark, CR and LF.
+std::size_t PlainCsvLength(std::string_view text, char delimiter);
+
 /// Appends `value` to `csv` as a field by RFC 4180: between quotation marks, those in it doubled,
 /// when it holds the delimiter, a quotation mark, CR or LF; also when a reader might change it
 /// otherwise: blanks at an end, or a byte order mark at the beginning. An `only` field of its
 /// record that is empty is quoted too, or the record would be a blank line. Linear.
-void AppendCsvField(std::string& csv, std::string_view value, const CsvStyle& style, bool only);
+void AppendCsvField(ByteBuffer& csv, std::string_view value, const CsvStyle& style, bool only);
 
 /// The same for a name of the header, which is also quoted if it holds one of kDelimiters.
-void AppendCsvName(std::string& csv, std::string_view name, const CsvStyle& style, bool only);
+void AppendCsvName(ByteBuffer& csv, std::string_view name, const CsvStyle& style, bool only);
 
 /// Appends a further piece of a field between quotation marks that the caller writes.
-void AppendCsvQuotedPiece(std::string& csv, std::string_view piece);
+void AppendCsvQuotedPiece(ByteBuffer& csv, std::string_view piece);
 
 }  // namespace brindlex::cli

@@ -53,7 +53,7 @@ void CsvWriter::Value(std::string_view piece, bool isFirst, bool isLast) {
     HandOver();
     return;
   }
-  std::string& csv = Buffer();
+  ByteBuffer& csv = Buffer();
   if (isFirst) {
     csv += '"';
     // The first piece is long: it distinguishes a formula from a number.

@@ -14,8 +14,6 @@ namespace {
 constexpr std::size_t kLongPiece = 65536;
 constexpr std::size_t kMostOfAName = std::size_t{8} * 1024 * 1024;
 
-bool IsBlank(char byte) { return byte == ' ' || byte == '\t' || byte == '\r' || byte == '\n'; }
-
 bool IsDigit(char byte) { return byte >= '0' && byte <= '9'; }
 
 bool IsOfNumber(char byte) {
@@ -71,34 +69,12 @@ bool JsonParser::Refill() {
   return read > 0;
 }
 
-char JsonParser::Peek() {
-  if (rest_.empty() && !Refill()) FailAsMalformed("it ends too early");
-  return rest_.front();
-}
-
-char JsonParser::Take() {
-  const char byte = Peek();
-  rest_.remove_prefix(1);
-  return byte;
-}
-
 bool JsonParser::HasMore() {
   for (;;) {
     while (!rest_.empty() && IsBlank(rest_.front())) rest_.remove_prefix(1);
     if (!rest_.empty()) return true;
     if (!Refill()) return false;
   }
-}
-
-char JsonParser::PeekToken() {
-  HasMore();
-  return Peek();
-}
-
-bool JsonParser::TakeIf(char byte) {
-  if (PeekToken() != byte) return false;
-  rest_.remove_prefix(1);
-  return true;
 }
 
 void JsonParser::Fail(const std::string& what) const {
@@ -146,6 +122,10 @@ bool JsonParser::BeginValue() {
     case '[':
       return BeginContainer(/*isObject=*/false);
     case '"':
+      if (const auto whole = TakeWholeString()) {
+        handler_.Text(*whole, true, true);
+        break;
+      }
       ReadString([this](std::string_view piece, bool isFirst, bool isLast) {
         handler_.Text(piece, isFirst, isLast);
       });
@@ -182,6 +162,15 @@ void JsonParser::ParseValue() {
 
 void JsonParser::ReadKey() {
   if (PeekToken() != '"') FailAsMalformed("no name of a member");
+  if (const auto whole = TakeWholeString()) {
+    handler_.Key(*whole);
+  } else {
+    ReadLongKey();
+  }
+  if (!TakeIf(':')) FailAsMalformed("no colon after the name of a member");
+}
+
+void JsonParser::ReadLongKey() {
   std::string name;
   bool isWhole = false;
   ReadString([&](std::string_view piece, bool isFirst, bool isLast) {
@@ -196,10 +185,18 @@ void JsonParser::ReadKey() {
     }
   });
   if (!isWhole) handler_.Key(name);
-  if (!TakeIf(':')) FailAsMalformed("no colon after the name of a member");
 }
 
 // ---- Values ------------------------------------------------------------------------------------
+
+/// Takes the string that comes next if it is in memory and without escapes, as most are.
+std::optional<std::string_view> JsonParser::TakeWholeString() {
+  const std::string_view text = rest_.substr(1);
+  const std::size_t size = PlainJsonLength(text);
+  if (size == text.size() || text[size] != '"') return std::nullopt;
+  rest_ = text.substr(size + 1);
+  return text.substr(0, size);
+}
 
 template <class Each>
 void JsonParser::ReadString(Each&& each) {

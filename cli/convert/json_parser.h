@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -54,14 +55,40 @@ class JsonParser {
 
  private:
   bool Refill();
-  char Peek();
-  char PeekToken();
-  char Take();
-  bool TakeIf(char byte);
+
+  static bool IsBlank(char byte) {
+    return byte == ' ' || byte == '\t' || byte == '\r' || byte == '\n';
+  }
+
+  char Peek() {
+    if (rest_.empty() && !Refill()) FailAsMalformed("it ends too early");
+    return rest_.front();
+  }
+
+  /// The first byte that is no blank.
+  char PeekToken() {
+    if (rest_.empty() || IsBlank(rest_.front())) HasMore();
+    return Peek();
+  }
+
+  char Take() {
+    const char byte = Peek();
+    rest_.remove_prefix(1);
+    return byte;
+  }
+
+  bool TakeIf(char byte) {
+    if (PeekToken() != byte) return false;
+    rest_.remove_prefix(1);
+    return true;
+  }
+
   void Close();
   bool BeginContainer(bool isObject);
   bool BeginValue();
   void ReadKey();
+  void ReadLongKey();
+  std::optional<std::string_view> TakeWholeString();
   template <class Each>
   void ReadString(Each&& each);
   void ReadEscape();

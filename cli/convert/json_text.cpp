@@ -21,14 +21,6 @@ struct JsonRule {
            !(isPage && byte == '<');
   }
 
-  static std::uint64_t Others(std::uint64_t word) {
-    // Below 32, or equal to one of them: the bit of a byte is exact up to the first that is set.
-    const std::uint64_t low = (word - Repeated(kLastControl + 1)) & ~word;
-    std::uint64_t others = low | Equals(word, '"') | Equals(word, '\\');
-    if constexpr (isPage) others |= Equals(word, '<');
-    return others & Repeated('\x80');
-  }
-
 #ifdef __SSE2__
   static __m128i Others(__m128i block) {
     const __m128i controls = _mm_set1_epi8(kLastControl);
@@ -42,24 +34,9 @@ struct JsonRule {
     return others;
   }
 #endif
-
- private:
-  static constexpr std::uint64_t Repeated(char byte) {
-    return 0x0101010101010101U * static_cast<unsigned char>(byte);
-  }
-
-  static std::uint64_t Equals(std::uint64_t word, char byte) {
-    const std::uint64_t difference = word ^ Repeated(byte);
-    return (difference - Repeated(1)) & ~difference;
-  }
 };
 
-std::size_t PlainLength(std::string_view text, JsonPlace place) {
-  return place == JsonPlace::kPage ? PlainPrefix<JsonRule<true>>(text)
-                                   : PlainPrefix<JsonRule<false>>(text);
-}
-
-void AppendEscape(std::string& json, char byte) {
+void AppendEscape(ByteBuffer& json, char byte) {
   constexpr std::string_view kShort = "\"\\\b\f\n\r\t";
   constexpr std::string_view kLetters = "\"\\bfnrt";
   constexpr std::string_view kDigits = "0123456789abcdef";
@@ -113,19 +90,28 @@ bool IsPlainNumber(std::string_view value) {
 
 }  // namespace
 
-std::size_t PlainJsonLength(std::string_view text) { return PlainLength(text, JsonPlace::kFile); }
+namespace {
 
-void AppendJsonPiece(std::string& json, std::string_view text, JsonPlace place) {
+template <class Rule>
+void AppendEscaped(ByteBuffer& json, std::string_view text) {
   for (;;) {
-    const std::size_t plain = PlainLength(text, place);
-    json.append(text.data(), plain);
+    const std::size_t plain = json.AppendPlain<Rule>(text);
     if (plain == text.size()) return;
     AppendEscape(json, text[plain]);
     text.remove_prefix(plain + 1);
   }
 }
 
-void AppendJsonString(std::string& json, std::string_view text, JsonPlace place) {
+}  // namespace
+
+std::size_t PlainJsonLength(std::string_view text) { return PlainPrefix<JsonRule<false>>(text); }
+
+void AppendJsonPiece(ByteBuffer& json, std::string_view text, JsonPlace place) {
+  if (place == JsonPlace::kPage) return AppendEscaped<JsonRule<true>>(json, text);
+  AppendEscaped<JsonRule<false>>(json, text);
+}
+
+void AppendJsonString(ByteBuffer& json, std::string_view text, JsonPlace place) {
   json += '"';
   AppendJsonPiece(json, text, place);
   json += '"';

@@ -1,8 +1,9 @@
 #pragma once
 
 #include <cstddef>
-#include <string>
 #include <string_view>
+
+#include "cli/text/byte_buffer.h"
 
 namespace brindlex::cli {
 
@@ -19,14 +20,14 @@ enum class JsonPlace {
 /// string: quotation marks, backslashes and characters below 32 escaped, all else as it is. A text
 /// may be given in pieces, divided anywhere. Linear; sixteen bytes at a time where the processor
 /// can. UTF-8 is not looked into.
-void AppendJsonPiece(std::string& json, std::string_view text, JsonPlace place = JsonPlace::kFile);
+void AppendJsonPiece(ByteBuffer& json, std::string_view text, JsonPlace place = JsonPlace::kFile);
 
 /// How many bytes at the front of `text` are as they are between the quotation marks of a JSON
 /// string.
 std::size_t PlainJsonLength(std::string_view text);
 
 /// Appends `text` as a JSON string, its quotation marks included.
-void AppendJsonString(std::string& json, std::string_view text, JsonPlace place = JsonPlace::kFile);
+void AppendJsonString(ByteBuffer& json, std::string_view text, JsonPlace place = JsonPlace::kFile);
 
 /// How a value is written as JSON when types are inferred.
 enum class JsonType { kText, kNumber, kTrue, kFalse };

@@ -15,7 +15,7 @@ JsonWriter::JsonWriter(ByteSink sink, const JsonOptions& options, Losses& losses
 /// Writes what comes before the records.
 void JsonWriter::OpenFormat() {
   if (options_.form == nullptr) return;
-  std::string& json = Buffer();
+  ByteBuffer& json = Buffer();
   json += "{\"format\": {";
   bool isFirst = true;
   for (const FormMember& member : MembersOf(*options_.form)) {
@@ -60,7 +60,8 @@ void JsonWriter::Header(const std::vector<std::string>& names, std::uint64_t off
   before_.clear();
   NameViewSet known;
   for (const std::string& name : names) {
-    std::string before(before_.empty() ? 0 : 1, ',');
+    ByteBuffer before;
+    if (!before_.empty()) before += ',';
     if (!options_.arrays) {
       if (!known.insert(name).second) {
         throw ConversionError(
@@ -70,14 +71,13 @@ void JsonWriter::Header(const std::vector<std::string>& names, std::uint64_t off
       AppendJsonString(before, name);
       before += ':';
     }
-    before_.push_back(std::move(before));
+    before_.emplace_back(before.View());
   }
   if (!options_.arrays) return;
   BeginRow();
   for (const std::string& name : names) {
-    Buffer() += before_[column_++] + '"';
-    AppendJsonPiece(Buffer(), name);
-    Buffer() += '"';
+    Buffer() += before_[column_++];
+    AppendJsonString(Buffer(), name);
   }
   EndRow();
 }
@@ -95,7 +95,7 @@ void JsonWriter::BeginRow() {
 }
 
 void JsonWriter::Value(std::string_view piece, bool isFirst, bool isLast) {
-  std::string& json = Buffer();
+  ByteBuffer& json = Buffer();
   if (isFirst) json += before_[column_];
   if (isFirst && isLast && options_.infer) {
     WholeValue(piece);

@@ -20,7 +20,7 @@ std::string_view Until(std::string_view& rest, std::string_view name) {
 
 }  // namespace
 
-void AppendHtmlText(std::string& html, std::string_view text) {
+void AppendHtmlText(ByteBuffer& html, std::string_view text) {
   for (const char c : text) {
     switch (c) {
       case '&':
@@ -49,7 +49,7 @@ void AppendHtmlText(std::string& html, std::string_view text) {
 
 PageWriter::PageWriter(ByteSink sink, std::string_view title)
     : BufferedWriter(std::move(sink)), rest_(kPageText) {
-  std::string& page = Buffer();
+  ByteBuffer& page = Buffer();
   const std::string shown = Escaped(title);
   page += Until(rest_, "title");
   AppendHtmlText(page, shown);
@@ -87,7 +87,7 @@ void PageWriter::BeginRow() {
 }
 
 void PageWriter::Value(std::string_view piece, bool isFirst, bool isLast) {
-  std::string& page = Buffer();
+  ByteBuffer& page = Buffer();
   if (isFirst) {
     if (column_++ > 0) page += ',';
     page += '"';
@@ -105,7 +105,7 @@ void PageWriter::EndCollection() {
 }
 
 void PageWriter::End() {
-  std::string& page = Buffer();
+  ByteBuffer& page = Buffer();
   page += Until(rest_, "script");
   page += kPageScript;
   page += rest_;

@@ -33,6 +33,6 @@ class PageWriter : public BufferedWriter {
 
 /// Appends `text` as HTML, for an element or an attribute in double quotation marks.
 /// NUL, which HTML does not have, becomes U+FFFD.
-void AppendHtmlText(std::string& html, std::string_view text);
+void AppendHtmlText(ByteBuffer& html, std::string_view text);
 
 }  // namespace brindlex::cli

@@ -73,11 +73,11 @@ std::string CollectionEditor::EncodeName(const std::string& name) const {
   if (name.empty()) throw UsageError("a collection without a name is never found again");
   ValueEncoder encoder(format_.encoding, Choice::kRecode);
   encoder.Forbid(OuterMarkers());
-  std::string bytes;
+  ByteBuffer bytes;
   if (const auto problem = encoder.Append(name, 1, 0, bytes)) {
     throw ConversionError("the name " + Quoted(name) + " cannot be written: it " + *problem);
   }
-  return bytes;
+  return std::string(bytes.View());
 }
 
 void CollectionEditor::Extract(const std::string& name, bool keepsMarkers,

@@ -133,9 +133,8 @@ bool CollectionReader::NextRecord() {
   return true;
 }
 
-CollectionReader::Piece CollectionReader::NextPiece() {
-  const Token token = hasFirst_ ? first_ : tokenizer_.Next();
-  hasFirst_ = false;
+CollectionReader::Piece CollectionReader::NextOfAnyKind() {
+  const Token token = std::exchange(hasFirst_, false) ? first_ : tokenizer_.Next();
   if (token.kind != Token::Kind::kField && token.kind != Token::Kind::kPiece) {
     if (token.kind == Token::Kind::kEnd) Fail(recordOffset_, "the last record has no record end");
     if (isWithinValue_ || !token.bytes.empty()) {

@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "cli/format/file_format.h"
@@ -59,7 +60,12 @@ class CollectionReader {
   bool NextRecord();
 
   /// The next piece of the record. A record has as many values as there are names.
-  Piece NextPiece();
+  Piece NextPiece() {
+    std::string_view field;
+    if (hasFirst_ || isWithinValue_ || !tokenizer_.TakePlainField(field)) return NextOfAnyKind();
+    ++column_;
+    return {field};
+  }
 
   /// The bytes of the record without its record end, when all its values have been read.
   Extent RecordExtent() const { return ExtentOf(recordOffset_, tokenizer_.Offset()); }
@@ -70,6 +76,7 @@ class CollectionReader {
  private:
   [[noreturn]] void Fail(std::uint64_t offset, const std::string& what) const;
   [[noreturn]] void FailCount(std::uint64_t offset, std::size_t count, bool isMore) const;
+  Piece NextOfAnyKind();
   std::string_view Decode(const Token& token);
   bool TakeName(const Token& token);
   bool EndRecord();

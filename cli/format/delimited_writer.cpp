@@ -53,7 +53,7 @@ void DelimitedWriter::BeginCollection(std::string_view name) {
   if (!isNamed_) return;
   // Checked now, so that a name that cannot be written is found before its collection is.
   const std::string what = "the collection " + Quoted(name);
-  collectionName_.clear();
+  collectionName_.Truncate(0);
   // A name is in the outer layer alone.
   if (const auto problem = encoder_.Append(name, 1, 0, collectionName_)) {
     throw ConversionError(what + ": its name " + *problem);
@@ -86,8 +86,11 @@ void DelimitedWriter::Header(const std::vector<std::string>& names, std::uint64_
 
 void DelimitedWriter::EndCollection() {
   if (!isNamed_) return;
-  Buffer().append(outer_.fieldEnd).append(collectionName_).append(outer_.fieldEnd);
-  Buffer() += outer_.recordEnd;
+  ByteBuffer& bytes = Buffer();
+  bytes += outer_.fieldEnd;
+  bytes += collectionName_.View();
+  bytes += outer_.fieldEnd;
+  bytes += outer_.recordEnd;
   followsRecord_ = true;
   HandOver();
 }
@@ -143,28 +146,28 @@ void DelimitedWriter::Refuse(const std::string& problem, bool isAboutValue) cons
 
 void DelimitedWriter::BeginRecord() {
   for (; pendingBreaks_ > 0; --pendingBreaks_) Buffer() += markers_.lineBreak;
-  record_ = value_ = Buffer().size();
+  record_ = value_ = Buffer().Size();
   column_ = 0;
   ends_.clear();
   isStartChecked_ = false;
 }
 
 void DelimitedWriter::AppendValue(std::string_view piece, bool isLast) {
-  std::string& bytes = Buffer();
+  ByteBuffer& bytes = Buffer();
   // Markers that overlap are looked for in whole records.
   const std::size_t layers = checksWholeRecords_ ? 0 : layers_;
   if (const auto problem = encoder_.Append(piece, layers, value_, bytes)) Refuse(*problem);
   if (!isLast) return;
-  ends_.push_back(bytes.size());
+  if (checksWholeRecords_) ends_.push_back(bytes.Size());
   bytes += markers_.fieldEnd;
-  value_ = bytes.size();
+  value_ = bytes.Size();
   ++column_;
 }
 
 void DelimitedWriter::CheckStart() {
   if (isStartChecked_) return;
   isStartChecked_ = true;
-  const std::string_view record = std::string_view(Buffer()).substr(record_);
+  const std::string_view record = Buffer().View().substr(record_);
   if (followsRecord_ && record.starts_with(markers_.lineBreak)) {
     Refuse("begins with a line break, which is dropped after a record end", false);
   }
@@ -172,7 +175,7 @@ void DelimitedWriter::CheckStart() {
 
 /// Refuses a record that would be read back differently, by reading it.
 void DelimitedWriter::CheckWholeRecord() {
-  Input input({}, Buffer().substr(record_), kInputBlock);
+  Input input({}, std::string(Buffer().View().substr(record_)), kInputBlock);
   InputWindow window(input, kWholeInput);
   Tokenizer tokenizer(window, form_.encoding, markers_);
   std::size_t read = 0;
@@ -218,11 +221,11 @@ void DelimitedWriter::Value(std::string_view piece, bool isFirst, bool isLast) {
   AppendValue(piece, isLast);
   if (checksWholeRecords_) return;
   constexpr std::size_t kLongValue = 65536;
-  if (Buffer().size() - record_ < kLongValue) return;
+  if (Buffer().Size() - record_ < kLongValue) return;
   CheckStart();
   HandOver(encoder_.Overlap());
   record_ = 0;
-  value_ = isLast ? Buffer().size() : 0;
+  value_ = isLast ? Buffer().Size() : 0;
 }
 
 void DelimitedWriter::EndRow() { EndRecord(); }

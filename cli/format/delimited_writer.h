@@ -52,7 +52,7 @@ class DelimitedWriter : public BufferedWriter {
   bool isNamed_ = false;
   /// Names of the collections so far, and that of the present one as it is written.
   FoldedNameSet collections_;
-  std::string collectionName_;
+  ByteBuffer collectionName_;
   std::vector<std::string> names_;
 
   /// What is written so far, as much as a format is detected from.

@@ -27,10 +27,10 @@ std::string RefusedValue::At(const std::string& place) const {
 }
 
 void BufferedWriter::HandOverNow(std::size_t kept) {
-  if (buffer_.size() <= kept) return;
-  const std::string_view done = std::string_view(buffer_).substr(0, buffer_.size() - kept);
-  sink_(done);
-  buffer_.erase(0, done.size());
+  if (buffer_.Size() <= kept) return;
+  const std::size_t done = buffer_.Size() - kept;
+  sink_(buffer_.View().substr(0, done));
+  buffer_.EraseFront(done);
 }
 
 }  // namespace brindlex::cli

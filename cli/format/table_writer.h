@@ -8,6 +8,8 @@
 #include <utility>
 #include <vector>
 
+#include "cli/text/byte_buffer.h"
+
 namespace brindlex::cli {
 
 /// Takes finished bytes. May throw.
@@ -88,11 +90,11 @@ class BufferedWriter : public TableWriter {
  protected:
   explicit BufferedWriter(ByteSink sink) : sink_(std::move(sink)) {}
 
-  std::string& Buffer() { return buffer_; }
+  ByteBuffer& Buffer() { return buffer_; }
 
   /// Hands the buffer over if it is large; its last `kept` bytes stay.
   void HandOver(std::size_t kept = 0) {
-    if (buffer_.size() >= kLarge) HandOverNow(kept);
+    if (buffer_.Size() >= kLarge) HandOverNow(kept);
   }
 
   void HandOverNow(std::size_t kept = 0);
@@ -101,7 +103,7 @@ class BufferedWriter : public TableWriter {
   static constexpr std::size_t kLarge = std::size_t{64} * 1024;
 
   ByteSink sink_;
-  std::string buffer_;
+  ByteBuffer buffer_;
 };
 
 }  // namespace brindlex::cli

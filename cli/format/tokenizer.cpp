@@ -10,43 +10,54 @@ namespace {
 
 constexpr std::size_t kBlock = 64;
 
-/// The bytes of a block of `count` bytes, at most kBlock, that are one of `sought`, as a mask with
-/// the first byte in the lowest bit.
-std::uint64_t MatchBytes(const char* block, std::size_t count, std::string_view sought) {
-  std::uint64_t mask = 0;
+/// The bytes of a block that are sought, and those from 128 on, with the first in the lowest bit.
+struct BlockMasks {
+  std::uint64_t found = 0;
+  std::uint64_t high = 0;
+};
+
+/// Those of a block of `count` bytes, at most kBlock.
+BlockMasks MatchBytes(const char* block, std::size_t count, std::string_view sought) {
+  BlockMasks masks;
   for (std::size_t index = 0; index < count; ++index) {
     const bool isFound = sought.find(block[index]) != std::string_view::npos;
-    mask |= static_cast<std::uint64_t>(isFound) << index;
+    const bool isHigh = static_cast<unsigned char>(block[index]) >= 0x80;
+    masks.found |= static_cast<std::uint64_t>(isFound) << index;
+    masks.high |= static_cast<std::uint64_t>(isHigh) << index;
   }
-  return mask;
+  return masks;
 }
 
 #ifdef __SSE2__
 /// The same for a whole block and a fixed number of bytes, sixteen at a time.
 template <std::size_t kCount>
-std::uint64_t MatchBlock(const char* block, const char* sought) {
+BlockMasks MatchBlock(const char* block, const char* sought) {
   __m128i needles[kCount];
   for (std::size_t index = 0; index < kCount; ++index)
     needles[index] = _mm_set1_epi8(sought[index]);
-  std::uint64_t mask = 0;
+  BlockMasks masks;
   for (std::size_t start = 0; start < kBlock; start += 16) {
     const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(block + start));
     __m128i found = _mm_cmpeq_epi8(bytes, needles[0]);
     for (std::size_t index = 1; index < kCount; ++index) {
       found = _mm_or_si128(found, _mm_cmpeq_epi8(bytes, needles[index]));
     }
-    const auto bits = static_cast<unsigned>(_mm_movemask_epi8(found));
-    mask |= static_cast<std::uint64_t>(bits) << start;
+    const auto bits = [start](__m128i matches) {
+      const auto mask = static_cast<unsigned>(_mm_movemask_epi8(matches));
+      return static_cast<std::uint64_t>(mask) << start;
+    };
+    masks.found |= bits(found);
+    masks.high |= bits(bytes);
   }
-  return mask;
+  return masks;
 }
 
-std::uint64_t MatchBlock(const char* block, std::string_view sought) {
+BlockMasks MatchBlock(const char* block, std::string_view sought) {
   return sought.size() == 2 ? MatchBlock<2>(block, sought.data())
                             : MatchBlock<4>(block, sought.data());
 }
 #else
-std::uint64_t MatchBlock(const char* block, std::string_view sought) {
+BlockMasks MatchBlock(const char* block, std::string_view sought) {
   return MatchBytes(block, kBlock, sought);
 }
 #endif
@@ -77,7 +88,7 @@ Tokenizer::Tokenizer(InputWindow& window, const Encoding& encoding, const ByteMa
 
 void Tokenizer::Rescan() {
   block_ = scanned_ = next_;
-  mask_ = 0;
+  mask_ = high_ = highBefore_ = 0;
 }
 
 void Tokenizer::Refill() {
@@ -108,23 +119,27 @@ std::size_t Tokenizer::Scannable() const {
 bool Tokenizer::ScanBlock() {
   const std::size_t end = Scannable();
   const char* const bytes = bytes_.data();
+  const auto take = [this](const BlockMasks& masks) {
+    highBefore_ |= high_;
+    mask_ = masks.found;
+    high_ = masks.high;
+  };
   while (scanned_ + kBlock <= end) {
     block_ = scanned_;
     scanned_ += kBlock;
-    mask_ = MatchBlock(bytes + block_, sought_);
+    take(MatchBlock(bytes + block_, sought_));
     if (mask_ != 0) return true;
   }
   if (scanned_ >= end) return false;
   block_ = scanned_;
-  mask_ = MatchBytes(bytes + block_, end - block_, sought_);
+  take(MatchBytes(bytes + block_, end - block_, sought_));
   scanned_ = end;
   return true;
 }
 
 // ---- Tokens ------------------------------------------------------------------------------------
 
-bool Tokenizer::NextLineBreak(Token& token) {
-  if (breaksLeft_ == 0) return false;
+bool Tokenizer::TakeLineBreak(Token& token) {
   const std::string_view lineBreak = markers_.lineBreak;
   while (Ahead().size() < lineBreak.size() && !window_.IsComplete()) Refill();
   if (!Ahead().starts_with(lineBreak)) {

@@ -58,20 +58,40 @@ class Tokenizer {
 
   /// The next token. After kEnd kEnd again, without bytes.
   Token Next() {
-    if (breaksLeft_ == 0) {
-      // What most tokens are: a marker of one byte in the part of the window that is scanned.
-      while (mask_ != 0 && isSimple_) {
+    if (breaksLeft_ > 0 || !isSimple_) return NextSlowly();
+    // What most tokens are: a marker of one byte in the part of the window that is scanned.
+    do {
+      while (mask_ != 0) {
         const std::size_t found = TakeFound();
         if (found < next_) continue;
         return TokenAt(found,
                        bytes_[found] == fieldEnd_ ? Token::Kind::kField : Token::Kind::kRecord);
       }
-    }
+    } while (ScanBlock());
     return NextSlowly();
   }
 
+  /// Takes the next token if it is a whole field of bytes below 128, as most are, and that is known
+  /// without a closer look. The field alone costs less than a token.
+  bool TakePlainField(std::string_view& field) {
+    if (breaksLeft_ > 0 || !isSimple_ || (mask_ == 0 && !ScanBlock()) || mask_ == 0) return false;
+    const std::size_t found = block_ + static_cast<std::size_t>(std::countr_zero(mask_));
+    const std::uint64_t before = (mask_ & (~mask_ + 1)) - 1;
+    const bool isAscii = ((high_ & before) | highBefore_) == 0;
+    if (!isAscii || bytes_[found] != fieldEnd_ || found < next_) return false;
+    TakeFound();
+    field = {bytes_.data() + next_, found - next_};
+    next_ = found + 1;
+    return true;
+  }
+
   /// If a line break after a record end comes next: takes it and returns true.
-  bool NextLineBreak(Token& token);
+  bool NextLineBreak(Token& token) {
+    if (breaksLeft_ > 0 && !Ahead().empty() && Ahead().front() != markers_.lineBreak.front()) {
+      breaksLeft_ = 0;
+    }
+    return breaksLeft_ > 0 && TakeLineBreak(token);
+  }
 
   /// What is in memory of the text from the next token on.
   std::string_view Ahead() const { return bytes_.substr(next_); }
@@ -95,6 +115,9 @@ class Tokenizer {
 
   std::size_t TakeFound() {
     const auto found = block_ + static_cast<std::size_t>(std::countr_zero(mask_));
+    // The marker itself belongs to no field.
+    high_ &= ~(mask_ ^ (mask_ - 1));
+    highBefore_ = 0;
     mask_ &= mask_ - 1;
     return found;
   }
@@ -107,6 +130,7 @@ class Tokenizer {
     return token;
   }
 
+  bool TakeLineBreak(Token& token);
   Token NextSlowly();
   bool ScanBlock();
   void Rescan();
@@ -142,6 +166,9 @@ class Tokenizer {
   std::size_t scanned_ = 0;
   /// What is left of the markers in the block from block_ to scanned_, the first in the lowest bit.
   std::uint64_t mask_ = 0;
+  /// The bytes from 128 on after the last marker, in that block and before it.
+  std::uint64_t high_ = 0;
+  std::uint64_t highBefore_ = 0;
   int breaksLeft_ = 0;
   bool isAtEnd_ = false;
 };

@@ -11,19 +11,54 @@ void ValueEncoder::Forbid(const MarkerPair& pair) {
   forbidden_.push_back({markers.fieldEnd, "the field end " + DescribedCharacter(pair.fieldEnd)});
   forbidden_.push_back({markers.recordEnd, "the record end " + DescribedCharacter(pair.recordEnd)});
   overlap_ = std::max(overlap_, markers.Longest() - markers.unit);
+  for (const char last : {markers.fieldEnd.back(), markers.recordEnd.back()}) {
+    hasPlain_ = hasPlain_ && plain_.Exclude(last);
+  }
 }
 
+bool ValueEncoder::PlainRule::Exclude(char byte) {
+  if (count_ == kMost) return false;
+  lastBytes_[count_++] = byte;
+  return true;
+}
+
+bool ValueEncoder::PlainRule::IsPlain(char byte) const {
+  return AsciiRule::IsPlain(byte) &&
+         std::find(std::begin(lastBytes_), std::end(lastBytes_), byte) == std::end(lastBytes_);
+}
+
+#ifdef __SSE2__
+__m128i ValueEncoder::PlainRule::Others(__m128i block) const {
+  __m128i others = block;
+  for (const char byte : lastBytes_) {
+    others = _mm_or_si128(others, _mm_cmpeq_epi8(block, _mm_set1_epi8(byte)));
+  }
+  return others;
+}
+#endif
+
 std::optional<std::string> ValueEncoder::Append(std::string_view piece, std::size_t layers,
-                                                std::size_t begin, std::string& bytes) const {
-  const std::size_t from = std::max(begin, bytes.size() - std::min(bytes.size(), overlap_));
-  const std::size_t written = encoding_.FromUtf8(piece, bytes);
+                                                std::size_t begin, ByteBuffer& bytes) {
+  const std::size_t end = bytes.Size();
+  // Most are ASCII, and end no marker: they are copied as they are.
+  if (hasPlain_ && bytes.AppendPlain(piece, plain_) == piece.size()) return std::nullopt;
+  bytes.Truncate(end);
+  return AppendEncoded(piece, layers, begin, bytes);
+}
+
+std::optional<std::string> ValueEncoder::AppendEncoded(std::string_view piece, std::size_t layers,
+                                                       std::size_t begin, ByteBuffer& bytes) {
+  const std::size_t from = std::max(begin, bytes.Size() - std::min(bytes.Size(), overlap_));
+  encoded_.clear();
+  const std::size_t written = encoding_.FromUtf8(piece, encoded_);
+  bytes += encoded_;
   if (written < piece.size()) {
     const std::string_view rest = piece.substr(written);
     if (FirstOfUtf8(rest).bytes == 0) return "is not UTF-8";
     return "holds " + DescribedCharacter(rest) + ", which " + encoding_.Name() +
            " does not have; " + EncodingHint(choice_);
   }
-  const std::string_view value = std::string_view(bytes).substr(from);
+  const std::string_view value = bytes.View().substr(from);
   const std::size_t markers = std::min(2 * layers, forbidden_.size());
   for (std::size_t index = 0; index < markers; ++index) {
     const std::string& marker = forbidden_[index].bytes;

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "cli/format/markers.h"
+#include "cli/text/byte_buffer.h"
 #include "cli/text/encoding.h"
 
 namespace brindlex::cli {
@@ -16,7 +17,7 @@ class ValueEncoder {
  public:
   /// `choice` is for the messages.
   explicit ValueEncoder(Encoding encoding, Choice choice = Choice::kOwn)
-      : encoding_(std::move(encoding)), choice_(choice) {}
+      : encoding_(std::move(encoding)), choice_(choice), hasPlain_(encoding_.UnitSize() == 1) {}
 
   /// The markers of `pair` are forbidden from here on. Fails as RequireByteMarkers.
   void Forbid(const MarkerPair& pair);
@@ -25,7 +26,7 @@ class ValueEncoder {
   /// then holds one of the first `layers` pairs, or the piece a character that the encoding lacks,
   /// or it is ill-formed: what is wrong, to follow "it "; what was appended is then of no use.
   std::optional<std::string> Append(std::string_view piece, std::size_t layers, std::size_t begin,
-                                    std::string& bytes) const;
+                                    ByteBuffer& bytes);
 
   /// How many bytes before a piece can be a part of a marker that ends in it.
   std::size_t Overlap() const { return overlap_; }
@@ -36,9 +37,33 @@ class ValueEncoder {
     std::string described;
   };
 
+  /// ASCII bytes with which no forbidden marker ends.
+  class PlainRule {
+   public:
+    /// False if there are too many.
+    bool Exclude(char byte);
+    bool IsPlain(char byte) const;
+#ifdef __SSE2__
+    __m128i Others(__m128i block) const;
+#endif
+
+   private:
+    /// Of two pairs of markers.
+    static constexpr std::size_t kMost = 4;
+    char lastBytes_[kMost] = {'\x80', '\x80', '\x80', '\x80'};
+    std::size_t count_ = 0;
+  };
+
+  std::optional<std::string> AppendEncoded(std::string_view piece, std::size_t layers,
+                                           std::size_t begin, ByteBuffer& bytes);
+
   const Encoding encoding_;
   const Choice choice_;
+  /// Whether plain_ is of use.
+  bool hasPlain_;
   std::vector<Forbidden> forbidden_;
+  PlainRule plain_;
+  std::string encoded_;
   std::size_t overlap_ = 0;
 };
 

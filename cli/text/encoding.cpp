@@ -12,9 +12,10 @@
 namespace brindlex::cli {
 
 struct Encoding::Table {
-  /// A character in UTF-8.
+  /// A character in UTF-8, and its longest size.
+  static constexpr std::size_t kMostUtf8 = 3;
   struct Utf8Character {
-    std::array<char, 3> bytes;
+    std::array<char, kMostUtf8> bytes;
     unsigned char size;
   };
 
@@ -88,7 +89,8 @@ std::optional<Encoding> Encoding::Named(std::string_view name) {
       std::string text;
       AppendUtf8(page->upper[index], text);
       auto& character = table->characters[index];
-      character.size = static_cast<unsigned char>(text.copy(character.bytes.data(), 3));
+      character.size =
+          static_cast<unsigned char>(text.copy(character.bytes.data(), Table::kMostUtf8));
       table->bytes[page->upper[index]] = static_cast<char>(0x80 + index);
     }
   }
@@ -177,42 +179,57 @@ std::size_t Encoding::ToUtf8(std::string_view bytes, std::string& utf8) const {
       break;
   }
   // The bytes below 128 are the same in every code page here.
+  const std::size_t start = utf8.size();
+  utf8.resize(start + Table::kMostUtf8 * size + kCopySlack);
+  char* to = utf8.data() + start;
   while (!bytes.empty()) {
-    const std::size_t plain = PlainPrefix<AsciiRule>(bytes);
-    utf8.append(bytes.substr(0, plain));
+    const std::size_t plain = CopyPlain<AsciiRule>(bytes, to);
     bytes.remove_prefix(plain);
+    to += plain;
     for (; !bytes.empty() && !AsciiRule::IsPlain(bytes.front()); bytes.remove_prefix(1)) {
       const Table::Utf8Character& character = table_->CharacterOf(bytes.front());
-      utf8.append(character.bytes.data(), character.size);
+      to = std::copy_n(character.bytes.data(), Table::kMostUtf8, to) - Table::kMostUtf8 +
+           character.size;
     }
   }
+  utf8.resize(static_cast<std::size_t>(to - utf8.data()));
   return size;
 }
 
 std::size_t Encoding::FromUtf8(std::string_view utf8, std::string& bytes) const {
   if (table_->form == Form::kUtf8) return ToUtf8(utf8, bytes);
-  const bool isPage = table_->form == Form::kCodePage;
+  if (table_->form == Form::kCodePage) return ToCodePage(utf8, bytes);
   std::size_t done = 0;
   while (done < utf8.size()) {
-    if (isPage) {
-      const std::size_t plain = PlainPrefix<AsciiRule>(utf8.substr(done));
-      bytes.append(utf8.substr(done, plain));
-      done += plain;
-      if (done == utf8.size()) break;
-    }
     const Character character = FirstOfUtf8(utf8.substr(done));
     if (character.bytes == 0) return done;
-    if (isPage) {
-      const char byte = character.number < 0x10000 ? table_->bytes[character.number] : '\0';
-      if (byte == '\0') return done;
-      bytes += byte;
-    } else {
-      std::u16string units;
-      AppendUtf16(character.number, units);
-      for (const char16_t unit : units) AppendUnit(unit, table_->form == Form::kUtf16Le, bytes);
-    }
+    std::u16string units;
+    AppendUtf16(character.number, units);
+    for (const char16_t unit : units) AppendUnit(unit, table_->form == Form::kUtf16Le, bytes);
     done += character.bytes;
   }
+  return done;
+}
+
+/// FromUtf8 for a code page, in which no text is longer.
+std::size_t Encoding::ToCodePage(std::string_view utf8, std::string& bytes) const {
+  const std::size_t start = bytes.size();
+  bytes.resize(start + utf8.size() + kCopySlack);
+  char* to = bytes.data() + start;
+  std::size_t done = 0;
+  for (;;) {
+    const std::size_t plain = CopyPlain<AsciiRule>(utf8.substr(done), to);
+    done += plain;
+    to += plain;
+    if (done == utf8.size()) break;
+    const Character character = FirstOfUtf8(utf8.substr(done));
+    const bool isOfPage = character.bytes > 0 && character.number < table_->bytes.size();
+    const char byte = isOfPage ? table_->bytes[character.number] : '\0';
+    if (byte == '\0') break;
+    *to++ = byte;
+    done += character.bytes;
+  }
+  bytes.resize(static_cast<std::size_t>(to - bytes.data()));
   return done;
 }
 

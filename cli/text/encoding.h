@@ -60,6 +60,7 @@ class Encoding {
 
  private:
   struct Table;
+  std::size_t ToCodePage(std::string_view utf8, std::string& bytes) const;
   explicit Encoding(std::shared_ptr<const Table> table) : table_(std::move(table)) {}
 
   std::shared_ptr<const Table> table_;

@@ -70,7 +70,7 @@ public static class Books
 
         try
         {
-            object none = restored.Item["no such book"];
+            Console.WriteLine(restored.Item["no such book"].Price);
         }
         catch (COMException error)
         {

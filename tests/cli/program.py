@@ -6,6 +6,7 @@ A test imports this, defines functions whose names begin with test_ and ends wit
 
 import os
 import pathlib
+import random
 import subprocess
 import sys
 import tempfile
@@ -16,6 +17,25 @@ COMMAND = [os.path.abspath(part) for part in sys.argv[1:]]
 # Windows knows a Unix path as one of drive Z.
 IS_WINDOWS = bool(COMMAND) and COMMAND[-1].endswith(".exe")
 FINE, DEFECTS, USAGE, INPUT_OUTPUT = 0, 1, 2, 3
+# Of the tests that have hundreds of cases, one case of so many is run: the plain build runs all, those where each run
+# takes a second, with sanitizers or under Wine, a sample.
+SAMPLE = int(os.environ.get("BRINDLEX_SAMPLE", "1"))
+_dice = random.Random(SAMPLE)
+
+
+def is_sampled() -> bool:
+    """Whether the next case is run; the same ones in each run of a test."""
+    return _dice.random() * SAMPLE < 1
+
+
+def tables(sample: int) -> int:
+    """How many random tables a test makes: `sample`, or as many as ./dev fuzz asks for."""
+    return int(os.environ.get("BRINDLEX_TABLES", sample))
+
+
+def seed(own: int) -> int:
+    """What random tables start from; ./dev fuzz names another one, to be given again after a failure."""
+    return int(os.environ.get("BRINDLEX_SEED", own))
 
 
 class Result:

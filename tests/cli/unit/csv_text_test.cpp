@@ -6,9 +6,9 @@ namespace brindlex::cli {
 namespace {
 
 std::string Field(std::string_view value, const CsvStyle& style = {}, bool only = false) {
-  std::string csv;
+  ByteBuffer csv;
   AppendCsvField(csv, value, style, only);
-  return csv;
+  return std::string(csv.View());
 }
 
 TEST(CsvText, QuotesWhatNeedsIt) {

@@ -39,9 +39,9 @@ TEST(JsonText, EscapesEveryByteAtEveryPlaceOfABlock) {
         for (int byte = 0; byte < 256; byte += at % 3 == 0 ? 1 : 17) {
           std::string text(length, 'x');
           text[at] = static_cast<char>(byte);
-          std::string json;
+          ByteBuffer json;
           AppendJsonPiece(json, text, place);
-          ASSERT_EQ(Naive(text, place), json) << length << " " << at << " " << byte;
+          ASSERT_EQ(Naive(text, place), json.View()) << length << " " << at << " " << byte;
         }
       }
     }
@@ -49,12 +49,13 @@ TEST(JsonText, EscapesEveryByteAtEveryPlaceOfABlock) {
 }
 
 TEST(JsonText, EscapesNeighbours) {
-  std::string json = "before ";
+  ByteBuffer json;
+  json += "before ";
   AppendJsonString(json, "a\"\\\n\x01</b>\xC3\xA9");
-  EXPECT_EQ("before \"a\\\"\\\\\\n\\u0001</b>\xC3\xA9\"", json);
-  json.clear();
+  EXPECT_EQ("before \"a\\\"\\\\\\n\\u0001</b>\xC3\xA9\"", json.View());
+  json.Truncate(0);
   AppendJsonString(json, "</script>", JsonPlace::kPage);
-  EXPECT_EQ("\"\\u003c/script>\"", json);
+  EXPECT_EQ("\"\\u003c/script>\"", json.View());
 }
 
 TEST(JsonText, InfersWhatLeadsBack) {

@@ -109,6 +109,46 @@ TEST(Tokenizer, CutsAlikeInBlocksOfAnySize) {
   }
 }
 
+TEST(Tokenizer, TakesPlainFieldsThatAreTokens) {
+  std::mt19937 random(3);
+  const std::vector<ByteMarkers> all = {Plain(), {"\xA5", "\x8C"}, {"|", "\n"}};
+  std::size_t known = 0;
+  for (int round = 0; round < 300; ++round) {
+    const ByteMarkers& markers = all[random() % all.size()];
+    const std::vector<std::string> parts = {markers.fieldEnd,
+                                            markers.fieldEnd,
+                                            markers.recordEnd,
+                                            "\r\n",
+                                            "a",
+                                            "\xE9",
+                                            "word",
+                                            std::string(random() % 90, 'x')};
+    std::string text;
+    for (int part = 0; part < 80; ++part) text += parts[random() % parts.size()];
+    const std::size_t block = 1 + random() % 300;
+    Input input("text", text, block);
+    Input other("text", text, block);
+    InputWindow window(input, kWholeInput);
+    InputWindow otherWindow(other, kWholeInput);
+    Tokenizer tokenizer(window, Encoding(), markers);
+    Tokenizer model(otherWindow, Encoding(), markers);
+    Token token;
+    do {
+      token = model.Next();
+      if (std::string_view field; tokenizer.TakePlainField(field)) {
+        ++known;
+        ASSERT_EQ(Token::Kind::kField, token.kind);
+        ASSERT_EQ(token.bytes, field);
+        for (const char byte : field) ASSERT_LT(static_cast<unsigned char>(byte), 0x80) << text;
+      } else {
+        ASSERT_EQ(token.bytes, tokenizer.Next().bytes);
+      }
+      ASSERT_EQ(model.Offset(), tokenizer.Offset());
+    } while (token.kind != Token::Kind::kEnd);
+  }
+  EXPECT_GT(known, 1000U);
+}
+
 TEST(Tokenizer, TakesARecordEndForOneBeforeAFieldEnd) {
   EXPECT_EQ("aR@1 c", Tokens("abc", {"bx", "b"}));
   EXPECT_EQ("aR@1 x", Tokens("abcx", {"ab", "bc"}));

@@ -200,6 +200,25 @@ TEST(HalfSipHashTest, EveryBitOfTheKeyCounts) {
   EXPECT_EQ(65U, hashes.size());
 }
 
+/// Four units are folded at a time; here they are folded one by one before.
+TEST_F(HashKeyTest, TheHashIsTheOneOfTheFoldedUnitsAtEveryPosition) {
+  constexpr TextView kUsual = u"aZ@[`{z0A~\u00C4";
+  const auto require = [](const Text& text) {
+    Text folded;
+    for (const char16_t unit : text) folded.push_back(FoldCase(unit));
+    ASSERT_EQ(SipHash(HashKey(), TextView(folded)), KeyedHashIgnoringCase(text));
+    ASSERT_EQ(IndexHashIgnoringCase(folded), IndexHashIgnoringCase(text));
+  };
+  for (std::size_t size = 0; size <= kUsual.size(); ++size) require(Text(kUsual.substr(0, size)));
+  for (std::size_t position = 0; position < 9; ++position) {
+    for (unsigned unit = 0; unit <= 0xFFFF; ++unit) {
+      Text text(kUsual.substr(0, 9));
+      text[position] = static_cast<char16_t>(unit);
+      ASSERT_NO_FATAL_FAILURE(require(text)) << unit << " at " << position;
+    }
+  }
+}
+
 TEST_F(HashKeyTest, TheKeyIsTheOneThatWasSet) {
   SetHashKey(kPublishedKey);
   EXPECT_EQ(kPublishedKey.low, HashKey().low);
