@@ -125,9 +125,10 @@ class Pending {
     std::vector<RecordDigest> records;
     std::size_t first = 0;
   };
-  /// The hash is secret already; its low half tells partitions apart.
+  /// The hash is secret already; its low half tells partitions apart. Since it is noexcept, the
+  /// table keeps no copy of it.
   struct High {
-    std::size_t operator()(const ContentHash& key) const {
+    std::size_t operator()(const ContentHash& key) const noexcept {
       return static_cast<std::size_t>(key.high);
     }
   };

@@ -7,6 +7,7 @@
 #include "cli/convert/csv_text.h"
 #include "cli/format/name_tables.h"
 #include "cli/io/failure.h"
+#include "cli/text/counted.h"
 
 namespace brindlex::cli {
 namespace {
@@ -140,10 +141,6 @@ class CsvParser {
 
 // ---- Rows --------------------------------------------------------------------------------------
 
-std::string Counted(std::size_t count) {
-  return std::to_string(count) + (count == 1 ? " value" : " values");
-}
-
 /// Makes rows of values.
 class CsvRows {
  public:
@@ -182,7 +179,7 @@ class CsvRows {
     if (writer_ == nullptr) Begin(nullptr);
     writer_->EndCollection();
     if (dropped_ == 0) return;
-    reading_.notice("left out: " + std::to_string(dropped_) + (dropped_ == 1 ? " row" : " rows") +
+    reading_.notice("left out: " + Counted(dropped_, "row") +
                     " with more or fewer values than the header's " + std::to_string(columns_) +
                     ", the first is row " + std::to_string(firstDropped_));
   }
@@ -269,13 +266,14 @@ class CsvRows {
   void TakeSurplus(std::string_view piece, bool isWhole) {
     if (reading_.ragged == Ragged::kDrop) return;
     const bool isEmpty = piece.empty() && isWhole;
-    if (reading_.ragged == Ragged::kRefuse || !isEmpty) FailCount("more than " + Counted(columns_));
+    if (reading_.ragged == Ragged::kRefuse || !isEmpty)
+      FailCount("more than " + Counted(columns_, "value"));
     // It is as if it were not there.
     --count_;
   }
 
   void TakeTooFew() {
-    if (reading_.ragged == Ragged::kRefuse) FailCount(Counted(count_));
+    if (reading_.ragged == Ragged::kRefuse) FailCount(Counted(count_, "value"));
     if (reading_.ragged == Ragged::kPad) {
       while (count_ < columns_) Value({}, true, true);
     }

@@ -6,16 +6,10 @@
 #include "cli/format/tail.h"
 #include "cli/io/failure.h"
 #include "cli/text/byte_prefix.h"
+#include "cli/text/counted.h"
 #include "cli/text/escape.h"
 
 namespace brindlex::cli {
-namespace {
-
-std::string Counted(std::size_t count) {
-  return std::to_string(count) + (count == 1 ? " value" : " values");
-}
-
-}  // namespace
 
 CollectionReader::CollectionReader(Input& input, const FileFormat& format,
                                    const ByteMarkers& markers, const Extent& text, std::string name,
@@ -82,10 +76,10 @@ bool CollectionReader::ReadHeader() {
 // ---- Records -----------------------------------------------------------------------------------
 
 void CollectionReader::FailCount(std::uint64_t offset, std::size_t count, bool isMore) const {
-  Fail(offset,
-       isMore ? Place() + " has more than " + Counted(count) + ", as many as the header has names"
-              : Place() + " has " + Counted(count) + ", the header has " +
-                    std::to_string(names_.size()) + " names");
+  Fail(offset, isMore ? Place() + " has more than " + Counted(count, "value") +
+                            ", as many as the header has names"
+                      : Place() + " has " + Counted(count, "value") + ", the header has " +
+                            std::to_string(names_.size()) + " names");
 }
 
 /// Takes the record end after the values.
