@@ -35,7 +35,7 @@ struct CatOptions {
 /// The collection of one file, from its header on.
 class Part {
  public:
-  Part(std::string path, Input& input, const CatOptions& options, Losses& losses)
+  Part(std::string path, Input& input, const CatOptions& options, LossReport& lossReport)
       : path_(std::move(path)), format_(DetectFormat(input, options.format)) {
     Extent text = format_.Text();
     std::string name;
@@ -50,7 +50,7 @@ class Part {
       name = index.NameOf(one);
     }
     reader_.emplace(input, format_, format_.named ? *format_.inner : format_.markers, text, name,
-                    losses);
+                    lossReport);
     reader_->ExpectLineBreaks(kAnyLineBreaks);
     reader_->ReadHeader();
   }
@@ -78,9 +78,9 @@ class Parts {
   void ForEach(const Each& each) {
     for (const std::string& path : options_.paths) {
       WithInput(path, [&](Input& input) {
-        Losses losses;
+        LossReport lossReport;
         try {
-          Part part(path, input, options_, losses);
+          Part part(path, input, options_, lossReport);
           if (!part.Reader().Names().empty()) each(part);
         } catch (const ConversionError& error) {
           throw ConversionError(ShownPath(input.Name()) + ": " + error.what());
@@ -247,14 +247,15 @@ void Cat(CatOptions options) {
   DelimitedForm form;
   parts.WithInput(target.first.empty() ? options.paths.front() : target.first,
                   [&](Input& input) { form = TargetForm(options.target, input, options.format); });
-  RunConversion(options.output, /*allowsLosses=*/false, [&](const ByteSink& sink, Losses&) {
-    DelimitedWriter writer(sink, form);
-    writer.BeginCollection({});
-    if (!target.columns.empty()) writer.Header(target.columns, 0);
-    parts.ForEach([&](Part& part) { RowCopier(part.Reader(), target.columns, writer).Copy(); });
-    writer.EndCollection();
-    writer.End();
-  });
+  RunConversion(
+      options.output, /*allowsLossy=*/false, [&](const ByteHandler& writeBytes, LossReport&) {
+        DelimitedWriter writer(writeBytes, form);
+        writer.BeginCollection({});
+        if (!target.columns.empty()) writer.Header(target.columns, 0);
+        parts.ForEach([&](Part& part) { RowCopier(part.Reader(), target.columns, writer).Copy(); });
+        writer.EndCollection();
+        writer.End();
+      });
 }
 
 }  // namespace

@@ -44,15 +44,15 @@ OutputOptions Target(const EditOptions& options) {
   return InPlaceTarget(options.path, options.output, options.isInPlace);
 }
 
-/// `edit` hands a changed file to a sink.
+/// `edit` passes a changed file to the handler that it is given.
 template <class Edit>
 void Run(const EditOptions& options, const Edit& edit) {
   const OutputOptions target = Target(options);
   Input file(options.path);
   const CollectionEditor editor(file, options.format);
   RunConversion(
-      target, /*allowsLosses=*/false, [&](const ByteSink& sink, Losses&) { edit(editor, sink); },
-      &file);
+      target, /*allowsLossy=*/false,
+      [&](const ByteHandler& writeBytes, LossReport&) { edit(editor, writeBytes); }, &file);
 }
 
 void AddExtract(CLI::App& collections) {
@@ -65,8 +65,8 @@ void AddExtract(CLI::App& collections) {
   AddEditOptions(*command, *options, /*canBeInPlace=*/false);
   command->add_flag("--inner", options->keepsMarkers, "Keep the inner markers");
   command->callback([options] {
-    Run(*options, [&](const CollectionEditor& editor, const ByteSink& sink) {
-      editor.Extract(options->name, options->keepsMarkers, sink);
+    Run(*options, [&](const CollectionEditor& editor, const ByteHandler& writeBytes) {
+      editor.Extract(options->name, options->keepsMarkers, writeBytes);
     });
   });
 }
@@ -76,8 +76,8 @@ void AddRemove(CLI::App& collections) {
   CLI::App* const command = collections.add_subcommand("remove", "Removes a collection");
   AddEditOptions(*command, *options, /*canBeInPlace=*/true);
   command->callback([options] {
-    Run(*options, [&](const CollectionEditor& editor, const ByteSink& sink) {
-      editor.Remove(options->name, sink);
+    Run(*options, [&](const CollectionEditor& editor, const ByteHandler& writeBytes) {
+      editor.Remove(options->name, writeBytes);
     });
   });
 }
@@ -91,8 +91,8 @@ void AddRename(CLI::App& collections) {
   AddEditOptions(*command, *options, /*canBeInPlace=*/true);
   command->add_option("new-name", options->newName, "Its new name")->type_name("NEW")->required();
   command->callback([options] {
-    Run(*options, [&](const CollectionEditor& editor, const ByteSink& sink) {
-      editor.Rename(options->name, options->newName, sink);
+    Run(*options, [&](const CollectionEditor& editor, const ByteHandler& writeBytes) {
+      editor.Rename(options->name, options->newName, writeBytes);
     });
   });
 }
@@ -100,7 +100,7 @@ void AddRename(CLI::App& collections) {
 struct AddOptions : EditOptions {
   std::string added;
   bool replaces = false;
-  bool allowsLosses = false;
+  bool allowsLossy = false;
 };
 
 void Add(const AddOptions& options) {
@@ -116,9 +116,9 @@ void Add(const AddOptions& options) {
   const CollectionEditor editor = isNew ? CollectionEditor::OfNewFile(added, options.format)
                                         : CollectionEditor(*file, options.format);
   RunConversion(
-      target, options.allowsLosses,
-      [&](const ByteSink& sink, Losses& losses) {
-        editor.Add(options.name, added, options.format, options.replaces, sink, losses);
+      target, options.allowsLossy,
+      [&](const ByteHandler& writeBytes, LossReport& lossReport) {
+        editor.Add(options.name, added, options.format, options.replaces, writeBytes, lossReport);
       },
       file ? &*file : nullptr);
 }
@@ -132,7 +132,7 @@ void AddAdd(CLI::App& collections) {
       ->type_name("ADDED")
       ->required();
   command->add_flag("--replace", options->replaces, "Replace a collection of that name");
-  command->add_flag("--lossy", options->allowsLosses,
+  command->add_flag("--lossy", options->allowsLossy,
                     "Add it even if not all of its bytes are kept; warn of what is left out");
   command->callback([options] { Add(*options); });
 }

@@ -12,14 +12,15 @@ bool IsWrittenAtOnce(const OutputOptions& options) {
   return options.path != "-" && system::KindOf(options.path) != system::FileKind::kOther;
 }
 
-void CheckLosses(const Losses& losses, bool allowsLosses, std::string_view lineBreaksHint) {
+void CheckLossReport(const LossReport& lossReport, bool allowsLossy,
+                     std::string_view lineBreaksHint) {
   std::string all;
-  for (const std::string& sentence : losses.Sentences()) {
-    if (allowsLosses) Warn("left out: " + sentence);
+  for (const std::string& sentence : lossReport.Sentences()) {
+    if (allowsLossy) Warn("left out: " + sentence);
     all += (all.empty() ? "" : "; ") + sentence;
   }
-  if (allowsLosses || all.empty()) return;
-  const bool isLineBreaks = losses.IsOnly(kLostLineBreak) || losses.IsOnly(kLostLineBreaks);
+  if (allowsLossy || all.empty()) return;
+  const bool isLineBreaks = lossReport.IsOnly(kLostLineBreak) || lossReport.IsOnly(kLostLineBreaks);
   throw ConversionError("converting back would give another file, so nothing is written: " + all +
                         "; " + std::string(isLineBreaks ? lineBreaksHint : kLossyHint));
 }
@@ -38,18 +39,18 @@ OutputOptions InPlaceTarget(const std::string& path, const OutputOptions& output
   return {path, /*force=*/true};
 }
 
-void RunConversion(const OutputOptions& options, bool allowsLosses, const Conversion& convert,
+void RunConversion(const OutputOptions& options, bool allowsLossy, const Conversion& convert,
                    Input* replaced, std::string_view lineBreaksHint) {
   Output output(options);
   const auto write = [&](std::string_view bytes) { output.Write(bytes); };
-  Losses losses;
+  LossReport lossReport;
   if (IsWrittenAtOnce(options)) {
-    convert(write, losses);
-    CheckLosses(losses, allowsLosses, lineBreaksHint);
+    convert(write, lossReport);
+    CheckLossReport(lossReport, allowsLossy, lineBreaksHint);
   } else {
-    convert([](std::string_view) {}, losses);
-    CheckLosses(losses, allowsLosses, lineBreaksHint);
-    Losses again;
+    convert([](std::string_view) {}, lossReport);
+    CheckLossReport(lossReport, allowsLossy, lineBreaksHint);
+    LossReport again;
     convert(write, again);
   }
   if (replaced != nullptr) replaced->Close();

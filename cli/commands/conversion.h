@@ -17,9 +17,9 @@ void AddInPlace(CLI::App& command, bool& isInPlace);
 /// both, and for standard input in place.
 OutputOptions InPlaceTarget(const std::string& path, const OutputOptions& output, bool isInPlace);
 
-/// One conversion: reads its input from the beginning, hands its result to the sink, and leaves
-/// what does not come through in `losses`.
-using Conversion = std::function<void(const ByteSink& sink, Losses& losses)>;
+/// One conversion: reads its input from the beginning, passes its result to `writeBytes`, and
+/// leaves what does not come through in `lossReport`.
+using Conversion = std::function<void(const ByteHandler& writeBytes, LossReport& lossReport)>;
 
 inline constexpr std::string_view kLossyHint = "--lossy leaves it out";
 
@@ -27,11 +27,11 @@ inline constexpr std::string_view kLossyHint = "--lossy leaves it out";
 /// when everything has succeeded; before anything goes to standard output, a pipe or a device, the
 /// conversion is run once without output.
 ///
-/// Losses are a ConversionError that names all of them, unless `allowsLosses`: a warning then names
-/// them, before the output exists. Its last words are what to do, `lineBreaksHint` if line breaks
-/// are all that is lost. All Failures of the conversion and of Output. `replaced`, unless it is
-/// null, is the input that the output may replace; it is closed before.
-void RunConversion(const OutputOptions& options, bool allowsLosses, const Conversion& convert,
+/// What is in the report is a ConversionError that names all of it, unless `allowsLossy`: a warning
+/// then names it, before the output exists. Its last words are what to do, `lineBreaksHint` if line
+/// breaks are all that is lost. All Failures of the conversion and of Output. `replaced`, unless it
+/// is null, is the input that the output may replace; it is closed before.
+void RunConversion(const OutputOptions& options, bool allowsLossy, const Conversion& convert,
                    Input* replaced = nullptr, std::string_view lineBreaksHint = kLossyHint);
 
 }  // namespace brindlex::cli

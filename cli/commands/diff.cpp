@@ -148,9 +148,9 @@ class Comparison {
     Refusing(after_, [&] { names = RecordStream(after).Names(); });
     try {
       Match(pair, old, names);
-      const auto sink = [&](const RecordDifference& one) { writer_.Write(one); };
-      if (!options_.key || !FindKey(pair, old, names)) return CompareInOrder(pair, sink);
-      if (!CompareByKey(pair, sink)) writer_.WriteManyMoved();
+      const auto handle = [&](const RecordDifference& one) { writer_.Write(one); };
+      if (!options_.key || !FindKey(pair, old, names)) return CompareInOrder(pair, handle);
+      if (!CompareByKey(pair, handle)) writer_.WriteManyMoved();
     } catch (const ConversionError& error) {
       throw Failure(ExitStatus::kInputOutput, error.what());
     }

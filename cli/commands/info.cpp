@@ -240,7 +240,7 @@ void ListNames(const std::string& path, const InfoOptions& options, Output& outp
     for (NamedCollection one; scanner.Next(one);) list(one.Name(format.encoding));
   }
   if (format.named || !options.wantsColumns) return;
-  Losses ignored;
+  LossReport ignored;
   CollectionReader reader(input, format, format.markers, format.Text(), {}, ignored);
   reader.ReadHeader();
   for (const std::string& name : reader.Names()) list(name);

@@ -15,7 +15,7 @@ void AddReadOptions(CLI::App& command, ReadOptions& options) {
 }
 
 void AddLossy(CLI::App& command, ReadOptions& options) {
-  command.add_flag("--lossy", options.allowsLosses,
+  command.add_flag("--lossy", options.allowsLossy,
                    "Convert even if converting back gives another file; warn of what is left out");
 }
 
@@ -48,15 +48,15 @@ void ConvertFile(const ReadOptions& options, const MakeWriter& makeWriter) {
   const FileFormat format = DetectFormat(input, options.format);
   std::optional<DelimitedForm> form;
   if (options.withFormat) form = CarriedForm(input, format, options);
-  const auto convert = [&](const ByteSink& sink, Losses& losses) {
-    const auto writer = makeWriter(sink, losses, form ? &*form : nullptr);
-    CopyTables(input, format, options.name, *writer, losses, form ? form->lineBreaks : 0);
+  const auto convert = [&](const ByteHandler& writeBytes, LossReport& lossReport) {
+    const auto writer = makeWriter(writeBytes, lossReport, form ? &*form : nullptr);
+    CopyTables(input, format, options.name, *writer, lossReport, form ? form->lineBreaks : 0);
     const bool isEmpty = input.Size() == format.markBytes;
     if (form && !form->tail && !options.name && !isEmpty) {
-      losses.Add("more than 64 KB of line breaks, blanks or NUL to the end", *input.Size());
+      lossReport.Add("more than 64 KB of line breaks, blanks or NUL to the end", *input.Size());
     }
   };
-  RunConversion(options.output, options.allowsLosses, convert, nullptr,
+  RunConversion(options.output, options.allowsLossy, convert, nullptr,
                 form ? kUnevenHint : "--with-format keeps it, --lossy leaves it out");
 }
 

@@ -17,7 +17,7 @@ struct ReadOptions {
   std::optional<std::string> name;
   FormatOptions format;
   OutputOptions output;
-  bool allowsLosses = false;
+  bool allowsLossy = false;
   bool withFormat = false;
 };
 
@@ -31,8 +31,8 @@ CLI::Option& AddWithFormat(CLI::App& command, ReadOptions& options);
 
 /// Makes the writer of a conversion; called once for each time that it is run. `form` is that of
 /// the file if the writer is to carry it, else null.
-using MakeWriter = std::function<std::unique_ptr<TableWriter>(const ByteSink& sink, Losses& losses,
-                                                              const DelimitedForm* form)>;
+using MakeWriter = std::function<std::unique_ptr<TableWriter>(
+    const ByteHandler& writeBytes, LossReport& lossReport, const DelimitedForm* form)>;
 
 /// Converts the file to what the writer writes.
 void ConvertFile(const ReadOptions& options, const MakeWriter& makeWriter);

@@ -25,7 +25,7 @@ struct RecodeOptions {
   TargetOptions target;
   OutputOptions output;
   bool isInPlace = false;
-  bool allowsLosses = false;
+  bool allowsLossy = false;
 };
 
 void Recode(const RecodeOptions& options) {
@@ -36,10 +36,10 @@ void Recode(const RecodeOptions& options) {
   const bool hasOwnBreaks = options.target.lineBreaks || options.target.like;
   const int lineBreaks = hasOwnBreaks ? kAnyLineBreaks : form.lineBreaks;
   RunConversion(
-      target, options.allowsLosses,
-      [&](const ByteSink& sink, Losses& losses) {
-        DelimitedWriter writer(sink, form);
-        CopyTables(input, format, {}, writer, losses, lineBreaks);
+      target, options.allowsLossy,
+      [&](const ByteHandler& writeBytes, LossReport& lossReport) {
+        DelimitedWriter writer(writeBytes, form);
+        CopyTables(input, format, {}, writer, lossReport, lineBreaks);
       },
       &input, format.named ? kLossyHint : kLineBreaksHint);
 }
@@ -57,7 +57,7 @@ void AddRecode(CLI::App& program, Context& /*context*/) {
   AddTargetOptions(command, options->target);
   AddFormatOptions(command, options->format);
   AddReadingOptions(command, options->format);
-  command.add_flag("--lossy", options->allowsLosses,
+  command.add_flag("--lossy", options->allowsLossy,
                    "Write it even if more than its form changes; warn of what is left out");
   command.callback([options] { Recode(*options); });
 }

@@ -30,9 +30,10 @@ void AddToCsv(CLI::App& program, Context& /*context*/) {
   AddLossy(command, *options);
   command.callback([options] {
     const CsvStyle style = StyleOf(options->csv);
-    ConvertFile(*options, [&](const ByteSink& sink, Losses&, const DelimitedForm* form) {
-      return std::make_unique<CsvWriter>(sink, style, options->hasByteOrderMark, form);
-    });
+    ConvertFile(
+        *options, [&](const ByteHandler& writeBytes, LossReport&, const DelimitedForm* form) {
+          return std::make_unique<CsvWriter>(writeBytes, style, options->hasByteOrderMark, form);
+        });
   });
 }
 

@@ -34,10 +34,11 @@ void AddToHtml(CLI::App& program, Context& /*context*/) {
   command.add_option("--title", options->title, "The page's title, in place of the file's name")
       ->type_name("TEXT");
   // A page is for reading, not for converting back.
-  options->allowsLosses = true;
+  options->allowsLossy = true;
   command.callback([options] {
-    ConvertFile(*options, [&](const ByteSink& sink, Losses&, const DelimitedForm*) {
-      return std::make_unique<PageWriter>(sink, options->title.value_or(LastPart(options->path)));
+    ConvertFile(*options, [&](const ByteHandler& writeBytes, LossReport&, const DelimitedForm*) {
+      return std::make_unique<PageWriter>(writeBytes,
+                                          options->title.value_or(LastPart(options->path)));
     });
   });
 }

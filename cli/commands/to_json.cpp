@@ -34,9 +34,10 @@ void AddToJson(CLI::App& program, Context& /*context*/) {
   AddWithFormat(command, *options).excludes(lines);
   AddLossy(command, *options);
   command.callback([options] {
-    ConvertFile(*options, [&](const ByteSink& sink, Losses& losses, const DelimitedForm* form) {
+    ConvertFile(*options, [&](const ByteHandler& writeBytes, LossReport& lossReport,
+                              const DelimitedForm* form) {
       options->json.form = form;
-      return std::make_unique<JsonWriter>(sink, options->json, losses);
+      return std::make_unique<JsonWriter>(writeBytes, options->json, lossReport);
     });
   });
 }

@@ -69,18 +69,19 @@ void AddWriteOptions(CLI::App& command, WriteOptions& options) {
 
 void MakeFile(const WriteOptions& options, const ReadTable& read) {
   Input input(options.path);
-  RunConversion(options.output, /*allowsLosses=*/false, [&](const ByteSink& sink, Losses&) {
-    Progress progress("reading", input.Size());
-    std::optional<DelimitedWriter> writer;
-    const ReadAt source = [&](std::uint64_t offset, char* to, std::size_t size) {
-      progress.Show(offset);
-      return input.Read(offset, to, size);
-    };
-    read(source, [&](const DelimitedForm* carried) -> TableWriter& {
-      return writer.emplace(sink, RequestedForm(options, carried));
-    });
-    writer->End();
-  });
+  RunConversion(options.output, /*allowsLossy=*/false,
+                [&](const ByteHandler& writeBytes, LossReport&) {
+                  Progress progress("reading", input.Size());
+                  std::optional<DelimitedWriter> writer;
+                  const ReadAt source = [&](std::uint64_t offset, char* to, std::size_t size) {
+                    progress.Show(offset);
+                    return input.Read(offset, to, size);
+                  };
+                  read(source, [&](const DelimitedForm* carried) -> TableWriter& {
+                    return writer.emplace(writeBytes, RequestedForm(options, carried));
+                  });
+                  writer->End();
+                });
 }
 
 }  // namespace brindlex::cli

@@ -139,8 +139,9 @@ class Pending {
 
 class KeyComparison {
  public:
-  KeyComparison(const TablePair& pair, const DifferenceSink& sink, const ComparisonLimits& limits)
-      : pair_(pair), sink_(sink), limits_(limits) {}
+  KeyComparison(const TablePair& pair, const DifferenceHandler& handle,
+                const ComparisonLimits& limits)
+      : pair_(pair), handle_(handle), limits_(limits) {}
 
   bool Run() {
     deferred_.emplace_back();
@@ -203,7 +204,7 @@ class KeyComparison {
 
   void TakePair(const RecordDigest& old, const RecordDigest& added) {
     if (old.number <= partition_.before && added.number <= partition_.after) return;
-    if (old.content != added.content) sink_({Kind::kChanged, old, added});
+    if (old.content != added.content) handle_({Kind::kChanged, old, added});
     if (hasTooManyRuns_) return;
     if (!runs_.empty()) {
       OrderedRun& last = runs_.back();
@@ -258,9 +259,9 @@ class KeyComparison {
   void ReportRest(Pending& pending, Kind kind) {
     for (const RecordDigest& one : pending.TakeAll()) {
       if (kind == Kind::kRemoved) {
-        sink_({kind, one, std::nullopt});
+        handle_({kind, one, std::nullopt});
       } else {
-        sink_({kind, std::nullopt, one});
+        handle_({kind, std::nullopt, one});
       }
     }
   }
@@ -273,13 +274,13 @@ class KeyComparison {
       if (record.number < run->after) continue;
       RecordDigest old;
       old.number = run->before + (record.number - run->after);
-      sink_({Kind::kMoved, old, record});
+      handle_({Kind::kMoved, old, record});
       if (record.number + 1 == run->after + run->length) ++run;
     }
   }
 
   const TablePair& pair_;
-  const DifferenceSink& sink_;
+  const DifferenceHandler& handle_;
   const ComparisonLimits& limits_;
   std::vector<Partition> deferred_;
   Partition partition_;
@@ -293,9 +294,9 @@ class KeyComparison {
 
 }  // namespace
 
-bool CompareByKey(const TablePair& pair, const DifferenceSink& sink,
+bool CompareByKey(const TablePair& pair, const DifferenceHandler& handle,
                   const ComparisonLimits& limits) {
-  return KeyComparison(pair, sink, limits).Run();
+  return KeyComparison(pair, handle, limits).Run();
 }
 
 }  // namespace brindlex::cli

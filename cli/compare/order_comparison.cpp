@@ -35,7 +35,8 @@ std::size_t Similarity(const std::vector<ContentHash>& before,
 /// Reports the records of both tables between two matches.
 class GapReporter {
  public:
-  GapReporter(const TablePair& pair, const DifferenceSink& sink) : pair_(pair), sink_(sink) {}
+  GapReporter(const TablePair& pair, const DifferenceHandler& handle)
+      : pair_(pair), handle_(handle) {}
 
   void Report(std::span<const RecordDigest> before, std::span<const RecordDigest> after) {
     constexpr std::size_t kMostRecords = 64;
@@ -49,8 +50,8 @@ class GapReporter {
   }
 
  private:
-  void Remove(const RecordDigest& record) { sink_({Kind::kRemoved, record, std::nullopt}); }
-  void Add(const RecordDigest& record) { sink_({Kind::kAdded, std::nullopt, record}); }
+  void Remove(const RecordDigest& record) { handle_({Kind::kRemoved, record, std::nullopt}); }
+  void Add(const RecordDigest& record) { handle_({Kind::kAdded, std::nullopt, record}); }
 
   std::vector<ContentHash> Before(const RecordDigest& record) const {
     return ValuesOf(pair_.before, pair_.beforeColumns, record, pair_.common);
@@ -64,7 +65,7 @@ class GapReporter {
     for (std::size_t at = 0; at < std::max(before.size(), after.size()); ++at) {
       const bool hasBoth = at < before.size() && at < after.size();
       if (hasBoth && Similarity(Before(before[at]), After(after[at])) > 0) {
-        sink_({Kind::kChanged, before[at], after[at]});
+        handle_({Kind::kChanged, before[at], after[at]});
         continue;
       }
       if (at < before.size()) Remove(before[at]);
@@ -97,7 +98,7 @@ class GapReporter {
       const bool isPair =
           j < after.size() && shared[i][j] > 0 && best[i][j] == shared[i][j] + best[i + 1][j + 1];
       if (isPair) {
-        sink_({Kind::kChanged, before[i], after[j++]});
+        handle_({Kind::kChanged, before[i], after[j++]});
       } else {
         Remove(before[i]);
       }
@@ -106,7 +107,7 @@ class GapReporter {
   }
 
   const TablePair& pair_;
-  const DifferenceSink& sink_;
+  const DifferenceHandler& handle_;
 };
 
 // ---- Windows -----------------------------------------------------------------------------------
@@ -149,9 +150,9 @@ std::vector<ContentHash> ContentsOf(std::span<const RecordDigest> records) {
 
 class OrderComparison {
  public:
-  OrderComparison(const TablePair& pair, const DifferenceSink& sink, std::size_t window)
+  OrderComparison(const TablePair& pair, const DifferenceHandler& handle, std::size_t window)
       : limit_(window),
-        gaps_(pair, sink),
+        gaps_(pair, handle),
         progress_("comparing", pair.before.input->Size()),
         before_(pair.before, pair.beforeColumns, &progress_),
         after_(pair.after, pair.afterColumns, nullptr) {}
@@ -228,9 +229,9 @@ class OrderComparison {
 
 }  // namespace
 
-void CompareInOrder(const TablePair& pair, const DifferenceSink& sink,
+void CompareInOrder(const TablePair& pair, const DifferenceHandler& handle,
                     const ComparisonLimits& limits) {
-  OrderComparison(pair, sink, limits.window).Run();
+  OrderComparison(pair, handle, limits.window).Run();
 }
 
 }  // namespace brindlex::cli

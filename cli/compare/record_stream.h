@@ -68,7 +68,7 @@ class RecordStream {
   void AddValue(std::size_t column, RecordDigest& record);
 
   const ComparedColumns* columns_;
-  Losses ignored_;
+  LossReport ignored_;
   CollectionReader reader_;
   bool hasHeader_;
   std::uint64_t number_ = 0;

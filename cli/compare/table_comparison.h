@@ -30,7 +30,7 @@ struct RecordDifference {
 };
 
 /// What a comparison reports to; may throw.
-using DifferenceSink = std::function<void(const RecordDifference&)>;
+using DifferenceHandler = std::function<void(const RecordDifference&)>;
 
 /// Bounds of the memory, smaller in tests.
 struct ComparisonLimits {
@@ -44,7 +44,7 @@ struct ComparisonLimits {
 /// Compares records in file order, and reports the differences in this order. Where the tables are
 /// out of step, the next `limits.window` records of each are aligned; a removed and an added record
 /// between two matches are one that was changed if at least half of their values are the same.
-void CompareInOrder(const TablePair& pair, const DifferenceSink& sink,
+void CompareInOrder(const TablePair& pair, const DifferenceHandler& handle,
                     const ComparisonLimits& limits = {});
 
 /// Compares the records with equal keys, the first of one key with the first, the second with the
@@ -56,7 +56,7 @@ void CompareInOrder(const TablePair& pair, const DifferenceSink& sink,
 /// ones, and in the end the moved ones: as few as account for the new order. Returns false if they
 /// are too many to be found, which takes more than `limits.runs` runs of records that have kept
 /// their order.
-bool CompareByKey(const TablePair& pair, const DifferenceSink& sink,
+bool CompareByKey(const TablePair& pair, const DifferenceHandler& handle,
                   const ComparisonLimits& limits = {});
 
 }  // namespace brindlex::cli

@@ -7,9 +7,9 @@
 
 namespace brindlex::cli {
 
-CsvWriter::CsvWriter(ByteSink sink, const CsvStyle& style, bool hasByteOrderMark,
+CsvWriter::CsvWriter(ByteHandler writeBytes, const CsvStyle& style, bool hasByteOrderMark,
                      const DelimitedForm* form)
-    : BufferedWriter(std::move(sink)),
+    : BufferedWriter(std::move(writeBytes)),
       style_(style),
       formName_(form != nullptr ? CsvNameOf(*form) : "") {
   if (hasByteOrderMark) Buffer() += "\xEF\xBB\xBF";

@@ -12,7 +12,7 @@ namespace brindlex::cli {
 /// ConversionError for a name that would be taken for such a column.
 class CsvWriter : public BufferedWriter {
  public:
-  CsvWriter(ByteSink sink, const CsvStyle& style, bool hasByteOrderMark = false,
+  CsvWriter(ByteHandler writeBytes, const CsvStyle& style, bool hasByteOrderMark = false,
             const DelimitedForm* form = nullptr);
 
   /// Named collections are not for one file: a Failure kUsage.

@@ -9,8 +9,8 @@
 
 namespace brindlex::cli {
 
-JsonWriter::JsonWriter(ByteSink sink, const JsonOptions& options, Losses& losses)
-    : BufferedWriter(std::move(sink)), options_(options), losses_(losses) {}
+JsonWriter::JsonWriter(ByteHandler writeBytes, const JsonOptions& options, LossReport& lossReport)
+    : BufferedWriter(std::move(writeBytes)), options_(options), lossReport_(lossReport) {}
 
 /// Writes what comes before the records.
 void JsonWriter::OpenFormat() {
@@ -132,7 +132,7 @@ void JsonWriter::EndRow() {
 
 void JsonWriter::EndCollection() {
   if (hasHeader_ && rows_ == 0) {
-    losses_.Add("field names without a record, which only --arrays holds", headerOffset_);
+    lossReport_.Add("field names without a record, which only --arrays holds", headerOffset_);
   }
   if (options_.lines) return;
   Buffer() += rows_ == 0 ? "]" : "\n]";

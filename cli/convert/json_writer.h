@@ -25,8 +25,8 @@ struct JsonOptions {
 /// lines are a Failure kUsage.
 class JsonWriter : public BufferedWriter {
  public:
-  /// `losses` must outlive it.
-  JsonWriter(ByteSink sink, const JsonOptions& options, Losses& losses);
+  /// `lossReport` must outlive it.
+  JsonWriter(ByteHandler writeBytes, const JsonOptions& options, LossReport& lossReport);
 
   void BeginNamed() override;
   void BeginCollection(std::string_view name) override;
@@ -43,7 +43,7 @@ class JsonWriter : public BufferedWriter {
   void WholeValue(std::string_view text);
 
   const JsonOptions options_;
-  Losses& losses_;
+  LossReport& lossReport_;
   bool isNamed_ = false;
   std::uint64_t collections_ = 0;
   /// Rows of the collection so far, and where its header is if it has one.

@@ -47,8 +47,8 @@ void AppendHtmlText(ByteBuffer& html, std::string_view text) {
   }
 }
 
-PageWriter::PageWriter(ByteSink sink, std::string_view title)
-    : BufferedWriter(std::move(sink)), rest_(kPageText) {
+PageWriter::PageWriter(ByteHandler writeBytes, std::string_view title)
+    : BufferedWriter(std::move(writeBytes)), rest_(kPageText) {
   ByteBuffer& page = Buffer();
   const std::string shown = Escaped(title);
   page += Until(rest_, "title");

@@ -11,7 +11,7 @@ namespace brindlex::cli {
 class PageWriter : public BufferedWriter {
  public:
   /// `title` is the page's.
-  PageWriter(ByteSink sink, std::string_view title);
+  PageWriter(ByteHandler writeBytes, std::string_view title);
 
   void BeginNamed() override {}
   void BeginCollection(std::string_view name) override;

@@ -10,12 +10,12 @@
 namespace brindlex::cli {
 namespace {
 
-std::function<void(const ByteSink&)> Bytes(std::string bytes) {
-  return [bytes = std::move(bytes)](const ByteSink& sink) { sink(bytes); };
+std::function<void(const ByteHandler&)> Bytes(std::string bytes) {
+  return [bytes = std::move(bytes)](const ByteHandler& writeBytes) { writeBytes(bytes); };
 }
 
-/// Hands the rest of a text to `sink`, with other markers.
-void Transcode(Tokenizer& tokenizer, const ByteMarkers& markers, const ByteSink& sink) {
+/// Passes the rest of a text to `writeBytes`, with other markers.
+void Transcode(Tokenizer& tokenizer, const ByteMarkers& markers, const ByteHandler& writeBytes) {
   constexpr std::size_t kLarge = std::size_t{64} * 1024;
   std::string buffer;
   for (;;) {
@@ -25,7 +25,7 @@ void Transcode(Tokenizer& tokenizer, const ByteMarkers& markers, const ByteSink&
     if (token.kind == Token::Kind::kRecord) buffer += markers.recordEnd;
     const bool isAtEnd = token.kind == Token::Kind::kEnd;
     if (buffer.size() < kLarge && !isAtEnd) continue;
-    sink(buffer);
+    writeBytes(buffer);
     if (isAtEnd) return;
     buffer.clear();
   }
@@ -33,15 +33,15 @@ void Transcode(Tokenizer& tokenizer, const ByteMarkers& markers, const ByteSink&
 
 }  // namespace
 
-/// Hands the file with its edits, which are in order and apart, to `sink`.
-void CollectionEditor::Splice(const std::vector<Edit>& edits, const ByteSink& sink) const {
+/// Passes the file with its edits, which are in order and apart, to `writeBytes`.
+void CollectionEditor::Splice(const std::vector<Edit>& edits, const ByteHandler& writeBytes) const {
   std::uint64_t done = 0;
   for (const Edit& edit : edits) {
-    if (file_ != nullptr) ReadExtent(*file_, ExtentOf(done, edit.begin), sink);
-    edit.write(sink);
+    if (file_ != nullptr) ReadExtent(*file_, ExtentOf(done, edit.begin), writeBytes);
+    edit.write(writeBytes);
     done = edit.end;
   }
-  if (file_ != nullptr) ReadExtent(*file_, ExtentOf(done, UINT64_MAX), sink);
+  if (file_ != nullptr) ReadExtent(*file_, ExtentOf(done, UINT64_MAX), writeBytes);
 }
 
 CollectionEditor CollectionEditor::OfNewFile(Input& like, const FormatOptions& options) {
@@ -81,32 +81,32 @@ std::string CollectionEditor::EncodeName(const std::string& name) const {
 }
 
 void CollectionEditor::Extract(const std::string& name, bool keepsMarkers,
-                               const ByteSink& sink) const {
+                               const ByteHandler& writeBytes) const {
   const NamedCollection& one = Require(name);
   const ByteMarkers markers =
       RequireByteMarkers(keepsMarkers ? InnerMarkers() : OuterMarkers(), format_.encoding);
-  if (format_.markBytes > 0) sink(format_.encoding.ByteOrderMark());
+  if (format_.markBytes > 0) writeBytes(format_.encoding.ByteOrderMark());
   InputWindow window(*file_, one.data);
   Tokenizer tokenizer(window, format_.encoding, *format_.inner);
-  Transcode(tokenizer, markers, sink);
+  Transcode(tokenizer, markers, writeBytes);
 }
 
-void CollectionEditor::Remove(const std::string& name, const ByteSink& sink) const {
+void CollectionEditor::Remove(const std::string& name, const ByteHandler& writeBytes) const {
   const NamedCollection& one = Require(name);
   const bool isLast = index_.All().size() == 1;
   Splice({isLast ? Edit{format_.markBytes, end_, Bytes({})}
                  : Edit{one.record.offset, one.record.End(), Bytes({})}},
-         sink);
+         writeBytes);
 }
 
 void CollectionEditor::Rename(const std::string& name, const std::string& newName,
-                              const ByteSink& sink) const {
+                              const ByteHandler& writeBytes) const {
   const NamedCollection& one = Require(name);
   const NamedCollection* const taken = index_.Find(newName);
   if (taken != nullptr && taken != &one) {
     throw ConversionError("there is a collection " + Quoted(index_.NameOf(*taken)) + " already");
   }
-  Splice({{one.nameExtent.offset, one.nameExtent.End(), Bytes(EncodeName(newName))}}, sink);
+  Splice({{one.nameExtent.offset, one.nameExtent.End(), Bytes(EncodeName(newName))}}, writeBytes);
 }
 
 std::string CollectionEditor::Header(const ByteMarkers& outer) const {
@@ -119,7 +119,8 @@ std::string CollectionEditor::Header(const ByteMarkers& outer) const {
 }
 
 void CollectionEditor::Add(const std::string& name, Input& added, const FormatOptions& addedOptions,
-                           bool replaces, const ByteSink& sink, Losses& losses) const {
+                           bool replaces, const ByteHandler& writeBytes,
+                           LossReport& lossReport) const {
   const NamedCollection* const taken = index_.Find(name);
   if (taken != nullptr && !replaces) {
     throw ConversionError("there is a collection " + Quoted(index_.NameOf(*taken)) +
@@ -136,24 +137,24 @@ void CollectionEditor::Add(const std::string& name, Input& added, const FormatOp
   form.encoding = format_.encoding;
   form.isInner = true;
   form.choice = Choice::kRecode;
-  const auto writeText = [&](const ByteSink& to) {
+  const auto writeText = [&](const ByteHandler& to) {
     DelimitedWriter writer(to, form);
-    CopyTables(added, DetectFormat(added, addedOptions), {}, writer, losses);
+    CopyTables(added, DetectFormat(added, addedOptions), {}, writer, lossReport);
   };
   if (taken != nullptr) {
     const Extent& old = taken->nameExtent;
     return Splice({{taken->data.offset, taken->data.End(), writeText},
                    {old.offset, old.End(), Bytes(nameBytes)}},
-                  sink);
+                  writeBytes);
   }
   const ByteMarkers outer = RequireByteMarkers(OuterMarkers(), format_.encoding);
-  const auto writeRecord = [&](const ByteSink& to) {
+  const auto writeRecord = [&](const ByteHandler& to) {
     if (file_ == nullptr && format_.markBytes > 0) to(format_.encoding.ByteOrderMark());
     if (!format_.named) to(Header(outer));
     writeText(to);
     to(outer.fieldEnd + nameBytes + outer.fieldEnd + outer.recordEnd);
   };
-  Splice({{end_, end_, writeRecord}}, sink);
+  Splice({{end_, end_, writeRecord}}, writeBytes);
 }
 
 }  // namespace brindlex::cli

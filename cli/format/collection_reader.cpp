@@ -13,13 +13,13 @@ namespace brindlex::cli {
 
 CollectionReader::CollectionReader(Input& input, const FileFormat& format,
                                    const ByteMarkers& markers, const Extent& text, std::string name,
-                                   Losses& losses, Progress* progress)
+                                   LossReport& lossReport, Progress* progress)
     : window_(input, text, progress),
       tokenizer_(window_, format.encoding, markers),
       encoding_(format.encoding),
       isAsciiSuperset_(format.encoding.UnitSize() == 1),
       name_(std::move(name)),
-      losses_(losses),
+      lossReport_(lossReport),
       start_(text.offset) {}
 
 void CollectionReader::Fail(std::uint64_t offset, const std::string& what) const {
@@ -103,9 +103,9 @@ bool CollectionReader::EndText(Token token) {
 void CollectionReader::NoteLineBreaks(const std::vector<std::uint64_t>& breaks) {
   if (expectedBreaks_ == kAnyLineBreaks) return;
   if (expectedBreaks_ == 0) {
-    for (const std::uint64_t one : breaks) losses_.Add(kLostLineBreak, one);
+    for (const std::uint64_t one : breaks) lossReport_.Add(kLostLineBreak, one);
   } else if (breaks.size() != static_cast<std::size_t>(expectedBreaks_)) {
-    losses_.Add(kLostLineBreaks, recordOffset_);
+    lossReport_.Add(kLostLineBreaks, recordOffset_);
   }
 }
 

@@ -13,7 +13,7 @@
 
 namespace brindlex::cli {
 
-/// What Losses call a line break that the component drops.
+/// What a LossReport calls a line break that the component drops.
 inline constexpr const char* kLostLineBreak = "a line break after a record end";
 /// And a number of them that is not that of the other records.
 inline constexpr const char* kLostLineBreaks =
@@ -39,10 +39,10 @@ class CollectionReader {
   };
 
   /// Reads `text`, which is in `markers`. `name` is for messages, empty if it is the only
-  /// collection. `losses` gets the line breaks between records, which the component drops.
+  /// collection. `lossReport` gets the line breaks between records, which the component drops.
   /// Everything must outlive the reader.
   CollectionReader(Input& input, const FileFormat& format, const ByteMarkers& markers,
-                   const Extent& text, std::string name, Losses& losses,
+                   const Extent& text, std::string name, LossReport& lossReport,
                    Progress* progress = nullptr);
 
   /// So many line breaks between any two records are the form of the text and no loss; any other
@@ -88,7 +88,7 @@ class CollectionReader {
   Encoding encoding_;
   bool isAsciiSuperset_;
   std::string name_;
-  Losses& losses_;
+  LossReport& lossReport_;
   std::uint64_t start_;
   int expectedBreaks_ = 0;
   std::vector<std::string> names_;

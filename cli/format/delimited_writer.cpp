@@ -12,10 +12,10 @@
 namespace brindlex::cli {
 // ---- Collections -------------------------------------------------------------------------------
 
-DelimitedWriter::DelimitedWriter(ByteSink sink, const DelimitedForm& form)
-    : BufferedWriter([this, sink = std::move(sink)](std::string_view bytes) {
+DelimitedWriter::DelimitedWriter(ByteHandler writeBytes, const DelimitedForm& form)
+    : BufferedWriter([this, writeBytes = std::move(writeBytes)](std::string_view bytes) {
         head_ += bytes.substr(0, kInputBlock - head_.size());
-        sink(bytes);
+        writeBytes(bytes);
       }),
       form_(form),
       outer_(RequireByteMarkers(form.pair.value_or(OuterMarkers()), form.encoding, form.choice)),

@@ -21,7 +21,7 @@ namespace brindlex::cli {
 /// named collections together with markers or line breaks of one's own.
 class DelimitedWriter : public BufferedWriter {
  public:
-  DelimitedWriter(ByteSink sink, const DelimitedForm& form);
+  DelimitedWriter(ByteHandler writeBytes, const DelimitedForm& form);
 
   void BeginNamed() override;
   void BeginCollection(std::string_view name) override;

@@ -37,23 +37,23 @@ void CopyCollection(CollectionReader& reader, std::string_view name, TableWriter
   writer.EndCollection();
 }
 
-void CopyNamed(Input& input, const FileFormat& format, TableWriter& writer, Losses& losses,
+void CopyNamed(Input& input, const FileFormat& format, TableWriter& writer, LossReport& lossReport,
                Progress& progress, int lineBreaks) {
   const CollectionIndex index(input, format);
   const NamedColumns& columns = *format.named;
   if (columns.count != 2 || columns.data != 0 || !columns.isNameExact) {
-    losses.Add("a header of collections other than DataString and Name, in this order",
-               format.markBytes);
+    lossReport.Add("a header of collections other than DataString and Name, in this order",
+                   format.markBytes);
   }
   if (lineBreaks != kAnyLineBreaks) {
     for (const std::uint64_t offset : index.LineBreaks(format.markers)) {
-      losses.Add(kLostLineBreak, offset);
+      lossReport.Add(kLostLineBreak, offset);
     }
   }
   writer.BeginNamed();
   for (const NamedCollection& one : index.All()) {
     const std::string& name = index.NameOf(one);
-    CollectionReader reader(input, format, *format.inner, one.data, name, losses, &progress);
+    CollectionReader reader(input, format, *format.inner, one.data, name, lossReport, &progress);
     reader.ExpectLineBreaks(std::min(lineBreaks, 0));
     CopyCollection(reader, name, writer);
   }
@@ -62,21 +62,22 @@ void CopyNamed(Input& input, const FileFormat& format, TableWriter& writer, Loss
 }  // namespace
 
 void CopyTables(Input& input, const FileFormat& format, const std::optional<std::string>& name,
-                TableWriter& writer, Losses& losses, int lineBreaks) {
+                TableWriter& writer, LossReport& lossReport, int lineBreaks) {
   Progress progress("reading", input.Size());
   if (!format.named) {
     if (name) RefuseCollectionName(input);
-    CollectionReader reader(input, format, format.markers, format.Text(), {}, losses, &progress);
+    CollectionReader reader(input, format, format.markers, format.Text(), {}, lossReport,
+                            &progress);
     reader.ExpectLineBreaks(lineBreaks);
     CopyCollection(reader, {}, writer);
   } else if (name) {
     const CollectionIndex index(input, format);
     const NamedCollection& one = index.Require(input, *name);
-    CollectionReader reader(input, format, *format.inner, one.data, index.NameOf(one), losses,
+    CollectionReader reader(input, format, *format.inner, one.data, index.NameOf(one), lossReport,
                             &progress);
     CopyCollection(reader, {}, writer);
   } else {
-    CopyNamed(input, format, writer, losses, progress, lineBreaks);
+    CopyNamed(input, format, writer, lossReport, progress, lineBreaks);
   }
   writer.End();
 }

@@ -12,10 +12,10 @@ namespace brindlex::cli {
 /// file is read from front to end, one of several collections twice. Memory does not grow with it.
 ///
 /// Fails as CollectionReader and CollectionIndex do. Line breaks between records, and a header of
-/// several collections in another spelling or order, go into `losses`. UsageError if there is no
-/// such collection. So many `lineBreaks` between the records of a single collection are no loss;
+/// several collections in another spelling or order, go into `lossReport`. UsageError if there is
+/// no such collection. So many `lineBreaks` between the records of a single collection are no loss;
 /// with kAnyLineBreaks none of any is.
 void CopyTables(Input& input, const FileFormat& format, const std::optional<std::string>& name,
-                TableWriter& writer, Losses& losses, int lineBreaks = 0);
+                TableWriter& writer, LossReport& lossReport, int lineBreaks = 0);
 
 }  // namespace brindlex::cli

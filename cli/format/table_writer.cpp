@@ -6,13 +6,13 @@
 
 namespace brindlex::cli {
 
-void Losses::Add(const std::string& what, std::uint64_t offset) {
+void LossReport::Add(const std::string& what, std::uint64_t offset) {
   Found& found = found_.try_emplace(what, Found{0, offset}).first->second;
   ++found.count;
   found.first = std::min(found.first, offset);
 }
 
-std::vector<std::string> Losses::Sentences() const {
+std::vector<std::string> LossReport::Sentences() const {
   std::vector<std::string> sentences;
   for (const auto& [what, found] : found_) {
     std::string sentence = what + ", ";
@@ -29,7 +29,7 @@ std::string RefusedValue::At(const std::string& place) const {
 void BufferedWriter::HandOverNow(std::size_t kept) {
   if (buffer_.Size() <= kept) return;
   const std::size_t done = buffer_.Size() - kept;
-  sink_(buffer_.View().substr(0, done));
+  writeBytes_(buffer_.View().substr(0, done));
   buffer_.EraseFront(done);
 }
 

@@ -13,13 +13,13 @@
 namespace brindlex::cli {
 
 /// Takes finished bytes. May throw.
-using ByteSink = std::function<void(std::string_view)>;
+using ByteHandler = std::function<void(std::string_view)>;
 
-/// What of a file does not come through a conversion, so that converting back gives another file.
-/// Nothing in it is a defect of the file.
-class Losses {
+/// What of a file is lost in a conversion, so that converting back gives another file. Nothing in
+/// it is a defect of the file.
+class LossReport {
  public:
-  /// `what` is at `offset` of the file, and does not come through.
+  /// `what` is at `offset` of the file, and is lost.
   void Add(const std::string& what, std::uint64_t offset);
 
   bool IsEmpty() const { return found_.empty(); }
@@ -54,7 +54,7 @@ struct RefusedValue {
 
 /// Writes tables in some format, value by value, so that a value may be of any length. Texts are
 /// UTF-8, divided between characters only, and valid during the call. A function may throw a
-/// RefusedValue or a ConversionError for what the format cannot hold, or whatever its ByteSink
+/// RefusedValue or a ConversionError for what the format cannot hold, or whatever its ByteHandler
 /// throws.
 class TableWriter {
  public:
@@ -88,7 +88,7 @@ class TableWriter {
 /// What the writers share: bytes that are handed over in large blocks.
 class BufferedWriter : public TableWriter {
  protected:
-  explicit BufferedWriter(ByteSink sink) : sink_(std::move(sink)) {}
+  explicit BufferedWriter(ByteHandler writeBytes) : writeBytes_(std::move(writeBytes)) {}
 
   ByteBuffer& Buffer() { return buffer_; }
 
@@ -102,7 +102,7 @@ class BufferedWriter : public TableWriter {
  private:
   static constexpr std::size_t kLarge = std::size_t{64} * 1024;
 
-  ByteSink sink_;
+  ByteHandler writeBytes_;
   ByteBuffer buffer_;
 };
 

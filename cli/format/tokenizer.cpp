@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <string>
+#include <utility>
 
 #include "cli/io/failure.h"
 
@@ -65,12 +66,12 @@ BlockMasks MatchBlock(const char* block, std::string_view sought) {
 }  // namespace
 
 Tokenizer::Tokenizer(InputWindow& window, const Encoding& encoding, const ByteMarkers& markers,
-                     const std::optional<ByteMarkers>& around)
+                     std::optional<ByteMarkers> around)
     : window_(window),
       encoding_(encoding),
       markers_(markers),
-      around_(around),
-      isSimple_(markers.Longest() == 1 && !around),
+      around_(std::move(around)),
+      isSimple_(markers.Longest() == 1 && !around_),
       isUnambiguous_(AreUnambiguous(markers)),
       fieldEnd_(markers.fieldEnd.front()),
       mostBreaks_(MostLineBreaks()),

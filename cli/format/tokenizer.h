@@ -54,7 +54,7 @@ class Tokenizer {
   /// `window` must outlive it. The text is the rest of it; with markers `around` it ends before the
   /// first of those, as the text of a named collection does.
   Tokenizer(InputWindow& window, const Encoding& encoding, const ByteMarkers& markers,
-            const std::optional<ByteMarkers>& around = std::nullopt);
+            std::optional<ByteMarkers> around = std::nullopt);
 
   /// The next token. After kEnd kEnd again, without bytes.
   Token Next() {

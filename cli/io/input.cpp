@@ -183,10 +183,4 @@ bool InputWindow::Fill() {
   return read > 0;
 }
 
-void InputWindow::SkipTo(std::uint64_t offset) {
-  if (offset <= end_) return Consume(static_cast<std::size_t>(offset - Offset()));
-  bytes_ = {};
-  end_ = std::min(offset, limit_);
-}
-
 }  // namespace brindlex::cli

@@ -99,9 +99,6 @@ class InputWindow {
   /// True if Fill has nothing to add.
   bool IsComplete() const { return isComplete_; }
 
-  /// Goes on at `offset`, which is not before Offset(). Reads nothing of what is in between.
-  void SkipTo(std::uint64_t offset);
-
   static constexpr std::size_t kMostKept = 4096;
 
  private:

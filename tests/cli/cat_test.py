@@ -4,7 +4,7 @@ import pathlib
 import random
 
 import program
-from program import DEFECTS, FINE, INPUT_OUTPUT, USAGE, contains, encoded, expect, path, run
+from program import DEFECTS, SUCCESS, INPUT_OUTPUT, USAGE, contains, encoded, expect, path, run
 from tables import Form, random_form, random_table
 
 SEVERAL = "DataString|Name|;A<B<>1<2<>|Books|;A<>x<>|Films|;"
@@ -21,7 +21,7 @@ def cat(folder: pathlib.Path, *contents: bytes, options: tuple[str, ...] = ()) -
 
 def appended(folder: pathlib.Path, *texts: str, options: tuple[str, ...] = ()) -> str:
     result = cat(folder, *map(encoded, texts), options=options)
-    expect((texts, options), (FINE, ""), (result.code, result.errors))
+    expect((texts, options), (SUCCESS, ""), (result.code, result.errors))
     return result.output.decode("windows-1252").translate(str.maketrans("¥Œ", "|;"))
 
 
@@ -85,8 +85,8 @@ def test_output_and_standard_input(folder: pathlib.Path) -> None:
     file = folder / "a.txt"
     file.write_bytes(encoded("A|;1|;"))
     result = run("cat", path(file), "-", "-o", path(folder / "b.txt"), stdin=encoded("A|;2|;"))
-    expect("output", (FINE, encoded("A|;1|;2|;")), (result.code, (folder / "b.txt").read_bytes()))
-    expect("into an input", FINE, run("cat", path(file), path(file), "-o", path(file), "--force").code)
+    expect("output", (SUCCESS, encoded("A|;1|;2|;")), (result.code, (folder / "b.txt").read_bytes()))
+    expect("into an input", SUCCESS, run("cat", path(file), path(file), "-o", path(file), "--force").code)
     expect("twice", encoded("A|;1|;1|;"), file.read_bytes())
     expect("two pipes", USAGE, run("cat", "-", "-").code)
 
@@ -123,7 +123,7 @@ def test_random_tables_against_the_model(folder: pathlib.Path) -> None:
                      options=(*source.reading(), *form.target(), *([mode] if mode else [])))
         wanted = model(tables, mode)
         if wanted and form.holds(*wanted):
-            expect((form, tables, mode), (FINE, form.file(*wanted)), (result.code, result.output))
+            expect((form, tables, mode), (SUCCESS, form.file(*wanted)), (result.code, result.output))
             written += 1
         else:
             expect((form, tables, mode), (DEFECTS, b""), (result.code, result.output))

@@ -5,7 +5,7 @@ import pathlib
 import random
 
 import program
-from program import DEFECTS, FINE, INPUT_OUTPUT, USAGE, contains, encoded, expect, path, run
+from program import DEFECTS, SUCCESS, INPUT_OUTPUT, USAGE, contains, encoded, expect, path, run
 
 REFUSED = 'the component refuses the whole text: "Error ADTC", '
 SPLIT = ('the component refuses the whole text: "Application Error", number 5, in SplitString, then '
@@ -22,7 +22,7 @@ def check(folder: pathlib.Path, text: str | bytes, *options: str) -> program.Res
 def lines(folder: pathlib.Path, text: str | bytes, *options: str) -> list[str]:
     result = check(folder, text, *options)
     found = result.text.splitlines()
-    expect("code", DEFECTS if found else FINE, result.code)
+    expect("code", DEFECTS if found else SUCCESS, result.code)
     prefix = path(folder / "a.txt") + ":"
     for line in found:
         expect("file", prefix, line[: len(prefix)])

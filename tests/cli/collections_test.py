@@ -3,7 +3,7 @@
 import pathlib
 
 import program
-from program import DEFECTS, FINE, INPUT_OUTPUT, USAGE, contains, encoded, expect, path, run
+from program import DEFECTS, SUCCESS, INPUT_OUTPUT, USAGE, contains, encoded, expect, path, run
 
 HEAD = "DataString|Name|;"
 ITEMS = "Title<Count<>Alpha<3<>Beta<12<>|Items|;"
@@ -18,10 +18,10 @@ def change(folder: pathlib.Path, before: str, command: str, *arguments: str,
     (folder / "lists.txt").write_bytes(encoded(before, encoding))
     file = path(folder / "lists.txt")
     result = run("collections", command, file, *arguments)
-    expect((command, *arguments), (FINE, ""), (result.code, result.errors))
+    expect((command, *arguments), (SUCCESS, ""), (result.code, result.errors))
     expect("untouched", encoded(before, encoding), (folder / "lists.txt").read_bytes())
     if command != "extract":
-        expect("in place", FINE, run("collections", command, file, *arguments, "--in-place").code)
+        expect("in place", SUCCESS, run("collections", command, file, *arguments, "--in-place").code)
         expect("in place", result.output, (folder / "lists.txt").read_bytes())
     return result.output
 
@@ -89,12 +89,12 @@ def test_add(folder: pathlib.Path) -> None:
     expect("empty", encoded(LISTS + "|Books|;"),
            run("collections", "add", lists, "Books", "-", stdin=b"").output)
     new = folder / "new.txt"
-    expect("new", FINE, run("collections", "add", path(new), "Books", added, "--in-place").code)
+    expect("new", SUCCESS, run("collections", "add", path(new), "Books", added, "--in-place").code)
     expect("new", encoded(HEAD + books), new.read_bytes())
-    expect("more", FINE, run("collections", "add", path(new), "More", added, "--in-place").code)
+    expect("more", SUCCESS, run("collections", "add", path(new), "More", added, "--in-place").code)
     expect("more", encoded(HEAD + books + "Title<>Moby<>Dick<>|More|;"), new.read_bytes())
     wide = encoded("\ufeff" + BOOKS, "utf-16le")
-    expect("wide", FINE, run("collections", "add", path(folder / "wide.txt"), "Books", "-",
+    expect("wide", SUCCESS, run("collections", "add", path(folder / "wide.txt"), "Books", "-",
                              "--in-place", stdin=wide).code)
     expect("wide", encoded("\ufeff" + HEAD + books, "utf-16le"),
            (folder / "wide.txt").read_bytes())
@@ -131,7 +131,7 @@ def test_a_file_of_several_comes_back_from_its_parts(folder: pathlib.Path) -> No
     for name in ("Items", "Notes", "Empty"):
         csv = run("to-csv", path(folder / "lists.txt"), name).output
         part = run("from-csv", "-", stdin=csv).output
-        expect(name, FINE,
+        expect(name, SUCCESS,
                run("collections", "add", new, name, "-", "--in-place", stdin=part).code)
     expect("same", original, (folder / "new.txt").read_bytes())
 

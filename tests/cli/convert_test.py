@@ -7,7 +7,7 @@ import json
 import pathlib
 
 import program
-from program import DEFECTS, FINE, INPUT_OUTPUT, USAGE, contains, encoded, expect, path, run
+from program import DEFECTS, SUCCESS, INPUT_OUTPUT, USAGE, contains, encoded, expect, path, run
 
 BOOKS = encoded("Title|Price|;Moby “Dick”|1.50|;a,\"b\"\n|=1+1|;|True|;")
 LISTS = encoded("DataString|Name|;Title<Count<>Alpha<3<>Beta<12<>|Items|;|Empty|;")
@@ -20,7 +20,7 @@ def file(folder: pathlib.Path, name: str, data: bytes) -> str:
 
 def output(*arguments: str, stdin: bytes = b"") -> bytes:
     result = run(*arguments, stdin=stdin)
-    expect(arguments, (FINE, ""), (result.code, result.errors))
+    expect(arguments, (SUCCESS, ""), (result.code, result.errors))
     return result.output
 
 
@@ -93,7 +93,7 @@ def test_losses_are_told_before_anything_is_written(folder: pathlib.Path) -> Non
             file(folder, "behind2.txt", encoded("a|b|;12;")))
     expect("nothing written", False, made.exists())
     result = run("to-json", lines, "--lossy")
-    expect("lossy", (FINE, b'[\n{"a":"1"},\n{"a":"2"}\n]\n'), (result.code, result.output))
+    expect("lossy", (SUCCESS, b'[\n{"a":"1"},\n{"a":"2"}\n]\n'), (result.code, result.output))
     contains("left out: a line break", result.errors)
     expect("and back", (folder / "lines.txt").read_bytes(),
            output("from-json", "-", "--line-breaks", "1", stdin=result.output))

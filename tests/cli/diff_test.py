@@ -5,7 +5,7 @@ import pathlib
 import random
 
 import program
-from program import DEFECTS, FINE, INPUT_OUTPUT, USAGE, contains, encoded, expect, path, run
+from program import DEFECTS, SUCCESS, INPUT_OUTPUT, USAGE, contains, encoded, expect, path, run
 from tables import Form
 
 DIFFERENT = DEFECTS
@@ -23,7 +23,7 @@ def found(folder: pathlib.Path, before: str | bytes, after: str | bytes, *option
     result = compare(folder, before, after, "--json", *options)
     expect("errors", "", result.errors)
     differences = json.loads(result.text)
-    expect("status", DIFFERENT if differences else FINE, result.code)
+    expect("status", DIFFERENT if differences else SUCCESS, result.code)
     return differences
 
 
@@ -37,7 +37,7 @@ def test_equal_files(folder: pathlib.Path) -> None:
     for text in ("", "A|;", BOOKS, SEVERAL):
         for options in ([], ["--key", "Title"] if text == BOOKS else []):
             result = compare(folder, text, text, *options)
-            expect(text, (FINE, b"", ""), (result.code, result.output, result.errors))
+            expect(text, (SUCCESS, b"", ""), (result.code, result.output, result.errors))
     expect("no differences", "[]\n", compare(folder, BOOKS, BOOKS, "--json").text)
 
 
@@ -118,7 +118,7 @@ def test_refusals_are_no_difference(folder: pathlib.Path) -> None:
 
 def test_standard_input(folder: pathlib.Path) -> None:
     (folder / "a.txt").write_bytes(encoded(BOOKS))
-    expect("same", FINE, run("diff", "-", path(folder / "a.txt"), stdin=encoded(BOOKS)).code)
+    expect("same", SUCCESS, run("diff", "-", path(folder / "a.txt"), stdin=encoded(BOOKS)).code)
     expect("other", DIFFERENT, run("diff", path(folder / "a.txt"), "-", stdin=encoded(BOOKS + "a|b|;")).code)
 
 

@@ -3,12 +3,12 @@
 import pathlib
 
 import program
-from program import USAGE, FINE, contains, expect, run
+from program import USAGE, SUCCESS, contains, expect, run
 
 
 def test_version(_: pathlib.Path) -> None:
     result = run("--version")
-    expect("code", FINE, result.code)
+    expect("code", SUCCESS, result.code)
     expect("text", "brindlex 1.0.0\n", result.text)
     expect("errors", "", result.errors)
 
@@ -16,7 +16,7 @@ def test_version(_: pathlib.Path) -> None:
 def test_help_shows_examples_first(_: pathlib.Path) -> None:
     for flag in ("--help", "-h", *(["/?"] if program.IS_WINDOWS else [])):
         result = run(flag)
-        expect("code", FINE, result.code)
+        expect("code", SUCCESS, result.code)
         expect("order", True, result.text.index("Examples:") < result.text.index("Usage:"))
 
 

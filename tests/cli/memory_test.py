@@ -8,13 +8,13 @@ import pathlib
 import subprocess
 
 import program
-from program import DEFECTS, FINE, encoded, expect, path
+from program import DEFECTS, SUCCESS, encoded, expect, path
 
 LIMIT_KB = 64 * 1024
 SIZE = 100_000_000
 
 
-def peak(*arguments: str, wanted: int = FINE) -> int:
+def peak(*arguments: str, wanted: int = SUCCESS) -> int:
     """The most memory the program had at a time, in KB; at least what this script has."""
     process = subprocess.Popen([*program.COMMAND, *arguments], stdout=subprocess.DEVNULL,
                                stderr=subprocess.DEVNULL)
@@ -23,7 +23,7 @@ def peak(*arguments: str, wanted: int = FINE) -> int:
     return usage.ru_maxrss
 
 
-def within_limit(*arguments: str, wanted: int = FINE) -> None:
+def within_limit(*arguments: str, wanted: int = SUCCESS) -> None:
     used = peak(*arguments, wanted=wanted)
     print(f"   {used // 1024:>3} MB: {arguments[0]}")
     expect(f"{arguments} within {LIMIT_KB} KB, not {used}", True, used <= LIMIT_KB)
@@ -84,7 +84,7 @@ def test_more_names_than_are_promised(folder: pathlib.Path) -> None:
 def test_a_header_without_an_end(folder: pathlib.Path) -> None:
     file = hole(folder / "a.txt", "A|B|", "")
     for command in ("check", "info"):
-        within_limit(command, file, wanted=DEFECTS if command == "check" else FINE)
+        within_limit(command, file, wanted=DEFECTS if command == "check" else SUCCESS)
 
 
 def test_many_records_with_keys(folder: pathlib.Path) -> None:

@@ -10,7 +10,7 @@ import pathlib
 import random
 
 import program
-from program import DEFECTS, FINE, contains, expect, run
+from program import DEFECTS, SUCCESS, contains, expect, run
 from tables import Form, random_form, random_table
 
 HOSTILE = "ab1 ,\"'=é€ж𝄞\\\t\x01\x1f\x85\u2028<|;»¥\r\n"
@@ -34,10 +34,10 @@ def reads_as(form: Form, names: list[str], rows: list[list[str]]) -> None:
     """What a file is converted to is this table, for a reader of JSON or CSV."""
     content = form.file(names, rows)
     result = convert("to-json --lossy", content, *form.reading())
-    expect((form, names, rows, result.errors), FINE, result.code)
+    expect((form, names, rows, result.errors), SUCCESS, result.code)
     expect((form, names, rows), [dict(zip(names, row)) for row in rows], json.loads(result.output))
     result = convert("to-csv --lossy", content, *form.reading())
-    expect((form, names, rows, result.errors), FINE, result.code)
+    expect((form, names, rows, result.errors), SUCCESS, result.code)
     expect((form, names, rows), [names, *rows], from_csv(result.output))
 
 
@@ -49,13 +49,13 @@ def is_written(form: Form, names: list[str], rows: list[list[str]]) -> bool:
                convert("from-csv --delimiter ,", as_csv(names, rows), *options)]
     for result in results:
         expect((form, names, rows, result.errors), results[0].code, result.code)
-        if result.code == FINE:
+        if result.code == SUCCESS:
             expect((form, names, rows), form.file(names, rows), result.output)
             continue
         expect((form, names, rows), (DEFECTS, b""), (result.code, result.output))
         if form.holds(names, rows):
             contains("would be read as", result.errors)
-    return results[0].code == FINE
+    return results[0].code == SUCCESS
 
 
 def test_random_tables_against_the_model(_: pathlib.Path) -> None:

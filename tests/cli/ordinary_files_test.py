@@ -5,7 +5,7 @@ import json
 import pathlib
 
 import program
-from program import DEFECTS, FINE, USAGE, contains, encoded, expect, path, run
+from program import DEFECTS, SUCCESS, USAGE, contains, encoded, expect, path, run
 
 HEAD = "DataString|Name|;"
 
@@ -17,7 +17,7 @@ def put(folder: pathlib.Path, content: bytes, name: str = "a.txt") -> str:
 
 def output(*arguments: str, stdin: bytes = b"") -> bytes:
     result = run(*arguments, stdin=stdin)
-    expect((*arguments, result.errors), FINE, result.code)
+    expect((*arguments, result.errors), SUCCESS, result.code)
     return result.output
 
 
@@ -25,14 +25,14 @@ def test_a_tail_after_the_last_record_end_is_no_record(folder: pathlib.Path) -> 
     for tail in ("\n", "\r\n", "\r\n\r\n", "\r\n" * 5, " ", "\0\0", "\x1a", "\n \t\r\n\0\x1a"):
         original = encoded("T|;aaa|;" + tail)
         file = put(folder, original)
-        expect("check", (FINE, b""), (run("check", file).code, run("check", file).output))
+        expect("check", (SUCCESS, b""), (run("check", file).code, run("check", file).output))
         made = output("to-json", file)
         expect("to-json", [{"T": "aaa"}], json.loads(made))
         expect("to-csv", b"T\r\naaa\r\n", output("to-csv", file))
         expect("like it", original, output("from-json", "-", "--like", file, stdin=made))
         expect("view", 3, len(output("view", file).splitlines()))
         out = path(folder / "out.txt")
-        expect("salvage", FINE, run("salvage", file, "-o", out, "--force").code)
+        expect("salvage", SUCCESS, run("salvage", file, "-o", out, "--force").code)
         expect("salvage", original, (folder / "out.txt").read_bytes())
     contains("byte 8: 1 byte of line breaks", run("check", put(folder, encoded("T|;aaa|;\n"))).errors)
 
@@ -40,7 +40,7 @@ def test_a_tail_after_the_last_record_end_is_no_record(folder: pathlib.Path) -> 
 def test_a_tail_of_a_file_of_several_collections(folder: pathlib.Path) -> None:
     original = encoded(HEAD + "T<>a<>|One|;\n")
     file = put(folder, original)
-    expect("check", FINE, run("check", file).code)
+    expect("check", SUCCESS, run("check", file).code)
     made = output("to-json", file)
     expect("to-json", {"One": [{"T": "a"}]}, json.loads(made))
     expect("like it", original, output("from-json", "-", "--like", file, stdin=made))
@@ -64,9 +64,9 @@ def test_columns_that_are_called_DataString_and_Name(folder: pathlib.Path) -> No
     expect("back", encoded(text), output("from-json", "-", stdin=output("to-json", file)))
     contains("1  two litres  Milk", output("view", file).decode())
     out = path(folder / "out.txt")
-    expect("salvage", FINE, run("salvage", file, "-o", out).code)
+    expect("salvage", SUCCESS, run("salvage", file, "-o", out).code)
     expect("salvage", encoded(text), (folder / "out.txt").read_bytes())
-    expect("check", FINE, run("check", file).code)
+    expect("check", SUCCESS, run("check", file).code)
 
 
 def test_either_reading_can_be_forced(folder: pathlib.Path) -> None:
@@ -99,7 +99,7 @@ def test_utf_8_without_a_byte_order_mark(folder: pathlib.Path) -> None:
     rows = [{"T": "Čeština"}, {"T": "день"}, {"T": "日本"}]
     text = encoded("T|;Čeština|;день|;日本|;", "utf-8")
     file = put(folder, text)
-    expect("check", (FINE, b""), (run("check", file).code, run("check", file).output))
+    expect("check", (SUCCESS, b""), (run("check", file).code, run("check", file).output))
     expect("to-json", rows, json.loads(output("to-json", file)))
     contains("encoding      utf-8, detected\n", output("info", file).decode())
     made = output("from-json", "-", "--encoding", "utf-8", stdin=json.dumps(rows).encode())
@@ -128,7 +128,7 @@ def test_markers_that_hold_or_overlap_each_other(folder: pathlib.Path) -> None:
         made = output("to-json", file, *markers)
         expect((field, record), [{"T": "x", "U": "1"}], json.loads(made))
         expect((field, record), original, output("from-json", "-", *markers, stdin=made))
-        expect((field, record), FINE, run("check", file, *markers).code)
+        expect((field, record), SUCCESS, run("check", file, *markers).code)
     rows = json.dumps([{"T": "a|", "U": "b"}]).encode()
     result = run("from-json", "-", "--field-end", "||", "--record-end", ";", stdin=rows)
     expect("refused", DEFECTS, result.code)
@@ -142,7 +142,7 @@ def test_header_names_with_inner_markers(_: pathlib.Path) -> None:
     for rows in ([{"T»": "1"}], [{"»Š": "1", "x": "2"}], [{"x": "1", "a»b»Š": "2"}]):
         made = json.dumps(rows).encode()
         result = run("from-json", "-", stdin=made)
-        if result.code == FINE:
+        if result.code == SUCCESS:
             expect(rows, rows, json.loads(output("to-json", "-", stdin=result.output)))
         else:
             contains("read as", result.errors)
@@ -158,7 +158,7 @@ def test_csv_of_other_programs(folder: pathlib.Path) -> None:
         for place in ((), ("-o", path(folder / "out.txt"), "--force")):
             result = run("from-csv", "-", *options, *place, stdin=csv)
             made = (folder / "out.txt").read_bytes() if place else result.output
-            expect((csv, result.errors), (FINE, wanted), (result.code, made))
+            expect((csv, result.errors), (SUCCESS, wanted), (result.code, made))
             expect("once", 1, result.errors.count("semicolons separate the values"))
     tabs = run("from-csv", "-", stdin=text.replace(";", "\t").encode())
     expect("tabs", wanted, tabs.output)
@@ -179,7 +179,7 @@ def test_ragged_rows(_: pathlib.Path) -> None:
     expect("error", DEFECTS, run("from-csv", "-", "--ragged", "error", stdin=csv).code)
     expect("pad", encoded("a|b|;1||;2|3|;"), output("from-csv", "-", "--ragged", "pad", stdin=csv))
     dropped = run("from-csv", "-", "--ragged", "drop", stdin=csv)
-    expect("drop", (FINE, encoded("a|b|;2|3|;")), (dropped.code, dropped.output))
+    expect("drop", (SUCCESS, encoded("a|b|;2|3|;")), (dropped.code, dropped.output))
     expect("once", 1, dropped.errors.count("left out: 1 row with more or fewer values"))
     expect("another word", USAGE, run("from-csv", "-", "--ragged", "fill", stdin=csv).code)
 
@@ -192,7 +192,7 @@ def test_a_refusal_that_utf_8_cures_says_so(_: pathlib.Path) -> None:
         result = run("from-json", "-", *options, stdin=made)
         expect((made, options), b"", result.output)
         contains("utf-8", result.errors)
-        expect("cured", FINE, run("from-json", "-", "--encoding", "utf-8", "--bom", stdin=made).code)
+        expect("cured", SUCCESS, run("from-json", "-", "--encoding", "utf-8", "--bom", stdin=made).code)
 
 
 def test_a_number_keeps_its_text(_: pathlib.Path) -> None:

@@ -12,7 +12,7 @@ import sys
 import time
 
 import program
-from program import FINE, INPUT_OUTPUT, USAGE, contains, encoded, expect
+from program import SUCCESS, INPUT_OUTPUT, USAGE, contains, encoded, expect
 
 BOOKS = encoded("Title|Price|;" + "".join(f"Book {n}|{n}.50|;" for n in range(9)))
 LISTS = encoded("DataString|Name|;Title>Price><A>1><|Books|;".replace("><", "»Š").replace(">", "»"))
@@ -93,15 +93,15 @@ def test_no_file_runs_as_whoever_replaced_it(folder: pathlib.Path) -> None:
     for mode in (0o4755, 0o2755, 0o6755, 0o1755, 0o7777):
         file = put(folder / "lists", mode=mode, owner=OTHER, group=OTHER)
         if ROOT:
-            expect("in place", FINE, rename(file).code)
+            expect("in place", SUCCESS, rename(file).code)
             expect(oct(mode), (oct(mode & 0o777), OTHER, OTHER), state(file))
         target = put(folder / f"out{mode:o}", mode=mode, owner=OTHER, group=OTHER)
         if ROOT:
             books = put(folder / "books", BOOKS)
-            expect("forced", FINE, program.run("salvage", str(books), "-o", str(target), "--force").code)
+            expect("forced", SUCCESS, program.run("salvage", str(books), "-o", str(target), "--force").code)
             expect(oct(mode), (oct(mode & 0o777), OTHER, OTHER), state(target))
         own = put(folder / f"own{mode:o}", mode=mode)
-        expect("own", FINE, rename(own).code)
+        expect("own", SUCCESS, rename(own).code)
         expect("own " + oct(mode), oct(mode & 0o777), state(own)[0])
 
 
@@ -110,7 +110,7 @@ def test_owner_and_group_are_kept_where_the_user_may(folder: pathlib.Path) -> No
         as_user(0, [])
         return
     file = put(folder / "lists", mode=0o640, owner=1234, group=4321)
-    expect("code", FINE, rename(file).code)
+    expect("code", SUCCESS, rename(file).code)
     expect("state", (oct(0o640), 1234, 4321), state(file))
 
 
@@ -119,7 +119,7 @@ def test_a_group_that_cannot_be_kept_gets_nothing(folder: pathlib.Path) -> None:
     for mode, left in ((0o664, 0o604), (0o660, 0o600), (0o604, 0o600), (0o646, 0o604), (0o777, 0o707)):
         file = put(folder / "lists", mode=mode, owner=OTHER, group=0)
         result = run_as(OTHER, folder, "collections", "rename", str(file), "Books", "Lists", "--in-place")
-        expect(result.errors, FINE, result.code)
+        expect(result.errors, SUCCESS, result.code)
         expect(oct(mode), (oct(left), OTHER, OTHER), state(file))
         as_root("rm", str(file))
 
@@ -127,7 +127,7 @@ def test_a_group_that_cannot_be_kept_gets_nothing(folder: pathlib.Path) -> None:
 def test_an_access_control_list_is_kept(folder: pathlib.Path) -> None:
     file = put(folder / "lists")
     os.setxattr(file, ACCESS, SHARED)
-    expect("code", FINE, rename(file).code)
+    expect("code", SUCCESS, rename(file).code)
     expect("list", SHARED, acl_of(file))
     expect("mode", oct(0o640), state(file)[0])
 
@@ -139,7 +139,7 @@ def test_an_access_control_list_of_a_file_that_cannot_be_read_is_kept(folder: pa
     hidden = acl((USER_OBJ, 2, NO_ID), (USER, 4, 1234), (GROUP_OBJ, 0, NO_ID), (MASK, 4, NO_ID), (EVERYONE, 0, NO_ID))
     set_acl(file, hidden)
     result = run_as(OTHER, folder, "salvage", str(books), "-o", str(file), "--force")
-    expect(result.errors, FINE, result.code)
+    expect(result.errors, SUCCESS, result.code)
     expect("list", hidden, acl_of(file))
 
 
@@ -153,7 +153,7 @@ def test_a_list_whose_group_cannot_be_kept_leaves_the_owner_alone(folder: pathli
     file = put(folder / "lists", owner=OTHER, group=0)
     set_acl(file, SHARED[:-8] + struct.pack("<HHI", EVERYONE, 4, NO_ID))
     result = run_as(OTHER, folder, "collections", "rename", str(file), "Books", "Lists", "--in-place")
-    expect(result.errors, FINE, result.code)
+    expect(result.errors, SUCCESS, result.code)
     expect("state", (oct(0o600), OTHER, OTHER), state(file))
     expect("list", None, acl_of(file))
 
@@ -162,7 +162,7 @@ def test_a_list_that_the_folder_bequeaths_opens_no_file_that_had_none(folder: pa
     file = put(folder / "lists", mode=0o640)
     os.setxattr(folder, DEFAULT, acl((USER_OBJ, 7, NO_ID), (USER, 6, 1234), (GROUP_OBJ, 7, NO_ID), (MASK, 7, NO_ID),
                                      (EVERYONE, 0, NO_ID)))
-    expect("code", FINE, rename(file).code)
+    expect("code", SUCCESS, rename(file).code)
     expect("list", None, acl_of(file))
     expect("mode", oct(0o640), state(file)[0])
 
@@ -184,7 +184,7 @@ def test_a_new_file_has_the_list_that_the_folder_bequeaths(folder: pathlib.Path)
         os.setxattr(place, DEFAULT, acl((USER_OBJ, 7, NO_ID), (USER, 6, 1234), (GROUP_OBJ, 5, NO_ID), (MASK, 7, NO_ID),
                                         (EVERYONE, other, NO_ID)))
         (place / "usual").write_bytes(b"")
-        expect("code", FINE, program.run("salvage", str(books), "-o", str(place / "out")).code)
+        expect("code", SUCCESS, program.run("salvage", str(books), "-o", str(place / "out")).code)
         expect("list", acl_of(place / "usual"), acl_of(place / "out"))
         expect("state", state(place / "usual"), state(place / "out"))
 
@@ -221,7 +221,7 @@ def test_nobody_reads_a_private_file_while_it_is_replaced(folder: pathlib.Path) 
     time.sleep(0.3)
     for _ in range(runs):
         result = program.run("salvage", str(books), "-o", str(secret), "--force")
-        expect(result.errors, FINE, result.code)
+        expect(result.errors, SUCCESS, result.code)
     seen, read, names = watcher.communicate(b"\n")[0].decode().split(maxsplit=2)
     print(f"another user saw {seen} of {runs} temporary files and opened {read}")
     expect("seen by the other user, or the test shows nothing", True, int(seen) > runs // 2)
@@ -238,7 +238,7 @@ def calls_of(folder: pathlib.Path, *arguments: str) -> list[str]:
     # The sanitizers cannot look for leaks in a program that is traced.
     own = {**os.environ, "ASAN_OPTIONS": "detect_leaks=0"}
     done = subprocess.run(command, capture_output=True, check=False, env=own)
-    expect(done.stderr.decode(), FINE, done.returncode)
+    expect(done.stderr.decode(), SUCCESS, done.returncode)
     return [re.sub(r"^\d+ +", "", line) for line in log.read_text(errors="replace").splitlines()]
 
 
@@ -299,12 +299,12 @@ def test_the_next_run_removes_what_a_killed_one_has_left(folder: pathlib.Path) -
         while not list(folder.glob("*.partial")):
             pass
         # One that goes on loses nothing to another run.
-        expect("another", FINE, program.run(*command[len(program.COMMAND):], stdin=b"a\n1\n").code)
+        expect("another", SUCCESS, program.run(*command[len(program.COMMAND):], stdin=b"a\n1\n").code)
         expect("of the one that goes on", 1, len(list(folder.glob("*.partial"))))
         process.kill()
         process.communicate()
         expect("left", 1, len(list(folder.glob("*.partial"))))
-        expect("the next", FINE, program.run(*command[len(program.COMMAND):], stdin=b"a\n2\n").code)
+        expect("the next", SUCCESS, program.run(*command[len(program.COMMAND):], stdin=b"a\n2\n").code)
         expect("removed", [target], list(folder.iterdir()))
 
 
@@ -317,11 +317,11 @@ def test_another_users_file_of_such_a_name_stays(folder: pathlib.Path) -> None:
     process.communicate()
     left, = folder.glob("*.partial")
     as_root("chown", str(OTHER), str(left))
-    expect("next", FINE, program.run("from-csv", "-", "-o", str(target), stdin=b"a\n1\n").code)
+    expect("next", SUCCESS, program.run("from-csv", "-", "-o", str(target), stdin=b"a\n1\n").code)
     expect("stays", True, left.exists())
     as_root("chown", str(os.geteuid()), str(left))
     (folder / "link").hardlink_to(left)
-    expect("a second link", FINE, program.run("from-csv", "-", "-o", str(target), "--force", stdin=b"a\n1\n").code)
+    expect("a second link", SUCCESS, program.run("from-csv", "-", "-o", str(target), "--force", stdin=b"a\n1\n").code)
     expect("stays", True, left.exists())
 
 
@@ -337,7 +337,7 @@ def test_the_temporary_name_cannot_be_guessed(folder: pathlib.Path) -> None:
 def test_a_name_as_long_as_names_can_be(folder: pathlib.Path) -> None:
     books = put(folder / "books", BOOKS)
     for name in ("x" * 255, "ä" * 127):
-        expect(name, FINE, program.run("salvage", str(books), "-o", str(folder / name), "--damaged",
+        expect(name, SUCCESS, program.run("salvage", str(books), "-o", str(folder / name), "--damaged",
                                        str(folder / "damaged")).code)
         expect(name, BOOKS, (folder / name).read_bytes())
 
@@ -351,7 +351,7 @@ def test_a_link_is_followed_and_its_target_replaced(folder: pathlib.Path) -> Non
     (folder / "second").symlink_to("far/target")
     before = sorted(os.listdir(folder))
     expect("refused", USAGE, program.run("salvage", str(books), "-o", str(folder / "first")).code)
-    expect("code", FINE, program.run("salvage", str(books), "-o", str(folder / "first"), "--force").code)
+    expect("code", SUCCESS, program.run("salvage", str(books), "-o", str(folder / "first"), "--force").code)
     expect("links", ("second", "far/target"), (os.readlink(folder / "first"), os.readlink(folder / "second")))
     expect("target", (BOOKS, oct(0o640)), (target.read_bytes(), state(target)[0]))
     expect("nothing else", (before, ["target"]), (sorted(os.listdir(folder)), os.listdir(folder / "far")))
@@ -362,7 +362,7 @@ def test_a_link_to_nothing_is_a_file_that_is_there(folder: pathlib.Path) -> None
     link.symlink_to("nothing")
     expect("refused", USAGE, program.run("salvage", str(books), "-o", str(link)).code)
     expect("still a link", "nothing", os.readlink(link))
-    expect("forced", FINE, program.run("salvage", str(books), "-o", str(link), "--force").code)
+    expect("forced", SUCCESS, program.run("salvage", str(books), "-o", str(link), "--force").code)
     expect("replaced", (False, BOOKS), (link.is_symlink(), link.read_bytes()))
     expect("nothing was made at its end", False, (folder / "nothing").exists())
 
@@ -370,7 +370,7 @@ def test_a_link_to_nothing_is_a_file_that_is_there(folder: pathlib.Path) -> None
 def test_other_hard_links_keep_the_old_content(folder: pathlib.Path) -> None:
     file = put(folder / "lists", LISTS)
     (folder / "hard").hardlink_to(file)
-    expect("code", FINE, rename(file).code)
+    expect("code", SUCCESS, rename(file).code)
     expect("the other name", LISTS, (folder / "hard").read_bytes())
     expect("apart", (1, 1), (file.stat().st_nlink, (folder / "hard").stat().st_nlink))
 
@@ -410,7 +410,7 @@ def test_ones_own_in_a_shared_folder_is_fine(folder: pathlib.Path) -> None:
     put(place / "file", b"old")
     for name in ("link", "file", "new"):
         result = program.run("salvage", str(books), "-o", str(place / name), "--force")
-        expect(name + result.errors, FINE, result.code)
+        expect(name + result.errors, SUCCESS, result.code)
     expect("written", [BOOKS] * 3, [file.read_bytes() for file in (own, place / "file", place / "new")])
 
 
@@ -418,7 +418,7 @@ def test_a_link_of_the_folders_owner_is_followed(folder: pathlib.Path) -> None:
     place, books, own = sticky(folder), put(folder / "books", BOOKS), put(folder / "own", b"mine")
     as_root("chown", str(OTHER), str(place))
     by_other("ln", "-s", str(own), str(place / "link"))
-    expect("code", FINE, program.run("salvage", str(books), "-o", str(place / "link"), "--force").code)
+    expect("code", SUCCESS, program.run("salvage", str(books), "-o", str(place / "link"), "--force").code)
     expect("written", BOOKS, own.read_bytes())
 
 
@@ -428,11 +428,11 @@ def test_standard_output_by_its_path(folder: pathlib.Path) -> None:
     link = folder / "stdout"
     link.symlink_to("/proc/self/fd/1")
     piped = program.run("to-json", str(books), "-o", str(link))
-    expect("a pipe", (FINE, True), (piped.code, piped.text.startswith("[")))
+    expect("a pipe", (SUCCESS, True), (piped.code, piped.text.startswith("[")))
     with open(folder / "out", "wb") as out:
         done = subprocess.run([*program.COMMAND, "to-json", str(books), "-o", str(link), "--force"], stdout=out,
                               check=False)
-    expect("a file", (FINE, piped.output), (done.returncode, (folder / "out").read_bytes()))
+    expect("a file", (SUCCESS, piped.output), (done.returncode, (folder / "out").read_bytes()))
     with open(folder / "gone", "wb") as gone:
         (folder / "gone").unlink()
         done = subprocess.run([*program.COMMAND, "to-json", str(books), "-o", str(link), "--force"], stdout=gone,

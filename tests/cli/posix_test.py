@@ -14,7 +14,7 @@ import threading
 import time
 
 import program
-from program import FINE, INPUT_OUTPUT, USAGE, contains, encoded, expect, path, run
+from program import SUCCESS, INPUT_OUTPUT, USAGE, contains, encoded, expect, path, run
 
 BOOKS = encoded("Title|Price|;" + "".join(f"A long title of book number {n}|{n}.50|;" for n in range(9)))
 
@@ -55,7 +55,7 @@ def test_a_table_is_as_wide_as_the_terminal(folder: pathlib.Path) -> None:
     file = path(put(folder))
     for columns in (20, 33, 60):
         shown, code = on_terminal("view", file, columns=columns)
-        expect("code", FINE, code)
+        expect("code", SUCCESS, code)
         widths = [len(line) for line in plain(shown).splitlines()]
         expect(f"at most {columns}", True, max(widths) <= columns)
         expect("cut", columns < 40, "…" in shown)
@@ -98,7 +98,7 @@ def test_progress_for_work_over_a_second(_: pathlib.Path) -> None:
     source = slowly(1.1, BOOKS)
     shown, code = on_terminal("check", "-", stdin=source, output_too=False)
     os.close(source)
-    expect("code", FINE, code)
+    expect("code", SUCCESS, code)
     contains("\rchecking 1 MB\r", shown)
     # It is wiped out before anything else is said.
     contains("\r" + " " * 79 + "\rbrindlex: -: ", plain(shown))
@@ -132,7 +132,7 @@ def test_an_output_keeps_permissions_and_links(folder: pathlib.Path) -> None:
     target.write_bytes(b"old")
     target.chmod(0o640)
     link.symlink_to(target)
-    expect("code", FINE, run("salvage", file, "-o", str(link), "--force").code)
+    expect("code", SUCCESS, run("salvage", file, "-o", str(link), "--force").code)
     expect("still a link", True, link.is_symlink())
     expect("the target", BOOKS, target.read_bytes())
     expect("permissions", 0o640, stat.S_IMODE(target.stat().st_mode))
@@ -158,7 +158,7 @@ def test_nothing_is_left_when_it_is_interrupted(folder: pathlib.Path) -> None:
         while len(os.listdir(folder)) == 1 and time.monotonic() < deadline:
             pass
         process.send_signal(signal.SIGINT)
-        if process.wait(timeout=60) == FINE:
+        if process.wait(timeout=60) == SUCCESS:
             # It was done before the signal was sent.
             (folder / "b.txt").unlink()
             continue

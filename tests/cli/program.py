@@ -16,7 +16,7 @@ import traceback
 COMMAND = [os.path.abspath(part) for part in sys.argv[1:]]
 # Windows knows a Unix path as one of drive Z.
 IS_WINDOWS = bool(COMMAND) and COMMAND[-1].endswith(".exe")
-FINE, DEFECTS, USAGE, INPUT_OUTPUT = 0, 1, 2, 3
+SUCCESS, DEFECTS, USAGE, INPUT_OUTPUT = 0, 1, 2, 3
 # Of the tests that have hundreds of cases, one case of so many is run: the plain build runs all, those where each run
 # takes a second, with sanitizers or under Wine, a sample.
 SAMPLE = int(os.environ.get("BRINDLEX_SAMPLE", "1"))

@@ -4,7 +4,7 @@ import pathlib
 import random
 
 import program
-from program import DEFECTS, FINE, INPUT_OUTPUT, USAGE, contains, encoded, expect, path, run
+from program import DEFECTS, SUCCESS, INPUT_OUTPUT, USAGE, contains, encoded, expect, path, run
 from tables import Form, random_form, random_table
 
 BOOKS = "Title|Price|;Moby Dick|9.50|;Emma|7|;"
@@ -19,7 +19,7 @@ def recode(folder: pathlib.Path, content: bytes, *options: str) -> program.Resul
 
 def recoded(folder: pathlib.Path, content: bytes, *options: str) -> bytes:
     result = recode(folder, content, *options)
-    expect(options, (FINE, ""), (result.code, result.errors))
+    expect(options, (SUCCESS, ""), (result.code, result.errors))
     return result.output
 
 
@@ -89,19 +89,19 @@ def test_like_and_in_place(folder: pathlib.Path) -> None:
     like.write_bytes("\ufeffA»Š\r\n1»Š\r\n".encode("utf-8"))
     file = folder / "b.txt"
     file.write_bytes(encoded(BOOKS))
-    expect("in place", FINE, run("recode", path(file), "--like", path(like), "--in-place").code)
+    expect("in place", SUCCESS, run("recode", path(file), "--like", path(like), "--in-place").code)
     expect("content", ("\ufeff" + BOOKS.replace("|", "»").replace(";", "Š\r\n")).encode("utf-8"),
            file.read_bytes())
     expect("not both", USAGE, run("recode", path(file), "--in-place", "-o", path(folder / "c.txt")).code)
     expect("exists", USAGE, run("recode", path(file), "-o", path(like)).code)
-    expect("forced", FINE, run("recode", path(file), "-o", path(like), "--force").code)
+    expect("forced", SUCCESS, run("recode", path(file), "-o", path(like), "--force").code)
     expect("same", file.read_bytes(), like.read_bytes())
     expect("missing", INPUT_OUTPUT, run("recode", path(folder / "no.txt")).code)
 
 
 def test_standard_input(folder: pathlib.Path) -> None:
     result = run("recode", "-", "--to-encoding", "utf-8", stdin=encoded(BOOKS) + b"\n")
-    expect("output", (FINE, encoded(BOOKS, "utf-8") + b"\n"), (result.code, result.output))
+    expect("output", (SUCCESS, encoded(BOOKS, "utf-8") + b"\n"), (result.code, result.output))
     del folder
 
 
@@ -119,7 +119,7 @@ def test_random_tables_against_the_model(folder: pathlib.Path) -> None:
             continue
         result = recode(folder, source.file(names, rows), *source.reading(), *target.target())
         if target.holds(names, rows):
-            expect((source, target, names, rows), (FINE, target.file(names, rows)), (result.code, result.output))
+            expect((source, target, names, rows), (SUCCESS, target.file(names, rows)), (result.code, result.output))
             written += 1
         else:
             expect((source, target, names, rows), (DEFECTS, b""), (result.code, result.output))

@@ -4,7 +4,7 @@ import pathlib
 import random
 
 import program
-from program import DEFECTS, FINE, INPUT_OUTPUT, USAGE, contains, encoded, expect, path, run
+from program import DEFECTS, SUCCESS, INPUT_OUTPUT, USAGE, contains, encoded, expect, path, run
 
 NUMBERS = "".join(f"Title {n}|{n}|;" for n in range(1, 9))
 
@@ -28,7 +28,7 @@ def salvage(folder: pathlib.Path, text: str | bytes, *options: str) -> tuple[pro
 def test_a_valid_file_is_copied(folder: pathlib.Path) -> None:
     for text in ("A|B|;1|2|;\r\n3|4|;", "DataString|Name|;A<>x<>|One|;|Two|;", "A|;1|;\r\n\r\n\r\n\r\n2|;", "A|;1|;\n", "A|;1|;\r\n\r\n\r\n\r\n \0\x1a"):
         result, out, damaged = salvage(folder, text)
-        expect("code", FINE, result.code)
+        expect("code", SUCCESS, result.code)
         expect("out", encoded(text), out)
         expect("damaged", b"", damaged)
         expect("output", "", result.text)

@@ -3,7 +3,7 @@
 import pathlib
 
 import program
-from program import FINE, USAGE, contains, encoded, expect, path, run
+from program import SUCCESS, USAGE, contains, encoded, expect, path, run
 
 BOOKS = "Title|Price|;Moby Dick, or, the Whale|9.50|;Emma|7|;"
 SEVERAL = "DataString|Name|;Title<Price<>Emma<7<>Nana<8<>|Books|;Title<>A<>|Films|;|Nothing|;"
@@ -17,7 +17,7 @@ def shown(folder: pathlib.Path, command: str, text: str | bytes, *options: str) 
 
 def view(folder: pathlib.Path, text: str | bytes, *options: str) -> str:
     result = shown(folder, "view", text, *options)
-    expect("code", FINE, result.code)
+    expect("code", SUCCESS, result.code)
     return result.text
 
 
@@ -186,7 +186,7 @@ def test_names_alone(folder: pathlib.Path) -> None:
                                  (SEVERAL, "--column-names", ""), ("", "--column-names", ""),
                                  ("a\x1bb|;", "--column-names", "a\\x1Bb\n")):
         result = shown(folder, "info", text, option)
-        expect((text, option), (FINE, wanted), (result.code, result.text.replace("\r\n", "\n")))
+        expect((text, option), (SUCCESS, wanted), (result.code, result.text.replace("\r\n", "\n")))
 
 
 program.main(globals())

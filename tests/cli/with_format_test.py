@@ -5,7 +5,7 @@ import json
 import pathlib
 
 import program
-from program import DEFECTS, FINE, USAGE, contains, encoded, expect, path, run
+from program import DEFECTS, SUCCESS, USAGE, contains, encoded, expect, path, run
 
 MARKS = {"utf-8": b"\xef\xbb\xbf", "utf-16le": b"\xff\xfe", "utf-16be": b"\xfe\xff"}
 PAGES = ("windows-1252", "windows-1254", "windows-1250", "windows-874")
@@ -16,7 +16,7 @@ ROUTES = (("to-json", "from-json"), ("to-json --arrays", "from-json"), ("to-json
 
 def output(*arguments: str, stdin: bytes = b"") -> bytes:
     result = run(*arguments, stdin=stdin)
-    expect((*arguments, result.errors), FINE, result.code)
+    expect((*arguments, result.errors), SUCCESS, result.code)
     return result.output
 
 

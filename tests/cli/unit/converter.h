@@ -25,17 +25,17 @@ class Converter {
   /// Bytes of a file that are read at a time.
   std::size_t block_ = kInputBlock;
 
-  /// What the writer that `make` makes of a sink and losses writes of the file `bytes`; losses are
-  /// refused as a command refuses them.
+  /// What a writer writes of the file `bytes`; `make` makes it of a handler of its bytes and a
+  /// report of losses, which are refused as a command refuses them.
   template <class Make>
   std::string Written(std::string_view bytes, const Make& make, int lineBreaks = 0) {
     file_ = bytes;
     Input input("file", file_, block_);
     std::string text;
-    Losses losses;
-    auto writer = make([&](std::string_view part) { text += part; }, losses);
-    CopyTables(input, DetectFormat(input, format_), {}, writer, losses, lineBreaks);
-    if (!losses.IsEmpty()) throw ConversionError(losses.Sentences().front());
+    LossReport lossReport;
+    auto writer = make([&](std::string_view part) { text += part; }, lossReport);
+    CopyTables(input, DetectFormat(input, format_), {}, writer, lossReport, lineBreaks);
+    if (!lossReport.IsEmpty()) throw ConversionError(lossReport.Sentences().front());
     return text;
   }
 
@@ -46,13 +46,15 @@ class Converter {
   }
 
   std::string ToJson(std::string_view bytes, const JsonOptions& options = {}) {
-    return Written(bytes, [&](const ByteSink& sink, Losses& losses) {
-      return JsonWriter(sink, options, losses);
+    return Written(bytes, [&](const ByteHandler& writeBytes, LossReport& lossReport) {
+      return JsonWriter(writeBytes, options, lossReport);
     });
   }
 
   std::string ToCsv(std::string_view bytes, const CsvStyle& style = {}) {
-    return Written(bytes, [&](const ByteSink& sink, Losses&) { return CsvWriter(sink, style); });
+    return Written(bytes, [&](const ByteHandler& writeBytes, LossReport&) {
+      return CsvWriter(writeBytes, style);
+    });
   }
 
   /// With the form of the file in a column, as by --with-format: FromCsv needs none then.
@@ -60,7 +62,10 @@ class Converter {
     file_ = bytes;
     const DelimitedForm form = FormOfFile();
     return Written(
-        bytes, [&](const ByteSink& sink, Losses&) { return CsvWriter(sink, style, false, &form); },
+        bytes,
+        [&](const ByteHandler& writeBytes, LossReport&) {
+          return CsvWriter(writeBytes, style, false, &form);
+        },
         form.lineBreaks);
   }
 

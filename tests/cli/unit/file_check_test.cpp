@@ -28,11 +28,11 @@ TEST(FileCheck, FindsDuplicateKeysInManyPasses) {
   }
   Input input("a.txt", text, kInputBlock);
   for (const std::size_t slots : {std::size_t{16}, std::size_t{4096}}) {
-    Gathered sink;
-    const CheckedFile checked = CheckFile(input, DetectFormat(input, {}), "Id", sink, slots);
+    Gathered writeBytes;
+    const CheckedFile checked = CheckFile(input, DetectFormat(input, {}), "Id", writeBytes, slots);
     EXPECT_EQ(500U, checked.records);
     std::set<std::uint64_t> found;
-    for (const Defect& defect : sink.defects) {
+    for (const Defect& defect : writeBytes.defects) {
       EXPECT_EQ(DefectKind::kDuplicateKey, defect.kind);
       EXPECT_TRUE(found.insert(defect.record).second);
     }
@@ -50,12 +50,12 @@ TEST(FileCheck, FindsDuplicateKeysOfEachOfManyCollections) {
     text += fmt::format("\xA5N{}\xA5\x8C", collection);
   }
   Input input("a.txt", text, kInputBlock);
-  Gathered sink;
-  const CheckedFile checked = CheckFile(input, DetectFormat(input, {}), "Id", sink, 16);
+  Gathered writeBytes;
+  const CheckedFile checked = CheckFile(input, DetectFormat(input, {}), "Id", writeBytes, 16);
   EXPECT_EQ(40U, checked.collections);
   EXPECT_EQ(1200U, checked.records);
   std::set<std::uint64_t> collections;
-  for (const Defect& defect : sink.defects) {
+  for (const Defect& defect : writeBytes.defects) {
     EXPECT_EQ(30U, defect.record);
     EXPECT_TRUE(collections.insert(defect.collection).second);
   }

@@ -72,8 +72,8 @@ TEST_F(CliHashFlood, NamesOfJson) {
 
 TEST_F(CliHashFlood, NamesOfAHeaderForJson) {
   Expect(CraftedNames(), [](const Names& names) {
-    Losses losses;
-    JsonWriter writer([](std::string_view) {}, {}, losses);
+    LossReport lossReport;
+    JsonWriter writer([](std::string_view) {}, {}, lossReport);
     writer.BeginCollection({});
     writer.Header(names, 0);
   });

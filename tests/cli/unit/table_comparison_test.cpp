@@ -51,7 +51,7 @@ class Tables {
     return {&input, format, format.markers, format.Text(), {}};
   }
 
-  static DifferenceSink Into(std::vector<std::string>& found) {
+  static DifferenceHandler Into(std::vector<std::string>& found) {
     return [&found](const RecordDifference& one) {
       std::ostringstream text;
       text << "-+~>"[one.kind == Kind::kRemoved   ? 0

@@ -10,10 +10,10 @@ namespace {
 std::vector<std::string> LostOf(const std::string& text, int lineBreaks) {
   Input input("file", Delimited(text), kInputBlock);
   const FileFormat format = DetectFormat(input, {});
-  Losses losses;
+  LossReport lossReport;
   DelimitedWriter writer([](std::string_view) {}, {});
-  CopyTables(input, format, {}, writer, losses, lineBreaks);
-  return losses.Sentences();
+  CopyTables(input, format, {}, writer, lossReport, lineBreaks);
+  return lossReport.Sentences();
 }
 
 TEST(TableCopyTest, LineBreaksAreLostUnlessTheyAreExpected) {
@@ -38,7 +38,7 @@ TEST(TableCopyTest, LineBreaksBetweenCollectionsAreLostUnlessAnyAreExpected) {
 }
 
 TEST(TableCopyTest, ARefusalNamesTheCollection) {
-  Losses losses;
+  LossReport lossReport;
   DelimitedWriter writer([](std::string_view) {}, {});
   FormatOptions options;
   options.encoding = "utf-8";
@@ -48,7 +48,7 @@ TEST(TableCopyTest, ARefusalNamesTheCollection) {
              "\xC5\xA0\xC2\xA5x\xC2\xA5\xC5\x92",
              kInputBlock);
   const std::string refusal =
-      RefusalOf([&] { CopyTables(text, DetectFormat(text, options), {}, writer, losses); });
+      RefusalOf([&] { CopyTables(text, DetectFormat(text, options), {}, writer, lossReport); });
   EXPECT_TRUE(refusal.starts_with("record 1 in \"x\", \"a\": it holds ")) << refusal;
 }
 
