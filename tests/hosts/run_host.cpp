@@ -21,6 +21,7 @@
 #include <vector>
 
 #include "tests/hosts/debugger.h"
+#include "tests/hosts/start_process.h"
 
 namespace {
 
@@ -132,8 +133,8 @@ class Script {
     std::wstring command =
         (path.ends_with(L".exe") ? L"\"" : L"cscript.exe //nologo \"") + path + L"\"";
     for (const std::wstring& argument : arguments) command += L" \"" + argument + L"\"";
-    started_ = CreateProcessW(nullptr, command.data(), nullptr, nullptr, TRUE, flags, nullptr,
-                              nullptr, &startup, &process_) != FALSE;
+    started_ = brindlex::testing::StartProcess(command, /*inheritsHandles=*/true, flags, startup,
+                                               process_);
   }
   Script(const Script&) = delete;
   Script& operator=(const Script&) = delete;

@@ -27,6 +27,7 @@
 #include "platform/win32/automation/variant.h"
 #include "server/Brindlex.h"
 #include "tests/com/support/strict_host.h"
+#include "tests/hosts/start_process.h"
 
 namespace {
 
@@ -473,13 +474,12 @@ int ExitInsideAReport(const std::wstring& dll, const std::wstring& mode) {
 DWORD TimeToGo(const std::wstring& dll, const wchar_t* mode) {
   wchar_t own[MAX_PATH];
   GetModuleFileNameW(nullptr, own, MAX_PATH);
-  std::wstring command = L"\"" + std::wstring(own) + L"\" \"" + dll + L"\" exit " + mode;
+  const std::wstring command = L"\"" + std::wstring(own) + L"\" \"" + dll + L"\" exit " + mode;
   STARTUPINFOW startup{};
   startup.cb = sizeof startup;
   PROCESS_INFORMATION process{};
   auto* const going = CreateEventW(nullptr, FALSE, FALSE, kGoing);
-  if (CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
-                     &startup, &process) == FALSE) {
+  if (!brindlex::testing::StartProcess(command, /*inheritsHandles=*/false, 0, startup, process)) {
     Fail("starting a process, the system's error", GetLastError(), 0);
     return 0;
   }

@@ -12,6 +12,7 @@
 #include "tests/com/support/apartment.h"
 #include "tests/com/support/patched_import.h"
 #include "tests/com/support/planned_calls.h"
+#include "tests/hosts/start_process.h"
 
 namespace brindlex::testing {
 namespace {
@@ -396,8 +397,7 @@ DWORD RunEndedSave(const std::u16string& path, int call, bool isBefore, const st
   startup.cb = sizeof startup;
   PROCESS_INFORMATION process{};
   DWORD status = 0;
-  if (CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
-                     &startup, &process) == FALSE) {
+  if (!StartProcess(command, /*inheritsHandles=*/false, 0, startup, process)) {
     ADD_FAILURE() << GetLastError();
     return status;
   }
