@@ -48,6 +48,7 @@ Text KeyOfSize(std::size_t size, std::int32_t number) {
 
 std::vector<Text> Keys(std::int32_t count, std::size_t size) {
   std::vector<Text> keys;
+  keys.reserve(static_cast<std::size_t>(count));
   for (std::int32_t number = 0; number < count; ++number) {
     keys.push_back(KeyOfSize(size, 1000000 + number));
   }
@@ -61,6 +62,7 @@ std::vector<Text> KeysFor(const benchmark::State& state) {
   const auto count = static_cast<std::int32_t>(state.range(0));
   if (state.range(1) == 0) return Keys(count, kUsualSize);
   std::vector<Text> keys;
+  keys.reserve(static_cast<std::size_t>(count));
   for (std::int64_t number = 1; number <= count; ++number) {
     keys.push_back(
         KeyOfSize(kUsualSize, static_cast<std::int32_t>(number * 1103515245 % 0x7FFFFFFF)));

@@ -113,11 +113,11 @@ class Parts {
 }
 
 /// Adds the columns of one more file to those that are written.
-void AddColumns(const CatOptions& options, const std::vector<std::string>& names,
+void AddColumns(const CatOptions& options, const std::vector<std::string>& added,
                 const std::string& first, std::vector<std::string>& target) {
-  if (AreSameNames(names, target)) return;
-  const auto missing = MatchColumns(target, names);
-  const auto known = MatchColumns(names, target);
+  if (AreSameNames(added, target)) return;
+  const auto missing = MatchColumns(target, added);
+  const auto known = MatchColumns(added, target);
   std::vector<std::string> kept;
   for (std::size_t column = 0; column < target.size(); ++column) {
     if (missing[column] || options.fills) {
@@ -126,12 +126,12 @@ void AddColumns(const CatOptions& options, const std::vector<std::string>& names
       RefuseColumn("it lacks", target[column], ", which " + ShownPath(first) + " has");
     }
   }
-  for (std::size_t column = 0; column < names.size(); ++column) {
+  for (std::size_t column = 0; column < added.size(); ++column) {
     if (known[column] || options.takesCommon) continue;
     if (!options.fills) {
-      RefuseColumn("it has", names[column], ", which " + ShownPath(first) + " lacks");
+      RefuseColumn("it has", added[column], ", which " + ShownPath(first) + " lacks");
     }
-    kept.push_back(names[column]);
+    kept.push_back(added[column]);
   }
   if (kept.empty()) throw ConversionError("it has no column in common with those before it");
   target = std::move(kept);

@@ -43,7 +43,7 @@ DifferenceWriter::DifferenceWriter(Output& output, bool asJson)
 
 void DifferenceWriter::BeginObject(std::string_view kind) {
   output_.Write(count_ == 0 ? "[\n" : ",\n");
-  output_.Write(fmt::format("{{\"kind\":\"{}\"", kind));
+  output_.Write(fmt::format(R"({{"kind":"{}")", kind));
   const std::string& collection = pair_ == nullptr ? std::string() : pair_->after.name;
   if (!collection.empty()) output_.Write(",\"collection\":" + JsonString(collection));
 }
@@ -120,7 +120,7 @@ void DifferenceWriter::WriteHead(const RecordDifference& difference) {
 // ---- Fields ------------------------------------------------------------------------------------
 
 /// A value for one line of a terminal.
-std::string DifferenceWriter::Shown(const Side& side) const {
+std::string DifferenceWriter::Shown(const Side& side) {
   constexpr std::size_t kMostBytes = 2000;
   constexpr std::size_t kMostColumns = 200;
   const Encoding& encoding = side.source->format.encoding;
@@ -134,7 +134,7 @@ std::string DifferenceWriter::Shown(const Side& side) const {
 }
 
 void DifferenceWriter::WriteJsonValue(std::string_view member, const Side& side) {
-  output_.Write(fmt::format(",\"{}\":\"", member));
+  output_.Write(fmt::format(R"(,"{}":")", member));
   const Encoding& encoding = side.source->format.encoding;
   std::string rest;
   std::string text;
@@ -156,7 +156,7 @@ void DifferenceWriter::WriteJsonValue(std::string_view member, const Side& side)
 /// A side without a source is not there.
 void DifferenceWriter::WriteField(const std::string& name, const Side& before, const Side& after) {
   if (asJson_) {
-    output_.Write(isFirstField_ ? ",\"fields\":[{\"name\":" : ",{\"name\":");
+    output_.Write(isFirstField_ ? R"(,"fields":[{"name":)" : R"(,{"name":)");
     output_.Write(JsonString(name));
     if (before.source != nullptr) WriteJsonValue("old", before);
     if (after.source != nullptr) WriteJsonValue("new", after);

@@ -54,7 +54,7 @@ class DifferenceWriter {
   void WriteKey(const RecordDifference& difference);
   void WriteField(const std::string& name, const Side& before, const Side& after);
   void WriteJsonValue(std::string_view member, const Side& side);
-  std::string Shown(const Side& side) const;
+  static std::string Shown(const Side& side);
 
   Output& output_;
   bool asJson_;
