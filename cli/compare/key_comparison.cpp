@@ -26,6 +26,7 @@ bool IsEarlier(const OrderedRun& left, const OrderedRun& right) { return left.af
 /// same order in both tables. Both are sorted by `after`.
 std::vector<OrderedRun> MovedRuns(const std::vector<OrderedRun>& runs) {
   std::vector<std::uint64_t> starts;
+  starts.reserve(runs.size());
   for (const OrderedRun& run : runs) starts.push_back(run.before);
   std::sort(starts.begin(), starts.end());
   struct Best {
@@ -221,7 +222,7 @@ class KeyComparison {
   /// most so many of them then.
   bool Compact(std::size_t most) {
     std::sort(runs_.begin(), runs_.end(), IsEarlier);
-    std::vector<OrderedRun>::iterator last = runs_.begin();
+    auto last = runs_.begin();
     for (const OrderedRun& run : runs_) {
       const bool isNext =
           last->before + last->length == run.before && last->after + last->length == run.after;

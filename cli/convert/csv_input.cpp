@@ -318,6 +318,7 @@ class DelimiterCount {
  public:
   /// Takes more of the text; false if nothing more is needed.
   bool Take(std::string_view text) {
+    // NOLINTNEXTLINE(readability-use-anyofallof): it counts on its way.
     for (const char byte : text) {
       if (byte == '"') isQuoted_ = !isQuoted_;
       if (isQuoted_) continue;

@@ -65,10 +65,10 @@ BlockMasks MatchBlock(const char* block, std::string_view sought) {
 
 }  // namespace
 
-Tokenizer::Tokenizer(InputWindow& window, const Encoding& encoding, const ByteMarkers& markers,
+Tokenizer::Tokenizer(InputWindow& window, Encoding encoding, const ByteMarkers& markers,
                      std::optional<ByteMarkers> around)
     : window_(window),
-      encoding_(encoding),
+      encoding_(std::move(encoding)),
       markers_(markers),
       around_(std::move(around)),
       isSimple_(markers.Longest() == 1 && !around_),

@@ -53,7 +53,7 @@ class Tokenizer {
  public:
   /// `window` must outlive it. The text is the rest of it; with markers `around` it ends before the
   /// first of those, as the text of a named collection does.
-  Tokenizer(InputWindow& window, const Encoding& encoding, const ByteMarkers& markers,
+  Tokenizer(InputWindow& window, Encoding encoding, const ByteMarkers& markers,
             std::optional<ByteMarkers> around = std::nullopt);
 
   /// The next token. After kEnd kEnd again, without bytes.
