@@ -39,7 +39,7 @@ def names(text: str, heading: str) -> list[str]:
 def documented(known: dict[str, str], command: str) -> set[str]:
     text = known[command]
     groups = re.findall(r"\]\(#(options-[a-z-]+)\)", text)
-    # What stands in the first column of a table, or in the sentence that links to the groups.
+    # The first column of a table, or the sentence that links to the groups.
     return set(OPTION.findall(text + "".join(known[group] for group in groups)))
 
 
