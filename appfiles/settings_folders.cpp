@@ -11,7 +11,7 @@
 namespace brindlex {
 namespace {
 
-constexpr TextView kUsingFarOrFarBar = u"UsingFarOrFarBar";
+constexpr MemberName kUsingFarOrFarBar = u"UsingFarOrFarBar";
 constexpr TextView kProgDir = u"ProgDir";
 
 Report SystemFolderReport(const PendingError& pending) {

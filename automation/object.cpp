@@ -4,7 +4,7 @@
 
 namespace brindlex {
 
-bool ObjectAdapter::FlagOf(const Object& object, TextView name) const {
+bool ObjectAdapter::FlagOf(const Object& object, MemberName name) const {
   const Text text = object.GetText(name);
   const bool isTrue = EqualIgnoringCase(text, u"True");
   if (!isTrue && !EqualIgnoringCase(text, u"False")) {
@@ -25,10 +25,6 @@ void MemberAccess::LetTexts(const Object& object, const FieldViews& values) {
   for (std::size_t member = 0; member < values.size(); ++member) {
     if (!names_[member].empty()) LetText(object, member, values[member]);
   }
-}
-
-Object MemberAccess::CallForObject(const Object& object, std::size_t member) {
-  return object.CallForObject(names_.at(member));
 }
 
 void* Object::Self(const ObjectAdapter& adapter) const {

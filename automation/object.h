@@ -16,6 +16,9 @@ namespace brindlex {
 class Collection;
 class Object;
 
+/// The name of a member, null-terminated.
+using MemberName = const char16_t*;
+
 /// A shared reference to a collection; null is "no collection".
 using CollectionRef = std::shared_ptr<Collection>;
 
@@ -48,9 +51,6 @@ class MemberAccess {
   /// does. A blank name is skipped.
   virtual void LetTexts(const Object& object, const FieldViews& values);
 
-  /// The object that the member with index `member` yields, as ObjectAdapter::CallForObject has it.
-  virtual Object CallForObject(const Object& object, std::size_t member);
-
  protected:
   const std::vector<Text>& Names() const { return names_; }
 
@@ -73,15 +73,15 @@ class ObjectAdapter {
 
   /// The object that the method or property `name` yields without arguments; Nothing when it yields
   /// Nothing. Error 424 when it yields something else, 438 when there is no such member.
-  virtual Object CallForObject(void* object, TextView name) const = 0;
+  virtual Object CallForObject(void* object, MemberName name) const = 0;
 
   /// As CallForObject, for a member that yields a collection.
-  virtual CollectionRef CallForCollection(void* object, TextView name) const = 0;
+  virtual CollectionRef CallForCollection(void* object, MemberName name) const = 0;
 
   /// The property `name` as a flag: its own when it is one, otherwise what it converts to. Error
   /// 438 when the object lacks it, 13 when it has no flag, or the getter's own error. An
   /// adapter whose properties are texts knows the words True and False, in any letter case.
-  virtual bool FlagOf(const Object& object, TextView name) const;
+  virtual bool FlagOf(const Object& object, MemberName name) const;
 
   /// The names of the object's readable properties in declaration order, each once, from its
   /// type information. Error 445 or the system's error when it has none.
@@ -122,14 +122,14 @@ class Object {
   void* Self(const ObjectAdapter& adapter) const;
 
   const ObjectAdapter& Adapter() const;
-  Object CallForObject(TextView name) const { return Adapter().CallForObject(self_, name); }
-  CollectionRef CallForCollection(TextView name) const {
+  Object CallForObject(MemberName name) const { return Adapter().CallForObject(self_, name); }
+  CollectionRef CallForCollection(MemberName name) const {
     return Adapter().CallForCollection(self_, name);
   }
   std::vector<Text> PropertyGetNames() const { return Adapter().PropertyGetNames(self_); }
   /// The property `name` as text, as MemberAccess has it; as a flag, as ObjectAdapter has it.
   Text GetText(TextView name) const;
-  bool GetFlag(TextView name) const { return Adapter().FlagOf(*this, name); }
+  bool GetFlag(MemberName name) const { return Adapter().FlagOf(*this, name); }
 
  private:
   const ObjectAdapter* adapter_ = nullptr;

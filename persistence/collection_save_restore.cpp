@@ -13,9 +13,9 @@
 namespace brindlex {
 namespace {
 
-constexpr TextView kGetMemberNames = u"GetMemberNames";
-constexpr TextView kGetNewObject = u"GetNewObject";
-constexpr TextView kMembersCol = u"MembersCol";
+constexpr MemberName kGetMemberNames = u"GetMemberNames";
+constexpr MemberName kGetNewObject = u"GetNewObject";
+constexpr MemberName kMembersCol = u"MembersCol";
 
 /// The collection of a caller's reference. Error 91 when it is no collection.
 const Collection& Required(const CollectionRef& collection) {
@@ -331,27 +331,26 @@ auto clsCollectionSaveRestore::Restore(TextView savedInfo, const Object& createO
         const auto records = RecordsOf(savedInfo, markers);
         if (!HasHeaderAndRecord(*records)) return;
         line = 5;
-        const RestoreHeader header = ReadHeader(records->Fields(), *members, keyName);
-        result = RestoreObjects<Result>(*records, header, sample, createObject, line);
+        RestoreHeader header = ReadHeader(records->Fields(), *members, keyName);
+        result = RestoreObjects<Result>(*records, std::move(header), sample, createObject, line);
       },
       [&](const PendingError& pending) { ReportFailedRestore(pending); });
   return result;
 }
 
 template <class Result>
-auto clsCollectionSaveRestore::RestoreObjects(RecordParser& records, const RestoreHeader& header,
+auto clsCollectionSaveRestore::RestoreObjects(RecordParser& records, RestoreHeader header,
                                               const Object& sample, const Object& creator,
                                               CurrentLine& line) {
-  const auto access = sample.Adapter().Access(header.properties);
-  const auto creatorAccess = creator.Adapter().Access(std::vector<Text>(1, Text(kGetNewObject)));
+  const auto access = sample.Adapter().Access(std::move(header.properties));
   Result result;
   result.Begin(sample.Adapter());
   for (std::size_t number = 1; records.Next(); ++number) {
     line = restore_line::kSplitFields;
     const FieldViews& values = FieldsOf(records);
-    RequireAll(values, header.properties.size(), number);
+    RequireAll(values, access->Count(), number);
     line = 7;
-    Object object = creatorAccess->CallForObject(creator, 0);
+    Object object = creator.CallForObject(kGetNewObject);
     object.Adapter();
     access->LetTexts(object, values);
     line = restore_line::kAddRecord;

@@ -90,12 +90,12 @@ void TextDataAdapter::Release(void* object) const noexcept {
   if (--counted->references == 0) delete counted;
 }
 
-Object TextDataAdapter::CallForObject(void* /*object*/, TextView name) const {
+Object TextDataAdapter::CallForObject(void* /*object*/, MemberName name) const {
   if (!EqualIgnoringCase(name, u"GetNewObject")) NoSuchMember();
   return NewRecord({});
 }
 
-CollectionRef TextDataAdapter::CallForCollection(void* /*object*/, TextView name) const {
+CollectionRef TextDataAdapter::CallForCollection(void* /*object*/, MemberName name) const {
   if (!EqualIgnoringCase(name, u"GetMemberNames")) NoSuchMember();
   return clsTextData::GetMemberNames(platform_);
 }

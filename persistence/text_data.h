@@ -63,8 +63,8 @@ class TextDataAdapter : public ObjectAdapter {
 
   void AddRef(void* object) const noexcept override;
   void Release(void* object) const noexcept override;
-  Object CallForObject(void* object, TextView name) const override;
-  CollectionRef CallForCollection(void* object, TextView name) const override;
+  Object CallForObject(void* object, MemberName name) const override;
+  CollectionRef CallForCollection(void* object, MemberName name) const override;
   std::vector<Text> PropertyGetNames(void* object) const override;
   std::unique_ptr<MemberAccess> Access(std::vector<Text> names) const override;
   CollectionRef NewCollection() const override;

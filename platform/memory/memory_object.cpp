@@ -111,11 +111,11 @@ void MemoryAdapter::Release(void* object) const noexcept {
   if (--self.references_ == 0) delete &self;
 }
 
-Object MemoryAdapter::CallForObject(void* object, TextView name) const {
+Object MemoryAdapter::CallForObject(void* object, MemberName name) const {
   return Self(object).CallForObject(name);
 }
 
-CollectionRef MemoryAdapter::CallForCollection(void* object, TextView name) const {
+CollectionRef MemoryAdapter::CallForCollection(void* object, MemberName name) const {
   return Self(object).CallForCollection(name);
 }
 

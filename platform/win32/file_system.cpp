@@ -74,7 +74,7 @@ class ScriptingObject {
   explicit ScriptingObject(ComPtr<IDispatch> object) : object_(std::move(object)) {}
 
   template <class... Arguments>
-  Variant Call(TextView name, Arguments... arguments) const {
+  Variant Call(MemberName name, Arguments... arguments) const {
     DWORD lastError = ERROR_SUCCESS;
     return CallFor(lastError, name, std::move(arguments)...);
   }
@@ -82,7 +82,7 @@ class ScriptingObject {
   /// A call that reads. On some systems a reading that fails passes for the end of the file: that
   /// is an error here.
   template <class... Arguments>
-  Variant CallToRead(TextView name, Arguments... arguments) const {
+  Variant CallToRead(MemberName name, Arguments... arguments) const {
     const KeptReference kept(*object_.Get());
     DWORD lastError = ERROR_SUCCESS;
     Variant result = CallFor(lastError, name, std::move(arguments)...);
@@ -92,7 +92,7 @@ class ScriptingObject {
 
   /// A call that writes. On some systems one that has no room for the whole text only says that it
   /// failed, and the system nothing at all.
-  void CallToWrite(TextView name, Variant text) const {
+  void CallToWrite(MemberName name, Variant text) const {
     DWORD lastError = ERROR_SUCCESS;
     try {
       CallFor(lastError, name, std::move(text));
@@ -105,18 +105,18 @@ class ScriptingObject {
   }
 
   template <class... Arguments>
-  ScriptingObject CallForObject(TextView name, Arguments... arguments) const {
+  ScriptingObject CallForObject(MemberName name, Arguments... arguments) const {
     ComPtr<IDispatch> object = ObjectOf(Call(name, std::move(arguments)...).Get());
     if (!object) throw RuntimeError(error_number::kObjectNotSet);
     return ScriptingObject(std::move(object));
   }
 
   template <class... Arguments>
-  bool CallForFlag(TextView name, Arguments... arguments) const {
+  bool CallForFlag(MemberName name, Arguments... arguments) const {
     return FlagOf(Call(name, std::move(arguments)...).Get());
   }
 
-  void Let(TextView name, Variant value) const {
+  void Let(MemberName name, Variant value) const {
     const DISPID member = IdOf(name);
     DWORD lastError = ERROR_SUCCESS;
     Explaining(lastError, [&] {
@@ -128,7 +128,7 @@ class ScriptingObject {
 
  private:
   template <class... Arguments>
-  Variant CallFor(DWORD& lastError, TextView name, Arguments... arguments) const {
+  Variant CallFor(DWORD& lastError, MemberName name, Arguments... arguments) const {
     std::array<Variant, sizeof...(Arguments)> owned = {std::move(arguments)...};
     std::array<VARIANT, sizeof...(Arguments)> borrowed;
     std::transform(owned.begin(), owned.end(), borrowed.begin(),
@@ -139,7 +139,7 @@ class ScriptingObject {
     });
   }
 
-  DISPID IdOf(TextView name) const { return MemberId(*object_.Get(), Bstr(name).Get()); }
+  DISPID IdOf(MemberName name) const { return MemberId(*object_.Get(), name); }
 
   ComPtr<IDispatch> object_;
 };

@@ -21,14 +21,15 @@ ComPtr<ITypeInfo> DescriptionOf(IDispatch& object, LCID locale) {
   return nullptr;
 }
 
-DISPID IdIn(ITypeInfo& description, BSTR name) {
+DISPID IdIn(ITypeInfo& description, MemberName name) {
   DISPID id = DISPID_UNKNOWN;
-  return SUCCEEDED(description.GetIDsOfNames(&name, 1, &id)) ? id : DISPID_UNKNOWN;
+  auto* asked = const_cast<LPOLESTR>(reinterpret_cast<const OLECHAR*>(name));
+  return SUCCEEDED(description.GetIDsOfNames(&asked, 1, &id)) ? id : DISPID_UNKNOWN;
 }
 
-DISPID IdIn(IDispatch& object, BSTR name, LCID locale) {
+DISPID IdIn(IDispatch& object, MemberName name, LCID locale) {
   DISPID id = DISPID_UNKNOWN;
-  if (SUCCEEDED(object.GetIDsOfNames(IID_NULL, &name, 1, locale, &id))) return id;
+  if (SUCCEEDED(AskForId(object, name, locale, id))) return id;
   ClearErrorObject();
   return DISPID_UNKNOWN;
 }
@@ -39,12 +40,12 @@ class DescribedIds {
   /// Holds nothing unless the description of `first` lists all `names` with the ids that `first`
   /// itself uses. Nor when it is made anew each time, as JScript's objects do: no two objects have
   /// the same then, and to ask each of them takes longer than its names.
-  DescribedIds(IDispatch& first, const std::vector<Bstr>& names, LCID locale) : locale_(locale) {
+  DescribedIds(IDispatch& first, const std::vector<Text>& names, LCID locale) : locale_(locale) {
     auto description = DescriptionOf(first, locale);
     if (!description || DescriptionOf(first, locale).Get() != description.Get()) return;
-    for (const Bstr& name : names) {
-      const DISPID id = IdIn(*description.Get(), name.Get());
-      if (id == DISPID_UNKNOWN || id != IdIn(first, name.Get(), locale)) return;
+    for (const Text& name : names) {
+      const DISPID id = IdIn(*description.Get(), name.c_str());
+      if (id == DISPID_UNKNOWN || id != IdIn(first, name.c_str(), locale)) return;
       ids_.push_back(id);
     }
     description_ = std::move(description);
@@ -103,10 +104,7 @@ class OwnClass {
 class DispatchAccess : public MemberAccess {
  public:
   DispatchAccess(const DispatchAdapter& adapter, std::vector<Text> names)
-      : MemberAccess(std::move(names)), adapter_(adapter) {
-    names_.reserve(Names().size());
-    for (const Text& name : Names()) names_.emplace_back(name);
-  }
+      : MemberAccess(std::move(names)), adapter_(adapter) {}
 
   void AppendText(const Object& object, std::size_t member, TextBuilder& text) override {
     Way way = WayTo(object);
@@ -117,7 +115,7 @@ class DispatchAccess : public MemberAccess {
                    std::size_t& reading) override {
     reading = 0;
     Way way = WayTo(object);
-    for (; reading < names_.size(); ++reading) {
+    for (; reading < Count(); ++reading) {
       Append(way, reading, text);
       text.AppendMarker(end);
     }
@@ -133,11 +131,6 @@ class DispatchAccess : public MemberAccess {
     for (std::size_t member = 0; member < values.size(); ++member) {
       if (!Names()[member].empty()) Let(way, member, values[member]);
     }
-  }
-
-  Object CallForObject(const Object& object, std::size_t member) override {
-    auto& dispatch = *static_cast<IDispatch*>(object.Self(adapter_));
-    return adapter_.Wrap(ObjectYieldedBy(dispatch, names_[member].Get()));
   }
 
  private:
@@ -162,16 +155,30 @@ class DispatchAccess : public MemberAccess {
     own_.emplace(first, Names());
     if (own_->IsKnown()) return;
     own_.reset();
-    described_.emplace(first, names_, locale_);
+    described_.emplace(first, Names(), locale_);
     if (!described_->AreKnown()) described_.reset();
   }
 
-  DISPID IdOf(Way& way, std::size_t member) const {
-    return way.byDescribedIds ? described_->Of(member)
-                              : MemberId(way.object, names_[member].Get(), locale_, way.extended);
+  DISPID IdOf(Way& way, std::size_t member) {
+    if (way.byDescribedIds) return described_->Of(member);
+    DISPID id = DISPID_UNKNOWN;
+    const HRESULT status = AskForId(way.object, Names()[member].c_str(), locale_, id);
+    if (SUCCEEDED(status)) return id;
+    return MemberIdByDispatchEx(way.object, SystemName(member), status, way.extended);
   }
 
-  void Append(Way& way, std::size_t member, TextBuilder& text) const {
+  /// The name as IDispatchEx asks for it; all are made when the first is needed.
+  BSTR SystemName(std::size_t member) {
+    if (systemNames_.empty()) {
+      std::vector<Bstr> made;
+      made.reserve(Count());
+      for (const Text& name : Names()) made.emplace_back(name);
+      systemNames_ = std::move(made);
+    }
+    return systemNames_[member].Get();
+  }
+
+  void Append(Way& way, std::size_t member, TextBuilder& text) {
     if (way.texts != nullptr) return text.Append(way.texts->TextAt(own_->PositionOf(member)));
     Variant value;
     GetInto(value, way.object, IdOf(way, member), locale_);
@@ -180,7 +187,7 @@ class DispatchAccess : public MemberAccess {
     text.Append(ViewAsText(value.Get(), storage));
   }
 
-  void Let(Way& way, std::size_t member, TextView value) const {
+  void Let(Way& way, std::size_t member, TextView value) {
     if (way.texts != nullptr) {
       way.texts->TextAt(own_->PositionOf(member)) = value;
       return;
@@ -190,7 +197,8 @@ class DispatchAccess : public MemberAccess {
   }
 
   const DispatchAdapter& adapter_;
-  std::vector<Bstr> names_;
+  /// Empty until an object is asked by IDispatchEx.
+  std::vector<Bstr> systemNames_;
   const LCID locale_ = GetUserDefaultLCID();
   bool isLearnt_ = false;
   /// Of the first object.
@@ -205,7 +213,7 @@ std::unique_ptr<MemberAccess> MakeDispatchAccess(const DispatchAdapter& adapter,
   return std::make_unique<DispatchAccess>(adapter, std::move(names));
 }
 
-ComPtr<IDispatch> ObjectYieldedBy(IDispatch& object, BSTR name) {
+ComPtr<IDispatch> ObjectYieldedBy(IDispatch& object, MemberName name) {
   return ObjectOf(Invoke(object, MemberId(object, name), kCallOrGet).Get());
 }
 

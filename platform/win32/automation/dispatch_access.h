@@ -26,6 +26,6 @@ std::unique_ptr<MemberAccess> MakeDispatchAccess(const DispatchAdapter& adapter,
 
 /// The object that the member `name` of `object` yields; null for Nothing. Errors as
 /// ObjectAdapter::CallForObject has them.
-ComPtr<IDispatch> ObjectYieldedBy(IDispatch& object, BSTR name);
+ComPtr<IDispatch> ObjectYieldedBy(IDispatch& object, MemberName name);
 
 }  // namespace brindlex

@@ -24,21 +24,20 @@ void DispatchAdapter::AddRef(void* object) const noexcept { DispatchOf(object).A
 
 void DispatchAdapter::Release(void* object) const noexcept { DispatchOf(object).Release(); }
 
-Object DispatchAdapter::CallForObject(void* object, TextView name) const {
-  return Wrap(ObjectYieldedBy(DispatchOf(object), Bstr(name).Get()));
+Object DispatchAdapter::CallForObject(void* object, MemberName name) const {
+  return Wrap(ObjectYieldedBy(DispatchOf(object), name));
 }
 
-CollectionRef DispatchAdapter::CallForCollection(void* object, TextView name) const {
-  ComPtr<IDispatch> collection = ObjectYieldedBy(DispatchOf(object), Bstr(name).Get());
+CollectionRef DispatchAdapter::CallForCollection(void* object, MemberName name) const {
+  ComPtr<IDispatch> collection = ObjectYieldedBy(DispatchOf(object), name);
   if (!collection) return nullptr;
   if (adapt_ != nullptr) return adapt_(collection.Get());
   return std::make_shared<DispatchCollection>(*this, std::move(collection));
 }
 
-bool DispatchAdapter::FlagOf(const Object& object, TextView name) const {
-  const Bstr member(name);
+bool DispatchAdapter::FlagOf(const Object& object, MemberName name) const {
   IDispatch& dispatch = DispatchOf(object.Self(*this));
-  return brindlex::FlagOf(Invoke(dispatch, MemberId(dispatch, member.Get()), kGet).Get());
+  return brindlex::FlagOf(Invoke(dispatch, MemberId(dispatch, name), kGet).Get());
 }
 
 std::vector<Text> DispatchAdapter::PropertyGetNames(void* object) const {

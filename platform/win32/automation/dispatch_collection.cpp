@@ -60,7 +60,7 @@ class NewEnumEnumerator : public VariantEnumerator {
 Variant ItemOf(IDispatch& collection, VARIANT& index) {
   DISPID item = DISPID_VALUE;
   try {
-    item = MemberId(collection, Bstr(u"Item").Get());
+    item = MemberId(collection, u"Item");
   } catch (const RuntimeError& error) {
     if (error.number != error_number::kNoSuchMember) throw;
   }
@@ -113,7 +113,7 @@ Variant EntryUnder(IDispatch& collection, TextView key) {
   if (IsDictionary(collection)) {
     Variant sought(key);
     const Variant exists =
-        Invoke(collection, MemberId(collection, Bstr(u"Exists").Get()), kCall, {&sought.Get(), 1});
+        Invoke(collection, MemberId(collection, u"Exists"), kCall, {&sought.Get(), 1});
     if (WholeNumberOf(exists.Get()) == 0) throw RuntimeError(error_number::kInvalidCall);
   }
   Variant sought(key);
@@ -123,7 +123,7 @@ Variant EntryUnder(IDispatch& collection, TextView key) {
 }  // namespace
 
 std::int32_t DispatchCollection::Count() const {
-  const DISPID count = MemberId(*object_.Get(), Bstr(u"Count").Get());
+  const DISPID count = MemberId(*object_.Get(), u"Count");
   return WholeNumberOf(Invoke(*object_.Get(), count, kCallOrGet).Get());
 }
 

@@ -35,7 +35,7 @@ void DispatchListener::OnReport(const Report& report) {
   std::transform(owned.begin(), owned.end(), borrowed.begin(),
                  [](const Variant& argument) { return argument.Get(); });
   const ComPtr<IDispatch> alive = object_;
-  Invoke(*alive.Get(), MemberId(*alive.Get(), Bstr(u"OnReport").Get()), kCall, borrowed);
+  Invoke(*alive.Get(), MemberId(*alive.Get(), u"OnReport"), kCall, borrowed);
 }
 
 bool DispatchListener::IsOnStack(const void* address) const noexcept {

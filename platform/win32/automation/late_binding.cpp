@@ -21,9 +21,12 @@ void InvokeRaw(IDispatch& object, DISPID member, WORD flags, DISPPARAMS& paramet
 
 }  // namespace
 
-DISPID MemberId(IDispatch& object, BSTR name, LCID locale) {
+DISPID MemberId(IDispatch& object, MemberName name, LCID locale) {
+  DISPID member = DISPID_UNKNOWN;
+  const HRESULT status = AskForId(object, name, locale, member);
+  if (SUCCEEDED(status)) return member;
   ComPtr<IDispatchEx> extended;
-  return MemberId(object, name, locale, extended);
+  return MemberIdByDispatchEx(object, Bstr(name).Get(), status, extended);
 }
 
 DISPID MemberIdByDispatchEx(IDispatch& object, BSTR name, HRESULT refusal,

@@ -6,6 +6,7 @@
 #include <optional>
 #include <span>
 
+#include "automation/object.h"
 #include "platform/win32/automation/com_ptr.h"
 #include "platform/win32/automation/hresult.h"
 #include "platform/win32/automation/variant.h"
@@ -20,20 +21,20 @@ inline constexpr WORD kCallOrGet = DISPATCH_METHOD | DISPATCH_PROPERTYGET;
 
 /// The dispatch id of the member that `object` knows as `name`: by GetIDsOfNames, or where that
 /// refuses, without regard to letter case, by IDispatchEx. Error 438 when there is no such member.
-DISPID MemberId(IDispatch& object, BSTR name, LCID locale = GetUserDefaultLCID());
+DISPID MemberId(IDispatch& object, MemberName name, LCID locale = GetUserDefaultLCID());
+
+/// The object's own answer alone: whether GetIDsOfNames knows `name`, whose id it then puts into
+/// `member`.
+inline HRESULT AskForId(IDispatch& object, MemberName name, LCID locale, DISPID& member) {
+  // The function asks for a name that it may write to, which no object does.
+  auto* asked = const_cast<LPOLESTR>(reinterpret_cast<const OLECHAR*>(name));
+  return object.GetIDsOfNames(IID_NULL, &asked, 1, locale, &member);
+}
 
 /// As MemberId, of an object whose GetIDsOfNames has refused with `refusal`. `extended`, null at
-/// first, keeps its IDispatchEx.
+/// first, keeps its IDispatchEx, for a caller that asks one object for many names.
 DISPID MemberIdByDispatchEx(IDispatch& object, BSTR name, HRESULT refusal,
                             ComPtr<IDispatchEx>& extended);
-
-/// As MemberId, for a caller that asks one object for many names: `extended`, null at first, keeps
-/// the object's IDispatchEx once that had to be asked.
-inline DISPID MemberId(IDispatch& object, BSTR name, LCID locale, ComPtr<IDispatchEx>& extended) {
-  DISPID member = DISPID_UNKNOWN;
-  const HRESULT status = object.GetIDsOfNames(IID_NULL, &name, 1, locale, &member);
-  return SUCCEEDED(status) ? member : MemberIdByDispatchEx(object, name, status, extended);
-}
 
 /// What the member yields for `arguments` (in their written order, which this function reverses in
 /// place for the call). Throws the member's own error as ErrorOf has it. `lastError` receives what

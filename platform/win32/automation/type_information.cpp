@@ -50,11 +50,11 @@ ComPtr<IDispatch> InformationService() {
   return FAILED(status) ? nullptr : service;
 }
 
-Variant MemberOf(IDispatch& object, TextView name, std::span<VARIANT> arguments = {}) {
-  return Invoke(object, MemberId(object, Bstr(name).Get()), kCallOrGet, arguments);
+Variant MemberOf(IDispatch& object, MemberName name, std::span<VARIANT> arguments = {}) {
+  return Invoke(object, MemberId(object, name), kCallOrGet, arguments);
 }
 
-ComPtr<IDispatch> ObjectMemberOf(IDispatch& object, TextView name,
+ComPtr<IDispatch> ObjectMemberOf(IDispatch& object, MemberName name,
                                  std::span<VARIANT> arguments = {}) {
   auto member = ObjectOf(MemberOf(object, name, arguments).Get());
   if (!member) throw RuntimeError(error_number::kObjectNotSet);

@@ -23,7 +23,7 @@ class ArgumentTest : public SaveRestoreTest {
   /// Calls an operation by name through IDispatch, with its arguments in written order.
   Variant Call(View name, std::vector<VARIANT> arguments) {
     IDispatch& operations = Operations();
-    return Invoke(operations, MemberId(operations, Bstr(name).Get()), kCall, arguments);
+    return Invoke(operations, MemberId(operations, Text(name).c_str()), kCall, arguments);
   }
 };
 

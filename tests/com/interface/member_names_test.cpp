@@ -303,7 +303,7 @@ TEST_F(DictionaryTest, AsAMemberListItDoesNotGrow) {
   const auto dictionary = NewDictionary();
   Variant entry[] = {Variant::OfText(u"Title"), Variant::OfText(u"Title")};
   VARIANT arguments[] = {entry[0].Get(), entry[1].Get()};
-  Invoke(*dictionary.Get(), MemberId(*dictionary.Get(), Bstr(u"Add").Get()), kCall, arguments);
+  Invoke(*dictionary.Get(), MemberId(*dictionary.Get(), u"Add"), kCall, arguments);
   const auto creator = NewCreator([&] {
     const auto record = NewRecord({{u"Title", {}}});
     record->operator[](u"GetMemberNames").body = [&](const Arguments&) {

@@ -193,8 +193,7 @@ ComPtr<ForeignCollection> SaveRestoreTest::Collected(const std::vector<IDispatch
 }
 
 std::u16string SaveRestoreTest::Read(IDispatch* object, View member) {
-  const Bstr name(member);
-  return TextOf(Invoke(*object, MemberId(*object, name.Get()), kGet).Get());
+  return TextOf(Invoke(*object, MemberId(*object, Text(member).c_str()), kGet).Get());
 }
 
 // ---- What came back ----------------------------------------------------------------------------
