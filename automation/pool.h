@@ -2,10 +2,8 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <memory>
 #include <new>
 #include <utility>
-#include <vector>
 
 namespace brindlex {
 
@@ -18,18 +16,22 @@ class Pool {
  public:
   Pool() = default;
   Pool(Pool&& other) noexcept
-      : blocks_(std::exchange(other.blocks_, {})),
+      : block_(std::exchange(other.block_, nullptr)),
+        count_(std::exchange(other.count_, 0)),
         unused_(std::exchange(other.unused_, 0)),
         left_(std::exchange(other.left_, nullptr)) {}
   Pool& operator=(Pool&& other) noexcept {
-    std::swap(blocks_, other.blocks_);
+    std::swap(block_, other.block_);
+    std::swap(count_, other.count_);
     std::swap(unused_, other.unused_);
     std::swap(left_, other.left_);
     return *this;
   }
   Pool(const Pool&) = delete;
   Pool& operator=(const Pool&) = delete;
-  ~Pool() = default;
+  ~Pool() {
+    while (block_ != nullptr) delete[] std::exchange(block_, block_->next);
+  }
 
   /// A new object. Throws what its constructor throws, or std::bad_alloc.
   template <class... Arguments>
@@ -58,25 +60,24 @@ class Pool {
     Slot* next = nullptr;
     alignas(T) std::byte memory[sizeof(T)];
   };
-  struct Block {
-    std::unique_ptr<Slot[]> slots;
-    std::size_t count;
-  };
 
-  /// The first slot that was never used. The last block's are used from its end.
+  /// A slot that was never used. The newest block's are used from its end.
   Slot* Unused() {
     constexpr std::size_t kFewest = 8;
     constexpr std::size_t kMost = 512;
     if (unused_ == 0) {
-      const std::size_t count =
-          blocks_.empty() ? kFewest : std::min(kMost, 2 * blocks_.back().count);
-      blocks_.push_back({std::unique_ptr<Slot[]>(new Slot[count]), count});
-      unused_ = count;
+      const std::size_t count = block_ == nullptr ? kFewest : std::min(kMost, 2 * count_);
+      auto* const made = new Slot[count + 1];
+      made->next = std::exchange(block_, made);
+      unused_ = count_ = count;
     }
-    return &blocks_.back().slots[unused_ - 1];
+    return block_ + unused_;
   }
 
-  std::vector<Block> blocks_;
+  /// The newest block, of `count_` slots after the one at its start, which leads to the block
+  /// before.
+  Slot* block_ = nullptr;
+  std::size_t count_ = 0;
   std::size_t unused_ = 0;
   Slot* left_ = nullptr;
 };
