@@ -8,6 +8,10 @@
 namespace brindlex {
 namespace {
 
+/// The marker of an omitted argument. It is copied whole: a value that is read right after a part
+/// of it was written makes the processor wait.
+constexpr VARIANT kMissing{{{VT_ERROR, 0, 0, 0, {DISP_E_PARAMNOTFOUND}}}};
+
 constexpr WORD kCallOrGetFlags = DISPATCH_METHOD | DISPATCH_PROPERTYGET;
 
 bool SameName(const wchar_t* left, const wchar_t* right) {
@@ -111,12 +115,7 @@ std::optional<UINT> Call::CallerPositionOf(std::size_t index) const {
 
 VARIANT Call::ValueAt(std::size_t index) {
   const VARIANT* const argument = arguments_.at(index);
-  if (argument == nullptr) {
-    VARIANT missing;
-    missing.vt = VT_ERROR;
-    missing.scode = DISP_E_PARAMNOTFOUND;
-    return missing;
-  }
+  if (argument == nullptr) return kMissing;
   if ((argument->vt & VT_BYREF) == 0) return *argument;
   Variant copy;
   const HRESULT status = CopyValue(copy.Get(), Dereferenced(*argument));

@@ -141,6 +141,13 @@ HRESULT CopyValue(VARIANT& copy, const VARIANT& value) noexcept {
     VariantInit(&copy);
     return E_INVALIDARG;
   }
+  // What most values are, which the system's function takes much longer for.
+  if (value.vt == VT_BSTR && value.bstrVal != nullptr) {
+    copy.bstrVal = SysAllocStringByteLen(reinterpret_cast<const char*>(value.bstrVal),
+                                         SysStringByteLen(value.bstrVal));
+    copy.vt = copy.bstrVal != nullptr ? VT_BSTR : VT_EMPTY;
+    return copy.bstrVal != nullptr ? S_OK : E_OUTOFMEMORY;
+  }
   const HRESULT status = VariantCopyInd(&copy, const_cast<VARIANT*>(&value));
   // The system leaves the type of what it could not copy.
   if (FAILED(status)) VariantInit(&copy);

@@ -91,7 +91,7 @@ class Variant {
   /// A copy of `value` with every reference followed. Throws RuntimeError.
   explicit Variant(const VARIANT& value);
   explicit Variant(TextView text) : Variant() { *this = OfText(text); }
-  Variant(Variant&& other) noexcept : Variant() { std::swap(value_, other.value_); }
+  Variant(Variant&& other) noexcept : value_(other.value_) { MakeEmpty(other.value_); }
   Variant& operator=(Variant&& other) noexcept {
     std::swap(value_, other.value_);
     return *this;
