@@ -21,9 +21,9 @@ const Object& AsObjectEntry(const std::variant<Text, Object>& entry) {
 
 }  // namespace
 
-Object FirstObject(const Collection& collection) {
+Object Collection::First() const {
   Object first;
-  if (!collection.Enumerate()->NextObject(first)) {
+  if (!Enumerate()->NextObject(first)) {
     throw RuntimeError(error_number::kSubscriptOutOfRange);
   }
   return first;

@@ -39,6 +39,10 @@ class Collection {
   virtual std::int32_t Count() const = 0;
   virtual std::unique_ptr<Enumerator> Enumerate() const = 0;
 
+  /// The first entry, which must be an object or Nothing. Error 9 when there is none, 424 when it
+  /// is neither.
+  virtual Object First() const;
+
   /// The entry under `key`, as text. Error 5 when the key is absent, 13 when it has no text.
   virtual Text TextUnder(TextView key) const = 0;
 
@@ -55,10 +59,6 @@ class Collection {
   /// Whether it is of the component's own class, which the host can receive as it is.
   virtual bool IsOwn() const = 0;
 };
-
-/// The first entry of `collection`, which must be an object or Nothing. Error 9 when it is empty,
-/// 424 when the first entry is neither.
-Object FirstObject(const Collection& collection);
 
 /// A collection that lives within the component and is never returned to the host.
 class InnerCollection : public Collection {

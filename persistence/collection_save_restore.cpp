@@ -52,7 +52,7 @@ class CollectionObjects {
   explicit CollectionObjects(const CollectionRef& collection) : collection_(collection) {}
 
   std::int32_t Count() const { return Required(collection_).Count(); }
-  Object First() const { return FirstObject(*collection_); }
+  Object First() const { return collection_->First(); }
   template <class Visit>
   void ForEach(Visit&& visit) const {
     const auto entries = collection_->Enumerate();
@@ -68,7 +68,7 @@ class OneObject {
  public:
   explicit OneObject(const Object& object) : object_(object) {}
 
-  std::int32_t Count() const { return 1; }
+  static std::int32_t Count() { return 1; }
   const Object& First() const { return object_; }
   template <class Visit>
   void ForEach(Visit&& visit) const {
@@ -236,7 +236,7 @@ bool clsCollectionSaveRestore::Save(const Objects& objects, const OptionalText& 
           line = 2;
           const Markers markers = MarkersOr(DefaultMarkers(), recordEndMarker, fieldEndMarker);
           line = 3;
-          const Object first = objects.First();
+          const Object& first = objects.First();
           progress.names = NamesToSave(first);
           line = 4;
           if (progress.names.empty()) GoToHandler({});

@@ -184,6 +184,10 @@ class DirectCollection : public Collection {
     return std::make_unique<DirectEnumerator>(collection_);
   }
 
+  Object First() const override {
+    return ThePlatform().Dispatch().Wrap(ObjectOf(All().At(1).Get()));
+  }
+
   Text TextUnder(TextView key) const override {
     const VARIANT& entry = All().At(key).Get();
     if (entry.vt == VT_BSTR) return Text(ViewOf(entry.bstrVal));

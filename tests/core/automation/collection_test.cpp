@@ -37,7 +37,7 @@ TEST_F(InnerCollectionTest, StartsEmpty) {
   EXPECT_THAT(Texts(collection), ElementsAre());
   EXPECT_EQ(5, ErrorOf([&] { collection.TextUnder(u""); }));
   EXPECT_EQ(5, ErrorOf([&] { collection.ObjectUnder(u"a"); }));
-  EXPECT_EQ(9, ErrorOf([&] { FirstObject(collection); }));
+  EXPECT_EQ(9, ErrorOf([&] { collection.First(); }));
 }
 
 TEST_F(InnerCollectionTest, KeepsTheOrderAndFindsByKeyInAnyLetterCase) {
@@ -68,7 +68,7 @@ TEST_F(InnerCollectionTest, HoldsAReferenceToItsObjects) {
     collection.Add(record, std::nullopt);
     EXPECT_EQ(3U, Adapter().References(record));
     EXPECT_EQ(record.Self(Adapter()), collection.ObjectUnder(u"A").Self(Adapter()));
-    EXPECT_EQ(record.Self(Adapter()), FirstObject(collection).Self(Adapter()));
+    EXPECT_EQ(record.Self(Adapter()), collection.First().Self(Adapter()));
   }
   EXPECT_EQ(1U, Adapter().References(record));
 }
@@ -79,7 +79,7 @@ TEST_F(InnerCollectionTest, TextIsNoObjectAndAnObjectNoText) {
   collection.Add(Record(), TextView(u"object"));
   EXPECT_EQ(424, ErrorOf([&] { collection.ObjectUnder(u"text"); }));
   EXPECT_EQ(13, ErrorOf([&] { collection.TextUnder(u"object"); }));
-  EXPECT_EQ(424, ErrorOf([&] { FirstObject(collection); }));
+  EXPECT_EQ(424, ErrorOf([&] { collection.First(); }));
   const auto enumerator = collection.Enumerate();
   Text text;
   Object object;
@@ -95,7 +95,7 @@ TEST_F(InnerCollectionTest, NothingIsAnEntryLikeAnyOther) {
   InnerCollection collection;
   collection.Add(Object(), TextView(u"n"));
   EXPECT_EQ(1, collection.Count());
-  EXPECT_TRUE(FirstObject(collection).IsNothing());
+  EXPECT_TRUE(collection.First().IsNothing());
   EXPECT_TRUE(collection.ObjectUnder(u"N").IsNothing());
 }
 

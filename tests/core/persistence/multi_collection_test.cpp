@@ -81,8 +81,8 @@ TEST_F(TextDataTest, IsSavedAndRestoredLikeAnyRecord) {
   const auto restored = store_.AsDelimitedToCollection(text, adapter_.NewCreator());
   ASSERT_NE(nullptr, restored);
   EXPECT_EQ(2, restored->Count());
-  EXPECT_EQ(u"x", adapter_.RecordOf(FirstObject(*restored)).DataString);
-  EXPECT_EQ(u"1", adapter_.RecordOf(FirstObject(*restored)).Name);
+  EXPECT_EQ(u"x", adapter_.RecordOf(restored->First()).DataString);
+  EXPECT_EQ(u"1", adapter_.RecordOf(restored->First()).Name);
 }
 
 TEST_F(TextDataTest, ObjectsOfAnotherAdapterAreRefused) {
