@@ -142,10 +142,10 @@ constexpr int kPlaces = (kFixedSize - 1) * kLimbBits;
 
 constexpr Fixed Product(const Fixed& left, const Fixed& right) {
   std::array<Limb, 2 * kFixedSize> wide{};
-  auto lowest = wide.begin();
+  Limb* lowest = wide.data();
   for (const Limb one : left.limb) {
     std::uint64_t carry = 0;
-    auto place = lowest++;
+    Limb* place = lowest++;
     for (const Limb other : right.limb) {
       carry += std::uint64_t{one} * other + *place;
       *place++ = static_cast<Limb>(carry);

@@ -130,7 +130,7 @@ std::vector<Text> NamedCollections::Names() const {
 
 // ---- Changes -----------------------------------------------------------------------------------
 
-NamedCollections::Entry NamedCollections::MakeCopy(TextView data, TextView name) const {
+NamedCollections::Entry NamedCollections::MakeCopy(TextView data, TextView name) {
   if (data.size() > kMostUnits || name.size() > kMostUnits) throw std::bad_alloc();
   auto units = std::make_shared_for_overwrite<char16_t[]>(data.size() + name.size());
   char16_t* const nameUnits = std::copy(data.begin(), data.end(), units.get());

@@ -116,7 +116,7 @@ class NamedCollections {
     return writtenNames_.empty() ? entries_[position].Name() : writtenNames_[position];
   }
   std::optional<Position> Find(TextView name, std::uint32_t hash) const noexcept;
-  Entry MakeCopy(TextView data, TextView name) const;
+  static Entry MakeCopy(TextView data, TextView name);
   void ReserveEntry();
   void ReserveSlot();
   void FillSlots() noexcept;

@@ -1,6 +1,7 @@
 #include "persistence/text_data.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "automation/collection.h"
@@ -102,6 +103,7 @@ CollectionRef TextDataAdapter::CallForCollection(void* /*object*/, MemberName na
 
 std::vector<Text> TextDataAdapter::PropertyGetNames(void* /*object*/) const {
   std::vector<Text> names;
+  names.reserve(std::size(clsTextData::kProperties));
   for (const clsTextData::Property& property : clsTextData::kProperties) {
     names.emplace_back(property.name);
   }
