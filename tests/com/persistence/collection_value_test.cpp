@@ -122,6 +122,18 @@ TEST_F(CollectionTest, KeepsCopiesOfTexts) {
   EXPECT_EQ(u"text ", Entry(OfLong(4).Get()));
 }
 
+TEST_F(CollectionTest, KeepsTheBytesOfATextThatAreNoWholeUnits) {
+  VARIANT bytes{};
+  bytes.vt = VT_BSTR;
+  bytes.bstrVal = SysAllocStringByteLen("abc", 3);
+  EXPECT_EQ(S_OK, Add(bytes));
+  VariantClear(&bytes);
+  Variant entry;
+  ASSERT_EQ(S_OK, Collection().get_Item(OfLong(1).Get(), entry.Receive()));
+  ASSERT_EQ(3U, SysStringByteLen(entry.Get().bstrVal));
+  EXPECT_EQ(0, std::memcmp("abc", entry.Get().bstrVal, 3));
+}
+
 TEST_F(CollectionTest, HoldsOneReferenceToEachObject) {
   bool ended = false;
   auto object = ProbeObject::New([&] { ended = true; });
