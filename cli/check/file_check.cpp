@@ -4,13 +4,10 @@
 
 #include "cli/check/key_check.h"
 #include "cli/check/text_check.h"
-#include "cli/format/tail.h"
 #include "cli/text/escape.h"
 
 namespace brindlex::cli {
 namespace {
-
-constexpr std::size_t kKeySlots = std::size_t{1} << 21U;
 
 /// Passes on every defect in the first pass, duplicate keys alone in the others.
 class PassFilter : public DefectHandler {
@@ -139,11 +136,6 @@ class Pass {
 };
 
 }  // namespace
-
-CheckedFile CheckFile(Input& input, const FileFormat& format,
-                      const std::optional<std::string>& keyName, DefectHandler& handler) {
-  return CheckFile(input, format, keyName, handler, kKeySlots);
-}
 
 CheckedFile CheckFile(Input& input, const FileFormat& format,
                       const std::optional<std::string>& keyName, DefectHandler& handler,

@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "cli/check/column_profile.h"
-#include "cli/format/file_format.h"
 #include "cli/format/record_scanner.h"
 #include "cli/io/output.h"
 

@@ -6,9 +6,6 @@
 
 #include "automation/runtime_error.h"
 #include "cli/format/name_tables.h"
-#include "cli/format/tail.h"
-#include "cli/text/character_check.h"
-#include "cli/text/counted.h"
 #include "cli/text/escape.h"
 #include "cli/text/utf.h"
 #include "persistence/restore_reports.h"
@@ -23,14 +20,6 @@ constexpr std::size_t kMostOfAKey = 200;
 
 constexpr const char* kDropped = "the component drops it without a report";
 constexpr const char* kNoCollection = "the component returns no collection, without a report";
-
-std::string InHexadecimal(std::string_view bytes) {
-  std::string digits;
-  for (const char byte : bytes) {
-    digits += fmt::format("{}{:02X}", digits.empty() ? "" : " ", static_cast<unsigned char>(byte));
-  }
-  return digits;
-}
 
 PredictedReport RestoreReport(std::int32_t number, std::int32_t line) {
   return {Utf8OfUtf16(kRestoreCaption), number, line, {}};
@@ -50,15 +39,8 @@ std::string Described(const PredictedReport& report) {
 }
 
 std::string WholeText(TextRole role) {
-  switch (role) {
-    case TextRole::kOuterLayer:
-      return "the whole text with all its collections";
-    case TextRole::kCollection:
-      return "this collection";
-    case TextRole::kSingle:
-      break;
-  }
-  return "the whole text";
+  if (role == TextRole::kCollection) return "this collection";
+  return role == TextRole::kSingle ? "the whole text" : "the whole text with all its collections";
 }
 
 bool CanSkip(const ByteMarkers& markers, const std::optional<ByteMarkers>& around) {
@@ -218,16 +200,23 @@ void TextCheck::ReportRefusal(DefectKind kind, std::uint64_t offset, std::uint64
 }
 
 void TextCheck::CheckCharacters(std::string_view bytes, std::uint64_t offset) {
-  cli::CheckCharacters(
-      encoding_, bytes, offset, [&](std::uint64_t badOffset, std::string_view bad) {
-        const bool isUtf8 = encoding_.GetForm() == Encoding::Form::kUtf8;
-        const std::string what = isUtf8 ? "are ill-formed " : "are an unpaired surrogate of ";
-        Report(DefectKind::kCharacter, badOffset, fields_ + 1,
-               "the bytes " + InHexadecimal(bad) + " " + what + encoding_.Name(),
-               isUtf8
-                   ? "the component gets what the program that reads the file puts in their place"
-                   : "the component passes it on as it is");
-      });
+  const bool isUtf8 = encoding_.GetForm() == Encoding::Form::kUtf8;
+  const std::string what = isUtf8 ? "are ill-formed " : "are an unpaired surrogate of ";
+  for (;;) {
+    const std::size_t valid = encoding_.ValidLength(bytes);
+    bytes.remove_prefix(valid);
+    offset += valid;
+    if (bytes.empty()) return;
+    // The bytes do not end within a character that goes on after them.
+    const std::size_t unfinished = encoding_.UnfinishedLength(bytes);
+    const std::size_t length = unfinished == bytes.size() ? unfinished : encoding_.BadLength(bytes);
+    Report(DefectKind::kCharacter, offset, fields_ + 1,
+           "the bytes " + Hexadecimal(bytes.substr(0, length), " ") + " " + what + encoding_.Name(),
+           isUtf8 ? "the component gets what the program that reads the file puts in their place"
+                  : "the component passes it on as it is");
+    bytes.remove_prefix(length);
+    offset += length;
+  }
 }
 
 void TextCheck::EndName() {

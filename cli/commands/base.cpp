@@ -24,23 +24,18 @@ struct BaseOptions {
 
 void PrintTable(const BaseOptions& options, Context& context) {
   constexpr std::size_t kWidth = 2;
-  Output output(OutputOptions{});
-  for (const BaseRow& row : BaseTable(options.number, options.limits)) {
-    if (!row.error.empty()) {
-      Warn(row.error);
+  std::string table;
+  for (const std::int32_t base : kBases) {
+    try {
+      const std::string text = ConvertedNumber(options.number, 10, base, options.limits);
+      const std::string number = std::to_string(base);
+      table += std::string(kWidth - number.size(), ' ') + number + "  " + text + "\n";
+    } catch (const Failure& failure) {
+      Warn(failure.what());
       context.status = ExitStatus::kDefects;
-      continue;
     }
-    const std::string base = std::to_string(row.base);
-    output.Write(std::string(kWidth - base.size(), ' ') + base + "  " + row.text + "\n");
   }
-  output.Commit();
-}
-
-void PrintNumber(const BaseOptions& options) {
-  Output output(OutputOptions{});
-  output.Write(ConvertedNumber(options.number, options.from, options.to, options.limits) + "\n");
-  output.Commit();
+  Print(table);
 }
 
 }  // namespace
@@ -75,11 +70,8 @@ void AddBase(CLI::App& program, Context& context) {
     if (options->isTable != (given == 0) || given == 1) {
       throw UsageError("base takes NUMBER FROM TO, or --table NUMBER; see brindlex base --help");
     }
-    if (options->isTable) {
-      PrintTable(*options, context);
-    } else {
-      PrintNumber(*options);
-    }
+    if (options->isTable) return PrintTable(*options, context);
+    Print(ConvertedNumber(options->number, options->from, options->to, options->limits) + "\n");
   });
 }
 

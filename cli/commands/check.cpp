@@ -8,7 +8,6 @@
 #include "cli/commands/command_line.h"
 #include "cli/io/diagnostics.h"
 #include "cli/io/system.h"
-#include "cli/text/counted.h"
 #include "cli/text/escape.h"
 
 namespace brindlex::cli {

@@ -1,9 +1,7 @@
-#include <algorithm>
 #include <cstring>
 #include <memory>
 #include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "cli/commands/command_line.h"
@@ -13,7 +11,6 @@
 #include "cli/format/named_collections.h"
 #include "cli/io/diagnostics.h"
 #include "cli/io/system.h"
-#include "cli/text/counted.h"
 #include "cli/text/escape.h"
 
 namespace brindlex::cli {

@@ -14,19 +14,8 @@ namespace {
 
 using Kind = RecordDifference::Kind;
 
-std::string_view KindName(Kind kind) {
-  switch (kind) {
-    case Kind::kAdded:
-      return "added";
-    case Kind::kRemoved:
-      return "removed";
-    case Kind::kChanged:
-      return "changed";
-    case Kind::kMoved:
-      return "moved";
-  }
-  return "unknown";
-}
+/// In the order of Kind.
+constexpr std::string_view kKindNames[] = {"added", "removed", "changed", "moved"};
 
 std::string JsonString(std::string_view text) {
   ByteBuffer json;
@@ -96,7 +85,7 @@ void DifferenceWriter::Begin(const TablePair& pair, const std::vector<std::strin
 void DifferenceWriter::WriteHead(const RecordDifference& difference) {
   const auto& [kind, before, after] = difference;
   if (asJson_) {
-    BeginObject(KindName(kind));
+    BeginObject(kKindNames[static_cast<std::size_t>(kind)]);
     if (before) output_.Write(fmt::format(",\"old\":{}", before->number));
     if (after) output_.Write(fmt::format(",\"new\":{}", after->number));
     return;

@@ -1,8 +1,6 @@
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -142,7 +140,7 @@ class InfoWriter {
 
   void WriteFile(const std::string& name, std::uint64_t bytes) {
     output_.Write(palette_.Paint(Style::kHeading, ShownPath(name)) + "\n");
-    Write("size", fmt::format("{} byte{}", bytes, bytes == 1 ? "" : "s"));
+    Write("size", Counted(bytes, "byte"));
     Write("encoding", format_.encoding.Name() + (format_.markBytes > 0 ? ", with a byte order mark"
                                                  : format_.isEncodingGuessed ? ", detected"
                                                                              : ""));
@@ -188,10 +186,8 @@ class InfoWriter {
 
  private:
   static std::string MarkerLine(const std::string& text, const std::string& bytes) {
-    std::string digits;
-    for (const char byte : bytes)
-      digits += fmt::format(" {:02X}", static_cast<unsigned char>(byte));
-    return fmt::format("{}  ({})", Printable(*Encoding::Named("utf-8"), text), digits.substr(1));
+    return fmt::format("{}  ({})", Printable(*Encoding::Named("utf-8"), text),
+                       Hexadecimal(bytes, " "));
   }
 
   const FileFormat& format_;

@@ -11,7 +11,6 @@
 #include "cli/io/diagnostics.h"
 #include "cli/io/input.h"
 #include "cli/io/system.h"
-#include "cli/text/counted.h"
 #include "cli/text/escape.h"
 #include "cli/text/utf.h"
 

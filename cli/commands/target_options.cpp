@@ -1,7 +1,5 @@
 #include "cli/commands/target_options.h"
 
-#include "cli/io/failure.h"
-
 namespace brindlex::cli {
 namespace {
 

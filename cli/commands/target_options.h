@@ -5,7 +5,6 @@
 #include <string>
 
 #include "cli/commands/write_options.h"
-#include "cli/format/delimited_writer.h"
 
 namespace brindlex::cli {
 

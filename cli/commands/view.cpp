@@ -8,7 +8,6 @@
 #include <string>
 #include <vector>
 
-#include "automation/text.h"
 #include "cli/commands/command_line.h"
 #include "cli/format/named_collections.h"
 #include "cli/format/record_scanner.h"
@@ -18,7 +17,6 @@
 #include "cli/text/display.h"
 #include "cli/text/escape.h"
 #include "cli/text/table.h"
-#include "cli/text/utf.h"
 
 namespace brindlex::cli {
 namespace {
@@ -49,12 +47,10 @@ std::string PagerFor(const ViewOptions& options) {
 }
 
 std::size_t WidthOf(const ViewOptions& options) {
-  constexpr std::size_t kUsual = 80;
+  constexpr int kUsual = 80;
   if (options.width) return *options.width;
-  if (const auto columns = system::TerminalColumns(system::kStandardOutput)) {
-    return static_cast<std::size_t>(*columns);
-  }
-  return kUsual;
+  const int columns = system::SizeOfTerminal(system::kStandardOutput).columns;
+  return static_cast<std::size_t>(columns > 0 ? columns : kUsual);
 }
 
 /// The records of one text, whose header `columns` are chosen from.
@@ -128,9 +124,8 @@ class Viewer {
   std::size_t ColumnOf(const std::string& wanted) const {
     const auto exact = std::find(names_.begin(), names_.end(), wanted);
     if (exact != names_.end()) return static_cast<std::size_t>(exact - names_.begin());
-    const Text text = Utf16OfUtf8(wanted);
     const auto same = std::find_if(names_.begin(), names_.end(), [&](const std::string& name) {
-      return EqualIgnoringCase(Utf16OfUtf8(name), text);
+      return IsSameName(name, wanted);
     });
     if (same != names_.end()) return static_cast<std::size_t>(same - names_.begin());
     if (!wanted.empty() && wanted.find_first_not_of("0123456789") == std::string::npos) {
@@ -294,8 +289,8 @@ Extent FindText(Input& input, const FileFormat& format, const std::string& name)
 void View(const ViewOptions& options) {
   Input input(options.path);
   Output output(OutputOptions{});
-  const auto lines = system::TerminalLines(system::kStandardOutput);
-  if (lines) output.PageThrough(PagerFor(options), *lines - 1);
+  const int lines = system::SizeOfTerminal(system::kStandardOutput).lines;
+  if (lines > 0) output.PageThrough(PagerFor(options), lines - 1);
   const FileFormat format = DetectFormat(input, options.format);
   if (!format.hint.empty()) Warn(format.hint);
   if (!format.named) {

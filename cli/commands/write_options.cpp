@@ -44,7 +44,7 @@ void AddFormOptions(CLI::App& command, FormOptions& options) {
       .add_option("--line-breaks", options.lineBreaks,
                   "So many line breaks after each record end, 0 to 3")
       ->type_name("N")
-      ->check(CLI::Range(0, MostLineBreaks()).description(""));
+      ->check(CLI::Range(0, kMostRecordBreaks).description(""));
 }
 
 void ApplyFormOptions(const FormOptions& options, DelimitedForm& form) {

@@ -7,7 +7,7 @@
 #include "cli/convert/csv_text.h"
 #include "cli/format/name_tables.h"
 #include "cli/io/failure.h"
-#include "cli/text/counted.h"
+#include "cli/text/escape.h"
 
 namespace brindlex::cli {
 namespace {

@@ -3,10 +3,8 @@
 #include <utility>
 
 #include "cli/format/name_tables.h"
-#include "cli/format/tail.h"
 #include "cli/io/failure.h"
 #include "cli/text/byte_prefix.h"
-#include "cli/text/counted.h"
 #include "cli/text/escape.h"
 
 namespace brindlex::cli {

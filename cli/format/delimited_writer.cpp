@@ -1,6 +1,5 @@
 #include "cli/format/delimited_writer.h"
 
-#include <algorithm>
 #include <utility>
 
 #include "cli/format/named_collections.h"

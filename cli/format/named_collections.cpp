@@ -1,11 +1,9 @@
 #include "cli/format/named_collections.h"
 
-#include <algorithm>
 #include <utility>
 
 #include "automation/text.h"
 #include "cli/format/name_tables.h"
-#include "cli/format/tail.h"
 #include "cli/io/failure.h"
 #include "cli/text/escape.h"
 #include "cli/text/utf.h"

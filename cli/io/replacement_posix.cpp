@@ -9,7 +9,6 @@
 #include <cerrno>
 #include <climits>
 #include <csignal>
-#include <cstdio>
 #include <optional>
 #include <utility>
 

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <iterator>
 
-#include "cli/text/escape.h"
 #include "cli/text/utf.h"
 #include "cli/text/width_table.h"
 
