@@ -1,10 +1,12 @@
 #pragma once
 
+#include <algorithm>
 #include <bit>
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <iterator>
 #include <string_view>
 #ifdef __SSE2__
 #include <emmintrin.h>
@@ -116,6 +118,25 @@ std::size_t CopyPlain(std::string_view text, char* to, const Rule& rule = {}) no
   return plain;
 #endif
 }
+
+/// Bytes other than a few.
+template <std::size_t kCount>
+struct OtherThan {
+  char bytes[kCount];
+
+  bool IsPlain(char byte) const {
+    return std::find(std::begin(bytes), std::end(bytes), byte) == std::end(bytes);
+  }
+#ifdef __SSE2__
+  __m128i Others(__m128i block) const {
+    __m128i others = _mm_setzero_si128();
+    for (const char byte : bytes) {
+      others = _mm_or_si128(others, _mm_cmpeq_epi8(block, _mm_set1_epi8(byte)));
+    }
+    return others;
+  }
+#endif
+};
 
 /// Bytes below 128.
 struct AsciiRule {
