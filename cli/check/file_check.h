@@ -22,7 +22,7 @@ struct CheckedFile {
 /// duplicate keys that need another pass over the file follow the others. At most 64 MB of memory,
 /// whatever the file. `keySlots` is for KeyCheck. Fails as Input.
 CheckedFile CheckFile(Input& input, const FileFormat& format,
-                      const std::optional<std::string>& keyName, DefectHandler& handler,
+                      const std::optional<std::string>& keyName, const DefectHandler& handler,
                       std::size_t keySlots = std::size_t{1} << 21U);
 
 }  // namespace brindlex::cli

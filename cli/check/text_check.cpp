@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <utility>
 
 #include "automation/runtime_error.h"
 #include "cli/format/name_tables.h"
@@ -54,12 +55,12 @@ bool CanSkip(const ByteMarkers& markers, const std::optional<ByteMarkers>& aroun
 }  // namespace
 
 TextCheck::TextCheck(const Encoding& encoding, const ByteMarkers& markers, TextRole role,
-                     DefectHandler& handler, KeyCheck* keys,
+                     DefectHandler handler, KeyCheck* keys,
                      const std::optional<ByteMarkers>& around)
     : encoding_(encoding),
       markers_(markers),
       role_(role),
-      handler_(handler),
+      handler_(std::move(handler)),
       keys_(keys),
       canSkip_(CanSkip(markers, around) && role != TextRole::kOuterLayer) {
   shape_.fieldEnd = markers.fieldEnd.front();
@@ -186,7 +187,7 @@ void TextCheck::EndText(std::uint64_t offset) {
 
 void TextCheck::Report(DefectKind kind, std::uint64_t offset, std::uint64_t field, std::string what,
                        std::string does) {
-  handler_.Take({kind, offset, record_, field, collection_, std::move(what), std::move(does)});
+  handler_({kind, offset, record_, field, collection_, std::move(what), std::move(does)});
 }
 
 void TextCheck::ReportRefusal(DefectKind kind, std::uint64_t offset, std::uint64_t field,
@@ -195,8 +196,8 @@ void TextCheck::ReportRefusal(DefectKind kind, std::uint64_t offset, std::uint64
   for (const PredictedReport& report : reports) {
     does += (&report == &reports.front() ? ": " : ", then ") + Described(report);
   }
-  handler_.Take({kind, offset, record_, field, collection_, std::move(what), std::move(does),
-                 std::move(reports)});
+  handler_({kind, offset, record_, field, collection_, std::move(what), std::move(does),
+            std::move(reports)});
 }
 
 void TextCheck::CheckCharacters(std::string_view bytes, std::uint64_t offset) {

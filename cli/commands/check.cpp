@@ -50,7 +50,8 @@ bool CheckOne(const std::string& path, const CheckOptions& options, Output& outp
   Input input(path);
   const FileFormat format = DetectFormat(input, options.format);
   if (!options.key && !format.named) input.ReadOnce();
-  const CheckedFile checked = CheckFile(input, format, options.key, writer);
+  const CheckedFile checked =
+      CheckFile(input, format, options.key, [&](const Defect& defect) { writer.Take(defect); });
   if (output.IsTerminal()) output.Flush();
   WarnOfResult(path, format, checked, writer.Count() - before);
   return writer.Count() > before;
@@ -91,7 +92,6 @@ void AddCheck(CLI::App& program, Context& context) {
       ->type_name("NAME");
   command.add_flag("--json", options->asJson, "One JSON array of objects");
   AddFormatOptions(command, options->format);
-  AddReadingOptions(command, options->format);
   command.callback([options, &context] { Check(*options, context); });
 }
 

@@ -44,14 +44,6 @@ constexpr const char* kDescription =
     "Shows, checks, converts and repairs collections kept as delimited text.";
 constexpr const char* kExamples = "brindlex COMMAND --help              what a command takes\n";
 
-std::vector<std::string> Reversed(const std::vector<std::string>& arguments) {
-  std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
-#ifdef _WIN32
-  std::replace(reversed.begin(), reversed.end(), std::string("/?"), std::string("--help"));
-#endif
-  return reversed;
-}
-
 void AddCommands(CLI::App& program, Context& context) {
 #define BRINDLEX_COMMAND(Name) Add##Name(program, context);
 #include "cli/commands/all_commands.h"
@@ -77,9 +69,6 @@ std::size_t EditDistance(std::string_view left, std::string_view right) {
 /// Refuses a first word that is no command, in place of the parser, which knows no better one.
 void CheckCommand(const CLI::App& program, const std::vector<std::string>& arguments) {
   if (arguments.empty() || arguments.front().starts_with('-')) return;
-#ifdef _WIN32
-  if (arguments.front() == "/?") return;
-#endif
   RequireCommand(program, arguments.front());
 }
 
@@ -92,7 +81,10 @@ void SeedHashKeys() {
   SetHashKey(key);
 }
 
-int Run(const std::vector<std::string>& arguments) {
+int Run(std::vector<std::string> arguments) {
+#ifdef _WIN32
+  std::replace(arguments.begin(), arguments.end(), std::string("/?"), std::string("--help"));
+#endif
   CLI::App program(kDescription, "brindlex");
   Context context;
   program.formatter(std::make_shared<ExamplesFirst>());
@@ -104,7 +96,9 @@ int Run(const std::vector<std::string>& arguments) {
   AddCommands(program, context);
   CheckCommand(program, arguments);
   try {
-    program.parse(Reversed(arguments));
+    // The parser takes the last first.
+    std::reverse(arguments.begin(), arguments.end());
+    program.parse(std::move(arguments));
   } catch (const CLI::CallForVersion& version) {
     Print(std::string(version.what()) + "\n");
   } catch (const CLI::Success&) {
@@ -168,6 +162,7 @@ void AddFormatOptions(CLI::App& command, FormatOptions& options) {
       ->type_name("TEXT");
   command.add_option("--record-end", options.recordEnd, "The record end, in the same way")
       ->type_name("TEXT");
+  AddReadingOptions(command, options);
 }
 
 void AddReadingOptions(CLI::App& command, FormatOptions& options) {

@@ -28,8 +28,8 @@ const CLI::App& RequireCommand(const CLI::App& program, const std::string& name)
 /// Writes `text` to standard output.
 void Print(std::string_view text);
 
-/// Adds --encoding, --field-end and --record-end to a command; `options` must outlive the parsing,
-/// as everything below.
+/// Adds --encoding, --field-end, --record-end and what AddReadingOptions adds to a command;
+/// `options` must outlive the parsing, as everything below.
 void AddFormatOptions(CLI::App& command, FormatOptions& options);
 
 /// Adds --plain and --collections.

@@ -66,13 +66,11 @@ class Side {
 
   /// The collection of --collection, or the only one.
   TableSource Table() {
-    if (!format_.named) return {&input_, format_, format_.markers, format_.Text(), {}};
+    if (!format_.named) return OnlyTable(input_, format_);
     return Table(index_.Require(input_, *options_.collection));
   }
 
-  TableSource Table(const NamedCollection& one) {
-    return {&input_, format_, *format_.inner, one.data, index_.NameOf(one)};
-  }
+  TableSource Table(const NamedCollection& one) { return index_.Table(input_, format_, one); }
 
  private:
   Input input_;
@@ -232,7 +230,6 @@ void AddDiff(CLI::App& program, Context& context) {
       ->type_name("NAME");
   command.add_flag("--json", options->asJson, "One JSON array of objects");
   AddFormatOptions(command, options->format);
-  AddReadingOptions(command, options->format);
   command.callback([options, &context] { Diff(*options, context); });
 }
 

@@ -43,31 +43,26 @@ void DifferenceWriter::WriteCollectionLine() {
   output_.Write(palette_.Paint(Style::kHeading, "collection " + Quoted(pair_->after.name)) + "\n");
 }
 
-void DifferenceWriter::WriteName(std::string_view sign, Style style, std::string_view kind,
-                                 const std::string& name) {
-  WriteCollectionLine();
-  output_.Write(palette_.Paint(style, fmt::format("{} {} {}", sign, kind, Quoted(name))) + "\n");
+void DifferenceWriter::WriteOneSided(std::string_view kind, std::string_view member,
+                                     const std::string& name, bool isAdded) {
+  if (asJson_) {
+    BeginObject(fmt::format("{}-{}", kind, isAdded ? "added" : "removed"));
+    output_.Write(fmt::format(R"(,"{}":{}}})", member, JsonString(name)));
+  } else {
+    WriteCollectionLine();
+    const std::string line = fmt::format("{} {} {}", isAdded ? "+" : "-", kind, Quoted(name));
+    output_.Write(palette_.Paint(isAdded ? Style::kGood : Style::kBad, line) + "\n");
+  }
+  ++count_;
 }
 
 void DifferenceWriter::WriteCollection(const std::string& name, bool isAdded) {
   pair_ = nullptr;
-  if (asJson_) {
-    BeginObject(isAdded ? "collection-added" : "collection-removed");
-    output_.Write(",\"collection\":" + JsonString(name) + "}");
-  } else {
-    WriteName(isAdded ? "+" : "-", isAdded ? Style::kGood : Style::kBad, "collection", name);
-  }
-  ++count_;
+  WriteOneSided("collection", "collection", name, isAdded);
 }
 
 void DifferenceWriter::WriteColumn(const std::string& name, bool isAdded) {
-  if (asJson_) {
-    BeginObject(isAdded ? "column-added" : "column-removed");
-    output_.Write(",\"name\":" + JsonString(name) + "}");
-  } else {
-    WriteName(isAdded ? "+" : "-", isAdded ? Style::kGood : Style::kBad, "column", name);
-  }
-  ++count_;
+  WriteOneSided("column", "name", name, isAdded);
 }
 
 void DifferenceWriter::Begin(const TablePair& pair, const std::vector<std::string>& before,

@@ -237,7 +237,7 @@ void ListNames(const std::string& path, const InfoOptions& options, Output& outp
   }
   if (format.named || !options.wantsColumns) return;
   LossReport ignored;
-  CollectionReader reader(input, format, format.markers, format.Text(), {}, ignored);
+  CollectionReader reader(OnlyTable(input, format), ignored);
   reader.ReadHeader();
   for (const std::string& name : reader.Names()) list(name);
 }
@@ -272,7 +272,6 @@ void AddInfo(CLI::App& program, Context&) {
   command.add_flag("--column-names", options->wantsColumns,
                    "Only the names of the columns of a single collection, one to a line");
   AddFormatOptions(command, options->format);
-  AddReadingOptions(command, options->format);
   command.callback([options] { Info(*options); });
 }
 

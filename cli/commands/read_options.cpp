@@ -11,7 +11,6 @@ void AddReadOptions(CLI::App& command, ReadOptions& options) {
       ->type_name("NAME");
   AddOutputOptions(command, options.output);
   AddFormatOptions(command, options.format);
-  AddReadingOptions(command, options.format);
 }
 
 void AddLossy(CLI::App& command, ReadOptions& options) {

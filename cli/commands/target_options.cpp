@@ -11,13 +11,8 @@ void Transcode(const Encoding& from, const Encoding& to, std::string& bytes) {
 }
 
 void RequestEncoding(const std::string& name, DelimitedForm& form) {
-  FormatOptions requested;
-  requested.encoding = name;
-  // Any two, since a code page may lack the usual ones.
-  requested.fieldEnd = "|";
-  requested.recordEnd = ";";
   const Encoding old = form.encoding;
-  form.encoding = RequestedFormat(requested).encoding;
+  form.encoding = RequireEncoding(name);
   if (form.encoding.Name() == old.Name()) return;
   form.hasByteOrderMark = form.encoding.UnitSize() > 1;
   if (form.tail) Transcode(old, form.encoding, *form.tail);

@@ -22,7 +22,7 @@ void AddTargetOptions(CLI::App& command, TargetOptions& options);
 
 /// The form of the new file: that of `source`, which `reading` says how to read, or of the file of
 /// --like, with what the options name in its place. In another encoding UTF-16 alone begins with a
-/// byte order mark. UsageError as RequestedFormat and ApplyFormOptions.
+/// byte order mark. UsageError as RequireEncoding and ApplyFormOptions.
 DelimitedForm TargetForm(const TargetOptions& options, Input& source, const FormatOptions& reading);
 
 }  // namespace brindlex::cli

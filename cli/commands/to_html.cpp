@@ -1,5 +1,5 @@
 #include "cli/commands/read_options.h"
-#include "cli/convert/page_writer.h"
+#include "cli/convert/table_writers.h"
 #include "cli/text/escape.h"
 
 namespace brindlex::cli {
@@ -37,8 +37,7 @@ void AddToHtml(CLI::App& program, Context& /*context*/) {
   options->allowsLossy = true;
   command.callback([options] {
     ConvertFile(*options, [&](const ByteHandler& writeBytes, LossReport&, const DelimitedForm*) {
-      return std::make_unique<PageWriter>(writeBytes,
-                                          options->title.value_or(LastPart(options->path)));
+      return MakePageWriter(writeBytes, options->title.value_or(LastPart(options->path)));
     });
   });
 }

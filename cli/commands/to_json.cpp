@@ -1,5 +1,5 @@
 #include "cli/commands/read_options.h"
-#include "cli/convert/json_writer.h"
+#include "cli/convert/table_writers.h"
 
 namespace brindlex::cli {
 namespace {
@@ -37,7 +37,7 @@ void AddToJson(CLI::App& program, Context& /*context*/) {
     ConvertFile(*options, [&](const ByteHandler& writeBytes, LossReport& lossReport,
                               const DelimitedForm* form) {
       options->json.form = form;
-      return std::make_unique<JsonWriter>(writeBytes, options->json, lossReport);
+      return MakeJsonWriter(writeBytes, options->json, lossReport);
     });
   });
 }

@@ -332,7 +332,6 @@ void AddView(CLI::App& program, Context&) {
   command.add_flag("--no-pager", options->wantsNoPager,
                    "No pager, however long the table is; PAGER names the one that is used");
   AddFormatOptions(command, options->format);
-  AddReadingOptions(command, options->format);
   command.callback([options] { View(*options); });
 }
 

@@ -72,13 +72,14 @@ void MakeFile(const WriteOptions& options, const ReadTable& read) {
   RunConversion(options.output, /*allowsLossy=*/false,
                 [&](const ByteHandler& writeBytes, LossReport&) {
                   Progress progress("reading", input.Size());
-                  std::optional<DelimitedWriter> writer;
+                  std::unique_ptr<TableWriter> writer;
                   const ReadAt source = [&](std::uint64_t offset, char* to, std::size_t size) {
                     progress.Show(offset);
                     return input.Read(offset, to, size);
                   };
                   read(source, [&](const DelimitedForm* carried) -> TableWriter& {
-                    return writer.emplace(writeBytes, RequestedForm(options, carried));
+                    writer = MakeDelimitedWriter(writeBytes, RequestedForm(options, carried));
+                    return *writer;
                   });
                   writer->End();
                 });

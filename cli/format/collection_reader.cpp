@@ -9,16 +9,15 @@
 
 namespace brindlex::cli {
 
-CollectionReader::CollectionReader(Input& input, const FileFormat& format,
-                                   const ByteMarkers& markers, const Extent& text, std::string name,
-                                   LossReport& lossReport, Progress* progress)
-    : window_(input, text, progress),
-      tokenizer_(window_, format.encoding, markers),
-      encoding_(format.encoding),
-      isAsciiSuperset_(format.encoding.UnitSize() == 1),
-      name_(std::move(name)),
+CollectionReader::CollectionReader(const TableSource& source, LossReport& lossReport,
+                                   Progress* progress)
+    : window_(*source.input, source.text, progress),
+      tokenizer_(window_, source.format.encoding, source.markers),
+      encoding_(source.format.encoding),
+      isAsciiSuperset_(encoding_.UnitSize() == 1),
+      name_(source.name),
       lossReport_(lossReport),
-      start_(text.offset) {}
+      start_(source.text.offset) {}
 
 void CollectionReader::Fail(std::uint64_t offset, const std::string& what) const {
   std::string place = "byte " + std::to_string(offset);

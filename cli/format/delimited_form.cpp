@@ -54,7 +54,10 @@ DelimitedForm FormOf(const FormatOptions& options, Input* like) {
   if (like != nullptr) {
     form = FormOfFile(*like, DetectFormat(*like, options));
   } else {
-    const FileFormat format = RequestedFormat(options);
+    FormatOptions plain = options;
+    plain.reading = Reading::kPlain;
+    Input nothing({}, {}, kInputBlock);
+    const FileFormat format = DetectFormat(nothing, plain);
     form.encoding = format.encoding;
     form.hasByteOrderMark = format.encoding.UnitSize() > 1;
     if (options.fieldEnd || options.recordEnd) form.pair = format.pair;

@@ -77,7 +77,4 @@ std::optional<NamedColumns> FindNamedColumns(const std::vector<std::string>& nam
 /// header has no such columns.
 FileFormat DetectFormat(Input& input, const FormatOptions& options);
 
-/// The format that options ask for, without a file.
-FileFormat RequestedFormat(const FormatOptions& options);
-
 }  // namespace brindlex::cli

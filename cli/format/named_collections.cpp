@@ -193,4 +193,12 @@ const NamedCollection& CollectionIndex::Require(const Input& input, std::string_
   RefuseUnknownCollection(input, name, list);
 }
 
+TableSource FindTable(Input& input, const FileFormat& format,
+                      const std::optional<std::string>& name) {
+  if (!format.named && name) RefuseCollectionName(input);
+  if (!name) return OnlyTable(input, format);
+  const CollectionIndex index(input, format);
+  return index.Table(input, format, index.Require(input, *name));
+}
+
 }  // namespace brindlex::cli
