@@ -83,8 +83,6 @@ class Parts {
   std::optional<Input> standard_;
 };
 
-// ---- Columns -----------------------------------------------------------------------------------
-
 [[noreturn]] void RefuseColumn(const std::string& what, const std::string& name,
                                const std::string& than) {
   throw ConversionError(what + " the column " + Quoted(name) + than +
@@ -133,8 +131,6 @@ Target FindTarget(Parts& parts, const CatOptions& options) {
   });
   return target;
 }
-
-// ---- Records -----------------------------------------------------------------------------------
 
 /// Writes the records of one reader under the columns `target`.
 class RowCopier {
@@ -244,10 +240,10 @@ void AddCat(CLI::App& program, Context& /*context*/) {
   CLI::App& command = AddCommand(
       program, "cat", "Appends the collections of several files to each other", kExamples);
   auto options = std::make_shared<CatOptions>();
-  AddInputFiles(command, options->paths, "The files to append; - is standard input");
-  command
-      .add_option("--collection", options->collection, "The collection to take of files of several")
-      ->type_name("NAME");
+  AddValue(command, "files", options->paths, "FILE", "The files to append; - is standard input")
+      ->required();
+  AddValue(command, "--collection", options->collection, "NAME",
+           "The collection to take of files of several");
   auto* const fill = command.add_flag(
       "--fill", options->fills, "Every column that one of the files has; empty where one lacks it");
   command.add_flag("--common", options->takesCommon, "Only the columns that all files have")

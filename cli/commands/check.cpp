@@ -87,9 +87,10 @@ void AddCheck(CLI::App& program, Context& context) {
                  "effect\n"
                  "brindlex check --key Title *.txt         duplicate keys too\n"
                  "brindlex check --json books.txt | jq .   for programs\n");
-  AddInputFiles(command, options->paths, "The files to check; - is standard input");
-  command.add_option("--key", options->key, "Report records with the same value in this column")
-      ->type_name("NAME");
+  AddValue(command, "files", options->paths, "FILE", "The files to check; - is standard input")
+      ->required();
+  AddValue(command, "--key", options->key, "NAME",
+           "Report records with the same value in this column");
   command.add_flag("--json", options->asJson, "One JSON array of objects");
   AddFormatOptions(command, options->format);
   command.callback([options, &context] { Check(*options, context); });

@@ -150,18 +150,12 @@ const CLI::App& RequireCommand(const CLI::App& program, const std::string& name)
 }
 
 void AddFormatOptions(CLI::App& command, FormatOptions& options) {
-  command
-      .add_option(
-          "--encoding", options.encoding,
-          "The file's encoding, in place of the detected one: windows-1252, another Windows code "
-          "page by its number (874, 1250 to 1258), utf-8, utf-16, utf-16be")
-      ->type_name("NAME");
-  command
-      .add_option("--field-end", options.fieldEnd,
-                  "The field end, as it is or as U+001F, in place of the detected one")
-      ->type_name("TEXT");
-  command.add_option("--record-end", options.recordEnd, "The record end, in the same way")
-      ->type_name("TEXT");
+  AddValue(command, "--encoding", options.encoding, "NAME",
+           "The file's encoding, in place of the detected one: windows-1252, another Windows code "
+           "page by its number (874, 1250 to 1258), utf-8, utf-16, utf-16be");
+  AddValue(command, "--field-end", options.fieldEnd, "TEXT",
+           "The field end, as it is or as U+001F, in place of the detected one");
+  AddValue(command, "--record-end", options.recordEnd, "TEXT", "The record end, in the same way");
   AddReadingOptions(command, options);
 }
 
@@ -179,24 +173,15 @@ void AddReadingOptions(CLI::App& command, FormatOptions& options) {
 }
 
 void AddOutputOptions(CLI::App& command, OutputOptions& options, bool isRequired) {
-  auto* const output =
-      command
-          .add_option("-o,--output", options.path,
-                      isRequired ? "The file to write"
-                                 : "The file to write; - is standard output, as without it")
-          ->type_name("FILE");
+  auto* const output = AddValue(
+      command, "-o,--output", options.path, "FILE",
+      isRequired ? "The file to write" : "The file to write; - is standard output, as without it");
   if (isRequired) output->required();
   command.add_flag("--force", options.force, "Overwrite a file that exists");
 }
 
 void AddInputFile(CLI::App& command, std::string& path) {
-  command.add_option("file", path, "The file to read; - is standard input")
-      ->type_name("FILE")
-      ->required();
-}
-
-void AddInputFiles(CLI::App& command, std::vector<std::string>& paths, const std::string& what) {
-  command.add_option("files", paths, what)->type_name("FILE")->required();
+  AddValue(command, "file", path, "FILE", "The file to read; - is standard input")->required();
 }
 
 std::vector<std::string> ExpandedPaths(const std::vector<std::string>& paths) {

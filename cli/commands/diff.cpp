@@ -216,18 +216,14 @@ void AddDiff(CLI::App& program, Context& context) {
   CLI::App& command = AddCommand(
       program, "diff", "Compares two files: added, removed, changed and moved records", kExamples);
   auto options = std::make_shared<DiffOptions>();
-  command.add_option("old", options->before, "The file as it was; - is standard input")
-      ->type_name("OLD")
+  AddValue(command, "old", options->before, "OLD", "The file as it was; - is standard input")
       ->required();
-  command.add_option("new", options->after, "The file as it is; - is standard input")
-      ->type_name("NEW")
+  AddValue(command, "new", options->after, "NEW", "The file as it is; - is standard input")
       ->required();
-  command.add_option("--collection", options->collection, "One collection of files of several")
-      ->type_name("NAME");
-  command
-      .add_option("--key", options->key,
-                  "Compare records with the same value in this column, in any order")
-      ->type_name("NAME");
+  AddValue(command, "--collection", options->collection, "NAME",
+           "One collection of files of several");
+  AddValue(command, "--key", options->key, "NAME",
+           "Compare records with the same value in this column, in any order");
   command.add_flag("--json", options->asJson, "One JSON array of objects");
   AddFormatOptions(command, options->format);
   command.callback([options, &context] { Diff(*options, context); });

@@ -28,8 +28,6 @@ std::string JsonString(std::string_view text) {
 DifferenceWriter::DifferenceWriter(Output& output, bool asJson)
     : output_(output), asJson_(asJson), palette_(PaletteFor(system::kStandardOutput)) {}
 
-// ---- Heads -------------------------------------------------------------------------------------
-
 void DifferenceWriter::BeginObject(std::string_view kind) {
   output_.Write(count_ == 0 ? "[\n" : ",\n");
   output_.Write(fmt::format(R"({{"kind":"{}")", kind));
@@ -100,8 +98,6 @@ void DifferenceWriter::WriteHead(const RecordDifference& difference) {
   }
   output_.Write(palette_.Paint(style, line) + "\n");
 }
-
-// ---- Fields ------------------------------------------------------------------------------------
 
 /// A value for one line of a terminal.
 std::string DifferenceWriter::Shown(const Side& side) {

@@ -266,7 +266,8 @@ void AddInfo(CLI::App& program, Context&) {
                  "Shows what a file holds: markers, encoding, counts, longest values, line breaks",
                  "brindlex info books.txt\n"
                  "brindlex info settings.txt      which collection is which\n");
-  AddInputFiles(command, options->paths, "The files to describe; - is standard input");
+  AddValue(command, "files", options->paths, "FILE", "The files to describe; - is standard input")
+      ->required();
   command.add_flag("--collection-names", options->wantsCollections,
                    "Only the names of the collections of a file of several, one to a line");
   command.add_flag("--column-names", options->wantsColumns,

@@ -159,16 +159,12 @@ void AddSalvage(CLI::App& program, Context& context) {
       "brindlex salvage books.txt -o valid.txt --join    join values that a marker has divided\n");
   AddInputFile(command, options->path);
   AddOutputOptions(command, options->output, true);
-  command
-      .add_option("--damaged", options->damaged,
-                  "The file for damaged records, in place of the output's name with .damaged")
-      ->type_name("FILE");
+  AddValue(command, "--damaged", options->damaged, "FILE",
+           "The file for damaged records, in place of the output's name with .damaged");
   command.add_flag("--join", options->join.join,
                    "Join values that a marker has divided, where exactly one join fits");
-  command
-      .add_option("--replace", options->join.replacement,
-                  "What a joined value has in place of the marker (a blank)")
-      ->type_name("TEXT");
+  AddValue(command, "--replace", options->join.replacement, "TEXT",
+           "What a joined value has in place of the marker (a blank)");
   AddFormatOptions(command, options->format);
   command.callback([options, &context] { Salvage(*options, context); });
 }

@@ -29,14 +29,12 @@ void RequestMarkers(const TargetOptions& options, DelimitedForm& form) {
 }  // namespace
 
 void AddTargetOptions(CLI::App& command, TargetOptions& options) {
-  command
-      .add_option("--to-encoding", options.encoding,
-                  "The encoding of the new file, by the names that --encoding takes")
-      ->type_name("NAME");
-  command.add_option("--to-field-end", options.fieldEnd, "Its field end, as it is or as U+001F")
-      ->type_name("TEXT");
-  command.add_option("--to-record-end", options.recordEnd, "Its record end, in the same way")
-      ->type_name("TEXT");
+  AddValue(command, "--to-encoding", options.encoding, "NAME",
+           "The encoding of the new file, by the names that --encoding takes");
+  AddValue(command, "--to-field-end", options.fieldEnd, "TEXT",
+           "Its field end, as it is or as U+001F");
+  AddValue(command, "--to-record-end", options.recordEnd, "TEXT",
+           "Its record end, in the same way");
   AddFormOptions(command, options);
 }
 

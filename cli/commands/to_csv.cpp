@@ -26,8 +26,7 @@ void AddToCsv(CLI::App& program, Context& /*context*/) {
   AddCsvOptions(command, options->csv, /*isRead=*/false);
   command.add_flag("--bom", options->hasByteOrderMark,
                    "Begin with a byte order mark, by which spreadsheets recognize UTF-8");
-  AddWithFormat(command, *options);
-  AddLossy(command, *options);
+  AddRoundTrip(command, *options);
   command.callback([options] {
     const CsvStyle style = StyleOf(options->csv);
     ConvertFile(*options,

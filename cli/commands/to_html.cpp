@@ -31,8 +31,8 @@ void AddToHtml(CLI::App& program, Context& /*context*/) {
                                  "Makes one HTML page: a table to sort and to search", kExamples);
   auto options = std::make_shared<ToHtmlOptions>();
   AddReadOptions(command, *options);
-  command.add_option("--title", options->title, "The page's title, in place of the file's name")
-      ->type_name("TEXT");
+  AddValue(command, "--title", options->title, "TEXT",
+           "The page's title, in place of the file's name");
   // A page is for reading, not for converting back.
   options->allowsLossy = true;
   command.callback([options] {

@@ -31,8 +31,7 @@ void AddToJson(CLI::App& program, Context& /*context*/) {
                 "Rows as arrays, the first with the names; keeps names that come twice, and a "
                 "header without records")
       ->excludes(lines);
-  AddWithFormat(command, *options).excludes(lines);
-  AddLossy(command, *options);
+  AddRoundTrip(command, *options).excludes(lines);
   command.callback([options] {
     ConvertFile(*options, [&](const ByteHandler& writeBytes, LossReport& lossReport,
                               const DelimitedForm* form) {

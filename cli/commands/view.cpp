@@ -315,20 +315,15 @@ void AddView(CLI::App& program, Context&) {
       "holds several\n"
       "brindlex view settings.txt Books               one of them\n");
   AddInputFile(command, options->path);
-  command.add_option("name", options->name, "The collection to open, in any letter case")
-      ->type_name("NAME");
+  AddValue(command, "name", options->name, "NAME", "The collection to open, in any letter case");
   auto* const all = command.add_flag("--all", options->all, "All records, not only the first");
-  command
-      .add_option("--columns", options->columns, "The columns to show, by their names or numbers")
-      ->type_name("NAME,...")
+  AddValue(command, "--columns", options->columns, "NAME,...",
+           "The columns to show, by their names or numbers")
       ->delimiter(',');
-  command.add_option("--record", options->record, "One record, its values one below the other")
-      ->type_name("N")
+  AddValue(command, "--record", options->record, "N", "One record, its values one below the other")
       ->excludes(all);
-  command
-      .add_option("--width", options->width,
-                  "How wide a table may be, in place of the terminal's width; 0 for no limit")
-      ->type_name("COLUMNS");
+  AddValue(command, "--width", options->width, "COLUMNS",
+           "How wide a table may be, in place of the terminal's width; 0 for no limit");
   command.add_flag("--no-pager", options->wantsNoPager,
                    "No pager, however long the table is; PAGER names the one that is used");
   AddFormatOptions(command, options->format);

@@ -18,32 +18,25 @@ DelimitedForm RequestedForm(const WriteOptions& options, const DelimitedForm* ca
 
 /// The names of AddFormatOptions, of a file that is made.
 void AddNewFormatOptions(CLI::App& command, FormatOptions& options) {
-  command
-      .add_option("--encoding", options.encoding,
-                  "The encoding of the new file (windows-1252): a Windows code page by its number "
-                  "(874, 1250 to 1258), utf-8, utf-16, utf-16be")
-      ->type_name("NAME");
-  command
-      .add_option("--field-end", options.fieldEnd, "Its field end, as it is or as U+001F (U+00A5)")
-      ->type_name("TEXT");
-  command.add_option("--record-end", options.recordEnd, "Its record end, in the same way (U+0152)")
-      ->type_name("TEXT");
+  AddValue(command, "--encoding", options.encoding, "NAME",
+           "The encoding of the new file (windows-1252): a Windows code page by its number "
+           "(874, 1250 to 1258), utf-8, utf-16, utf-16be");
+  AddValue(command, "--field-end", options.fieldEnd, "TEXT",
+           "Its field end, as it is or as U+001F (U+00A5)");
+  AddValue(command, "--record-end", options.recordEnd, "TEXT",
+           "Its record end, in the same way (U+0152)");
 }
 
 }  // namespace
 
 void AddFormOptions(CLI::App& command, FormOptions& options) {
-  command
-      .add_option("--like", options.like,
-                  "Take encoding, markers, byte order mark and line breaks from that file")
-      ->type_name("FILE");
+  AddValue(command, "--like", options.like, "FILE",
+           "Take encoding, markers, byte order mark and line breaks from that file");
   auto* const mark = command.add_flag("--bom", options.wantsByteOrderMark,
                                       "Begin with a byte order mark, as UTF-16 does by default");
   command.add_flag("--no-bom", options.wantsNoByteOrderMark, "Begin without one")->excludes(mark);
-  command
-      .add_option("--line-breaks", options.lineBreaks,
-                  "So many line breaks after each record end, 0 to 3")
-      ->type_name("N")
+  AddValue(command, "--line-breaks", options.lineBreaks, "N",
+           "So many line breaks after each record end, 0 to 3")
       ->check(CLI::Range(0, kMostRecordBreaks).description(""));
 }
 

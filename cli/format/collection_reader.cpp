@@ -42,8 +42,6 @@ std::string_view CollectionReader::Decode(const Token& token) {
   return decoded_;
 }
 
-// ---- Header ------------------------------------------------------------------------------------
-
 /// Returns whether the header goes on.
 bool CollectionReader::TakeName(const Token& token) {
   using Kind = Token::Kind;
@@ -69,8 +67,6 @@ bool CollectionReader::ReadHeader() {
   while (TakeName(token)) token = tokenizer_.Next();
   return true;
 }
-
-// ---- Records -----------------------------------------------------------------------------------
 
 void CollectionReader::FailCount(std::uint64_t offset, std::size_t count, bool isMore) const {
   Fail(offset, isMore ? Place() + " has more than " + Counted(count, "value") +

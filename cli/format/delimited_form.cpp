@@ -86,8 +86,6 @@ DelimitedForm Overridden(DelimitedForm form, const FormatOptions& options) {
   return form;
 }
 
-// ---- The form as text --------------------------------------------------------------------------
-
 namespace {
 
 std::string CodePoints(std::string_view utf8) {

@@ -29,8 +29,6 @@ void RefuseUnknownCollection(const Input& input, std::string_view name, const st
                    "; it holds " + (list.empty() ? "none" : list));
 }
 
-// ---- Scanning ----------------------------------------------------------------------------------
-
 NamedCollectionScanner::NamedCollectionScanner(Input& input, const FileFormat& format,
                                                bool countsRecords, Progress* progress)
     : format_(format),
@@ -115,8 +113,6 @@ bool NamedCollectionScanner::Next(NamedCollection& collection) {
     fieldBegin = outer_.Offset();
   }
 }
-
-// ---- Index -------------------------------------------------------------------------------------
 
 namespace {
 

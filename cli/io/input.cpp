@@ -15,8 +15,6 @@ namespace {
 
 }  // namespace
 
-// ---- Input -------------------------------------------------------------------------------------
-
 Input::Input(const std::string& path) : name_(path) {
   if (path == "-") {
     name_ = "standard input";
@@ -126,8 +124,6 @@ std::size_t Input::Read(std::uint64_t offset, char* to, std::size_t size) {
   return done == size ? size : done + Read(offset + done, to + done, size - done);
 }
 
-// ---- ExtentReader ------------------------------------------------------------------------------
-
 ExtentReader::ExtentReader(Input& input)
     : input_(input), buffer_(std::make_unique_for_overwrite<char[]>(kInputBlock)) {}
 
@@ -150,8 +146,6 @@ std::string ExtentReader::Bytes(const Extent& extent, std::size_t most) {
        [&](std::string_view part) { bytes += part; });
   return bytes;
 }
-
-// ---- InputWindow -------------------------------------------------------------------------------
 
 InputWindow::InputWindow(Input& input, const Extent& extent, Progress* progress)
     : input_(input),
