@@ -7,7 +7,7 @@
 
 #include "cli/commands/command_line.h"
 #include "cli/commands/conversion.h"
-#include "cli/commands/target_options.h"
+#include "cli/commands/write_options.h"
 #include "cli/compare/column_match.h"
 #include "cli/format/collection_reader.h"
 #include "cli/format/named_collections.h"

@@ -2,7 +2,7 @@
 
 #include "cli/commands/command_line.h"
 #include "cli/commands/conversion.h"
-#include "cli/commands/target_options.h"
+#include "cli/commands/write_options.h"
 #include "cli/format/collection_reader.h"
 #include "cli/format/table_copy.h"
 
