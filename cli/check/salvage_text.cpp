@@ -26,12 +26,12 @@ constexpr std::size_t kMostFields = 10'000;
 /// layer of a file of several.
 class TextSalvage {
  public:
-  TextSalvage(Input& input, const FileFormat& format, const ByteMarkers& markers,
+  TextSalvage(Input& input, const FileFormat& format, ByteMarkers markers,
               const JoinOptions& options, Output& output, const DamageHandler& report,
               Progress* progress = nullptr)
       : input_(input),
         format_(format),
-        markers_(markers),
+        markers_(std::move(markers)),
         options_(options),
         output_(output),
         report_(report),
