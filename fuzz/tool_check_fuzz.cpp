@@ -35,20 +35,15 @@ struct Checked {
   }
 };
 
-class Gathered : public DefectHandler {
- public:
-  void Take(const Defect& defect) override { defects.push_back(defect); }
-  std::vector<Defect> defects;
-};
-
 Checked Check(const std::string& text, const Encoding& encoding, const ByteMarkers& markers,
               std::size_t block, bool skips) {
-  Gathered found;
+  std::vector<Defect> found;
+  const DefectHandler gather = [&](const Defect& defect) { found.push_back(defect); };
   cli::Input input("text", text, block);
   InputWindow window(input, kWholeInput);
   Tokenizer tokenizer(window, encoding, markers);
   KeyCheck keys(16);
-  TextCheck check(encoding, markers, TextRole::kSingle, found, &keys);
+  TextCheck check(encoding, markers, TextRole::kSingle, gather, &keys);
   check.Begin(0, 0, std::nullopt);
   Token token;
   do {
@@ -56,7 +51,7 @@ Checked Check(const std::string& text, const Encoding& encoding, const ByteMarke
     token = tokenizer.Next();
     check.Take(token);
   } while (token.kind != Token::Kind::kEnd);
-  return {std::move(found.defects), check.Records(), check.Fields()};
+  return {std::move(found), check.Records(), check.Fields()};
 }
 
 void CompareValidators(const std::string& text, std::uint64_t fields) {

@@ -9,35 +9,13 @@
 namespace brindlex::cli {
 
 std::string_view KindName(DefectKind kind) {
-  switch (kind) {
-    case DefectKind::kFieldCount:
-      return "field-count";
-    case DefectKind::kNoFieldEnd:
-      return "no-field-end";
-    case DefectKind::kTextAfterFieldEnd:
-      return "text-behind-field-end";
-    case DefectKind::kNoRecordEnd:
-      return "no-record-end";
-    case DefectKind::kNoRecords:
-      return "no-records";
-    case DefectKind::kBlankName:
-      return "blank-name";
-    case DefectKind::kDuplicateName:
-      return "duplicate-name";
-    case DefectKind::kBreakInName:
-      return "break-in-name";
-    case DefectKind::kCharacter:
-      return "character";
-    case DefectKind::kDuplicateKey:
-      return "duplicate-key";
-    case DefectKind::kNoKeyColumn:
-      return "no-key-column";
-    case DefectKind::kBlankCollectionName:
-      return "blank-block-name";
-    case DefectKind::kCollectionNameSpelling:
-      return "block-name-spelling";
-  }
-  return "unknown";
+  // In the order of DefectKind.
+  constexpr std::string_view kNames[] = {
+      "field-count",        "no-field-end",  "text-behind-field-end", "no-record-end",
+      "no-records",         "blank-name",    "duplicate-name",        "break-in-name",
+      "character",          "duplicate-key", "no-key-column",         "blank-block-name",
+      "block-name-spelling"};
+  return kNames[static_cast<std::size_t>(kind)];
 }
 
 void DefectWriter::Take(const Defect& defect) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -58,25 +59,17 @@ struct Defect {
   std::vector<PredictedReport> reports = {};
 };
 
-/// Takes defects as they are found.
-class DefectHandler {
- public:
-  DefectHandler() = default;
-  DefectHandler(const DefectHandler&) = delete;
-  DefectHandler& operator=(const DefectHandler&) = delete;
-  virtual ~DefectHandler() = default;
-
-  virtual void Take(const Defect& defect) = 0;
-};
+/// Takes defects as they are found. May throw.
+using DefectHandler = std::function<void(const Defect&)>;
 
 /// Writes the defects of one file after the other: a line "file:byte:record:field: what; what the
 /// component does" for each, or one JSON array of objects. Finish is to be called once, at the end.
-class DefectWriter : public DefectHandler {
+class DefectWriter {
  public:
   DefectWriter(Output& output, bool asJson) : output_(output), asJson_(asJson) {}
 
   void BeginFile(const std::string& name) { file_ = name; }
-  void Take(const Defect& defect) override;
+  void Take(const Defect& defect);
   void Finish();
 
   std::uint64_t Count() const { return count_; }

@@ -4,27 +4,10 @@
 
 #include "cli/check/key_check.h"
 #include "cli/check/text_check.h"
-#include "cli/format/tail.h"
 #include "cli/text/escape.h"
 
 namespace brindlex::cli {
 namespace {
-
-constexpr std::size_t kKeySlots = std::size_t{1} << 21U;
-
-/// Passes on every defect in the first pass, duplicate keys alone in the others.
-class PassFilter : public DefectHandler {
- public:
-  PassFilter(DefectHandler& handler, bool isFirst) : handler_(handler), isFirst_(isFirst) {}
-
-  void Take(const Defect& defect) override {
-    if (isFirst_ || defect.kind == DefectKind::kDuplicateKey) handler_.Take(defect);
-  }
-
- private:
-  DefectHandler& handler_;
-  bool isFirst_;
-};
 
 void CheckTokens(Tokenizer& tokenizer, TextCheck& check) {
   Token token;
@@ -39,10 +22,13 @@ void CheckTokens(Tokenizer& tokenizer, TextCheck& check) {
 class Pass {
  public:
   Pass(Input& input, const FileFormat& format, const std::optional<std::string>& keyName,
-       DefectHandler& handler, bool isFirst)
+       const DefectHandler& handler, bool isFirst)
       : format_(format),
         keyName_(keyName),
-        handler_(handler, isFirst),
+        // Of further passes duplicate keys alone are news.
+        handler_([&handler, isFirst](const Defect& defect) {
+          if (isFirst || defect.kind == DefectKind::kDuplicateKey) handler(defect);
+        }),
         progress_(isFirst ? "checking" : "comparing keys", input.Size()),
         window_(input, format.Text(), &progress_),
         tokenizer_(window_, format.encoding, format.markers) {}
@@ -110,14 +96,13 @@ class Pass {
 
   void CheckName(const TextCheck& outer, const Token& token) {
     if (token.kind != Token::Kind::kField || !token.bytes.empty()) return;
-    handler_.Take({DefectKind::kBlankCollectionName, token.offset, outer.Record(),
-                   outer.Field() + 1, 0, "a collection without a name",
-                   "the component never finds it again"});
+    handler_({DefectKind::kBlankCollectionName, token.offset, outer.Record(), outer.Field() + 1, 0,
+              "a collection without a name", "the component never finds it again"});
   }
 
   void ReportSpelling() {
     if (format_.named->isNameExact) return;
-    handler_.Take(
+    handler_(
         {DefectKind::kCollectionNameSpelling, format_.markBytes, 0, format_.named->name + 1, 0,
          "the header does not spell its column exactly Name",
          "the component finds no collection by its name, and stores a second one in its place"});
@@ -125,14 +110,14 @@ class Pass {
 
   void ReportNoKeyColumn(bool hasKeyColumn) {
     if (!keyName_ || hasKeyColumn) return;
-    handler_.Take({DefectKind::kNoKeyColumn, format_.markBytes, 0, 0, 0,
-                   "no column is called exactly " + Quoted(*keyName_),
-                   "the component adds every record without a key"});
+    handler_({DefectKind::kNoKeyColumn, format_.markBytes, 0, 0, 0,
+              "no column is called exactly " + Quoted(*keyName_),
+              "the component adds every record without a key"});
   }
 
   const FileFormat& format_;
   const std::optional<std::string>& keyName_;
-  PassFilter handler_;
+  DefectHandler handler_;
   Progress progress_;
   InputWindow window_;
   Tokenizer tokenizer_;
@@ -141,12 +126,7 @@ class Pass {
 }  // namespace
 
 CheckedFile CheckFile(Input& input, const FileFormat& format,
-                      const std::optional<std::string>& keyName, DefectHandler& handler) {
-  return CheckFile(input, format, keyName, handler, kKeySlots);
-}
-
-CheckedFile CheckFile(Input& input, const FileFormat& format,
-                      const std::optional<std::string>& keyName, DefectHandler& handler,
+                      const std::optional<std::string>& keyName, const DefectHandler& handler,
                       std::size_t keySlots) {
   // Collections are fewer than records.
   KeyCheck names(std::max<std::size_t>(keySlots / 16, 8));

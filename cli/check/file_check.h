@@ -20,13 +20,9 @@ struct CheckedFile {
 
 /// Passes every defect of a file, of both its layers, to `handler`, in the order of their offsets;
 /// duplicate keys that need another pass over the file follow the others. At most 64 MB of memory,
-/// whatever the file. Fails as Input.
+/// whatever the file. `keySlots` is for KeyCheck. Fails as Input.
 CheckedFile CheckFile(Input& input, const FileFormat& format,
-                      const std::optional<std::string>& keyName, DefectHandler& handler);
-
-/// The same with room for `keySlots` keys (KeyCheck), for tests.
-CheckedFile CheckFile(Input& input, const FileFormat& format,
-                      const std::optional<std::string>& keyName, DefectHandler& handler,
-                      std::size_t keySlots);
+                      const std::optional<std::string>& keyName, const DefectHandler& handler,
+                      std::size_t keySlots = std::size_t{1} << 21U);
 
 }  // namespace brindlex::cli

@@ -1,7 +1,6 @@
 #include "cli/check/key_check.h"
 
 #include <algorithm>
-#include <utility>
 
 namespace brindlex::cli {
 namespace {

@@ -3,12 +3,10 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <utility>
 
 #include "automation/runtime_error.h"
 #include "cli/format/name_tables.h"
-#include "cli/format/tail.h"
-#include "cli/text/character_check.h"
-#include "cli/text/counted.h"
 #include "cli/text/escape.h"
 #include "cli/text/utf.h"
 #include "persistence/restore_reports.h"
@@ -23,14 +21,6 @@ constexpr std::size_t kMostOfAKey = 200;
 
 constexpr const char* kDropped = "the component drops it without a report";
 constexpr const char* kNoCollection = "the component returns no collection, without a report";
-
-std::string InHexadecimal(std::string_view bytes) {
-  std::string digits;
-  for (const char byte : bytes) {
-    digits += fmt::format("{}{:02X}", digits.empty() ? "" : " ", static_cast<unsigned char>(byte));
-  }
-  return digits;
-}
 
 PredictedReport RestoreReport(std::int32_t number, std::int32_t line) {
   return {Utf8OfUtf16(kRestoreCaption), number, line, {}};
@@ -50,15 +40,8 @@ std::string Described(const PredictedReport& report) {
 }
 
 std::string WholeText(TextRole role) {
-  switch (role) {
-    case TextRole::kOuterLayer:
-      return "the whole text with all its collections";
-    case TextRole::kCollection:
-      return "this collection";
-    case TextRole::kSingle:
-      break;
-  }
-  return "the whole text";
+  if (role == TextRole::kCollection) return "this collection";
+  return role == TextRole::kSingle ? "the whole text" : "the whole text with all its collections";
 }
 
 bool CanSkip(const ByteMarkers& markers, const std::optional<ByteMarkers>& around) {
@@ -72,12 +55,12 @@ bool CanSkip(const ByteMarkers& markers, const std::optional<ByteMarkers>& aroun
 }  // namespace
 
 TextCheck::TextCheck(const Encoding& encoding, const ByteMarkers& markers, TextRole role,
-                     DefectHandler& handler, KeyCheck* keys,
+                     DefectHandler handler, KeyCheck* keys,
                      const std::optional<ByteMarkers>& around)
     : encoding_(encoding),
       markers_(markers),
       role_(role),
-      handler_(handler),
+      handler_(std::move(handler)),
       keys_(keys),
       canSkip_(CanSkip(markers, around) && role != TextRole::kOuterLayer) {
   shape_.fieldEnd = markers.fieldEnd.front();
@@ -204,7 +187,7 @@ void TextCheck::EndText(std::uint64_t offset) {
 
 void TextCheck::Report(DefectKind kind, std::uint64_t offset, std::uint64_t field, std::string what,
                        std::string does) {
-  handler_.Take({kind, offset, record_, field, collection_, std::move(what), std::move(does)});
+  handler_({kind, offset, record_, field, collection_, std::move(what), std::move(does)});
 }
 
 void TextCheck::ReportRefusal(DefectKind kind, std::uint64_t offset, std::uint64_t field,
@@ -213,21 +196,28 @@ void TextCheck::ReportRefusal(DefectKind kind, std::uint64_t offset, std::uint64
   for (const PredictedReport& report : reports) {
     does += (&report == &reports.front() ? ": " : ", then ") + Described(report);
   }
-  handler_.Take({kind, offset, record_, field, collection_, std::move(what), std::move(does),
-                 std::move(reports)});
+  handler_({kind, offset, record_, field, collection_, std::move(what), std::move(does),
+            std::move(reports)});
 }
 
 void TextCheck::CheckCharacters(std::string_view bytes, std::uint64_t offset) {
-  cli::CheckCharacters(
-      encoding_, bytes, offset, [&](std::uint64_t badOffset, std::string_view bad) {
-        const bool isUtf8 = encoding_.GetForm() == Encoding::Form::kUtf8;
-        const std::string what = isUtf8 ? "are ill-formed " : "are an unpaired surrogate of ";
-        Report(DefectKind::kCharacter, badOffset, fields_ + 1,
-               "the bytes " + InHexadecimal(bad) + " " + what + encoding_.Name(),
-               isUtf8
-                   ? "the component gets what the program that reads the file puts in their place"
-                   : "the component passes it on as it is");
-      });
+  const bool isUtf8 = encoding_.GetForm() == Encoding::Form::kUtf8;
+  const std::string what = isUtf8 ? "are ill-formed " : "are an unpaired surrogate of ";
+  for (;;) {
+    const std::size_t valid = encoding_.ValidLength(bytes);
+    bytes.remove_prefix(valid);
+    offset += valid;
+    if (bytes.empty()) return;
+    // The bytes do not end within a character that goes on after them.
+    const std::size_t unfinished = encoding_.UnfinishedLength(bytes);
+    const std::size_t length = unfinished == bytes.size() ? unfinished : encoding_.BadLength(bytes);
+    Report(DefectKind::kCharacter, offset, fields_ + 1,
+           "the bytes " + Hexadecimal(bytes.substr(0, length), " ") + " " + what + encoding_.Name(),
+           isUtf8 ? "the component gets what the program that reads the file puts in their place"
+                  : "the component passes it on as it is");
+    bytes.remove_prefix(length);
+    offset += length;
+  }
 }
 
 void TextCheck::EndName() {

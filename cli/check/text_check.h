@@ -26,10 +26,10 @@ enum class TextRole {
 /// Valid records are skipped wherever nothing else has to be known about them.
 class TextCheck {
  public:
-  /// `handler` and `keys`, which may be null, must outlive it. `around` are the markers of the
+  /// `keys`, which may be null, must outlive it. `around` are the markers of the
   /// layer in which the text is a value.
   TextCheck(const Encoding& encoding, const ByteMarkers& markers, TextRole role,
-            DefectHandler& handler, KeyCheck* keys,
+            DefectHandler handler, KeyCheck* keys,
             const std::optional<ByteMarkers>& around = std::nullopt);
   TextCheck(const TextCheck&) = delete;
   TextCheck& operator=(const TextCheck&) = delete;
@@ -95,7 +95,7 @@ class TextCheck {
   Encoding encoding_;
   ByteMarkers markers_;
   TextRole role_;
-  DefectHandler& handler_;
+  DefectHandler handler_;
   KeyCheck* keys_;
   RecordShape shape_;
   bool canSkip_;

@@ -24,23 +24,18 @@ struct BaseOptions {
 
 void PrintTable(const BaseOptions& options, Context& context) {
   constexpr std::size_t kWidth = 2;
-  Output output(OutputOptions{});
-  for (const BaseRow& row : BaseTable(options.number, options.limits)) {
-    if (!row.error.empty()) {
-      Warn(row.error);
+  std::string table;
+  for (const std::int32_t base : kBases) {
+    try {
+      const std::string text = ConvertedNumber(options.number, 10, base, options.limits);
+      const std::string number = std::to_string(base);
+      table += std::string(kWidth - number.size(), ' ') + number + "  " + text + "\n";
+    } catch (const Failure& failure) {
+      Warn(failure.what());
       context.status = ExitStatus::kDefects;
-      continue;
     }
-    const std::string base = std::to_string(row.base);
-    output.Write(std::string(kWidth - base.size(), ' ') + base + "  " + row.text + "\n");
   }
-  output.Commit();
-}
-
-void PrintNumber(const BaseOptions& options) {
-  Output output(OutputOptions{});
-  output.Write(ConvertedNumber(options.number, options.from, options.to, options.limits) + "\n");
-  output.Commit();
+  Print(table);
 }
 
 }  // namespace
@@ -49,37 +44,25 @@ void AddBase(CLI::App& program, Context& context) {
   CLI::App& command =
       AddCommand(program, "base", "Writes a number in another number base", kExamples);
   auto options = std::make_shared<BaseOptions>();
-  command.add_option("number", options->number, "The number; with --table a decimal one")
-      ->type_name("NUMBER")
+  AddValue(command, "number", options->number, "NUMBER", "The number; with --table a decimal one")
       ->required();
-  auto* const from =
-      command.add_option("from", options->from, "The base it is in")->type_name("FROM");
-  auto* const to =
-      command.add_option("to", options->to, "The base to write it in")->type_name("TO");
+  auto* const from = AddValue(command, "from", options->from, "FROM", "The base it is in");
+  auto* const to = AddValue(command, "to", options->to, "TO", "The base to write it in");
   command.add_flag("--table", options->isTable,
                    "Write it in bases " + BaseList() + ", one to a line");
-  command
-      .add_option("--digits", options->limits.maxFractionDigits,
-                  "At most so many fractional digits; -1 for no limit (-1)")
-      ->type_name("N");
-  command
-      .add_option("--tolerance", options->limits.tolerance,
-                  "No further fractional digit once the remainder is no larger (1e-27)")
-      ->type_name("X");
-  command
-      .add_option("--group", options->limits.groupSize,
-                  "Leading zeros up to a multiple of so many digits (0: none)")
-      ->type_name("N");
+  AddValue(command, "--digits", options->limits.maxFractionDigits, "N",
+           "At most so many fractional digits; -1 for no limit (-1)");
+  AddValue(command, "--tolerance", options->limits.tolerance, "X",
+           "No further fractional digit once the remainder is no larger (1e-27)");
+  AddValue(command, "--group", options->limits.groupSize, "N",
+           "Leading zeros up to a multiple of so many digits (0: none)");
   command.callback([options, from, to, &context] {
     const auto given = from->count() + to->count();
     if (options->isTable != (given == 0) || given == 1) {
       throw UsageError("base takes NUMBER FROM TO, or --table NUMBER; see brindlex base --help");
     }
-    if (options->isTable) {
-      PrintTable(*options, context);
-    } else {
-      PrintNumber(*options);
-    }
+    if (options->isTable) return PrintTable(*options, context);
+    Print(ConvertedNumber(options->number, options->from, options->to, options->limits) + "\n");
   });
 }
 

@@ -7,7 +7,7 @@
 
 #include "cli/commands/command_line.h"
 #include "cli/commands/conversion.h"
-#include "cli/commands/target_options.h"
+#include "cli/commands/write_options.h"
 #include "cli/compare/column_match.h"
 #include "cli/format/collection_reader.h"
 #include "cli/format/named_collections.h"
@@ -32,37 +32,14 @@ struct CatOptions {
   bool takesCommon = false;
 };
 
-/// The collection of one file, from its header on.
-class Part {
- public:
-  Part(std::string path, Input& input, const CatOptions& options, LossReport& lossReport)
-      : path_(std::move(path)), format_(DetectFormat(input, options.format)) {
-    Extent text = format_.Text();
-    std::string name;
-    if (format_.named) {
-      if (!options.collection) {
-        throw UsageError(ShownPath(input.Name()) +
-                         " holds several collections; --collection NAME takes one of them");
-      }
-      const CollectionIndex index(input, format_);
-      const NamedCollection& one = index.Require(input, *options.collection);
-      text = one.data;
-      name = index.NameOf(one);
-    }
-    reader_.emplace(input, format_, format_.named ? *format_.inner : format_.markers, text, name,
-                    lossReport);
-    reader_->ExpectLineBreaks(kAnyLineBreaks);
-    reader_->ReadHeader();
-  }
-
-  CollectionReader& Reader() { return *reader_; }
-  const std::string& Path() const { return path_; }
-
- private:
-  std::string path_;
-  FileFormat format_;
-  std::optional<CollectionReader> reader_;
-};
+/// The collection of one file that is appended.
+TableSource PartOf(Input& input, const CatOptions& options) {
+  const FileFormat format = DetectFormat(input, options.format);
+  if (!format.named) return OnlyTable(input, format);
+  if (options.collection) return FindTable(input, format, options.collection);
+  throw UsageError(ShownPath(input.Name()) +
+                   " holds several collections; --collection NAME takes one of them");
+}
 
 /// The files one after the other, of which one is open at a time, besides standard input.
 class Parts {
@@ -73,15 +50,17 @@ class Parts {
     }
   }
 
-  /// Calls `each(part)` for each file that has a header. Refusals get its name.
+  /// Calls `each(path, reader)` for each file that has a header. Refusals get its name.
   template <class Each>
   void ForEach(const Each& each) {
     for (const std::string& path : options_.paths) {
       WithInput(path, [&](Input& input) {
         LossReport lossReport;
         try {
-          Part part(path, input, options_, lossReport);
-          if (!part.Reader().Names().empty()) each(part);
+          CollectionReader reader(PartOf(input, options_), lossReport);
+          reader.ExpectLineBreaks(kAnyLineBreaks);
+          reader.ReadHeader();
+          if (!reader.Names().empty()) each(path, reader);
         } catch (const ConversionError& error) {
           throw ConversionError(ShownPath(input.Name()) + ": " + error.what());
         }
@@ -103,8 +82,6 @@ class Parts {
   const CatOptions& options_;
   std::optional<Input> standard_;
 };
-
-// ---- Columns -----------------------------------------------------------------------------------
 
 [[noreturn]] void RefuseColumn(const std::string& what, const std::string& name,
                                const std::string& than) {
@@ -145,18 +122,15 @@ struct Target {
 
 Target FindTarget(Parts& parts, const CatOptions& options) {
   Target target;
-  parts.ForEach([&](Part& part) {
-    const std::vector<std::string>& names = part.Reader().Names();
+  parts.ForEach([&](const std::string& path, const CollectionReader& reader) {
     if (target.first.empty()) {
-      target = {names, part.Path()};
+      target = {reader.Names(), path};
     } else {
-      AddColumns(options, names, target.first, target.columns);
+      AddColumns(options, reader.Names(), target.first, target.columns);
     }
   });
   return target;
 }
-
-// ---- Records -----------------------------------------------------------------------------------
 
 /// Writes the records of one reader under the columns `target`.
 class RowCopier {
@@ -247,15 +221,17 @@ void Cat(CatOptions options) {
   DelimitedForm form;
   parts.WithInput(target.first.empty() ? options.paths.front() : target.first,
                   [&](Input& input) { form = TargetForm(options.target, input, options.format); });
-  RunConversion(
-      options.output, /*allowsLossy=*/false, [&](const ByteHandler& writeBytes, LossReport&) {
-        DelimitedWriter writer(writeBytes, form);
-        writer.BeginCollection({});
-        if (!target.columns.empty()) writer.Header(target.columns, 0);
-        parts.ForEach([&](Part& part) { RowCopier(part.Reader(), target.columns, writer).Copy(); });
-        writer.EndCollection();
-        writer.End();
-      });
+  RunConversion(options.output, /*allowsLossy=*/false,
+                [&](const ByteHandler& writeBytes, LossReport&) {
+                  const auto writer = MakeDelimitedWriter(writeBytes, form);
+                  writer->BeginCollection({});
+                  if (!target.columns.empty()) writer->Header(target.columns, 0);
+                  parts.ForEach([&](const std::string&, CollectionReader& reader) {
+                    RowCopier(reader, target.columns, *writer).Copy();
+                  });
+                  writer->EndCollection();
+                  writer->End();
+                });
 }
 
 }  // namespace
@@ -264,10 +240,10 @@ void AddCat(CLI::App& program, Context& /*context*/) {
   CLI::App& command = AddCommand(
       program, "cat", "Appends the collections of several files to each other", kExamples);
   auto options = std::make_shared<CatOptions>();
-  AddInputFiles(command, options->paths, "The files to append; - is standard input");
-  command
-      .add_option("--collection", options->collection, "The collection to take of files of several")
-      ->type_name("NAME");
+  AddValue(command, "files", options->paths, "FILE", "The files to append; - is standard input")
+      ->required();
+  AddValue(command, "--collection", options->collection, "NAME",
+           "The collection to take of files of several");
   auto* const fill = command.add_flag(
       "--fill", options->fills, "Every column that one of the files has; empty where one lacks it");
   command.add_flag("--common", options->takesCommon, "Only the columns that all files have")
@@ -275,7 +251,6 @@ void AddCat(CLI::App& program, Context& /*context*/) {
   AddOutputOptions(command, options->output);
   AddTargetOptions(command, options->target);
   AddFormatOptions(command, options->format);
-  AddReadingOptions(command, options->format);
   command.callback([options] { Cat(*options); });
 }
 

@@ -8,7 +8,6 @@
 #include "cli/commands/command_line.h"
 #include "cli/io/diagnostics.h"
 #include "cli/io/system.h"
-#include "cli/text/counted.h"
 #include "cli/text/escape.h"
 
 namespace brindlex::cli {
@@ -51,7 +50,8 @@ bool CheckOne(const std::string& path, const CheckOptions& options, Output& outp
   Input input(path);
   const FileFormat format = DetectFormat(input, options.format);
   if (!options.key && !format.named) input.ReadOnce();
-  const CheckedFile checked = CheckFile(input, format, options.key, writer);
+  const CheckedFile checked =
+      CheckFile(input, format, options.key, [&](const Defect& defect) { writer.Take(defect); });
   if (output.IsTerminal()) output.Flush();
   WarnOfResult(path, format, checked, writer.Count() - before);
   return writer.Count() > before;
@@ -87,12 +87,12 @@ void AddCheck(CLI::App& program, Context& context) {
                  "effect\n"
                  "brindlex check --key Title *.txt         duplicate keys too\n"
                  "brindlex check --json books.txt | jq .   for programs\n");
-  AddInputFiles(command, options->paths, "The files to check; - is standard input");
-  command.add_option("--key", options->key, "Report records with the same value in this column")
-      ->type_name("NAME");
+  AddValue(command, "files", options->paths, "FILE", "The files to check; - is standard input")
+      ->required();
+  AddValue(command, "--key", options->key, "NAME",
+           "Report records with the same value in this column");
   command.add_flag("--json", options->asJson, "One JSON array of objects");
   AddFormatOptions(command, options->format);
-  AddReadingOptions(command, options->format);
   command.callback([options, &context] { Check(*options, context); });
 }
 

@@ -25,17 +25,13 @@ struct EditOptions {
 };
 
 void AddEditOptions(CLI::App& command, EditOptions& options, bool canBeInPlace) {
-  command.add_option("file", options.path, "The file of several collections; - is standard input")
-      ->type_name("FILE")
+  AddValue(command, "file", options.path, "FILE",
+           "The file of several collections; - is standard input")
       ->required();
-  command.add_option("name", options.name, "The collection, in any letter case")
-      ->type_name("NAME")
-      ->required();
+  AddValue(command, "name", options.name, "NAME", "The collection, in any letter case")->required();
   AddOutputOptions(command, options.output);
-  command
-      .add_option("--encoding", options.format.encoding,
-                  "The file's encoding, in place of the detected one")
-      ->type_name("NAME");
+  AddValue(command, "--encoding", options.format.encoding, "NAME",
+           "The file's encoding, in place of the detected one");
   if (canBeInPlace) AddInPlace(command, options.isInPlace);
 }
 
@@ -89,7 +85,7 @@ void AddRename(CLI::App& collections) {
   auto options = std::make_shared<Options>();
   CLI::App* const command = collections.add_subcommand("rename", "Gives a collection another name");
   AddEditOptions(*command, *options, /*canBeInPlace=*/true);
-  command->add_option("new-name", options->newName, "Its new name")->type_name("NEW")->required();
+  AddValue(*command, "new-name", options->newName, "NEW", "Its new name")->required();
   command->callback([options] {
     Run(*options, [&](const CollectionEditor& editor, const ByteHandler& writeBytes) {
       editor.Rename(options->name, options->newName, writeBytes);
@@ -128,8 +124,8 @@ void AddAdd(CLI::App& collections) {
   CLI::App* const command =
       collections.add_subcommand("add", "Adds the collection of another file, under a name");
   AddEditOptions(*command, *options, /*canBeInPlace=*/true);
-  command->add_option("added", options->added, "The file with the collection; - is standard input")
-      ->type_name("ADDED")
+  AddValue(*command, "added", options->added, "ADDED",
+           "The file with the collection; - is standard input")
       ->required();
   command->add_flag("--replace", options->replaces, "Replace a collection of that name");
   command->add_flag("--lossy", options->allowsLossy,

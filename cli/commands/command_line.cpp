@@ -44,14 +44,6 @@ constexpr const char* kDescription =
     "Shows, checks, converts and repairs collections kept as delimited text.";
 constexpr const char* kExamples = "brindlex COMMAND --help              what a command takes\n";
 
-std::vector<std::string> Reversed(const std::vector<std::string>& arguments) {
-  std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
-#ifdef _WIN32
-  std::replace(reversed.begin(), reversed.end(), std::string("/?"), std::string("--help"));
-#endif
-  return reversed;
-}
-
 void AddCommands(CLI::App& program, Context& context) {
 #define BRINDLEX_COMMAND(Name) Add##Name(program, context);
 #include "cli/commands/all_commands.h"
@@ -77,9 +69,6 @@ std::size_t EditDistance(std::string_view left, std::string_view right) {
 /// Refuses a first word that is no command, in place of the parser, which knows no better one.
 void CheckCommand(const CLI::App& program, const std::vector<std::string>& arguments) {
   if (arguments.empty() || arguments.front().starts_with('-')) return;
-#ifdef _WIN32
-  if (arguments.front() == "/?") return;
-#endif
   RequireCommand(program, arguments.front());
 }
 
@@ -92,7 +81,10 @@ void SeedHashKeys() {
   SetHashKey(key);
 }
 
-int Run(const std::vector<std::string>& arguments) {
+int Run(std::vector<std::string> arguments) {
+#ifdef _WIN32
+  std::replace(arguments.begin(), arguments.end(), std::string("/?"), std::string("--help"));
+#endif
   CLI::App program(kDescription, "brindlex");
   Context context;
   program.formatter(std::make_shared<ExamplesFirst>());
@@ -104,7 +96,9 @@ int Run(const std::vector<std::string>& arguments) {
   AddCommands(program, context);
   CheckCommand(program, arguments);
   try {
-    program.parse(Reversed(arguments));
+    // The parser takes the last first.
+    std::reverse(arguments.begin(), arguments.end());
+    program.parse(std::move(arguments));
   } catch (const CLI::CallForVersion& version) {
     Print(std::string(version.what()) + "\n");
   } catch (const CLI::Success&) {
@@ -156,18 +150,13 @@ const CLI::App& RequireCommand(const CLI::App& program, const std::string& name)
 }
 
 void AddFormatOptions(CLI::App& command, FormatOptions& options) {
-  command
-      .add_option(
-          "--encoding", options.encoding,
-          "The file's encoding, in place of the detected one: windows-1252, another Windows code "
-          "page by its number (874, 1250 to 1258), utf-8, utf-16, utf-16be")
-      ->type_name("NAME");
-  command
-      .add_option("--field-end", options.fieldEnd,
-                  "The field end, as it is or as U+001F, in place of the detected one")
-      ->type_name("TEXT");
-  command.add_option("--record-end", options.recordEnd, "The record end, in the same way")
-      ->type_name("TEXT");
+  AddValue(command, "--encoding", options.encoding, "NAME",
+           "The file's encoding, in place of the detected one: windows-1252, another Windows code "
+           "page by its number (874, 1250 to 1258), utf-8, utf-16, utf-16be");
+  AddValue(command, "--field-end", options.fieldEnd, "TEXT",
+           "The field end, as it is or as U+001F, in place of the detected one");
+  AddValue(command, "--record-end", options.recordEnd, "TEXT", "The record end, in the same way");
+  AddReadingOptions(command, options);
 }
 
 void AddReadingOptions(CLI::App& command, FormatOptions& options) {
@@ -184,24 +173,15 @@ void AddReadingOptions(CLI::App& command, FormatOptions& options) {
 }
 
 void AddOutputOptions(CLI::App& command, OutputOptions& options, bool isRequired) {
-  auto* const output =
-      command
-          .add_option("-o,--output", options.path,
-                      isRequired ? "The file to write"
-                                 : "The file to write; - is standard output, as without it")
-          ->type_name("FILE");
+  auto* const output = AddValue(
+      command, "-o,--output", options.path, "FILE",
+      isRequired ? "The file to write" : "The file to write; - is standard output, as without it");
   if (isRequired) output->required();
   command.add_flag("--force", options.force, "Overwrite a file that exists");
 }
 
 void AddInputFile(CLI::App& command, std::string& path) {
-  command.add_option("file", path, "The file to read; - is standard input")
-      ->type_name("FILE")
-      ->required();
-}
-
-void AddInputFiles(CLI::App& command, std::vector<std::string>& paths, const std::string& what) {
-  command.add_option("files", paths, what)->type_name("FILE")->required();
+  AddValue(command, "file", path, "FILE", "The file to read; - is standard input")->required();
 }
 
 std::vector<std::string> ExpandedPaths(const std::vector<std::string>& paths) {

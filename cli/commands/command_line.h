@@ -28,8 +28,15 @@ const CLI::App& RequireCommand(const CLI::App& program, const std::string& name)
 /// Writes `text` to standard output.
 void Print(std::string_view text);
 
-/// Adds --encoding, --field-end and --record-end to a command; `options` must outlive the parsing,
-/// as everything below.
+/// Adds an option or an argument with a value, which the help calls `type`. `to` must outlive the
+/// parsing, as everything below.
+template <class Value>
+CLI::Option* AddValue(CLI::App& command, const std::string& name, Value& to,
+                      const std::string& type, const std::string& what) {
+  return command.add_option(name, to, what)->type_name(type);
+}
+
+/// Adds --encoding, --field-end, --record-end and what AddReadingOptions adds.
 void AddFormatOptions(CLI::App& command, FormatOptions& options);
 
 /// Adds --plain and --collections.
@@ -40,10 +47,6 @@ void AddOutputOptions(CLI::App& command, OutputOptions& options, bool isRequired
 
 /// Adds the positional FILE; "-" is standard input.
 void AddInputFile(CLI::App& command, std::string& path);
-
-/// Adds the positional FILE..., of which at least one is needed; `what` is its description. On
-/// Windows, ExpandedPaths expands their wildcards.
-void AddInputFiles(CLI::App& command, std::vector<std::string>& paths, const std::string& what);
 
 /// `paths` with those that have * or ? replaced by the files that they match, on Windows.
 std::vector<std::string> ExpandedPaths(const std::vector<std::string>& paths);

@@ -1,17 +1,15 @@
 #include "cli/commands/csv_options.h"
 
-#include "cli/io/failure.h"
+#include "cli/commands/command_line.h"
 #include "cli/text/escape.h"
 
 namespace brindlex::cli {
 
 void AddCsvOptions(CLI::App& command, CsvOptions& options, bool isRead) {
   const std::string delimiter = "What separates values: a character below 128, or the word tab";
-  command
-      .add_option("--delimiter", options.delimiter,
-                  delimiter + (isRead ? ", in place of the comma, semicolon or tab that is detected"
-                                      : "; a comma without it"))
-      ->type_name("C");
+  AddValue(command, "--delimiter", options.delimiter, "C",
+           delimiter + (isRead ? ", in place of the comma, semicolon or tab that is detected"
+                               : "; a comma without it"));
   command.add_flag("--guard-formulas", options.guardFormulas,
                    isRead ? "Take off the apostrophe that to-csv --guard-formulas puts"
                           : "An apostrophe before values that a spreadsheet would compute");

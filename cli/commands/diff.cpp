@@ -1,9 +1,7 @@
-#include <algorithm>
 #include <cstring>
 #include <memory>
 #include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "cli/commands/command_line.h"
@@ -13,7 +11,6 @@
 #include "cli/format/named_collections.h"
 #include "cli/io/diagnostics.h"
 #include "cli/io/system.h"
-#include "cli/text/counted.h"
 #include "cli/text/escape.h"
 
 namespace brindlex::cli {
@@ -69,13 +66,11 @@ class Side {
 
   /// The collection of --collection, or the only one.
   TableSource Table() {
-    if (!format_.named) return {&input_, format_, format_.markers, format_.Text(), {}};
+    if (!format_.named) return OnlyTable(input_, format_);
     return Table(index_.Require(input_, *options_.collection));
   }
 
-  TableSource Table(const NamedCollection& one) {
-    return {&input_, format_, *format_.inner, one.data, index_.NameOf(one)};
-  }
+  TableSource Table(const NamedCollection& one) { return index_.Table(input_, format_, one); }
 
  private:
   Input input_;
@@ -221,21 +216,16 @@ void AddDiff(CLI::App& program, Context& context) {
   CLI::App& command = AddCommand(
       program, "diff", "Compares two files: added, removed, changed and moved records", kExamples);
   auto options = std::make_shared<DiffOptions>();
-  command.add_option("old", options->before, "The file as it was; - is standard input")
-      ->type_name("OLD")
+  AddValue(command, "old", options->before, "OLD", "The file as it was; - is standard input")
       ->required();
-  command.add_option("new", options->after, "The file as it is; - is standard input")
-      ->type_name("NEW")
+  AddValue(command, "new", options->after, "NEW", "The file as it is; - is standard input")
       ->required();
-  command.add_option("--collection", options->collection, "One collection of files of several")
-      ->type_name("NAME");
-  command
-      .add_option("--key", options->key,
-                  "Compare records with the same value in this column, in any order")
-      ->type_name("NAME");
+  AddValue(command, "--collection", options->collection, "NAME",
+           "One collection of files of several");
+  AddValue(command, "--key", options->key, "NAME",
+           "Compare records with the same value in this column, in any order");
   command.add_flag("--json", options->asJson, "One JSON array of objects");
   AddFormatOptions(command, options->format);
-  AddReadingOptions(command, options->format);
   command.callback([options, &context] { Diff(*options, context); });
 }
 

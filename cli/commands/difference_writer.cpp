@@ -14,19 +14,8 @@ namespace {
 
 using Kind = RecordDifference::Kind;
 
-std::string_view KindName(Kind kind) {
-  switch (kind) {
-    case Kind::kAdded:
-      return "added";
-    case Kind::kRemoved:
-      return "removed";
-    case Kind::kChanged:
-      return "changed";
-    case Kind::kMoved:
-      return "moved";
-  }
-  return "unknown";
-}
+/// In the order of Kind.
+constexpr std::string_view kKindNames[] = {"added", "removed", "changed", "moved"};
 
 std::string JsonString(std::string_view text) {
   ByteBuffer json;
@@ -38,8 +27,6 @@ std::string JsonString(std::string_view text) {
 
 DifferenceWriter::DifferenceWriter(Output& output, bool asJson)
     : output_(output), asJson_(asJson), palette_(PaletteFor(system::kStandardOutput)) {}
-
-// ---- Heads -------------------------------------------------------------------------------------
 
 void DifferenceWriter::BeginObject(std::string_view kind) {
   output_.Write(count_ == 0 ? "[\n" : ",\n");
@@ -54,31 +41,26 @@ void DifferenceWriter::WriteCollectionLine() {
   output_.Write(palette_.Paint(Style::kHeading, "collection " + Quoted(pair_->after.name)) + "\n");
 }
 
-void DifferenceWriter::WriteName(std::string_view sign, Style style, std::string_view kind,
-                                 const std::string& name) {
-  WriteCollectionLine();
-  output_.Write(palette_.Paint(style, fmt::format("{} {} {}", sign, kind, Quoted(name))) + "\n");
+void DifferenceWriter::WriteOneSided(std::string_view kind, std::string_view member,
+                                     const std::string& name, bool isAdded) {
+  if (asJson_) {
+    BeginObject(fmt::format("{}-{}", kind, isAdded ? "added" : "removed"));
+    output_.Write(fmt::format(R"(,"{}":{}}})", member, JsonString(name)));
+  } else {
+    WriteCollectionLine();
+    const std::string line = fmt::format("{} {} {}", isAdded ? "+" : "-", kind, Quoted(name));
+    output_.Write(palette_.Paint(isAdded ? Style::kGood : Style::kBad, line) + "\n");
+  }
+  ++count_;
 }
 
 void DifferenceWriter::WriteCollection(const std::string& name, bool isAdded) {
   pair_ = nullptr;
-  if (asJson_) {
-    BeginObject(isAdded ? "collection-added" : "collection-removed");
-    output_.Write(",\"collection\":" + JsonString(name) + "}");
-  } else {
-    WriteName(isAdded ? "+" : "-", isAdded ? Style::kGood : Style::kBad, "collection", name);
-  }
-  ++count_;
+  WriteOneSided("collection", "collection", name, isAdded);
 }
 
 void DifferenceWriter::WriteColumn(const std::string& name, bool isAdded) {
-  if (asJson_) {
-    BeginObject(isAdded ? "column-added" : "column-removed");
-    output_.Write(",\"name\":" + JsonString(name) + "}");
-  } else {
-    WriteName(isAdded ? "+" : "-", isAdded ? Style::kGood : Style::kBad, "column", name);
-  }
-  ++count_;
+  WriteOneSided("column", "name", name, isAdded);
 }
 
 void DifferenceWriter::Begin(const TablePair& pair, const std::vector<std::string>& before,
@@ -96,7 +78,7 @@ void DifferenceWriter::Begin(const TablePair& pair, const std::vector<std::strin
 void DifferenceWriter::WriteHead(const RecordDifference& difference) {
   const auto& [kind, before, after] = difference;
   if (asJson_) {
-    BeginObject(KindName(kind));
+    BeginObject(kKindNames[static_cast<std::size_t>(kind)]);
     if (before) output_.Write(fmt::format(",\"old\":{}", before->number));
     if (after) output_.Write(fmt::format(",\"new\":{}", after->number));
     return;
@@ -116,8 +98,6 @@ void DifferenceWriter::WriteHead(const RecordDifference& difference) {
   }
   output_.Write(palette_.Paint(style, line) + "\n");
 }
-
-// ---- Fields ------------------------------------------------------------------------------------
 
 /// A value for one line of a terminal.
 std::string DifferenceWriter::Shown(const Side& side) {

@@ -43,8 +43,8 @@ class DifferenceWriter {
   };
 
   void BeginObject(std::string_view kind);
-  void WriteName(std::string_view sign, Style style, std::string_view kind,
-                 const std::string& name);
+  void WriteOneSided(std::string_view kind, std::string_view member, const std::string& name,
+                     bool isAdded);
   void WriteHead(const RecordDifference& difference);
   void WriteCollectionLine();
   void WriteFields(const RecordDifference& difference);

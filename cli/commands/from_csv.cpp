@@ -21,11 +21,9 @@ struct FromCsvOptions : WriteOptions {
 };
 
 void AddCsvInput(CLI::App& command, FromCsvOptions& options) {
-  command
-      .add_option("--input-encoding", options.encoding,
-                  "The encoding of the CSV, in place of that of its byte order mark, else utf-8; "
-                  "names as for --encoding")
-      ->type_name("NAME");
+  AddValue(command, "--input-encoding", options.encoding, "NAME",
+           "The encoding of the CSV, in place of that of its byte order mark, else utf-8; "
+           "names as for --encoding");
   static const std::map<std::string, Ragged> kRagged = {
       {"error", Ragged::kRefuse}, {"pad", Ragged::kPad}, {"drop", Ragged::kDrop}};
   command

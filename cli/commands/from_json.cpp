@@ -22,9 +22,8 @@ void AddFromJson(CLI::App& program, Context& /*context*/) {
   CLI::App& command = AddCommand(program, "from-json", "Converts JSON to a file", kExamples);
   auto options = std::make_shared<FromJsonOptions>();
   AddWriteOptions(command, *options);
-  command
-      .add_option("--null", options->json.null, "The text for a null; without it a null is refused")
-      ->type_name("TEXT");
+  AddValue(command, "--null", options->json.null, "TEXT",
+           "The text for a null; without it a null is refused");
   command.callback([options] {
     MakeFile(*options, [&](const ReadAt& source, const WriterMaker& makeWriter) {
       ReadJson(source, options->json, makeWriter);

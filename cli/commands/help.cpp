@@ -11,7 +11,7 @@ void AddHelp(CLI::App& program, Context& /*context*/) {
                                  "brindlex help view\n"
                                  "brindlex help collections add\n");
   auto words = std::make_shared<std::vector<std::string>>();
-  command.add_option("command", *words, "The command")->type_name("COMMAND");
+  AddValue(command, "command", *words, "COMMAND", "The command");
   command.callback([words, &program] {
     const CLI::App* shown = &program;
     std::string name = "brindlex";

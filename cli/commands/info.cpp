@@ -1,8 +1,6 @@
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -142,7 +140,7 @@ class InfoWriter {
 
   void WriteFile(const std::string& name, std::uint64_t bytes) {
     output_.Write(palette_.Paint(Style::kHeading, ShownPath(name)) + "\n");
-    Write("size", fmt::format("{} byte{}", bytes, bytes == 1 ? "" : "s"));
+    Write("size", Counted(bytes, "byte"));
     Write("encoding", format_.encoding.Name() + (format_.markBytes > 0 ? ", with a byte order mark"
                                                  : format_.isEncodingGuessed ? ", detected"
                                                                              : ""));
@@ -188,10 +186,8 @@ class InfoWriter {
 
  private:
   static std::string MarkerLine(const std::string& text, const std::string& bytes) {
-    std::string digits;
-    for (const char byte : bytes)
-      digits += fmt::format(" {:02X}", static_cast<unsigned char>(byte));
-    return fmt::format("{}  ({})", Printable(*Encoding::Named("utf-8"), text), digits.substr(1));
+    return fmt::format("{}  ({})", Printable(*Encoding::Named("utf-8"), text),
+                       Hexadecimal(bytes, " "));
   }
 
   const FileFormat& format_;
@@ -241,7 +237,7 @@ void ListNames(const std::string& path, const InfoOptions& options, Output& outp
   }
   if (format.named || !options.wantsColumns) return;
   LossReport ignored;
-  CollectionReader reader(input, format, format.markers, format.Text(), {}, ignored);
+  CollectionReader reader(OnlyTable(input, format), ignored);
   reader.ReadHeader();
   for (const std::string& name : reader.Names()) list(name);
 }
@@ -270,13 +266,13 @@ void AddInfo(CLI::App& program, Context&) {
                  "Shows what a file holds: markers, encoding, counts, longest values, line breaks",
                  "brindlex info books.txt\n"
                  "brindlex info settings.txt      which collection is which\n");
-  AddInputFiles(command, options->paths, "The files to describe; - is standard input");
+  AddValue(command, "files", options->paths, "FILE", "The files to describe; - is standard input")
+      ->required();
   command.add_flag("--collection-names", options->wantsCollections,
                    "Only the names of the collections of a file of several, one to a line");
   command.add_flag("--column-names", options->wantsColumns,
                    "Only the names of the columns of a single collection, one to a line");
   AddFormatOptions(command, options->format);
-  AddReadingOptions(command, options->format);
   command.callback([options] { Info(*options); });
 }
 

@@ -7,23 +7,19 @@ namespace brindlex::cli {
 
 void AddReadOptions(CLI::App& command, ReadOptions& options) {
   AddInputFile(command, options.path);
-  command.add_option("name", options.name, "One collection of a file of several")
-      ->type_name("NAME");
+  AddValue(command, "name", options.name, "NAME", "One collection of a file of several");
   AddOutputOptions(command, options.output);
   AddFormatOptions(command, options.format);
-  AddReadingOptions(command, options.format);
 }
 
-void AddLossy(CLI::App& command, ReadOptions& options) {
-  command.add_flag("--lossy", options.allowsLossy,
-                   "Convert even if converting back gives another file; warn of what is left out");
-}
-
-CLI::Option& AddWithFormat(CLI::App& command, ReadOptions& options) {
-  return *command.add_flag(
+CLI::Option& AddRoundTrip(CLI::App& command, ReadOptions& options) {
+  CLI::Option* const withFormat = command.add_flag(
       "--with-format", options.withFormat,
       "Carry encoding, byte order mark, markers and line breaks, so that converting back gives the "
       "same file");
+  command.add_flag("--lossy", options.allowsLossy,
+                   "Convert even if converting back gives another file; warn of what is left out");
+  return *withFormat;
 }
 
 namespace {

@@ -23,11 +23,8 @@ struct ReadOptions {
 
 void AddReadOptions(CLI::App& command, ReadOptions& options);
 
-/// Adds --lossy.
-void AddLossy(CLI::App& command, ReadOptions& options);
-
-/// Adds --with-format.
-CLI::Option& AddWithFormat(CLI::App& command, ReadOptions& options);
+/// Adds --with-format, which it returns, and --lossy.
+CLI::Option& AddRoundTrip(CLI::App& command, ReadOptions& options);
 
 /// Makes the writer of a conversion; called once for each time that it is run. `form` is that of
 /// the file if the writer is to carry it, else null.

@@ -2,7 +2,7 @@
 
 #include "cli/commands/command_line.h"
 #include "cli/commands/conversion.h"
-#include "cli/commands/target_options.h"
+#include "cli/commands/write_options.h"
 #include "cli/format/collection_reader.h"
 #include "cli/format/table_copy.h"
 
@@ -38,8 +38,8 @@ void Recode(const RecodeOptions& options) {
   RunConversion(
       target, options.allowsLossy,
       [&](const ByteHandler& writeBytes, LossReport& lossReport) {
-        DelimitedWriter writer(writeBytes, form);
-        CopyTables(input, format, {}, writer, lossReport, lineBreaks);
+        const auto writer = MakeDelimitedWriter(writeBytes, form);
+        CopyTables(input, format, {}, *writer, lossReport, lineBreaks);
       },
       &input, format.named ? kLossyHint : kLineBreaksHint);
 }
@@ -56,7 +56,6 @@ void AddRecode(CLI::App& program, Context& /*context*/) {
   AddInPlace(command, options->isInPlace);
   AddTargetOptions(command, options->target);
   AddFormatOptions(command, options->format);
-  AddReadingOptions(command, options->format);
   command.add_flag("--lossy", options->allowsLossy,
                    "Write it even if more than its form changes; warn of what is left out");
   command.callback([options] { Recode(*options); });

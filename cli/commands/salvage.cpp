@@ -11,7 +11,6 @@
 #include "cli/io/diagnostics.h"
 #include "cli/io/input.h"
 #include "cli/io/system.h"
-#include "cli/text/counted.h"
 #include "cli/text/escape.h"
 #include "cli/text/utf.h"
 
@@ -24,43 +23,6 @@ struct SalvageOptions {
   OutputOptions output;
   std::string damaged;
   JoinOptions join;
-};
-
-/// The outer layer of a file of several collections: the records of each are sorted by themselves.
-class NamedSalvage : public TextSalvage {
- public:
-  NamedSalvage(Input& input, const FileFormat& format, const JoinOptions& options, Output& output,
-               const Report& report, Progress* progress)
-      : TextSalvage(input, format.encoding, format.markers, options, output, report, progress),
-        format_(format),
-        inner_(input, format.encoding, *format.inner, options, output, report) {
-    inner_.SetAround(format.markers);
-  }
-
-  /// What the collections hold.
-  const SalvageCounts& Inner() const { return innerCounts_; }
-
- protected:
-  bool Fits(std::size_t column, const std::string& value) override {
-    const auto holds = [&](const std::string& marker) {
-      return FindMarker(value, marker, format_.inner->unit) != std::string::npos;
-    };
-    const bool isInner = holds(format_.inner->fieldEnd) || holds(format_.inner->recordEnd);
-    if (column == format_.named->data) return value.empty() || isInner;
-    return !isInner;
-  }
-
-  void WriteField(std::size_t column, const Extent& field, bool isJoined) override {
-    if (column != format_.named->data) return TextSalvage::WriteField(column, field, isJoined);
-    if (field.length > 0) innerCounts_ += inner_.Run(field, Writing(), isJoined);
-  }
-
-  bool CopiesRecords() const override { return false; }
-
- private:
-  const FileFormat& format_;
-  TextSalvage inner_;
-  SalvageCounts innerCounts_;
 };
 
 /// Where damaged records go: a file that is made if there are any, and a line for each.
@@ -119,17 +81,12 @@ class DamagedRecords {
   std::optional<Output> output_;
 };
 
-std::filesystem::path NativePath(const std::string& path) {
-#ifdef _WIN32
-  return Utf16OfUtf8(path);
-#else
-  return path;
-#endif
-}
-
 void RefuseSameFile(const std::string& input, const std::string& output) {
+  const auto native = [](const std::string& utf8) {
+    return std::filesystem::path(std::u8string(utf8.begin(), utf8.end()));
+  };
   std::error_code error;
-  if (!std::filesystem::equivalent(NativePath(input), NativePath(output), error) || error) return;
+  if (!std::filesystem::equivalent(native(input), native(output), error) || error) return;
   throw UsageError(ShownPath(output) + " is the file that is read, which is never overwritten");
 }
 
@@ -178,27 +135,18 @@ void Salvage(SalvageOptions options, Context& context) {
   CheckReplacement(options.join.replacement, format);
   Output output(options.output);
   DamagedRecords damaged(options, input, format);
-  const auto report = [&](const Damage& damage) { damaged.Take(damage); };
+  const DamageHandler report = [&](const Damage& damage) { damaged.Take(damage); };
   output.Write(input.Head().substr(0, format.markBytes));
-  SalvageCounts counts;
   Progress progress("sorting", input.Size());
-  if (format.named) {
-    NamedSalvage salvage(input, format, options.join, output, report, &progress);
-    counts = salvage.Run(format.Text(), 0, false);
-    progress.Hide();
-    WarnOfCounts(options, counts, "collection");
-    WarnOfCounts(options, salvage.Inner(), "record");
-    counts += salvage.Inner();
-  } else {
-    TextSalvage salvage(input, format.encoding, format.markers, options.join, output, report,
-                        &progress);
-    counts = salvage.Run(format.Text(), 0, false);
-    progress.Hide();
-    WarnOfCounts(options, counts, "record");
-  }
+  const auto [outer, inner] = SalvageFile(input, format, options.join, output, report, progress);
+  progress.Hide();
+  WarnOfCounts(options, outer, format.named ? "collection" : "record");
+  if (format.named) WarnOfCounts(options, inner, "record");
   damaged.Commit();
   output.Commit();
-  if (counts.joined + counts.damaged > 0) context.status = ExitStatus::kDefects;
+  if (outer.joined + outer.damaged + inner.joined + inner.damaged > 0) {
+    context.status = ExitStatus::kDefects;
+  }
 }
 
 }  // namespace
@@ -211,18 +159,13 @@ void AddSalvage(CLI::App& program, Context& context) {
       "brindlex salvage books.txt -o valid.txt --join    join values that a marker has divided\n");
   AddInputFile(command, options->path);
   AddOutputOptions(command, options->output, true);
-  command
-      .add_option("--damaged", options->damaged,
-                  "The file for damaged records, in place of the output's name with .damaged")
-      ->type_name("FILE");
+  AddValue(command, "--damaged", options->damaged, "FILE",
+           "The file for damaged records, in place of the output's name with .damaged");
   command.add_flag("--join", options->join.join,
                    "Join values that a marker has divided, where exactly one join fits");
-  command
-      .add_option("--replace", options->join.replacement,
-                  "What a joined value has in place of the marker (a blank)")
-      ->type_name("TEXT");
+  AddValue(command, "--replace", options->join.replacement, "TEXT",
+           "What a joined value has in place of the marker (a blank)");
   AddFormatOptions(command, options->format);
-  AddReadingOptions(command, options->format);
   command.callback([options, &context] { Salvage(*options, context); });
 }
 

@@ -1,6 +1,6 @@
 #include "cli/commands/csv_options.h"
 #include "cli/commands/read_options.h"
-#include "cli/convert/csv_writer.h"
+#include "cli/convert/table_writers.h"
 
 namespace brindlex::cli {
 namespace {
@@ -26,14 +26,13 @@ void AddToCsv(CLI::App& program, Context& /*context*/) {
   AddCsvOptions(command, options->csv, /*isRead=*/false);
   command.add_flag("--bom", options->hasByteOrderMark,
                    "Begin with a byte order mark, by which spreadsheets recognize UTF-8");
-  AddWithFormat(command, *options);
-  AddLossy(command, *options);
+  AddRoundTrip(command, *options);
   command.callback([options] {
     const CsvStyle style = StyleOf(options->csv);
-    ConvertFile(
-        *options, [&](const ByteHandler& writeBytes, LossReport&, const DelimitedForm* form) {
-          return std::make_unique<CsvWriter>(writeBytes, style, options->hasByteOrderMark, form);
-        });
+    ConvertFile(*options,
+                [&](const ByteHandler& writeBytes, LossReport&, const DelimitedForm* form) {
+                  return MakeCsvWriter(writeBytes, style, options->hasByteOrderMark, form);
+                });
   });
 }
 

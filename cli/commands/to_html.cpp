@@ -1,5 +1,5 @@
 #include "cli/commands/read_options.h"
-#include "cli/convert/page_writer.h"
+#include "cli/convert/table_writers.h"
 #include "cli/text/escape.h"
 
 namespace brindlex::cli {
@@ -31,14 +31,13 @@ void AddToHtml(CLI::App& program, Context& /*context*/) {
                                  "Makes one HTML page: a table to sort and to search", kExamples);
   auto options = std::make_shared<ToHtmlOptions>();
   AddReadOptions(command, *options);
-  command.add_option("--title", options->title, "The page's title, in place of the file's name")
-      ->type_name("TEXT");
+  AddValue(command, "--title", options->title, "TEXT",
+           "The page's title, in place of the file's name");
   // A page is for reading, not for converting back.
   options->allowsLossy = true;
   command.callback([options] {
     ConvertFile(*options, [&](const ByteHandler& writeBytes, LossReport&, const DelimitedForm*) {
-      return std::make_unique<PageWriter>(writeBytes,
-                                          options->title.value_or(LastPart(options->path)));
+      return MakePageWriter(writeBytes, options->title.value_or(LastPart(options->path)));
     });
   });
 }

@@ -1,5 +1,5 @@
 #include "cli/commands/read_options.h"
-#include "cli/convert/json_writer.h"
+#include "cli/convert/table_writers.h"
 
 namespace brindlex::cli {
 namespace {
@@ -31,13 +31,12 @@ void AddToJson(CLI::App& program, Context& /*context*/) {
                 "Rows as arrays, the first with the names; keeps names that come twice, and a "
                 "header without records")
       ->excludes(lines);
-  AddWithFormat(command, *options).excludes(lines);
-  AddLossy(command, *options);
+  AddRoundTrip(command, *options).excludes(lines);
   command.callback([options] {
     ConvertFile(*options, [&](const ByteHandler& writeBytes, LossReport& lossReport,
                               const DelimitedForm* form) {
       options->json.form = form;
-      return std::make_unique<JsonWriter>(writeBytes, options->json, lossReport);
+      return MakeJsonWriter(writeBytes, options->json, lossReport);
     });
   });
 }

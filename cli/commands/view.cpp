@@ -8,7 +8,6 @@
 #include <string>
 #include <vector>
 
-#include "automation/text.h"
 #include "cli/commands/command_line.h"
 #include "cli/format/named_collections.h"
 #include "cli/format/record_scanner.h"
@@ -18,7 +17,6 @@
 #include "cli/text/display.h"
 #include "cli/text/escape.h"
 #include "cli/text/table.h"
-#include "cli/text/utf.h"
 
 namespace brindlex::cli {
 namespace {
@@ -49,12 +47,10 @@ std::string PagerFor(const ViewOptions& options) {
 }
 
 std::size_t WidthOf(const ViewOptions& options) {
-  constexpr std::size_t kUsual = 80;
+  constexpr int kUsual = 80;
   if (options.width) return *options.width;
-  if (const auto columns = system::TerminalColumns(system::kStandardOutput)) {
-    return static_cast<std::size_t>(*columns);
-  }
-  return kUsual;
+  const int columns = system::SizeOfTerminal(system::kStandardOutput).columns;
+  return static_cast<std::size_t>(columns > 0 ? columns : kUsual);
 }
 
 /// The records of one text, whose header `columns` are chosen from.
@@ -128,9 +124,8 @@ class Viewer {
   std::size_t ColumnOf(const std::string& wanted) const {
     const auto exact = std::find(names_.begin(), names_.end(), wanted);
     if (exact != names_.end()) return static_cast<std::size_t>(exact - names_.begin());
-    const Text text = Utf16OfUtf8(wanted);
     const auto same = std::find_if(names_.begin(), names_.end(), [&](const std::string& name) {
-      return EqualIgnoringCase(Utf16OfUtf8(name), text);
+      return IsSameName(name, wanted);
     });
     if (same != names_.end()) return static_cast<std::size_t>(same - names_.begin());
     if (!wanted.empty() && wanted.find_first_not_of("0123456789") == std::string::npos) {
@@ -294,8 +289,8 @@ Extent FindText(Input& input, const FileFormat& format, const std::string& name)
 void View(const ViewOptions& options) {
   Input input(options.path);
   Output output(OutputOptions{});
-  const auto lines = system::TerminalLines(system::kStandardOutput);
-  if (lines) output.PageThrough(PagerFor(options), *lines - 1);
+  const int lines = system::SizeOfTerminal(system::kStandardOutput).lines;
+  if (lines > 0) output.PageThrough(PagerFor(options), lines - 1);
   const FileFormat format = DetectFormat(input, options.format);
   if (!format.hint.empty()) Warn(format.hint);
   if (!format.named) {
@@ -320,24 +315,18 @@ void AddView(CLI::App& program, Context&) {
       "holds several\n"
       "brindlex view settings.txt Books               one of them\n");
   AddInputFile(command, options->path);
-  command.add_option("name", options->name, "The collection to open, in any letter case")
-      ->type_name("NAME");
+  AddValue(command, "name", options->name, "NAME", "The collection to open, in any letter case");
   auto* const all = command.add_flag("--all", options->all, "All records, not only the first");
-  command
-      .add_option("--columns", options->columns, "The columns to show, by their names or numbers")
-      ->type_name("NAME,...")
+  AddValue(command, "--columns", options->columns, "NAME,...",
+           "The columns to show, by their names or numbers")
       ->delimiter(',');
-  command.add_option("--record", options->record, "One record, its values one below the other")
-      ->type_name("N")
+  AddValue(command, "--record", options->record, "N", "One record, its values one below the other")
       ->excludes(all);
-  command
-      .add_option("--width", options->width,
-                  "How wide a table may be, in place of the terminal's width; 0 for no limit")
-      ->type_name("COLUMNS");
+  AddValue(command, "--width", options->width, "COLUMNS",
+           "How wide a table may be, in place of the terminal's width; 0 for no limit");
   command.add_flag("--no-pager", options->wantsNoPager,
                    "No pager, however long the table is; PAGER names the one that is used");
   AddFormatOptions(command, options->format);
-  AddReadingOptions(command, options->format);
   command.callback([options] { View(*options); });
 }
 

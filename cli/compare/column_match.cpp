@@ -1,7 +1,6 @@
 #include "cli/compare/column_match.h"
 
 #include <algorithm>
-#include <utility>
 
 #include "cli/format/name_tables.h"
 #include "cli/format/named_collections.h"

@@ -11,8 +11,6 @@ namespace {
 
 using Kind = RecordDifference::Kind;
 
-// ---- Moved records -----------------------------------------------------------------------------
-
 /// Records that follow each other in both tables, by their numbers.
 struct OrderedRun {
   std::uint64_t before = 0;
@@ -59,8 +57,6 @@ std::vector<OrderedRun> MovedRuns(const std::vector<OrderedRun>& runs) {
   }
   return moved;
 }
-
-// ---- Passes ------------------------------------------------------------------------------------
 
 /// The keys whose lowest `level` bits are `bits`. Of these, pairs of records up to `before` and up
 /// to `after` have been reported.

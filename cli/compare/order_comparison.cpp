@@ -9,8 +9,6 @@ namespace {
 
 using Kind = RecordDifference::Kind;
 
-// ---- Records between two matches ---------------------------------------------------------------
-
 /// The hashes of the compared values of a record, by the numbers of their columns.
 std::vector<ContentHash> ValuesOf(const TableSource& source, const ComparedColumns& columns,
                                   const RecordDigest& record, std::size_t common) {
@@ -109,8 +107,6 @@ class GapReporter {
   const TablePair& pair_;
   const DifferenceHandler& handle_;
 };
-
-// ---- Windows -----------------------------------------------------------------------------------
 
 /// The next records of a table.
 class RecordWindow {

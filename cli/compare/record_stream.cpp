@@ -12,9 +12,7 @@ SipHasher NewHasher() { return SipHasher(HashKey(), SipHasher::Width::k128); }
 
 RecordStream::RecordStream(const TableSource& source, const ComparedColumns* columns,
                            Progress* progress)
-    : columns_(columns),
-      reader_(*source.input, source.format, source.markers, source.text, source.name, ignored_,
-              progress) {
+    : columns_(columns), reader_(source, ignored_, progress) {
   reader_.ExpectLineBreaks(kAnyLineBreaks);
   hasHeader_ = reader_.ReadHeader();
 }

@@ -22,16 +22,6 @@ struct ContentHash {
   auto operator<=>(const ContentHash&) const = default;
 };
 
-/// A collection of a file, whose input must outlive it.
-struct TableSource {
-  Input* input = nullptr;
-  FileFormat format;
-  ByteMarkers markers;
-  Extent text;
-  /// For messages; empty if it is the only one of its file.
-  std::string name;
-};
-
 /// What is compared of a table.
 struct ComparedColumns {
   /// For each column of its header the number that it has in both tables; nothing if it is not

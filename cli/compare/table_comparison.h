@@ -1,10 +1,8 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <functional>
 #include <optional>
-#include <vector>
 
 #include "cli/compare/record_stream.h"
 

@@ -51,18 +51,4 @@ std::string BaseList() {
   return list;
 }
 
-std::vector<BaseRow> BaseTable(const std::string& number, const ConversionLimits& limits) {
-  std::vector<BaseRow> rows;
-  for (const std::int32_t base : kBases) {
-    BaseRow row{base, {}, {}};
-    try {
-      row.text = ConvertedNumber(number, 10, base, limits);
-    } catch (const Failure& failure) {
-      row.error = failure.what();
-    }
-    rows.push_back(std::move(row));
-  }
-  return rows;
-}
-
 }  // namespace brindlex::cli

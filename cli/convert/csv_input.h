@@ -6,7 +6,6 @@
 
 #include "cli/convert/text_source.h"
 #include "cli/format/delimited_form.h"
-#include "cli/format/table_writer.h"
 
 namespace brindlex::cli {
 

@@ -28,25 +28,7 @@ bool IsSignedNumber(std::string_view text) {
 }
 
 /// The bytes of which a field consists that needs no quotation marks.
-class CsvRule {
- public:
-  explicit CsvRule(char delimiter) : delimiter_(delimiter) {}
-
-  bool IsPlain(char byte) const {
-    return byte != delimiter_ && byte != '"' && byte != '\r' && byte != '\n';
-  }
-
-#ifdef __SSE2__
-  __m128i Others(__m128i block) const {
-    const auto equals = [block](char byte) { return _mm_cmpeq_epi8(block, _mm_set1_epi8(byte)); };
-    return _mm_or_si128(_mm_or_si128(equals(delimiter_), equals('"')),
-                        _mm_or_si128(equals('\r'), equals('\n')));
-  }
-#endif
-
- private:
-  char delimiter_;
-};
+OtherThan<4> CsvRule(char delimiter) { return {{delimiter, '"', '\r', '\n'}}; }
 
 /// Whether a reader might change the ends of `value`, which is not empty, if it is not quoted.
 bool HasFragileEnd(std::string_view value) {
@@ -57,14 +39,6 @@ bool NeedsQuotes(std::string_view value, char delimiter) {
   return !value.empty() &&
          (HasFragileEnd(value) || PlainCsvLength(value, delimiter) < value.size());
 }
-
-/// The bytes that stay as they are between quotation marks.
-struct QuotedRule {
-  static bool IsPlain(char byte) { return byte != '"'; }
-#ifdef __SSE2__
-  static __m128i Others(__m128i block) { return _mm_cmpeq_epi8(block, _mm_set1_epi8('"')); }
-#endif
-};
 
 constexpr std::string_view kFormName = "brindlex-format";
 
@@ -144,7 +118,7 @@ void AppendCsvName(ByteBuffer& csv, std::string_view name, const CsvStyle& style
 
 void AppendCsvQuotedPiece(ByteBuffer& csv, std::string_view piece) {
   for (;;) {
-    const std::size_t quote = csv.AppendPlain<QuotedRule>(piece);
+    const std::size_t quote = csv.AppendPlain(piece, OtherThan<1>{{'"'}});
     if (quote == piece.size()) return;
     csv += "\"\"";
     piece.remove_prefix(quote + 1);

@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "cli/convert/json_parser.h"
@@ -33,7 +32,11 @@ class TableReader : public JsonHandler {
         throw ConversionError("byte " + std::to_string(parser_.Offset()) +
                               ": something follows the end of the JSON");
       }
-      parser_.ParseValue();
+      try {
+        parser_.ParseValue();
+      } catch (const RefusedValue& refused) {
+        throw ConversionError(refused.At(Place()));
+      }
     }
     if (writer_ == nullptr) BeginCollection({}, Within::kLines);
     if (within_ == Within::kLines) writer_->EndCollection();
@@ -217,8 +220,6 @@ class TableReader : public JsonHandler {
     writer_->BeginCollection(name);
   }
 
-  // ---- The header ----
-
   /// A further name; false if it came before.
   void AddName(std::string_view name) {
     nameBytes_ += name.size();
@@ -254,8 +255,6 @@ class TableReader : public JsonHandler {
     writer_->Header(names_, 0);
   }
 
-  // ---- Rows ----
-
   void BeginRow(bool byName) {
     if (rows_ > 0 && byName != byName_) Fail("objects and arrays as rows of one collection");
     byName_ = byName;
@@ -286,9 +285,12 @@ class TableReader : public JsonHandler {
   }
 
   void Value(std::string_view piece, bool isFirst, bool isLast) {
-    if (next_ >= names_.size()) FailCount(names_.size());
+    if (next_ >= names_.size()) {
+      Fail("more than " + std::to_string(names_.size()) +
+           " values, which is what the first row has");
+    }
     if (next_ == written_) {
-      Write(piece, isFirst, isLast);
+      writer_->Value(piece, isFirst, isLast);
       if (isLast) WriteKept();
     } else {
       Keep(piece, isFirst, isLast);
@@ -296,18 +298,10 @@ class TableReader : public JsonHandler {
     if (isLast) ++next_;
   }
 
-  void Write(std::string_view piece, bool isFirst, bool isLast) {
-    try {
-      writer_->Value(piece, isFirst, isLast);
-    } catch (const RefusedValue& refused) {
-      throw ConversionError(refused.At(Place()));
-    }
-  }
-
   /// Writes the values that came before the one that is written, and follow it.
   void WriteKept() {
     for (++written_; written_ < isKept_.size() && isKept_[written_]; ++written_) {
-      Write(values_[written_], /*isFirst=*/true, /*isLast=*/true);
+      writer_->Value(values_[written_], /*isFirst=*/true, /*isLast=*/true);
     }
   }
 
@@ -324,19 +318,11 @@ class TableReader : public JsonHandler {
     if (isLast) isKept_[next_] = true;
   }
 
-  [[noreturn]] void FailCount(std::size_t count) const {
-    Fail("more than " + std::to_string(count) + " values, which is what the first row has");
-  }
-
   void EndRow() {
     within_ = outer_;
     if (!headed_) return TakeHeader();
     if (written_ < names_.size()) Fail("lacks the value of " + Quoted(names_[written_]));
-    try {
-      writer_->EndRow();
-    } catch (const RefusedValue& refused) {
-      throw ConversionError(refused.At(Place()));
-    }
+    writer_->EndRow();
   }
 
   void TakeFormMember(std::string_view piece, bool isFirst, bool isLast) {

@@ -5,7 +5,6 @@
 
 #include "cli/convert/text_source.h"
 #include "cli/format/delimited_form.h"
-#include "cli/format/table_writer.h"
 
 namespace brindlex::cli {
 
@@ -21,9 +20,8 @@ struct JsonStyle {
 /// - an array of arrays: the first holds the names, the others each a row;
 /// - any number of such objects without an array around them, one to a line as a rule;
 /// - an object whose every value is one of the first two: collections by their names;
-/// - an object of the form of a file, "format", and then "records", which are one of the others
-/// with
-///   an array or object around them. The form goes to `makeWriter`.
+/// - an object of the form of a file, "format", which goes to `makeWriter`, and then "records": one
+///   of the others with an array or object around them.
 ///
 /// A value is a text; or a number, which becomes its own text, as it is written (a whole -0 is 0);
 /// or true and false, which become "True" and "False"; or null, by the style. No row at all, an

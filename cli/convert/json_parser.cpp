@@ -60,8 +60,6 @@ JsonParser::JsonParser(const ReadAt& source, JsonHandler& handler, std::uint64_t
   if (std::string_view(head, size) == kByteOrderMark) end_ = size;
 }
 
-// ---- Bytes -------------------------------------------------------------------------------------
-
 bool JsonParser::Refill() {
   const std::size_t read = source_(end_, buffer_.get(), kInputBlock);
   rest_ = {buffer_.get(), read};
@@ -84,8 +82,6 @@ void JsonParser::Fail(const std::string& what) const {
 void JsonParser::FailAsMalformed(const std::string& what) const {
   Fail("not well-formed JSON: " + what);
 }
-
-// ---- Structure ---------------------------------------------------------------------------------
 
 void JsonParser::Close() {
   const char closing = open_.back();
@@ -186,8 +182,6 @@ void JsonParser::ReadLongKey() {
   });
   if (!isWhole) handler_.Key(name);
 }
-
-// ---- Values ------------------------------------------------------------------------------------
 
 /// Takes the string that comes next if it is in memory and without escapes, as most are.
 std::optional<std::string_view> JsonParser::TakeWholeString() {

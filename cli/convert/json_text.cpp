@@ -88,10 +88,6 @@ bool IsPlainNumber(std::string_view value) {
          IsShortestFraction(value);
 }
 
-}  // namespace
-
-namespace {
-
 template <class Rule>
 void AppendEscaped(ByteBuffer& json, std::string_view text) {
   for (;;) {
@@ -117,10 +113,10 @@ void AppendJsonString(ByteBuffer& json, std::string_view text, JsonPlace place) 
   json += '"';
 }
 
-JsonType InferredType(std::string_view value) {
-  if (value == "True") return JsonType::kTrue;
-  if (value == "False") return JsonType::kFalse;
-  return IsPlainNumber(value) ? JsonType::kNumber : JsonType::kText;
+std::string_view InferredJson(std::string_view value) {
+  if (value == "True") return "true";
+  if (value == "False") return "false";
+  return IsPlainNumber(value) ? value : std::string_view();
 }
 
 }  // namespace brindlex::cli

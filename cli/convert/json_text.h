@@ -29,13 +29,11 @@ std::size_t PlainJsonLength(std::string_view text);
 /// Appends `text` as a JSON string, its quotation marks included.
 void AppendJsonString(ByteBuffer& json, std::string_view text, JsonPlace place = JsonPlace::kFile);
 
-/// How a value is written as JSON when types are inferred.
-enum class JsonType { kText, kNumber, kTrue, kFalse };
-
-/// The type whose JSON form leads back to exactly `value`, through any program that reads numbers
-/// as doubles and writes them in their shortest form: "True" and "False", whole numbers from
-/// -(2^53) to 2^53, and decimal fractions without exponent that are the shortest text of a double.
-/// Leading zeros and plus signs, trailing zeros after the point, "-0" and all else stay text.
-JsonType InferredType(std::string_view value);
+/// The number, true or false that leads back to exactly `value`, through any program that reads
+/// numbers as doubles and writes them in their shortest form: of "True" and "False", whole numbers
+/// from -(2^53) to 2^53, and decimal fractions without exponent that are the shortest text of a
+/// double. Empty for all else, which stays text: leading zeros and plus signs, trailing zeros after
+/// the point, "-0".
+std::string_view InferredJson(std::string_view value);
 
 }  // namespace brindlex::cli

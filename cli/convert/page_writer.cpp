@@ -1,6 +1,8 @@
-#include "cli/convert/page_writer.h"
+#include "cli/convert/table_writers.h"
 
+#include <string>
 #include <utility>
+#include <vector>
 
 #include "cli/convert/json_text.h"
 #include "cli/convert/page_text.h"
@@ -18,8 +20,8 @@ std::string_view Until(std::string_view& rest, std::string_view name) {
   return before;
 }
 
-}  // namespace
-
+/// Appends `text` as HTML, for an element or an attribute in double quotation marks. NUL, which
+/// HTML does not have, becomes U+FFFD.
 void AppendHtmlText(ByteBuffer& html, std::string_view text) {
   for (const char c : text) {
     switch (c) {
@@ -47,69 +49,84 @@ void AppendHtmlText(ByteBuffer& html, std::string_view text) {
   }
 }
 
-PageWriter::PageWriter(ByteHandler writeBytes, std::string_view title)
-    : BufferedWriter(std::move(writeBytes)), rest_(kPageText) {
-  ByteBuffer& page = Buffer();
-  const std::string shown = Escaped(title);
-  page += Until(rest_, "title");
-  AppendHtmlText(page, shown);
-  page += Until(rest_, "style");
-  page += kPageStyle;
-  page += Until(rest_, "title");
-  AppendHtmlText(page, shown);
-  page += Until(rest_, "data");
-}
-
-void PageWriter::BeginCollection(std::string_view name) {
-  Buffer() += R"(<script type="application/json" class="collection" data-name=")";
-  AppendHtmlText(Buffer(), name);
-  Buffer() += "\">\n{\"columns\": [";
-  hasRows_ = false;
-  rows_ = 0;
-}
-
-void PageWriter::Header(const std::vector<std::string>& names, std::uint64_t /*offset*/) {
-  for (const std::string& name : names) {
-    if (&name != &names.front()) Buffer() += ',';
-    AppendJsonString(Buffer(), name, JsonPlace::kPage);
+class PageWriter final : public TableWriter {
+ public:
+  PageWriter(ByteHandler writeBytes, std::string_view title)
+      : TableWriter(std::move(writeBytes)), rest_(kPageText) {
+    ByteBuffer& page = Buffer();
+    const std::string shown = Escaped(title);
+    page += Until(rest_, "title");
+    AppendHtmlText(page, shown);
+    page += Until(rest_, "style");
+    page += kPageStyle;
+    page += Until(rest_, "title");
+    AppendHtmlText(page, shown);
+    page += Until(rest_, "data");
   }
-  BeginRows();
-}
 
-void PageWriter::BeginRows() {
-  hasRows_ = true;
-  Buffer() += "], \"rows\": [";
-}
-
-void PageWriter::BeginRow() {
-  Buffer() += rows_++ == 0 ? "\n[" : ",\n[";
-  column_ = 0;
-}
-
-void PageWriter::Value(std::string_view piece, bool isFirst, bool isLast) {
-  ByteBuffer& page = Buffer();
-  if (isFirst) {
-    if (column_++ > 0) page += ',';
-    page += '"';
+  void BeginCollection(std::string_view name) override {
+    Buffer() += R"(<script type="application/json" class="collection" data-name=")";
+    AppendHtmlText(Buffer(), name);
+    Buffer() += "\">\n{\"columns\": [";
+    hasRows_ = false;
+    rows_ = 0;
   }
-  AppendJsonPiece(page, piece, JsonPlace::kPage);
-  if (isLast) page += '"';
-  HandOver();
-}
 
-void PageWriter::EndRow() { Buffer() += ']'; }
+  void Header(const std::vector<std::string>& names, std::uint64_t /*offset*/) override {
+    for (const std::string& name : names) {
+      if (&name != &names.front()) Buffer() += ',';
+      AppendJsonString(Buffer(), name, JsonPlace::kPage);
+    }
+    BeginRows();
+  }
 
-void PageWriter::EndCollection() {
-  if (!hasRows_) BeginRows();
-  Buffer() += "\n]}\n</script>\n";
-}
+  void BeginRow() override {
+    Buffer() += rows_++ == 0 ? "\n[" : ",\n[";
+    column_ = 0;
+  }
 
-void PageWriter::End() {
-  ByteBuffer& page = Buffer();
-  page += Until(rest_, "script");
-  page += kPageScript;
-  page += rest_;
-  HandOverNow();
+  void Value(std::string_view piece, bool isFirst, bool isLast) override {
+    ByteBuffer& page = Buffer();
+    if (isFirst) {
+      if (column_++ > 0) page += ',';
+      page += '"';
+    }
+    AppendJsonPiece(page, piece, JsonPlace::kPage);
+    if (isLast) page += '"';
+    HandOver();
+  }
+
+  void EndRow() override { Buffer() += ']'; }
+
+  void EndCollection() override {
+    if (!hasRows_) BeginRows();
+    Buffer() += "\n]}\n</script>\n";
+  }
+
+  void End() override {
+    ByteBuffer& page = Buffer();
+    page += Until(rest_, "script");
+    page += kPageScript;
+    page += rest_;
+    HandOverNow();
+  }
+
+ private:
+  void BeginRows() {
+    hasRows_ = true;
+    Buffer() += "], \"rows\": [";
+  }
+
+  std::string_view rest_;
+  bool hasRows_ = false;
+  std::uint64_t rows_ = 0;
+  std::size_t column_ = 0;
+};
+
+}  // namespace
+
+std::unique_ptr<TableWriter> MakePageWriter(ByteHandler writeBytes, std::string_view title) {
+  return std::make_unique<PageWriter>(std::move(writeBytes), title);
 }
 
 }  // namespace brindlex::cli

@@ -4,6 +4,7 @@
 
 #include "cli/format/delimited_writer.h"
 #include "cli/format/table_copy.h"
+#include "cli/format/value_encoder.h"
 #include "cli/io/failure.h"
 #include "cli/text/escape.h"
 
@@ -138,8 +139,8 @@ void CollectionEditor::Add(const std::string& name, Input& added, const FormatOp
   form.isInner = true;
   form.choice = Choice::kRecode;
   const auto writeText = [&](const ByteHandler& to) {
-    DelimitedWriter writer(to, form);
-    CopyTables(added, DetectFormat(added, addedOptions), {}, writer, lossReport);
+    const auto writer = MakeDelimitedWriter(to, form);
+    CopyTables(added, DetectFormat(added, addedOptions), {}, *writer, lossReport);
   };
   if (taken != nullptr) {
     const Extent& old = taken->nameExtent;

@@ -3,24 +3,21 @@
 #include <utility>
 
 #include "cli/format/name_tables.h"
-#include "cli/format/tail.h"
 #include "cli/io/failure.h"
 #include "cli/text/byte_prefix.h"
-#include "cli/text/counted.h"
 #include "cli/text/escape.h"
 
 namespace brindlex::cli {
 
-CollectionReader::CollectionReader(Input& input, const FileFormat& format,
-                                   const ByteMarkers& markers, const Extent& text, std::string name,
-                                   LossReport& lossReport, Progress* progress)
-    : window_(input, text, progress),
-      tokenizer_(window_, format.encoding, markers),
-      encoding_(format.encoding),
-      isAsciiSuperset_(format.encoding.UnitSize() == 1),
-      name_(std::move(name)),
+CollectionReader::CollectionReader(const TableSource& source, LossReport& lossReport,
+                                   Progress* progress)
+    : window_(*source.input, source.text, progress),
+      tokenizer_(window_, source.format.encoding, source.markers),
+      encoding_(source.format.encoding),
+      isAsciiSuperset_(encoding_.UnitSize() == 1),
+      name_(source.name),
       lossReport_(lossReport),
-      start_(text.offset) {}
+      start_(source.text.offset) {}
 
 void CollectionReader::Fail(std::uint64_t offset, const std::string& what) const {
   std::string place = "byte " + std::to_string(offset);
@@ -44,8 +41,6 @@ std::string_view CollectionReader::Decode(const Token& token) {
   }
   return decoded_;
 }
-
-// ---- Header ------------------------------------------------------------------------------------
 
 /// Returns whether the header goes on.
 bool CollectionReader::TakeName(const Token& token) {
@@ -72,8 +67,6 @@ bool CollectionReader::ReadHeader() {
   while (TakeName(token)) token = tokenizer_.Next();
   return true;
 }
-
-// ---- Records -----------------------------------------------------------------------------------
 
 void CollectionReader::FailCount(std::uint64_t offset, std::size_t count, bool isMore) const {
   Fail(offset, isMore ? Place() + " has more than " + Counted(count, "value") +

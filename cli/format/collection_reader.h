@@ -1,13 +1,11 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
-#include "cli/format/file_format.h"
+#include "cli/format/named_collections.h"
 #include "cli/format/table_writer.h"
 #include "cli/format/tokenizer.h"
 
@@ -38,12 +36,9 @@ class CollectionReader {
     bool isLast = true;
   };
 
-  /// Reads `text`, which is in `markers`. `name` is for messages, empty if it is the only
-  /// collection. `lossReport` gets the line breaks between records, which the component drops.
-  /// Everything must outlive the reader.
-  CollectionReader(Input& input, const FileFormat& format, const ByteMarkers& markers,
-                   const Extent& text, std::string name, LossReport& lossReport,
-                   Progress* progress = nullptr);
+  /// `lossReport` gets the line breaks between records, which the component drops. It, the input
+  /// and `progress` must outlive the reader.
+  CollectionReader(const TableSource& source, LossReport& lossReport, Progress* progress = nullptr);
 
   /// So many line breaks between any two records are the form of the text and no loss; any other
   /// number of them is one, unless `count` is kAnyLineBreaks. To be called before the first record.

@@ -1,11 +1,8 @@
 #include "cli/format/delimited_form.h"
 
-#include <fmt/format.h>
-
 #include <algorithm>
 #include <charconv>
 
-#include "cli/format/tail.h"
 #include "cli/format/tokenizer.h"
 #include "cli/io/failure.h"
 #include "cli/text/escape.h"
@@ -57,7 +54,10 @@ DelimitedForm FormOf(const FormatOptions& options, Input* like) {
   if (like != nullptr) {
     form = FormOfFile(*like, DetectFormat(*like, options));
   } else {
-    const FileFormat format = RequestedFormat(options);
+    FormatOptions plain = options;
+    plain.reading = Reading::kPlain;
+    Input nothing({}, {}, kInputBlock);
+    const FileFormat format = DetectFormat(nothing, plain);
     form.encoding = format.encoding;
     form.hasByteOrderMark = format.encoding.UnitSize() > 1;
     if (options.fieldEnd || options.recordEnd) form.pair = format.pair;
@@ -86,23 +86,15 @@ DelimitedForm Overridden(DelimitedForm form, const FormatOptions& options) {
   return form;
 }
 
-// ---- The form as text --------------------------------------------------------------------------
-
 namespace {
 
 std::string CodePoints(std::string_view utf8) {
   std::string text;
   while (!utf8.empty()) {
     const Character character = FirstOfUtf8(utf8);
-    text += fmt::format("U+{:04X}", static_cast<std::uint32_t>(character.number));
+    text += CodePoint(character.number);
     utf8.remove_prefix(character.bytes);
   }
-  return text;
-}
-
-std::string Hexadecimal(std::string_view bytes) {
-  std::string text;
-  for (const char byte : bytes) text += fmt::format("{:02X}", static_cast<unsigned char>(byte));
   return text;
 }
 
@@ -153,7 +145,7 @@ bool TakeMember(DelimitedForm& form, std::string_view name, std::string_view val
   if (name == "given") return Take(form.isGiven, FlagOf(value));
   if (name != "line-breaks") return false;
   const std::optional<int> breaks = NumberOf(value, 10);
-  return Take(form.lineBreaks, breaks) && *breaks >= 0 && *breaks <= MostLineBreaks();
+  return Take(form.lineBreaks, breaks) && *breaks >= 0 && *breaks <= kMostRecordBreaks;
 }
 
 }  // namespace

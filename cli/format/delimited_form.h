@@ -43,8 +43,6 @@ DelimitedForm FormOfFile(Input& input, const FileFormat& format, bool isOne = fa
 /// `form` with what `options` name in its place. Fails as DetectFormat.
 DelimitedForm Overridden(DelimitedForm form, const FormatOptions& options);
 
-// ---- The form as text --------------------------------------------------------------------------
-
 /// One member of a form: its name and its value, in letters, digits, + and -. `isBare` are numbers,
 /// true and false.
 struct FormMember {

@@ -169,11 +169,4 @@ FileFormat DetectFormat(Input& input, const FormatOptions& options) {
   return format;
 }
 
-FileFormat RequestedFormat(const FormatOptions& options) {
-  FormatOptions plain = options;
-  plain.reading = Reading::kPlain;
-  Input nothing({}, {}, kInputBlock);
-  return DetectFormat(nothing, plain);
-}
-
 }  // namespace brindlex::cli

@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "cli/format/markers.h"
@@ -77,8 +76,5 @@ std::optional<NamedColumns> FindNamedColumns(const std::vector<std::string>& nam
 /// has the markers of neither layer and none were given, and for Reading::kCollections if the
 /// header has no such columns.
 FileFormat DetectFormat(Input& input, const FormatOptions& options);
-
-/// The format that options ask for, without a file.
-FileFormat RequestedFormat(const FormatOptions& options);
 
 }  // namespace brindlex::cli

@@ -1,12 +1,13 @@
 #include "cli/format/markers.h"
 
+#include <fmt/format.h>
+
 #include <charconv>
 #include <cstdint>
 
 #include "cli/io/failure.h"
 #include "cli/text/escape.h"
 #include "cli/text/utf.h"
-#include "persistence/delimited_text.h"
 
 namespace brindlex::cli {
 namespace {
@@ -49,22 +50,11 @@ bool RunsInto(const std::string& left, const std::string& right) {
   return false;
 }
 
-std::string CodePoint(char32_t character) {
-  constexpr std::string_view kDigits = "0123456789ABCDEF";
-  std::string digits;
-  for (; character != 0 || digits.size() < 4; character >>= 4U) {
-    digits.insert(digits.begin(), kDigits[character & 0xFU]);
-  }
-  return "U+" + digits;
-}
-
 }  // namespace
 
 MarkerPair OuterMarkers() { return InUtf8(DefaultMarkers()); }
 
 MarkerPair InnerMarkers() { return InUtf8(InternalMarkers()); }
-
-int MostLineBreaks() { return kMostRecordBreaks; }
 
 std::string ParseMarker(std::string_view given) {
   constexpr std::size_t kMostBytes = 500;
@@ -123,6 +113,10 @@ std::size_t FindMarker(std::string_view text, std::string_view marker, std::size
     if (found == std::string_view::npos || found % unit == 0) return found;
     from = found + 1;
   }
+}
+
+std::string CodePoint(char32_t character) {
+  return fmt::format("U+{:04X}", static_cast<std::uint32_t>(character));
 }
 
 std::string DescribedCharacter(std::string_view utf8) {

@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "cli/text/encoding.h"
+#include "persistence/delimited_text.h"
 #include "persistence/text_data.h"
 
 namespace brindlex::cli {
@@ -54,9 +55,6 @@ struct ByteMarkers {
   std::size_t Longest() const { return std::max(fieldEnd.size(), recordEnd.size()); }
 };
 
-/// How many line breaks after a record end are dropped.
-int MostLineBreaks();
-
 /// `pair` in the bytes of `encoding`; nothing if that lacks one of its characters.
 std::optional<ByteMarkers> FindByteMarkers(const MarkerPair& pair, const Encoding& encoding);
 
@@ -88,6 +86,9 @@ bool AreUnambiguous(const ByteMarkers& markers);
 /// The offset of `marker` in `text`, a multiple of `unit` and not before `from`; npos for none.
 std::size_t FindMarker(std::string_view text, std::string_view marker, std::size_t unit,
                        std::size_t from = 0);
+
+/// The number of a character, such as "U+001F".
+std::string CodePoint(char32_t character);
 
 /// A character as a message shows it: itself and its code point.
 std::string DescribedCharacter(std::string_view utf8);

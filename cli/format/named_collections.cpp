@@ -1,11 +1,9 @@
 #include "cli/format/named_collections.h"
 
-#include <algorithm>
 #include <utility>
 
 #include "automation/text.h"
 #include "cli/format/name_tables.h"
-#include "cli/format/tail.h"
 #include "cli/io/failure.h"
 #include "cli/text/escape.h"
 #include "cli/text/utf.h"
@@ -30,8 +28,6 @@ void RefuseUnknownCollection(const Input& input, std::string_view name, const st
   throw UsageError(ShownPath(input.Name()) + " holds no collection " + Quoted(name) +
                    "; it holds " + (list.empty() ? "none" : list));
 }
-
-// ---- Scanning ----------------------------------------------------------------------------------
 
 NamedCollectionScanner::NamedCollectionScanner(Input& input, const FileFormat& format,
                                                bool countsRecords, Progress* progress)
@@ -118,8 +114,6 @@ bool NamedCollectionScanner::Next(NamedCollection& collection) {
   }
 }
 
-// ---- Index -------------------------------------------------------------------------------------
-
 namespace {
 
 [[noreturn]] void Fail(std::uint64_t offset, const std::string& what) {
@@ -193,6 +187,14 @@ const NamedCollection& CollectionIndex::Require(const Input& input, std::string_
     AppendToList(list, names_[index], index);
   }
   RefuseUnknownCollection(input, name, list);
+}
+
+TableSource FindTable(Input& input, const FileFormat& format,
+                      const std::optional<std::string>& name) {
+  if (!format.named && name) RefuseCollectionName(input);
+  if (!name) return OnlyTable(input, format);
+  const CollectionIndex index(input, format);
+  return index.Table(input, format, index.Require(input, *name));
 }
 
 }  // namespace brindlex::cli

@@ -11,6 +11,21 @@
 
 namespace brindlex::cli {
 
+/// A collection of a file, whose input must outlive it.
+struct TableSource {
+  Input* input = nullptr;
+  FileFormat format;
+  ByteMarkers markers;
+  Extent text;
+  /// For messages; empty if it is the only one of its file.
+  std::string name;
+};
+
+/// The only collection of a file.
+inline TableSource OnlyTable(Input& input, const FileFormat& format) {
+  return {&input, format, format.markers, format.Text(), {}};
+}
+
 /// A named collection, as its record in the outer layer has it.
 struct NamedCollection {
   /// From 1, in file order.
@@ -96,6 +111,11 @@ class CollectionIndex {
   /// The offsets of the line breaks between records of the outer layer.
   std::vector<std::uint64_t> LineBreaks(const ByteMarkers& markers) const;
 
+  /// One of them, of the file that the index was made of.
+  TableSource Table(Input& input, const FileFormat& format, const NamedCollection& one) const {
+    return {&input, format, *format.inner, one.data, NameOf(one)};
+  }
+
   /// In UTF-8.
   const std::string& NameOf(const NamedCollection& collection) const {
     return names_[static_cast<std::size_t>(&collection - all_.data())];
@@ -110,6 +130,11 @@ class CollectionIndex {
   std::uint64_t headerLineBreaks_ = 0;
   std::uint64_t end_ = 0;
 };
+
+/// The collection of `name` in any letter case, or the only one, which has no name. UsageError if
+/// there is none, and as CollectionIndex.
+TableSource FindTable(Input& input, const FileFormat& format,
+                      const std::optional<std::string>& name);
 
 /// Whether two names are one to the component: the same in any letter case.
 bool IsSameName(std::string_view left, std::string_view right);

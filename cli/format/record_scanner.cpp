@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include "cli/format/tail.h"
-
 namespace brindlex::cli {
 
 void RecordScanner::Keep(const Token& token, ScannedRecord& record) {

@@ -53,7 +53,7 @@ void CopyNamed(Input& input, const FileFormat& format, TableWriter& writer, Loss
   writer.BeginNamed();
   for (const NamedCollection& one : index.All()) {
     const std::string& name = index.NameOf(one);
-    CollectionReader reader(input, format, *format.inner, one.data, name, lossReport, &progress);
+    CollectionReader reader(index.Table(input, format, one), lossReport, &progress);
     reader.ExpectLineBreaks(std::min(lineBreaks, 0));
     CopyCollection(reader, name, writer);
   }
@@ -64,20 +64,12 @@ void CopyNamed(Input& input, const FileFormat& format, TableWriter& writer, Loss
 void CopyTables(Input& input, const FileFormat& format, const std::optional<std::string>& name,
                 TableWriter& writer, LossReport& lossReport, int lineBreaks) {
   Progress progress("reading", input.Size());
-  if (!format.named) {
-    if (name) RefuseCollectionName(input);
-    CollectionReader reader(input, format, format.markers, format.Text(), {}, lossReport,
-                            &progress);
-    reader.ExpectLineBreaks(lineBreaks);
-    CopyCollection(reader, {}, writer);
-  } else if (name) {
-    const CollectionIndex index(input, format);
-    const NamedCollection& one = index.Require(input, *name);
-    CollectionReader reader(input, format, *format.inner, one.data, index.NameOf(one), lossReport,
-                            &progress);
-    CopyCollection(reader, {}, writer);
-  } else {
+  if (format.named && !name) {
     CopyNamed(input, format, writer, lossReport, progress, lineBreaks);
+  } else {
+    CollectionReader reader(FindTable(input, format, name), lossReport, &progress);
+    if (!format.named) reader.ExpectLineBreaks(lineBreaks);
+    CopyCollection(reader, {}, writer);
   }
   writer.End();
 }

@@ -26,7 +26,7 @@ std::string RefusedValue::At(const std::string& place) const {
   return name.empty() ? place + " " + problem : place + ", " + Quoted(name) + ": it " + problem;
 }
 
-void BufferedWriter::HandOverNow(std::size_t kept) {
+void TableWriter::HandOverNow(std::size_t kept) {
   if (buffer_.Size() <= kept) return;
   const std::size_t done = buffer_.Size() - kept;
   writeBytes_(buffer_.View().substr(0, done));

@@ -58,16 +58,15 @@ struct RefusedValue {
 /// throws.
 class TableWriter {
  public:
-  TableWriter() = default;
   TableWriter(const TableWriter&) = delete;
   TableWriter& operator=(const TableWriter&) = delete;
   virtual ~TableWriter() = default;
 
   /// The source holds named collections, and all of them follow; called before all others.
-  virtual void BeginNamed() = 0;
+  virtual void BeginNamed() {}
 
   /// A collection begins; its name is empty if it is the only one.
-  virtual void BeginCollection(std::string_view name) = 0;
+  virtual void BeginCollection(std::string_view /*name*/) {}
 
   /// Its field names, which are at `offset` of the source. An empty collection has none.
   virtual void Header(const std::vector<std::string>& names, std::uint64_t offset) = 0;
@@ -82,13 +81,11 @@ class TableWriter {
   virtual void EndCollection() = 0;
 
   /// Nothing follows: hands over everything that is left.
-  virtual void End() = 0;
-};
+  virtual void End() { HandOverNow(); }
 
-/// What the writers share: bytes that are handed over in large blocks.
-class BufferedWriter : public TableWriter {
  protected:
-  explicit BufferedWriter(ByteHandler writeBytes) : writeBytes_(std::move(writeBytes)) {}
+  /// What is written goes to `writeBytes`, in large blocks.
+  explicit TableWriter(ByteHandler writeBytes) : writeBytes_(std::move(writeBytes)) {}
 
   ByteBuffer& Buffer() { return buffer_; }
 

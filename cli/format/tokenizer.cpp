@@ -74,7 +74,6 @@ Tokenizer::Tokenizer(InputWindow& window, Encoding encoding, const ByteMarkers& 
       isSimple_(markers.Longest() == 1 && !around_),
       isUnambiguous_(AreUnambiguous(markers)),
       fieldEnd_(markers.fieldEnd.front()),
-      mostBreaks_(MostLineBreaks()),
       // Where the higher byte comes first, it is 0 in most text.
       look_(markers.unit == 2 && markers.fieldEnd.front() == 0 ? 1 : 0),
       lookahead_(isSimple_ ? 0 : markers.fieldEnd.size() + markers.recordEnd.size()) {
@@ -107,7 +106,7 @@ void Tokenizer::Resume() {
 
 void Tokenizer::SkipRecords(std::size_t bytes) {
   next_ += bytes;
-  breaksLeft_ = mostBreaks_;
+  breaksLeft_ = kMostRecordBreaks;
   Rescan();
 }
 

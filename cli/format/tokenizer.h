@@ -42,6 +42,12 @@ struct Token {
   std::uint64_t End() const { return offset + bytes.size(); }
 };
 
+/// Whether `bytes`, in any encoding, hold nothing but what editors and old programs put after the
+/// last record end: line breaks, blanks, NUL and Ctrl+Z. Such a tail is no record.
+inline bool IsTail(std::string_view bytes) {
+  return bytes.find_first_not_of(std::string_view("\r\n \t\0\x1A", 6)) == std::string_view::npos;
+}
+
 /// Cuts a text at its markers as the component does: record ends are found from left to right, in
 /// each record the field ends; up to three line breaks after a record end belong to nothing. Reads
 /// as the caller asks for tokens, in the memory of the window.
@@ -126,7 +132,7 @@ class Tokenizer {
     const Token token{kind, {bytes_.data() + next_, found - next_}, Offset()};
     const bool isRecord = kind == Token::Kind::kRecord;
     next_ = found + (isRecord ? markers_.recordEnd.size() : markers_.fieldEnd.size());
-    breaksLeft_ = isRecord ? mostBreaks_ : 0;
+    breaksLeft_ = isRecord ? kMostRecordBreaks : 0;
     return token;
   }
 
@@ -150,7 +156,6 @@ class Tokenizer {
   bool isSimple_;
   bool isUnambiguous_;
   char fieldEnd_;
-  int mostBreaks_;
   /// The byte of a marker that is looked for: in UTF-16 with the higher byte first, the second.
   std::size_t look_;
   std::string sought_;

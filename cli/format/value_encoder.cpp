@@ -18,24 +18,9 @@ void ValueEncoder::Forbid(const MarkerPair& pair) {
 
 bool ValueEncoder::PlainRule::Exclude(char byte) {
   if (count_ == kMost) return false;
-  lastBytes_[count_++] = byte;
+  lastBytes_.bytes[count_++] = byte;
   return true;
 }
-
-bool ValueEncoder::PlainRule::IsPlain(char byte) const {
-  return AsciiRule::IsPlain(byte) &&
-         std::find(std::begin(lastBytes_), std::end(lastBytes_), byte) == std::end(lastBytes_);
-}
-
-#ifdef __SSE2__
-__m128i ValueEncoder::PlainRule::Others(__m128i block) const {
-  __m128i others = block;
-  for (const char byte : lastBytes_) {
-    others = _mm_or_si128(others, _mm_cmpeq_epi8(block, _mm_set1_epi8(byte)));
-  }
-  return others;
-}
-#endif
 
 std::optional<std::string> ValueEncoder::Append(std::string_view piece, std::size_t layers,
                                                 std::size_t begin, ByteBuffer& bytes) {

@@ -42,15 +42,15 @@ class ValueEncoder {
    public:
     /// False if there are too many.
     bool Exclude(char byte);
-    bool IsPlain(char byte) const;
+    bool IsPlain(char byte) const { return AsciiRule::IsPlain(byte) && lastBytes_.IsPlain(byte); }
 #ifdef __SSE2__
-    __m128i Others(__m128i block) const;
+    __m128i Others(__m128i block) const { return _mm_or_si128(block, lastBytes_.Others(block)); }
 #endif
 
    private:
     /// Of two pairs of markers.
     static constexpr std::size_t kMost = 4;
-    char lastBytes_[kMost] = {'\x80', '\x80', '\x80', '\x80'};
+    OtherThan<kMost> lastBytes_{{'\x80', '\x80', '\x80', '\x80'}};
     std::size_t count_ = 0;
   };
 

@@ -15,8 +15,6 @@ namespace {
 
 }  // namespace
 
-// ---- Input -------------------------------------------------------------------------------------
-
 Input::Input(const std::string& path) : name_(path) {
   if (path == "-") {
     name_ = "standard input";
@@ -68,29 +66,24 @@ std::string_view Input::Head() {
   return head_;
 }
 
-std::size_t Input::ReadFile(system::Descriptor from, std::uint64_t offset, char* to,
-                            std::size_t size) {
+// Fills `to`, so that a pipe's small portions do not decide what Head is.
+std::size_t Input::ReadFully(system::Descriptor from, char* to, std::size_t size,
+                             std::optional<std::uint64_t> offset) const {
   std::size_t done = 0;
   while (done < size) {
     std::error_code error;
-    const auto count = system::ReadAt(from, offset + done, to + done, size - done, error);
+    const auto count = system::Read(from, to + done, size - done, error, offset);
     if (!count) Fail("cannot read " + ShownPath(name_), error);
     if (*count == 0) break;
     done += *count;
+    if (offset) *offset += *count;
   }
   return done;
 }
 
-// Fills `to`, so that a pipe's small portions do not decide what Head is.
 std::size_t Input::ReadStream(char* to, std::size_t size) {
-  std::size_t done = 0;
-  while (done < size && !isAtEnd_) {
-    std::error_code error;
-    const auto count = system::Read(descriptor_, to + done, size - done, error);
-    if (!count) Fail("cannot read " + ShownPath(name_), error);
-    isAtEnd_ = *count == 0;
-    done += *count;
-  }
+  const std::size_t done = isAtEnd_ ? 0 : ReadFully(descriptor_, to, size, std::nullopt);
+  isAtEnd_ = isAtEnd_ || done < size;
   if (hasHead_ && keeps_) Keep({to, done});
   streamed_ += done;
   return done;
@@ -110,7 +103,7 @@ void Input::Keep(std::string_view bytes) {
 std::size_t Input::Read(std::uint64_t offset, char* to, std::size_t size) {
   if (text_)
     return offset < text_->size() ? text_->copy(to, size, static_cast<std::size_t>(offset)) : 0;
-  if (!IsStream()) return ReadFile(descriptor_, start_ + offset, to, size);
+  if (!IsStream()) return ReadFully(descriptor_, to, size, start_ + offset);
   const std::string_view head = Head();
   if (offset < head.size()) {
     const std::size_t copied = head.copy(to, size, static_cast<std::size_t>(offset));
@@ -127,11 +120,9 @@ std::size_t Input::Read(std::uint64_t offset, char* to, std::size_t size) {
     throw Failure(ExitStatus::kInputOutput, ShownPath(name_) + " cannot be read a second time");
   }
   const auto left = static_cast<std::size_t>(std::min<std::uint64_t>(size, keptEnd - offset));
-  const std::size_t done = ReadFile(kept_, offset - head.size(), to, left);
+  const std::size_t done = ReadFully(kept_, to, left, offset - head.size());
   return done == size ? size : done + Read(offset + done, to + done, size - done);
 }
-
-// ---- ExtentReader ------------------------------------------------------------------------------
 
 ExtentReader::ExtentReader(Input& input)
     : input_(input), buffer_(std::make_unique_for_overwrite<char[]>(kInputBlock)) {}
@@ -155,8 +146,6 @@ std::string ExtentReader::Bytes(const Extent& extent, std::size_t most) {
        [&](std::string_view part) { bytes += part; });
   return bytes;
 }
-
-// ---- InputWindow -------------------------------------------------------------------------------
 
 InputWindow::InputWindow(Input& input, const Extent& extent, Progress* progress)
     : input_(input),

@@ -7,7 +7,6 @@
 #include <string>
 #include <string_view>
 
-#include "cli/io/extent.h"
 #include "cli/io/progress.h"
 #include "cli/io/system.h"
 
@@ -15,6 +14,21 @@ namespace brindlex::cli {
 
 /// Bytes that are read at a time, and as many as the format is detected from.
 inline constexpr std::size_t kInputBlock = std::size_t{256} * 1024;
+
+/// A range of bytes of a file.
+struct Extent {
+  std::uint64_t offset = 0;
+  std::uint64_t length = 0;
+
+  std::uint64_t End() const { return offset + length; }
+  bool operator==(const Extent&) const = default;
+};
+
+/// From `begin` to `end`.
+inline Extent ExtentOf(std::uint64_t begin, std::uint64_t end) { return {begin, end - begin}; }
+
+/// All of an input.
+inline constexpr Extent kWholeInput{0, UINT64_MAX};
 
 /// A file or standard input, whose bytes can be read at any offset, any number of times. What comes
 /// through a pipe is kept in a temporary file of the system while it is read, so that memory does
@@ -58,7 +72,8 @@ class Input {
 
  private:
   bool IsStream() const { return !size_ && !text_; }
-  std::size_t ReadFile(system::Descriptor from, std::uint64_t offset, char* to, std::size_t size);
+  std::size_t ReadFully(system::Descriptor from, char* to, std::size_t size,
+                        std::optional<std::uint64_t> offset) const;
   std::size_t ReadStream(char* to, std::size_t size);
   void Keep(std::string_view bytes);
 
@@ -149,8 +164,5 @@ void ReadExtent(Input& input, const Extent& extent, Each&& each) {
     window.Consume(window.Bytes().size());
   }
 }
-
-/// All of an input.
-inline constexpr Extent kWholeInput{0, UINT64_MAX};
 
 }  // namespace brindlex::cli

@@ -78,7 +78,6 @@ void Output::HandOver(std::string_view bytes) {
       isTerminal_ ? system::WriteToTerminal(descriptor_, bytes) : system::Write(descriptor_, bytes);
   isEnded_ = pager_ && error;
   if (!isEnded_) Check(error);
-  written_ += bytes.size();
 }
 
 void Output::Flush() {

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -56,9 +55,6 @@ class Output {
   /// last call.
   void Commit();
 
-  /// How many bytes were written.
-  std::uint64_t Written() const { return written_ + buffer_.size(); }
-
  private:
   static constexpr std::size_t kBlock = std::size_t{256} * 1024;
 
@@ -82,7 +78,6 @@ class Output {
   std::optional<system::ShellPipe> pager_;
   bool isEnded_ = false;
   std::string buffer_;
-  std::uint64_t written_ = 0;
 };
 
 }  // namespace brindlex::cli

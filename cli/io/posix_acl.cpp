@@ -1,7 +1,5 @@
 #include "cli/io/posix_acl.h"
 
-#include <cstdint>
-
 namespace brindlex::cli::system {
 namespace {
 

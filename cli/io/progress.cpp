@@ -21,7 +21,8 @@ void Draw(const std::string& text) { system::WriteToTerminal(system::kStandardEr
 
 int Columns() {
   constexpr int kUsual = 80;
-  return system::TerminalColumns(system::kStandardError).value_or(kUsual);
+  const int columns = system::SizeOfTerminal(system::kStandardError).columns;
+  return columns > 0 ? columns : kUsual;
 }
 
 /// As much of the front of `text` as fits into `columns`, by whole characters.

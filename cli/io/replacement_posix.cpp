@@ -9,7 +9,6 @@
 #include <cerrno>
 #include <climits>
 #include <csignal>
-#include <cstdio>
 #include <optional>
 #include <utility>
 
@@ -93,8 +92,7 @@ class EndingsWait {
   sigset_t before_{};
 };
 
-// ---- What killed runs have left
-// ------------------------------------------------------------------
+// ---- What killed runs have left ----------------------------------------------------------------
 
 bool Lock(int file) { return ::flock(file, LOCK_EX | LOCK_NB) == 0; }
 

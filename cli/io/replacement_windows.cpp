@@ -70,8 +70,7 @@ BOOL WINAPI RemoveAtEnd(DWORD) {
   return FALSE;
 }
 
-// ---- What killed runs have left
-// ------------------------------------------------------------------
+// ---- What killed runs have left ----------------------------------------------------------------
 
 std::string Utf8OfWide(const std::wstring& text) {
   return Utf8OfUtf16(std::u16string(text.begin(), text.end()));

@@ -40,12 +40,9 @@ Opened OpenToWrite(const std::string& path);
 Opened OpenTemporary();
 
 /// Up to `size` bytes; 0 at the end of the file, nothing on a failure, whose reason is in `error`.
-std::optional<std::size_t> Read(Descriptor from, char* to, std::size_t size,
-                                std::error_code& error);
-
-/// The same from that offset of a regular file, whatever was read before.
-std::optional<std::size_t> ReadAt(Descriptor from, std::uint64_t offset, char* to, std::size_t size,
-                                  std::error_code& error);
+/// With an offset, which a regular file has, from there, whatever was read before.
+std::optional<std::size_t> Read(Descriptor from, char* to, std::size_t size, std::error_code& error,
+                                std::optional<std::uint64_t> offset = std::nullopt);
 
 /// The offset that the next Read of a regular file starts at; 0 for anything else.
 std::uint64_t Position(Descriptor descriptor);
@@ -69,9 +66,6 @@ FileKind KindOf(const std::string& path);
 /// word itself where none does, and on other systems.
 std::vector<std::string> Expanded(const std::string& word);
 
-/// A number that another process is unlikely to have.
-std::uint64_t ProcessNumber();
-
 /// Fills `size` bytes with what nobody can predict. Returns false if the system supplies none.
 bool FillRandom(void* to, std::size_t size) noexcept;
 
@@ -79,11 +73,12 @@ bool FillRandom(void* to, std::size_t size) noexcept;
 
 bool IsTerminal(Descriptor descriptor);
 
-/// Columns of the terminal; nothing when `descriptor` is none.
-std::optional<int> TerminalColumns(Descriptor descriptor);
-
-/// Lines of the terminal, in the same way.
-std::optional<int> TerminalLines(Descriptor descriptor);
+/// What a terminal shows; 0 for what is not known, and when `descriptor` is none.
+struct TerminalSize {
+  int columns = 0;
+  int lines = 0;
+};
+TerminalSize SizeOfTerminal(Descriptor descriptor);
 
 /// The command of the system that shows text page by page; empty if there is none of use.
 std::string DefaultPager();

@@ -4,7 +4,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
@@ -54,21 +53,11 @@ Opened OpenTemporary() {
   return opened;
 }
 
-std::optional<std::size_t> Read(Descriptor from, char* to, std::size_t size,
-                                std::error_code& error) {
+std::optional<std::size_t> Read(Descriptor from, char* to, std::size_t size, std::error_code& error,
+                                std::optional<std::uint64_t> offset) {
   for (;;) {
-    const ssize_t count = ::read(from, to, size);
-    if (count >= 0) return static_cast<std::size_t>(count);
-    if (errno == EINTR) continue;
-    error = LastError();
-    return std::nullopt;
-  }
-}
-
-std::optional<std::size_t> ReadAt(Descriptor from, std::uint64_t offset, char* to, std::size_t size,
-                                  std::error_code& error) {
-  for (;;) {
-    const ssize_t count = ::pread(from, to, size, static_cast<off_t>(offset));
+    const ssize_t count =
+        offset ? ::pread(from, to, size, static_cast<off_t>(*offset)) : ::read(from, to, size);
     if (count >= 0) return static_cast<std::size_t>(count);
     if (errno == EINTR) continue;
     error = LastError();
@@ -118,8 +107,6 @@ FileKind KindOf(const std::string& path) {
 
 std::vector<std::string> Expanded(const std::string& word) { return {word}; }
 
-std::uint64_t ProcessNumber() { return static_cast<std::uint64_t>(::getpid()); }
-
 bool FillRandom(void* to, std::size_t size) noexcept {
   auto* const bytes = static_cast<char*>(to);
   for (std::size_t filled = 0; filled < size;) {
@@ -134,16 +121,10 @@ bool FillRandom(void* to, std::size_t size) noexcept {
 
 bool IsTerminal(Descriptor descriptor) { return ::isatty(descriptor) == 1; }
 
-std::optional<int> TerminalColumns(Descriptor descriptor) {
+TerminalSize SizeOfTerminal(Descriptor descriptor) {
   struct winsize size {};
-  if (::ioctl(descriptor, TIOCGWINSZ, &size) != 0 || size.ws_col == 0) return std::nullopt;
-  return size.ws_col;
-}
-
-std::optional<int> TerminalLines(Descriptor descriptor) {
-  struct winsize size {};
-  if (::ioctl(descriptor, TIOCGWINSZ, &size) != 0 || size.ws_row == 0) return std::nullopt;
-  return size.ws_row;
+  if (::ioctl(descriptor, TIOCGWINSZ, &size) != 0) return {};
+  return {size.ws_col, size.ws_row};
 }
 
 std::string DefaultPager() {

@@ -12,7 +12,6 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
-#include <cstdlib>
 #include <utility>
 
 #include "cli/io/system.h"
@@ -34,6 +33,19 @@ Opened ResultOf(int descriptor) {
 
 HANDLE HandleOf(Descriptor descriptor) {
   return reinterpret_cast<HANDLE>(::_get_osfhandle(descriptor));
+}
+
+std::optional<std::size_t> ReadAt(Descriptor from, std::uint64_t offset, char* to, std::size_t size,
+                                  std::error_code& error) {
+  OVERLAPPED place{};
+  place.Offset = static_cast<DWORD>(offset);
+  place.OffsetHigh = static_cast<DWORD>(offset >> 32U);
+  DWORD count = 0;
+  const auto most = static_cast<DWORD>(std::min<std::size_t>(size, 1U << 30));
+  if (::ReadFile(HandleOf(from), to, most, &count, &place) != FALSE) return count;
+  if (::GetLastError() == ERROR_HANDLE_EOF) return 0;
+  error = LastWindowsError();
+  return std::nullopt;
 }
 
 }  // namespace
@@ -90,27 +102,15 @@ Opened OpenTemporary() {
   return ResultOf(::_wopen(path.data(), kFlags, _S_IREAD | _S_IWRITE));
 }
 
-std::optional<std::size_t> Read(Descriptor from, char* to, std::size_t size,
-                                std::error_code& error) {
+std::optional<std::size_t> Read(Descriptor from, char* to, std::size_t size, std::error_code& error,
+                                std::optional<std::uint64_t> offset) {
+  if (offset) return ReadAt(from, *offset, to, size, error);
   if (from == kStandardInput) ::_setmode(from, _O_BINARY);
   const int count = ::_read(from, to, static_cast<unsigned>(std::min<std::size_t>(size, 1U << 30)));
   if (count >= 0) return static_cast<std::size_t>(count);
   // The writer of a pipe has closed it.
   if (errno == EPIPE) return 0;
   error = LastErrno();
-  return std::nullopt;
-}
-
-std::optional<std::size_t> ReadAt(Descriptor from, std::uint64_t offset, char* to, std::size_t size,
-                                  std::error_code& error) {
-  OVERLAPPED place{};
-  place.Offset = static_cast<DWORD>(offset);
-  place.OffsetHigh = static_cast<DWORD>(offset >> 32U);
-  DWORD count = 0;
-  const auto most = static_cast<DWORD>(std::min<std::size_t>(size, 1U << 30));
-  if (::ReadFile(HandleOf(from), to, most, &count, &place) != FALSE) return count;
-  if (::GetLastError() == ERROR_HANDLE_EOF) return 0;
-  error = LastWindowsError();
   return std::nullopt;
 }
 
@@ -176,8 +176,6 @@ std::vector<std::string> Expanded(const std::string& word) {
   return found;
 }
 
-std::uint64_t ProcessNumber() { return ::GetCurrentProcessId(); }
-
 bool FillRandom(void* to, std::size_t size) noexcept {
   return RtlGenRandom(to, static_cast<ULONG>(size)) != FALSE;
 }
@@ -189,16 +187,11 @@ bool IsTerminal(Descriptor descriptor) {
   return ::GetConsoleMode(HandleOf(descriptor), &mode) != 0;
 }
 
-std::optional<int> TerminalColumns(Descriptor descriptor) {
+TerminalSize SizeOfTerminal(Descriptor descriptor) {
   CONSOLE_SCREEN_BUFFER_INFO info{};
-  if (::GetConsoleScreenBufferInfo(HandleOf(descriptor), &info) == 0) return std::nullopt;
-  return info.srWindow.Right - info.srWindow.Left + 1;
-}
-
-std::optional<int> TerminalLines(Descriptor descriptor) {
-  CONSOLE_SCREEN_BUFFER_INFO info{};
-  if (::GetConsoleScreenBufferInfo(HandleOf(descriptor), &info) == 0) return std::nullopt;
-  return info.srWindow.Bottom - info.srWindow.Top + 1;
+  if (::GetConsoleScreenBufferInfo(HandleOf(descriptor), &info) == 0) return {};
+  const SMALL_RECT& window = info.srWindow;
+  return {window.Right - window.Left + 1, window.Bottom - window.Top + 1};
 }
 
 std::string DefaultPager() {

@@ -1,11 +1,14 @@
 #pragma once
 
+#include <algorithm>
+#include <array>
 #include <bit>
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <string_view>
+#include <tuple>
 #ifdef __SSE2__
 #include <emmintrin.h>
 #endif
@@ -116,6 +119,25 @@ std::size_t CopyPlain(std::string_view text, char* to, const Rule& rule = {}) no
   return plain;
 #endif
 }
+
+/// Bytes other than a few.
+template <std::size_t kCount>
+struct OtherThan {
+  std::array<char, kCount> bytes;
+
+  bool IsPlain(char byte) const {
+    return std::find(bytes.begin(), bytes.end(), byte) == bytes.end();
+  }
+#ifdef __SSE2__
+  __m128i Others(__m128i block) const {
+    // Not a loop, in which the compiler loses which of the bytes are constants.
+    const auto others = [block](auto... byte) {
+      return (_mm_cmpeq_epi8(block, _mm_set1_epi8(byte)) | ...);
+    };
+    return std::apply(others, bytes);
+  }
+#endif
+};
 
 /// Bytes below 128.
 struct AsciiRule {

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <iterator>
+#include <utility>
 
-#include "cli/text/escape.h"
 #include "cli/text/utf.h"
 #include "cli/text/width_table.h"
 
@@ -18,23 +18,29 @@ bool IsIn(const ColumnRun (&runs)[Count], char32_t character) {
   return run != std::begin(runs) && character <= std::prev(run)->last;
 }
 
-/// Calls `put(character, UTF-8)` for each character, `bad(byte)` for each byte of an ill-formed
-/// sequence.
-template <class Put, class Bad>
-void EachCharacter(const Encoding& encoding, std::string_view bytes, Put&& put, Bad&& bad) {
-  while (!bytes.empty()) {
+/// `bytes` with each character as `put(character, shown)` appends it, if that returns true; else as
+/// it is, or by EscapeOf what acts on a terminal and each byte of an ill-formed sequence.
+template <class Put>
+std::string ShownBy(const Put& put, const Encoding& encoding, std::string_view bytes) {
+  std::string shown;
+  for (;;) {
     std::string text;
-    const std::size_t used = encoding.ToUtf8(bytes, text);
+    bytes.remove_prefix(encoding.ToUtf8(bytes, text));
     for (std::string_view rest = text; !rest.empty();) {
       const Character character = FirstOfUtf8(rest);
-      put(character.number, rest.substr(0, character.bytes));
+      const bool isPut = put(character.number, shown);
+      if (!isPut && ActsOnTerminal(character.number)) {
+        shown += EscapeOf(character.number);
+      } else if (!isPut) {
+        shown.append(rest.substr(0, character.bytes));
+      }
       rest.remove_prefix(character.bytes);
     }
-    bytes.remove_prefix(used);
-    if (bytes.empty()) return;
-    const std::size_t passed = encoding.BadLength(bytes);
-    for (const char byte : bytes.substr(0, passed)) bad(static_cast<unsigned char>(byte));
-    bytes.remove_prefix(passed);
+    if (bytes.empty()) return shown;
+    const std::size_t bad = encoding.BadLength(bytes);
+    for (const char byte : bytes.substr(0, bad))
+      shown += EscapeOf(static_cast<unsigned char>(byte));
+    bytes.remove_prefix(bad);
   }
 }
 
@@ -58,45 +64,24 @@ std::size_t ColumnsOf(std::string_view text) {
 }
 
 std::string Printable(const Encoding& encoding, std::string_view bytes) {
-  std::string shown;
   char32_t before = 0;
-  EachCharacter(
-      encoding, bytes,
-      [&](char32_t character, std::string_view utf8) {
-        if (character == '\n') {
-          // One arrow for a pair.
-          if (before != '\r') shown += "\u21B5";
-        } else if (character == '\r') {
-          shown += "\u21B5";
-        } else if (character == '\t') {
-          shown += "\u2192";
-        } else if (ActsOnTerminal(character)) {
-          shown += EscapeOf(character);
-        } else {
-          shown.append(utf8);
-        }
-        before = character;
-      },
-      [&](unsigned char byte) { shown += EscapeOf(byte); });
-  return shown;
+  const auto put = [&before](char32_t character, std::string& shown) {
+    // One arrow for a pair.
+    const bool endsPair = std::exchange(before, character) == '\r' && character == '\n';
+    if (character != '\t' && character != '\r' && character != '\n') return false;
+    if (!endsPair) shown += character == '\t' ? "\u2192" : "\u21B5";
+    return true;
+  };
+  return ShownBy(put, encoding, bytes);
 }
 
 std::string PrintableLines(const Encoding& encoding, std::string_view bytes,
                            std::string_view indent) {
-  std::string shown;
-  EachCharacter(
-      encoding, bytes,
-      [&](char32_t character, std::string_view utf8) {
-        if (character == '\n') {
-          shown.append("\n").append(indent);
-        } else if (character != '\r' && ActsOnTerminal(character)) {
-          shown += EscapeOf(character);
-        } else if (character != '\r') {
-          shown.append(utf8);
-        }
-      },
-      [&](unsigned char byte) { shown += EscapeOf(byte); });
-  return shown;
+  const auto put = [indent](char32_t character, std::string& shown) {
+    if (character == '\n') shown.append("\n").append(indent);
+    return character == '\n' || character == '\r';
+  };
+  return ShownBy(put, encoding, bytes);
 }
 
 std::string Truncated(std::string_view text, std::size_t columns, bool isTruncated) {

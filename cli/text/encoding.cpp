@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
+#include <iterator>
 #include <utility>
 
 #include "cli/text/byte_prefix.h"
@@ -41,6 +41,9 @@ std::string LowerCase(std::string_view text) {
   }
   return lower;
 }
+
+static_assert(std::all_of(std::begin(kCodePages), std::end(kCodePages),
+                          [](const CodePage& page) { return page.upper.size() == 128; }));
 
 /// The page that windows-1252, cp1252 or 1252 names; null for another name.
 const CodePage* FindCodePage(std::string_view name) {

@@ -57,6 +57,15 @@ std::string ShownPath(std::string_view path) {
   return Escaped(path, kMost);
 }
 
+std::string Hexadecimal(std::string_view bytes, std::string_view between) {
+  std::string digits;
+  for (const char byte : bytes) {
+    digits.append(digits.empty() ? std::string_view() : between);
+    digits += fmt::format("{:02X}", static_cast<unsigned char>(byte));
+  }
+  return digits;
+}
+
 void AppendToList(std::string& list, std::string_view name, std::size_t index) {
   constexpr std::size_t kMost = 20;
   if (index > kMost) return;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -27,6 +28,14 @@ std::string Quoted(std::string_view utf8);
 
 /// A path for a message: Escaped, and truncated where no file system has longer ones.
 std::string ShownPath(std::string_view path);
+
+/// "1 record", "2 records".
+inline std::string Counted(std::uint64_t count, std::string_view what) {
+  return std::to_string(count).append(" ").append(what).append(count == 1 ? "" : "s");
+}
+
+/// Bytes as hexadecimal digits, with `between` between them.
+std::string Hexadecimal(std::string_view bytes, std::string_view between = {});
 
 /// Adds the next of several names to a list for a message: Quoted and separated by commas, the
 /// first 20 and an ellipsis. `index` counts from 0.

@@ -1,7 +1,6 @@
 #include "cli/text/table.h"
 
 #include <algorithm>
-#include <numeric>
 
 #include "cli/text/display.h"
 

@@ -1,8 +1,8 @@
 #include "cli/text/utf.h"
 
 #include <algorithm>
-#include <cstdint>
-#include <cstring>
+
+#include "cli/text/byte_prefix.h"
 
 namespace brindlex::cli {
 namespace {
@@ -46,16 +46,6 @@ std::size_t Matching(std::string_view text, const Sequence& sequence) {
   return most;
 }
 
-std::size_t AsciiAtFront(std::string_view text) {
-  std::size_t at = 0;
-  for (std::uint64_t eight = 0; at + sizeof(eight) <= text.size(); at += sizeof(eight)) {
-    std::memcpy(&eight, text.data() + at, sizeof(eight));
-    if ((eight & 0x8080808080808080U) != 0) break;
-  }
-  while (at < text.size() && ByteAt(text, at) < 0x80) ++at;
-  return at;
-}
-
 }  // namespace
 
 Character FirstOfUtf8(std::string_view text) {
@@ -73,7 +63,7 @@ Character FirstOfUtf8(std::string_view text) {
 std::size_t ValidUtf8(std::string_view text) {
   std::size_t valid = 0;
   for (;;) {
-    valid += AsciiAtFront(text.substr(valid));
+    valid += PlainPrefix<AsciiRule>(text.substr(valid));
     if (valid == text.size()) return valid;
     const std::size_t bytes = FirstOfUtf8(text.substr(valid)).bytes;
     if (bytes == 0) return valid;

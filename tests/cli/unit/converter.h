@@ -2,13 +2,13 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <memory>
 #include <string>
 #include <string_view>
 
 #include "cli/convert/csv_input.h"
-#include "cli/convert/csv_writer.h"
 #include "cli/convert/json_input.h"
-#include "cli/convert/json_writer.h"
+#include "cli/convert/table_writers.h"
 #include "cli/format/delimited_writer.h"
 #include "cli/format/table_copy.h"
 #include "cli/io/failure.h"
@@ -33,8 +33,8 @@ class Converter {
     Input input("file", file_, block_);
     std::string text;
     LossReport lossReport;
-    auto writer = make([&](std::string_view part) { text += part; }, lossReport);
-    CopyTables(input, DetectFormat(input, format_), {}, writer, lossReport, lineBreaks);
+    const auto writer = make([&](std::string_view part) { text += part; }, lossReport);
+    CopyTables(input, DetectFormat(input, format_), {}, *writer, lossReport, lineBreaks);
     if (!lossReport.IsEmpty()) throw ConversionError(lossReport.Sentences().front());
     return text;
   }
@@ -47,13 +47,13 @@ class Converter {
 
   std::string ToJson(std::string_view bytes, const JsonOptions& options = {}) {
     return Written(bytes, [&](const ByteHandler& writeBytes, LossReport& lossReport) {
-      return JsonWriter(writeBytes, options, lossReport);
+      return MakeJsonWriter(writeBytes, options, lossReport);
     });
   }
 
   std::string ToCsv(std::string_view bytes, const CsvStyle& style = {}) {
     return Written(bytes, [&](const ByteHandler& writeBytes, LossReport&) {
-      return CsvWriter(writeBytes, style);
+      return MakeCsvWriter(writeBytes, style);
     });
   }
 
@@ -64,7 +64,7 @@ class Converter {
     return Written(
         bytes,
         [&](const ByteHandler& writeBytes, LossReport&) {
-          return CsvWriter(writeBytes, style, false, &form);
+          return MakeCsvWriter(writeBytes, style, false, &form);
         },
         form.lineBreaks);
   }
@@ -73,7 +73,7 @@ class Converter {
   template <class Read>
   std::string ReadInto(std::string_view text, const Read& read) {
     std::string bytes;
-    std::optional<DelimitedWriter> writer;
+    std::unique_ptr<TableWriter> writer;
     const ReadAt source = [&](std::uint64_t offset, char* to, std::size_t size) {
       const std::string_view rest =
           text.substr(static_cast<std::size_t>(std::min<std::uint64_t>(offset, text.size())));
@@ -81,7 +81,8 @@ class Converter {
     };
     read(source, [&](const DelimitedForm* carried) -> TableWriter& {
       const DelimitedForm& form = carried != nullptr ? *carried : form_;
-      return writer.emplace([&](std::string_view part) { bytes += part; }, form);
+      writer = MakeDelimitedWriter([&](std::string_view part) { bytes += part; }, form);
+      return *writer;
     });
     writer->End();
     return bytes;

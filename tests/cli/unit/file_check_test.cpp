@@ -4,18 +4,11 @@
 
 #include <set>
 #include <string>
-#include <vector>
 
 #include "tests/cli/unit/cli_test.h"
 
 namespace brindlex::cli {
 namespace {
-
-class Gathered : public DefectHandler {
- public:
-  void Take(const Defect& defect) override { defects.push_back(defect); }
-  std::vector<Defect> defects;
-};
 
 TEST(FileCheck, FindsDuplicateKeysInManyPasses) {
   std::string text = "Id\xA5Text\xA5\x8C";
@@ -28,14 +21,13 @@ TEST(FileCheck, FindsDuplicateKeysInManyPasses) {
   }
   Input input("a.txt", text, kInputBlock);
   for (const std::size_t slots : {std::size_t{16}, std::size_t{4096}}) {
-    Gathered writeBytes;
-    const CheckedFile checked = CheckFile(input, DetectFormat(input, {}), "Id", writeBytes, slots);
-    EXPECT_EQ(500U, checked.records);
     std::set<std::uint64_t> found;
-    for (const Defect& defect : writeBytes.defects) {
+    const DefectHandler take = [&](const Defect& defect) {
       EXPECT_EQ(DefectKind::kDuplicateKey, defect.kind);
       EXPECT_TRUE(found.insert(defect.record).second);
-    }
+    };
+    const CheckedFile checked = CheckFile(input, DetectFormat(input, {}), "Id", take, slots);
+    EXPECT_EQ(500U, checked.records);
     EXPECT_EQ(expected, found) << slots;
   }
 }
@@ -50,15 +42,14 @@ TEST(FileCheck, FindsDuplicateKeysOfEachOfManyCollections) {
     text += fmt::format("\xA5N{}\xA5\x8C", collection);
   }
   Input input("a.txt", text, kInputBlock);
-  Gathered writeBytes;
-  const CheckedFile checked = CheckFile(input, DetectFormat(input, {}), "Id", writeBytes, 16);
-  EXPECT_EQ(40U, checked.collections);
-  EXPECT_EQ(1200U, checked.records);
   std::set<std::uint64_t> collections;
-  for (const Defect& defect : writeBytes.defects) {
+  const DefectHandler take = [&](const Defect& defect) {
     EXPECT_EQ(30U, defect.record);
     EXPECT_TRUE(collections.insert(defect.collection).second);
-  }
+  };
+  const CheckedFile checked = CheckFile(input, DetectFormat(input, {}), "Id", take, 16);
+  EXPECT_EQ(40U, checked.collections);
+  EXPECT_EQ(1200U, checked.records);
   EXPECT_EQ(40U, collections.size());
 }
 

@@ -9,7 +9,7 @@
 #include "cli/check/file_check.h"
 #include "cli/check/key_check.h"
 #include "cli/convert/json_input.h"
-#include "cli/convert/json_writer.h"
+#include "cli/convert/table_writers.h"
 #include "cli/format/delimited_writer.h"
 #include "cli/format/named_collections.h"
 #include "tests/cli/unit/cli_test.h"
@@ -47,14 +47,12 @@ class CliHashFlood : public HashFlood {
 
 class NoWriter : public TableWriter {
  public:
-  void BeginNamed() override {}
-  void BeginCollection(std::string_view) override {}
+  NoWriter() : TableWriter([](std::string_view) {}) {}
   void Header(const std::vector<std::string>&, std::uint64_t) override {}
   void BeginRow() override {}
   void Value(std::string_view, bool, bool) override {}
   void EndRow() override {}
   void EndCollection() override {}
-  void End() override {}
 };
 
 TEST_F(CliHashFlood, NamesOfJson) {
@@ -73,17 +71,17 @@ TEST_F(CliHashFlood, NamesOfJson) {
 TEST_F(CliHashFlood, NamesOfAHeaderForJson) {
   Expect(CraftedNames(), [](const Names& names) {
     LossReport lossReport;
-    JsonWriter writer([](std::string_view) {}, {}, lossReport);
-    writer.BeginCollection({});
-    writer.Header(names, 0);
+    const auto writer = MakeJsonWriter([](std::string_view) {}, {}, lossReport);
+    writer->BeginCollection({});
+    writer->Header(names, 0);
   });
 }
 
 TEST_F(CliHashFlood, NamesOfCollectionsThatAreWritten) {
   Expect(CraftedFoldedNames(), [](const Names& names) {
-    DelimitedWriter writer([](std::string_view) {}, FormOf({}));
-    writer.BeginNamed();
-    for (const std::string& name : names) writer.BeginCollection(name);
+    const auto writer = MakeDelimitedWriter([](std::string_view) {}, FormOf({}));
+    writer->BeginNamed();
+    for (const std::string& name : names) writer->BeginCollection(name);
   });
 }
 
@@ -96,11 +94,6 @@ TEST_F(CliHashFlood, NamesOfCollectionsThatAreRead) {
   });
 }
 
-class NoDefects : public DefectHandler {
- public:
-  void Take(const Defect& defect) override { ADD_FAILURE() << defect.what; }
-};
-
 TEST_F(CliHashFlood, NamesOfAHeaderThatIsChecked) {
   Expect(CraftedFoldedNames(), [&](const Names& names) {
     std::string header;
@@ -109,9 +102,9 @@ TEST_F(CliHashFlood, NamesOfAHeaderThatIsChecked) {
       header += name + "\xA5";
       record += "\xA5";
     }
-    NoDefects none;
     Input input("wide.txt", header + "\x8C" + record + "\x8C", kInputBlock);
-    CheckFile(input, DetectFormat(input, {}), {}, none);
+    CheckFile(input, DetectFormat(input, {}), {},
+              [](const Defect& defect) { ADD_FAILURE() << defect.what; });
   });
 }
 

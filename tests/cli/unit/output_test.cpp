@@ -106,7 +106,6 @@ TEST(Output, WritesMoreThanABlock) {
   const std::string part(100'000, 'x');
   Output output({path, false});
   for (int i = 0; i < 7; ++i) output.Write(part);
-  EXPECT_EQ(700'000U, output.Written());
   output.Commit();
   EXPECT_EQ(std::string(700'000, 'x'), TemporaryFolder::ContentOf(path));
 }

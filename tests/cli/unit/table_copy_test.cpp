@@ -11,8 +11,8 @@ std::vector<std::string> LostOf(const std::string& text, int lineBreaks) {
   Input input("file", Delimited(text), kInputBlock);
   const FileFormat format = DetectFormat(input, {});
   LossReport lossReport;
-  DelimitedWriter writer([](std::string_view) {}, {});
-  CopyTables(input, format, {}, writer, lossReport, lineBreaks);
+  const auto writer = MakeDelimitedWriter([](std::string_view) {}, {});
+  CopyTables(input, format, {}, *writer, lossReport, lineBreaks);
   return lossReport.Sentences();
 }
 
@@ -39,7 +39,7 @@ TEST(TableCopyTest, LineBreaksBetweenCollectionsAreLostUnlessAnyAreExpected) {
 
 TEST(TableCopyTest, ARefusalNamesTheCollection) {
   LossReport lossReport;
-  DelimitedWriter writer([](std::string_view) {}, {});
+  const auto writer = MakeDelimitedWriter([](std::string_view) {}, {});
   FormatOptions options;
   options.encoding = "utf-8";
   Input text("file",
@@ -48,7 +48,7 @@ TEST(TableCopyTest, ARefusalNamesTheCollection) {
              "\xC5\xA0\xC2\xA5x\xC2\xA5\xC5\x92",
              kInputBlock);
   const std::string refusal =
-      RefusalOf([&] { CopyTables(text, DetectFormat(text, options), {}, writer, lossReport); });
+      RefusalOf([&] { CopyTables(text, DetectFormat(text, options), {}, *writer, lossReport); });
   EXPECT_TRUE(refusal.starts_with("record 1 in \"x\", \"a\": it holds ")) << refusal;
 }
 

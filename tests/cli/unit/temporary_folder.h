@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -48,7 +49,9 @@ class TemporaryFolder {
  private:
   static std::string Unique() {
     const auto* const test = testing::UnitTest::GetInstance()->current_test_info();
-    return "brindlex-" + std::string(test->name()) + std::to_string(system::ProcessNumber());
+    std::uint64_t number = 0;
+    EXPECT_TRUE(system::FillRandom(&number, sizeof(number)));
+    return "brindlex-" + std::string(test->name()) + std::to_string(number);
   }
 
   std::filesystem::path folder_;
