@@ -19,7 +19,8 @@ struct ContentHash {
 
   ContentHash() = default;
   explicit ContentHash(const SipHash128& hash) : low(hash.low), high(hash.high) {}
-  auto operator<=>(const ContentHash&) const = default;
+  // The check takes the 0 that the compiler compares with for a pointer.
+  auto operator<=>(const ContentHash&) const = default;  // NOLINT(modernize-use-nullptr)
 };
 
 /// What is compared of a table.

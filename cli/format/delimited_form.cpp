@@ -125,8 +125,9 @@ std::optional<bool> FlagOf(std::string_view text) {
 /// Takes `value`; whether there is one.
 template <class To, class From>
 bool Take(To& to, std::optional<From> value) {
-  if (value) to = *std::move(value);
-  return value.has_value();
+  if (!value) return false;
+  to = *std::move(value);
+  return true;
 }
 
 bool TakeMarker(DelimitedForm& form, std::string MarkerPair::*marker, std::string_view value) {

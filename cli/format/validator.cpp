@@ -169,7 +169,7 @@ template <bool kHasStops>
 }  // namespace
 
 ValidPrefix FindValidPrefix(std::string_view text, const RecordShape& shape) {
-  static const bool countsBits = __builtin_cpu_supports("popcnt") != 0;
+  static const bool countsBits = static_cast<bool>(__builtin_cpu_supports("popcnt"));
   return countsBits ? FindWithBitCount(text, shape) : FindInText(text, shape);
 }
 

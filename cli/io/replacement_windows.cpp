@@ -79,7 +79,7 @@ std::string Utf8OfWide(const std::wstring& text) {
 /// A file that a run holds open cannot be opened without sharing.
 void RemoveWhatWasLeft(const std::wstring& folder, const std::string& targetName) {
   WIN32_FIND_DATAW found{};
-  const HANDLE search = ::FindFirstFileW((folder + L"*.partial").c_str(), &found);
+  auto* const search = ::FindFirstFileW((folder + L"*.partial").c_str(), &found);
   if (search == INVALID_HANDLE_VALUE) return;
   do {
     if (!IsTemporaryName(Utf8OfWide(found.cFileName), targetName)) continue;

@@ -99,7 +99,7 @@ TEST_F(JsonInputTest, RefusesMoreNamesThanMemoryIsPromisedFor) {
   for (int name = 0; name < 100'001; ++name) names += "\"" + std::to_string(name) + "\",";
   portion_ = 100'000;
   Refuses("row 1: a header of more than 100,000 names", "[[" + names + "\"\"]]");
-  Refuses("a name of more than 8 MB", "[{\"" + std::string(9'000'000, 'x') + "\":1}]");
+  Refuses("a name of more than 8 MB", "[{\"" + std::string().append(9'000'000, 'x') + "\":1}]");
 }
 
 TEST_F(JsonInputTest, RefusesAnyDepth) {
