@@ -1,7 +1,7 @@
 #pragma once
 
+#include <bit>
 #include <cstdint>
-#include <cstring>
 #include <span>
 
 namespace brindlex {
@@ -44,7 +44,7 @@ inline bool LoadsKeepPrecision() {
   asm volatile("fnstcw %1\n\tfldcw %3\n\tfldl %2\n\tfstpl %0\n\tfldcw %1"
                : "=m"(loaded), "=m"(before)
                : "m"(given), "m"(single));
-  return std::memcmp(&loaded, &given, sizeof given) == 0;
+  return std::bit_cast<std::uint64_t>(loaded) == std::bit_cast<std::uint64_t>(given);
 }
 
 /// The precisions in bits that a host can have set the older unit to and a function can return a

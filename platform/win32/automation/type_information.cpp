@@ -3,6 +3,7 @@
 #include <objbase.h>
 
 #include <new>
+#include <ranges>
 #include <utility>
 
 #include "automation/keyed_list.h"
@@ -171,8 +172,8 @@ std::vector<Text> NamesFromTypeInfo(IDispatch& object) {
   const std::vector<ComPtr<ITypeInfo>> levels = LevelsOf(std::move(info));
   DistinctNames names;
   // The names of a base come before those that are added to it.
-  for (auto level = levels.rbegin(); level != levels.rend(); ++level) {
-    ITypeInfo& described = *level->Get();
+  for (const ComPtr<ITypeInfo>& level : std::ranges::reverse_view(levels)) {
+    ITypeInfo& described = *level.Get();
     const DescribedType type = TypeOf(described);
     AddVariables(described, type->cVars, names);
     AddFunctions(described, type->cFuncs, names);

@@ -271,6 +271,7 @@ TEST_F(TextFilesTest, AFolderIsThereForAllWhoMakeItAtTheSameMoment) {
       });
     };
     std::vector<std::thread> threads;
+    threads.reserve(kThreads);
     for (int thread = 0; thread < kThreads; ++thread) threads.emplace_back(make);
     for (std::thread& thread : threads) thread.join();
     ASSERT_EQ(kThreads, found) << round;
