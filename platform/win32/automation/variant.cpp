@@ -142,9 +142,8 @@ HRESULT CopyValue(VARIANT& copy, const VARIANT& value) noexcept {
     return E_INVALIDARG;
   }
   // What most values are, which the system's function takes much longer for.
-  if (value.vt == VT_BSTR && value.bstrVal != nullptr) {
-    copy.bstrVal = SysAllocStringByteLen(reinterpret_cast<const char*>(value.bstrVal),
-                                         SysStringByteLen(value.bstrVal));
+  if (value.vt == VT_BSTR && value.bstrVal != nullptr && BytesOf(value.bstrVal) % 2 == 0) {
+    copy.bstrVal = SysAllocStringLen(value.bstrVal, BytesOf(value.bstrVal) / 2);
     copy.vt = copy.bstrVal != nullptr ? VT_BSTR : VT_EMPTY;
     return copy.bstrVal != nullptr ? S_OK : E_OUTOFMEMORY;
   }

@@ -11,12 +11,13 @@
 
 namespace brindlex {
 
-/// The units of `text`, which may be null (empty); valid as long as the BSTR. Their length, in
-/// bytes, is in the four bytes before them.
+/// The length of `text`, which is not null, in bytes: it is in the four bytes before the text.
+inline UINT BytesOf(BSTR text) noexcept { return reinterpret_cast<const UINT*>(text)[-1]; }
+
+/// The units of `text`, which may be null (empty); valid as long as the BSTR.
 inline TextView ViewOf(BSTR text) noexcept {
   if (text == nullptr) return {};
-  const UINT bytes = reinterpret_cast<const UINT*>(text)[-1];
-  return {reinterpret_cast<const char16_t*>(text), bytes / sizeof(OLECHAR)};
+  return {reinterpret_cast<const char16_t*>(text), BytesOf(text) / sizeof(OLECHAR)};
 }
 
 /// A new BSTR with the units of `text`, which the caller frees; never null. Throws std::bad_alloc.
