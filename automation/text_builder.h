@@ -116,7 +116,13 @@ class TextBuilder {
     std::memcpy(to, from, Run * sizeof(char16_t));
   }
 
-  std::size_t Room() const noexcept { return static_cast<std::size_t>(limit_ - end_); }
+  std::size_t Room() const noexcept {
+#ifdef __clang_analyzer__
+    // It does not know that a null pointer less another is 0.
+    if (limit_ == nullptr) return 0;
+#endif
+    return static_cast<std::size_t>(limit_ - end_);
+  }
   void MakeRoom(std::size_t wanted);
   void AppendOutOfLine(TextView run);
 

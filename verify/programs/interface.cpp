@@ -197,7 +197,7 @@ void CheckTypeLibrary() {
 // ---- Files, in a redirected root ----------------------------------------------------------------
 
 BOOL WINAPI RedirectedPath(PCIDLIST_ABSOLUTE, char* path) {
-  return lstrcpynA(path, root.c_str(), MAX_PATH) != nullptr;
+  return lstrcpynA(path, root.c_str(), MAX_PATH) != nullptr ? TRUE : FALSE;
 }
 
 /// Stands in for GetProcAddress in the component, which looks the shell's functions up by name.
@@ -276,7 +276,7 @@ void CheckFiles(HMODULE component) {
   RemoveDirectoryW(folder.c_str());
   RemoveDirectoryW(company.c_str());
   Expect("files: leaves nothing beside them", L"removed",
-         RemoveDirectoryA(root.c_str()) ? L"removed" : L"not empty");
+         RemoveDirectoryA(root.c_str()) != FALSE ? L"removed" : L"not empty");
 }
 
 DWORD WINAPI EndWhenOverdue(void*) {

@@ -4,6 +4,7 @@
 #include <oleauto.h>
 
 #include <cstdio>
+#include <ranges>
 #include <utility>
 
 namespace brindlex::verify {
@@ -20,8 +21,8 @@ Outcome Invoke(IDispatch* object, const wchar_t* member, WORD flags,
   outcome.status = object->GetIDsOfNames(IID_NULL, &name, 1, kEnglish, &id);
   if (FAILED(outcome.status)) return outcome;
   std::vector<VARIANT> reversed;
-  for (auto next = arguments.rbegin(); next != arguments.rend(); ++next)
-    reversed.push_back(next->Get());
+  reversed.reserve(arguments.size());
+  for (Value& argument : std::ranges::reverse_view(arguments)) reversed.push_back(argument.Get());
   const bool isPut = (flags & (DISPATCH_PROPERTYPUT | DISPATCH_PROPERTYPUTREF)) != 0;
   DISPID putName = DISPID_PROPERTYPUT;
   DISPPARAMS parameters{reversed.data(), isPut ? &putName : nullptr,

@@ -187,10 +187,10 @@ TEST_F(ReentryTest, ByPositionTheNumberOfRecordsIsThatOfTheBeginning) {
 TEST_F(ReentryTest, ByPositionARecordMayLetGoOfTheCollectionAndOfItself) {
   std::vector<ComPtr<ScriptedObject>> entries{NewTitle(u"Alpha", u"1"), NewTitle(u"Beta", u"2")};
   auto collection = ByPosition(entries);
-  for (std::size_t index = 0; index < entries.size(); ++index) {
-    entries[index]->operator[](u"Title").whenRead = [&, index] {
+  for (ComPtr<ScriptedObject>& entry : entries) {
+    entry->operator[](u"Title").whenRead = [&] {
       collection = nullptr;
-      entries[index] = nullptr;
+      entry = nullptr;
     };
   }
   auto* const borrowed = collection.Get();

@@ -347,6 +347,7 @@ class MemberTest : public ComTest, public ::testing::WithParamInterface<Row> {
     IDispatch* const object = GetParam().object(world);
     const std::vector<Variant> arguments = GetParam().arguments(world);
     std::vector<std::u16string> before;
+    before.reserve(arguments.size());
     for (const Variant& argument : arguments) before.push_back(Shown(argument.Get()));
     const auto ids = IdsOf(*object, names);
     LateCall call(*object, ids.at(0));
@@ -355,6 +356,7 @@ class MemberTest : public ComTest, public ::testing::WithParamInterface<Row> {
     EXPECT_EQ(GetParam().result, Shown(call.Result()));
     if (GetParam().object == CollectionOf) return;
     std::vector<std::u16string> after;
+    after.reserve(arguments.size());
     for (const Variant& argument : arguments) after.push_back(Shown(argument.Get()));
     EXPECT_EQ(before, after);
     EXPECT_EQ(0U, Boxes().Boxes().size());

@@ -57,6 +57,7 @@ HRESULT LateCall::Run() {
 
 std::vector<DISPID> IdsOf(IDispatch& object, std::vector<std::wstring> names) {
   std::vector<LPOLESTR> pointers;
+  pointers.reserve(names.size());
   for (std::wstring& name : names) pointers.push_back(name.data());
   std::vector<DISPID> ids(names.size(), 4711);
   EXPECT_EQ(S_OK,

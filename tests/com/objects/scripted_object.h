@@ -199,7 +199,8 @@ struct Fails {
 Variant Plain(VARTYPE type, const void* value, std::size_t size);
 template <class T>
 Variant Of(VARTYPE type, T value) {
-  return Plain(type, &value, sizeof value);
+  // A pointer is such a value too.
+  return Plain(type, &value, sizeof(T));  // NOLINT(bugprone-sizeof-expression)
 }
 inline Variant Number(std::int32_t number) { return Of(VT_I4, number); }
 

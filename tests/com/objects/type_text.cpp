@@ -92,8 +92,8 @@ std::wstring Declaration(ITypeInfo& type, const FunctionDescription& function) {
     }
     const auto place = static_cast<std::size_t>(index) + 1;
     const std::wstring name = place < names.size() ? L" " + names[place] : L"";
-    parameters +=
-        (parameters.empty() ? L"" : L", ") + FlagsOf(flags) + text + name + DefaultOf(parameter);
+    if (!parameters.empty()) parameters += L", ";
+    parameters.append(FlagsOf(flags)).append(text).append(name).append(DefaultOf(parameter));
   }
   const std::wstring restricted =
       (function->wFuncFlags & FUNCFLAG_FRESTRICTED) != 0 ? L" restricted" : L"";

@@ -13,7 +13,7 @@ constexpr std::u16string_view kFirst = u"Title\u00A5Count\u00A5\u0152Alpha\u00A5
 
 class ForeignCollectionTest : public SaveRestoreTest {
  protected:
-  ComPtr<ForeignCollection> TwoRecords(bool hasEnumerator = true) {
+  static ComPtr<ForeignCollection> TwoRecords(bool hasEnumerator = true) {
     auto collection = ForeignCollection::New(hasEnumerator);
     collection->AddEntry(NewTitle(u"Alpha", u"1").Get());
     collection->AddEntry(NewTitle(u"Beta", u"2").Get());

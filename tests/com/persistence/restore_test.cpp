@@ -96,7 +96,11 @@ TEST_F(RestoreTest, LineBreaksBehindRecordEndsAreDropped) {
   const List both = {u"Alpha=3", u"Beta=12"};
   for (const View lineBreaks : {u"\r\n", u"\r\n\r\n", u"\r\n\r\n\r\n"}) {
     const Units end = Units(u"/").append(lineBreaks);
-    EXPECT_EQ(both, Restored(u"Title|Count|" + end + u"Alpha|3|" + end + u"Beta|12|" + end));
+    Units text;
+    for (const View record : {u"Title|Count|", u"Alpha|3|", u"Beta|12|"}) {
+      text.append(record).append(end);
+    }
+    EXPECT_EQ(both, Restored(text));
   }
   EXPECT_EQ((List{u"Alpha=3", u"\r\nBeta=12"}),
             Restored(u"Title|Count|/Alpha|3|/\r\n\r\n\r\n\r\nBeta|12|/"));

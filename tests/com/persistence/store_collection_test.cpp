@@ -13,7 +13,7 @@ class StoreCollectionTest : public SaveRestoreTest {
  protected:
   using List = std::vector<Units>;
 
-  ComPtr<ForeignCollection> One(View title, View count = u"3") {
+  static ComPtr<ForeignCollection> One(View title, View count = u"3") {
     return Collected({NewTitle(title, count).Get()});
   }
 

@@ -14,7 +14,9 @@ class WorkingCollectionTest : public SaveRestoreTest {
  protected:
   using List = std::vector<Units>;
 
-  ComPtr<ForeignCollection> One(View title) { return Collected({NewTitle(title, u"1").Get()}); }
+  static ComPtr<ForeignCollection> One(View title) {
+    return Collected({NewTitle(title, u"1").Get()});
+  }
 
   /// Stores a collection in the text that the operations work on.
   void Store(IDispatch* collection, View name) { SetMultiData(MultiDataCol(collection, name)); }

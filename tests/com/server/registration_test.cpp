@@ -218,7 +218,7 @@ TEST_F(RegistrationTest, AnotherApartmentUsesAnObjectThroughItsInterface) {
   OtherApartment other{};
   ASSERT_EQ(S_OK, CoMarshalInterThreadInterfaceInStream(IID__clsCollection, collection.Get(),
                                                         &other.marshaled));
-  const HANDLE thread = CreateThread(nullptr, 0, AddFromAnotherApartment, &other, 0, nullptr);
+  auto* const thread = CreateThread(nullptr, 0, AddFromAnotherApartment, &other, 0, nullptr);
   ASSERT_NE(nullptr, thread);
   ServeUntil(thread);
   CloseHandle(thread);

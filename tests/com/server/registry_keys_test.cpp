@@ -103,7 +103,7 @@ TEST_F(RegistryKeysTest, EveryKeyFollowsItsParent) {
   std::vector<std::wstring> before;
   for (const RegistryKey& key : KeysOf(Classes(), kModule)) {
     const auto slash = key.path.find_last_of(L'\\');
-    if (slash != key.path.npos) {
+    if (slash != std::wstring::npos) {
       EXPECT_NE(before.end(), std::find(before.begin(), before.end(), key.path.substr(0, slash)))
           << ::testing::PrintToString(key.path);
     }

@@ -264,7 +264,7 @@ TEST_P(ClassTest, GivesItsTypeInformationWhateverTheLocale) {
 
 TEST_P(ClassTest, HasNoSecondTypeInformation) {
   const auto object = NewObject().As<IDispatch>();
-  ITypeInfo* type = reinterpret_cast<ITypeInfo*>(this);
+  auto* type = reinterpret_cast<ITypeInfo*>(this);
   EXPECT_EQ(DISP_E_BADINDEX, object->GetTypeInfo(1, LOCALE_NEUTRAL, &type));
   EXPECT_EQ(nullptr, type);
   EXPECT_EQ(E_POINTER, object->GetTypeInfo(0, LOCALE_NEUTRAL, nullptr));

@@ -28,7 +28,7 @@ BOOL CALLBACK ReadControl(HWND control, LPARAM data) {
   if (kind == L"Button") ++box.buttons;
   if (kind != L"Static") return TRUE;
   if ((GetWindowLongW(control, GWL_STYLE) & SS_TYPEMASK) == SS_ICON) {
-    const auto icon = reinterpret_cast<HICON>(SendMessageW(control, STM_GETICON, 0, 0));
+    auto* const icon = reinterpret_cast<HICON>(SendMessageW(control, STM_GETICON, 0, 0));
     box.hasExclamationIcon = icon == LoadIconW(nullptr, IDI_EXCLAMATION);
   } else {
     box.text = TextOfWindow(control);
@@ -141,7 +141,7 @@ ComPtr<_clsCollectionSaveRestore> ComTest::NewSaveRestore() const {
 }
 
 std::u16string Taken(BSTR text) {
-  const std::u16string units(ViewOf(text));
+  std::u16string units(ViewOf(text));
   SysFreeString(text);
   return units;
 }

@@ -43,7 +43,7 @@ void AddValues(HKEY key, const std::wstring& path, RegistryLines& lines) {
     Require(status);
     ++index;
     lines.insert(path + L" [" + std::wstring(name.data(), nameLength) + L"] = " +
-                 TextOfValue(type, {data.begin(), data.begin() + size}));
+                 TextOfValue(type, {data.data(), data.data() + size}));
   }
 }
 
@@ -77,7 +77,7 @@ bool RegistryLineLess::operator()(const std::wstring& left, const std::wstring& 
   const int order = _wcsnicmp(left.c_str(), right.c_str(), std::min(leftPath, rightPath));
   if (order != 0) return order < 0;
   if (leftPath != rightPath) return leftPath < rightPath;
-  return left.compare(leftPath, left.npos, right, rightPath, right.npos) < 0;
+  return left.compare(leftPath, std::wstring::npos, right, rightPath, std::wstring::npos) < 0;
 }
 
 RegistryLines LinesBelow(HKEY root) {
@@ -99,7 +99,7 @@ OpenKey::OpenKey(HKEY root, const std::wstring& path, REGSAM rights, DWORD optio
 }
 
 void OpenKey::SetText(const std::wstring& name, const std::wstring& text) const {
-  const auto bytes = static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t));
+  const auto bytes = static_cast<DWORD>(text.size() + 1) * DWORD{sizeof(wchar_t)};
   Require(RegSetValueExW(key_, name.c_str(), 0, REG_SZ, reinterpret_cast<const BYTE*>(text.c_str()),
                          bytes));
 }

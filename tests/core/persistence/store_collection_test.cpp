@@ -27,11 +27,11 @@ class StoreCollectionTest : public PersistenceTest {
  protected:
   CollectionRef One(TextView title) { return RecordsOf(class_, {{Text(title), u"1"}}); }
 
-  Text DataOf(TextView title) {
+  static Text DataOf(TextView title) {
     return Text(u"Title\u00BBCount\u00BB\u0160").append(title).append(u"\u00BB1\u00BB\u0160");
   }
 
-  Text TextOf(std::initializer_list<std::pair<Text, Text>> collections) {
+  static Text TextOf(std::initializer_list<std::pair<Text, Text>> collections) {
     Text text(kHeader);
     for (const auto& [data, name] : collections) {
       text.append(data).append(u"\u00A5").append(name).append(u"\u00A5\u0152");
