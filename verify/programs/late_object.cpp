@@ -3,8 +3,9 @@
 #include <objbase.h>
 #include <oleauto.h>
 
+#include <algorithm>
 #include <cstdio>
-#include <ranges>
+#include <iterator>
 #include <utility>
 
 namespace brindlex::verify {
@@ -21,8 +22,8 @@ Outcome Invoke(IDispatch* object, const wchar_t* member, WORD flags,
   outcome.status = object->GetIDsOfNames(IID_NULL, &name, 1, kEnglish, &id);
   if (FAILED(outcome.status)) return outcome;
   std::vector<VARIANT> reversed;
-  reversed.reserve(arguments.size());
-  for (Value& argument : std::ranges::reverse_view(arguments)) reversed.push_back(argument.Get());
+  std::transform(arguments.rbegin(), arguments.rend(), std::back_inserter(reversed),
+                 [](Value& argument) { return argument.Get(); });
   const bool isPut = (flags & (DISPATCH_PROPERTYPUT | DISPATCH_PROPERTYPUTREF)) != 0;
   DISPID putName = DISPID_PROPERTYPUT;
   DISPPARAMS parameters{reversed.data(), isPut ? &putName : nullptr,

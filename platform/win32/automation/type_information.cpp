@@ -2,8 +2,8 @@
 
 #include <objbase.h>
 
+#include <algorithm>
 #include <new>
-#include <ranges>
 #include <utility>
 
 #include "automation/keyed_list.h"
@@ -172,12 +172,12 @@ std::vector<Text> NamesFromTypeInfo(IDispatch& object) {
   const std::vector<ComPtr<ITypeInfo>> levels = LevelsOf(std::move(info));
   DistinctNames names;
   // The names of a base come before those that are added to it.
-  for (const ComPtr<ITypeInfo>& level : std::ranges::reverse_view(levels)) {
+  std::for_each(levels.rbegin(), levels.rend(), [&names](const ComPtr<ITypeInfo>& level) {
     ITypeInfo& described = *level.Get();
     const DescribedType type = TypeOf(described);
     AddVariables(described, type->cVars, names);
     AddFunctions(described, type->cFuncs, names);
-  }
+  });
   return names.All();
 }
 
