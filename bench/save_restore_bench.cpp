@@ -44,8 +44,8 @@ class RecordAdapter : public ObjectAdapter {
     auto* const record = static_cast<Record*>(object);
     if (--record->references == 0) delete record;
   }
-  Object CallForObject(void*, TextView) const override { return NewRecord(); }
-  CollectionRef CallForCollection(void*, TextView) const override {
+  Object CallForObject(void*, MemberName) const override { return NewRecord(); }
+  CollectionRef CallForCollection(void*, MemberName) const override {
     CollectionRef names = NewCollection();
     for (const Text& name : FieldNames()) names->Add(name, name);
     return names;
