@@ -18,15 +18,12 @@ check_format() {
   (cd "$root" && sources | xargs -0 -r "$clang_format" --dry-run -Werror)
 }
 
-# tidy DATABASE SOURCE_LIST [CLANG_TIDY_ARGUMENT...]: one process for each source, as many at once
-# as there are processors; any failure fails the whole.
+# tidy DATABASE SOURCE_LIST [ARGUMENT_OF_TIDY_PY...]: any objection fails the whole.
 tidy() {
   local database=$1 list=$2
   shift 2
   say "clang-tidy over $(tr -cd '\0' <"$list" | wc -c) sources of ${database#"$root"/}"
-  # The count of warnings that were suppressed in other people's headers is noise.
-  xargs -0 -r -P "$(nproc)" -n 1 "$clang_tidy" --quiet -p "$database" "$@" <"$list" \
-    2> >(grep -Ev '^[0-9]+ warnings? generated\.$' >&2)
+  python3 -B "$root/tools/tidy.py" "$root" "$database" "--clang-tidy=$clang_tidy" "$@" <"$list"
 }
 
 # clang takes mingw's headers when it is given their folders. Left out are the folders of g++'s own
@@ -35,15 +32,7 @@ windows_arguments() {
   printf '%s\n' --target=i686-w64-mingw32 -nostdlibinc -nostdinc++
   i686-w64-mingw32-g++-posix -E -v -x c++ /dev/null 2>&1 >/dev/null |
     sed -n '/^#include </,/^End of search list/s/^ //p' |
-    xargs realpath | grep -Ev '^/usr/lib/gcc/.*/include(-fixed)?$' | sed 's/^/-isystem\n/'
-}
-
-# The folder of a copy of a compile database that leaves out what clang does not know.
-without_gcc_flags() {
-  local copy=$root/build/lint.database
-  mkdir -p "$copy"
-  sed 's/ -fno-reorder-blocks-and-partition//' "$1/compile_commands.json" >"$copy/compile_commands.json"
-  printf '%s' "$copy"
+    xargs realpath | grep -Ev '^/usr/lib/gcc/.*/include(-fixed)?$' | sed 's/^/-isystem/'
 }
 
 # changed_files BASE: every file that differs from BASE, committed or not, one a line.
@@ -71,9 +60,9 @@ lint() {
 
   # mingw's constants are pasted together with a lower-case l, which is reported without a place.
   arguments=(--checks=-readability-uppercase-literal-suffix)
-  while read -r argument; do arguments+=("--extra-arg=$argument"); done < <(windows_arguments)
+  while read -r argument; do arguments+=("$argument"); done < <(windows_arguments)
   # Both are run, so that one round shows all there is to mend.
   tidy "$root/build/debug" "$native" || status=1
-  tidy "$(without_gcc_flags "$root/build/win32")" "$windows" "${arguments[@]}" || status=1
+  tidy "$root/build/win32" "$windows" "${arguments[@]}" || status=1
   [[ $status -eq 0 ]] || fail "clang-tidy objects to what is above"
 }
