@@ -22,36 +22,26 @@ const Object& AsObjectEntry(const std::variant<Text, Object>& entry) {
 }  // namespace
 
 Object Collection::First() const {
-  Object first;
-  if (!Enumerate()->NextObject(first)) {
-    throw RuntimeError(error_number::kSubscriptOutOfRange);
-  }
-  return first;
+  std::optional<Object> first;
+  ForEachObject([&first](const Object& entry) {
+    first = entry;
+    return false;
+  });
+  if (!first) throw RuntimeError(error_number::kSubscriptOutOfRange);
+  return *std::move(first);
 }
 
-class InnerCollection::EntryEnumerator : public Enumerator {
- public:
-  explicit EntryEnumerator(const KeyedList<Entry>& entries) : entries_(entries) {}
-
-  bool NextObject(Object& entry) override {
-    if (position_ >= entries_.Count()) return false;
-    entry = AsObjectEntry(entries_.At(++position_));
-    return true;
+void InnerCollection::ForEachObject(const VisitObject& visit) const {
+  for (std::size_t position = 1; position <= entries_.Count(); ++position) {
+    const Object entry = AsObjectEntry(entries_.At(position));
+    if (!visit(entry)) return;
   }
+}
 
-  bool NextText(Text& entry) override {
-    if (position_ >= entries_.Count()) return false;
-    entry = AsText(entries_.At(++position_));
-    return true;
+void InnerCollection::ForEachText(const VisitText& visit) const {
+  for (std::size_t position = 1; position <= entries_.Count(); ++position) {
+    if (!visit(AsText(entries_.At(position)))) return;
   }
-
- private:
-  const KeyedList<Entry>& entries_;
-  std::size_t position_ = 0;
-};
-
-std::unique_ptr<Enumerator> InnerCollection::Enumerate() const {
-  return std::make_unique<EntryEnumerator>(entries_);
 }
 
 Text InnerCollection::TextUnder(TextView key) const { return AsText(entries_.At(key)); }

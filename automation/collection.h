@@ -1,7 +1,7 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
+#include <functional>
 #include <optional>
 #include <variant>
 
@@ -10,22 +10,6 @@
 #include "automation/text.h"
 
 namespace brindlex {
-
-/// An enumerator over the entries of a collection, in its order. Each call reads one more entry and
-/// returns false after the last.
-class Enumerator {
- public:
-  Enumerator() = default;
-  Enumerator(const Enumerator&) = delete;
-  Enumerator& operator=(const Enumerator&) = delete;
-  virtual ~Enumerator() = default;
-
-  /// The next entry, which must be an object or Nothing (error 424).
-  virtual bool NextObject(Object& entry) = 0;
-
-  /// The next entry, converted to text (error 13 when it has none).
-  virtual bool NextText(Text& entry) = 0;
-};
 
 /// A collection as the component's operations use it: the host's own or one of ours. Every function
 /// throws RuntimeError.
@@ -37,7 +21,19 @@ class Collection {
   virtual ~Collection() = default;
 
   virtual std::int32_t Count() const = 0;
-  virtual std::unique_ptr<Enumerator> Enumerate() const = 0;
+
+  /// What is called with an entry; false ends the walk. A function that captures one reference is
+  /// handed over without an allocation.
+  using VisitObject = std::function<bool(const Object& entry)>;
+  using VisitText = std::function<bool(TextView entry)>;
+
+  /// Calls `visit` with each entry in order, those included that are added meanwhile. Error 424 at
+  /// an entry that is neither an object nor Nothing. The collection must be kept alive meanwhile.
+  virtual void ForEachObject(const VisitObject& visit) const = 0;
+
+  /// As ForEachObject, with each entry converted to text, which is valid until the collection is
+  /// used again. Error 13 at an entry that has none.
+  virtual void ForEachText(const VisitText& visit) const = 0;
 
   /// The first entry, which must be an object or Nothing. Error 9 when there is none, 424 when it
   /// is neither.
@@ -64,7 +60,8 @@ class Collection {
 class InnerCollection : public Collection {
  public:
   std::int32_t Count() const override { return static_cast<std::int32_t>(entries_.Count()); }
-  std::unique_ptr<Enumerator> Enumerate() const override;
+  void ForEachObject(const VisitObject& visit) const override;
+  void ForEachText(const VisitText& visit) const override;
   Text TextUnder(TextView key) const override;
   Object ObjectUnder(TextView key) const override;
   void Add(Object entry, std::optional<TextView> key) override;
@@ -74,7 +71,6 @@ class InnerCollection : public Collection {
 
  private:
   using Entry = std::variant<Text, Object>;
-  class EntryEnumerator;
 
   KeyedList<Entry> entries_;
 };

@@ -39,7 +39,8 @@ const ObjectAdapter& Object::Adapter() const {
 
 Text Object::GetText(TextView name) const {
   StringTextBuilder text;
-  Adapter().Access({Text(name)})->AppendText(*this, 0, text);
+  const Text ownName(name);
+  Adapter().Access({&ownName, 1})->AppendText(*this, 0, text);
   return text.Take();
 }
 

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <utility>
 #include <vector>
 
@@ -25,7 +26,8 @@ using CollectionRef = std::shared_ptr<Collection>;
 /// Reads and writes a fixed list of members, by name, on many objects of one sort.
 class MemberAccess {
  public:
-  explicit MemberAccess(std::vector<Text> names) : names_(std::move(names)) {}
+  /// `names` must outlive it.
+  explicit MemberAccess(std::span<const Text> names) : names_(names) {}
   MemberAccess(const MemberAccess&) = delete;
   MemberAccess& operator=(const MemberAccess&) = delete;
   virtual ~MemberAccess() = default;
@@ -52,10 +54,10 @@ class MemberAccess {
   virtual void LetTexts(const Object& object, const FieldViews& values);
 
  protected:
-  const std::vector<Text>& Names() const { return names_; }
+  std::span<const Text> Names() const { return names_; }
 
  private:
-  std::vector<Text> names_;
+  std::span<const Text> names_;
 };
 
 /// The late-bound operations on one sort of objects: the host's own, which are reached by name
@@ -87,8 +89,8 @@ class ObjectAdapter {
   /// type information. Error 445 or the system's error when it has none.
   virtual std::vector<Text> PropertyGetNames(void* object) const = 0;
 
-  /// Access to the members `names` of this adapter's objects.
-  virtual std::unique_ptr<MemberAccess> Access(std::vector<Text> names) const = 0;
+  /// Access to the members `names`, which must outlive it, of this adapter's objects.
+  virtual std::unique_ptr<MemberAccess> Access(std::span<const Text> names) const = 0;
 
   /// A new, empty collection that can hold this adapter's objects.
   virtual CollectionRef NewCollection() const = 0;

@@ -51,14 +51,14 @@ class RecordAdapter : public ObjectAdapter {
     return names;
   }
   std::vector<Text> PropertyGetNames(void*) const override { return FieldNames(); }
-  std::unique_ptr<MemberAccess> Access(std::vector<Text> names) const override;
+  std::unique_ptr<MemberAccess> Access(std::span<const Text> names) const override;
   CollectionRef NewCollection() const override { return NewInnerCollection(); }
 };
 
 class RecordAccess : public MemberAccess {
  public:
-  RecordAccess(const RecordAdapter& adapter, std::vector<Text> names)
-      : MemberAccess(std::move(names)), adapter_(adapter) {}
+  RecordAccess(const RecordAdapter& adapter, std::span<const Text> names)
+      : MemberAccess(names), adapter_(adapter) {}
   void AppendText(const Object& object, std::size_t member, TextBuilder& text) override {
     text.Append(adapter_.RecordOf(object).fields.at(member));
   }
@@ -70,8 +70,8 @@ class RecordAccess : public MemberAccess {
   const RecordAdapter& adapter_;
 };
 
-std::unique_ptr<MemberAccess> RecordAdapter::Access(std::vector<Text> names) const {
-  return std::make_unique<RecordAccess>(*this, std::move(names));
+std::unique_ptr<MemberAccess> RecordAdapter::Access(std::span<const Text> names) const {
+  return std::make_unique<RecordAccess>(*this, names);
 }
 
 class SilentPlatform : public MemoryPlatform {
@@ -130,11 +130,11 @@ void BM_FloorSave(benchmark::State& state) {
   std::vector<Object> objects;
   std::size_t size = 1;
   const CollectionRef records = RecordsOf(adapter, count);
-  const auto enumerator = records->Enumerate();
-  for (Object object; enumerator->NextObject(object);) {
+  records->ForEachObject([&](const Object& object) {
     for (const Text& field : adapter.RecordOf(object).fields) size += field.size() + 2;
-    objects.push_back(std::move(object));
-  }
+    objects.push_back(object);
+    return true;
+  });
   for ([[maybe_unused]] auto _ : state) {
     const std::unique_ptr<char16_t[]> text(new char16_t[size]);
     char16_t* end = text.get();

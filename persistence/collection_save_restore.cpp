@@ -41,8 +41,10 @@ std::vector<Text> TextsOf(const Collection& collection) {
   constexpr std::size_t kUsual = 8;
   std::vector<Text> texts;
   texts.reserve(kUsual);
-  const auto entries = collection.Enumerate();
-  for (Text text; entries->NextText(text);) texts.push_back(text);
+  collection.ForEachText([&texts](TextView text) {
+    texts.emplace_back(text);
+    return true;
+  });
   return texts;
 }
 
@@ -55,8 +57,10 @@ class CollectionObjects {
   Object First() const { return collection_->First(); }
   template <class Visit>
   void ForEach(Visit&& visit) const {
-    const auto entries = collection_->Enumerate();
-    for (Object object; entries->NextObject(object);) visit(object);
+    collection_->ForEachObject([&visit](const Object& object) {
+      visit(object);
+      return true;
+    });
   }
 
  private:
@@ -331,18 +335,18 @@ auto clsCollectionSaveRestore::Restore(TextView savedInfo, const Object& createO
         const auto records = RecordsOf(savedInfo, markers);
         if (!HasHeaderAndRecord(*records)) return;
         line = 5;
-        RestoreHeader header = ReadHeader(records->Fields(), *members, keyName);
-        result = RestoreObjects<Result>(*records, std::move(header), sample, createObject, line);
+        const RestoreHeader header = ReadHeader(records->Fields(), *members, keyName);
+        result = RestoreObjects<Result>(*records, header, sample, createObject, line);
       },
       [&](const PendingError& pending) { ReportFailedRestore(pending); });
   return result;
 }
 
 template <class Result>
-auto clsCollectionSaveRestore::RestoreObjects(RecordParser& records, RestoreHeader header,
+auto clsCollectionSaveRestore::RestoreObjects(RecordParser& records, const RestoreHeader& header,
                                               const Object& sample, const Object& creator,
                                               CurrentLine& line) {
-  const auto access = sample.Adapter().Access(std::move(header.properties));
+  const auto access = sample.Adapter().Access(header.properties);
   Result result;
   result.Begin(sample.Adapter());
   for (std::size_t number = 1; records.Next(); ++number) {

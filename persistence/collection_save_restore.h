@@ -160,7 +160,7 @@ class clsCollectionSaveRestore {
       -> decltype(std::declval<Result>().Take());
   /// An object of `creator` for each record after the header.
   template <class Result>
-  auto RestoreObjects(RecordParser& records, RestoreHeader header, const Object& sample,
+  auto RestoreObjects(RecordParser& records, const RestoreHeader& header, const Object& sample,
                       const Object& creator, CurrentLine& line);
   void ReportFailedRestore(const PendingError& pending);
 

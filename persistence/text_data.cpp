@@ -22,8 +22,8 @@ struct Counted {
 
 class TextDataAccess : public MemberAccess {
  public:
-  TextDataAccess(const TextDataAdapter& adapter, std::vector<Text> names)
-      : MemberAccess(std::move(names)), adapter_(adapter) {
+  TextDataAccess(const TextDataAdapter& adapter, std::span<const Text> names)
+      : MemberAccess(names), adapter_(adapter) {
     for (const Text& name : Names()) {
       properties_.push_back(clsTextData::FindProperty(name));
     }
@@ -110,8 +110,8 @@ std::vector<Text> TextDataAdapter::PropertyGetNames(void* /*object*/) const {
   return names;
 }
 
-std::unique_ptr<MemberAccess> TextDataAdapter::Access(std::vector<Text> names) const {
-  return std::make_unique<TextDataAccess>(*this, std::move(names));
+std::unique_ptr<MemberAccess> TextDataAdapter::Access(std::span<const Text> names) const {
+  return std::make_unique<TextDataAccess>(*this, names);
 }
 
 CollectionRef TextDataAdapter::NewCollection() const { return std::make_shared<InnerCollection>(); }

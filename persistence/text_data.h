@@ -66,7 +66,7 @@ class TextDataAdapter : public ObjectAdapter {
   Object CallForObject(void* object, MemberName name) const override;
   CollectionRef CallForCollection(void* object, MemberName name) const override;
   std::vector<Text> PropertyGetNames(void* object) const override;
-  std::unique_ptr<MemberAccess> Access(std::vector<Text> names) const override;
+  std::unique_ptr<MemberAccess> Access(std::span<const Text> names) const override;
   CollectionRef NewCollection() const override;
 
  private:

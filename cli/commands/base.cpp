@@ -1,3 +1,5 @@
+#include <fmt/format.h>
+
 #include <memory>
 
 #include "cli/commands/command_line.h"
@@ -23,13 +25,11 @@ struct BaseOptions {
 };
 
 void PrintTable(const BaseOptions& options, Context& context) {
-  constexpr std::size_t kWidth = 2;
   std::string table;
   for (const std::int32_t base : kBases) {
     try {
       const std::string text = ConvertedNumber(options.number, 10, base, options.limits);
-      const std::string number = std::to_string(base);
-      table += std::string(kWidth - number.size(), ' ') + number + "  " + text + "\n";
+      table += fmt::format("{:>2}  {}\n", base, text);
     } catch (const Failure& failure) {
       Warn(failure.what());
       context.status = ExitStatus::kDefects;

@@ -30,46 +30,19 @@ void Announce(const MemoryCollection& collection, Use use) {
   if (onUse) onUse(use);
 }
 
-/// Counts positions, so that it goes on over whatever the collection holds by then.
-class PositionEnumerator : public Enumerator {
- public:
-  PositionEnumerator(const MemoryAdapter& adapter, Object self)
-      : self_(std::move(self)), collection_(adapter.In<MemoryCollection>(self_)) {}
-
-  bool NextObject(Object& entry) override { return Next(entry, TakenObject); }
-  bool NextText(Text& entry) override { return Next(entry, TakenText); }
-
- private:
-  template <class T>
-  bool Next(T& entry, T (*taken)(const MemoryCollection::Value&)) {
-    Announce(collection_, Use::kNext);
-    if (position_ >= collection_.entries.size()) return false;
-    entry = taken(collection_.entries[position_++].value);
-    return true;
-  }
-
-  const Object self_;
-  const MemoryCollection& collection_;
-  std::size_t position_ = 0;
-};
-
 /// What the component's operations hold while they use a MemoryCollection.
 class View : public Collection {
  public:
   View(const MemoryAdapter& adapter, Object self)
-      : adapter_(adapter),
-        self_(std::move(self)),
-        collection_(adapter.In<MemoryCollection>(self_)) {}
+      : self_(std::move(self)), collection_(adapter.In<MemoryCollection>(self_)) {}
 
   std::int32_t Count() const override {
     Announce(collection_, Use::kCount);
     return collection_.claimedCount.value_or(static_cast<std::int32_t>(collection_.entries.size()));
   }
 
-  std::unique_ptr<Enumerator> Enumerate() const override {
-    Announce(collection_, Use::kEnumerate);
-    return std::make_unique<PositionEnumerator>(adapter_, self_);
-  }
+  void ForEachObject(const VisitObject& visit) const override { ForEach(TakenObject, visit); }
+  void ForEachText(const VisitText& visit) const override { ForEach(TakenText, visit); }
 
   Text TextUnder(TextView key) const override { return TakenText(Under(key)); }
   Object ObjectUnder(TextView key) const override { return TakenObject(Under(key)); }
@@ -81,6 +54,18 @@ class View : public Collection {
   bool IsOwn() const override { return collection_.isOwn; }
 
  private:
+  /// Counts positions, so that it goes on over whatever the collection holds by then.
+  template <class Taken, class Visit>
+  void ForEach(Taken&& taken, const Visit& visit) const {
+    Announce(collection_, Use::kEnumerate);
+    for (std::size_t position = 0;; ++position) {
+      Announce(collection_, Use::kNext);
+      if (position >= collection_.entries.size()) return;
+      const auto entry = taken(collection_.entries[position].value);
+      if (!visit(entry)) return;
+    }
+  }
+
   const MemoryCollection::Entry* Find(TextView key) const {
     const auto found = std::find_if(
         collection_.entries.begin(), collection_.entries.end(),
@@ -103,7 +88,6 @@ class View : public Collection {
     collection_.entries.push_back({std::move(value), std::move(ownKey)});
   }
 
-  const MemoryAdapter& adapter_;
   const Object self_;
   MemoryCollection& collection_;
 };

@@ -16,15 +16,15 @@ MemoryObject& Self(void* object) { return *static_cast<MemoryObject*>(object); }
 
 class MemoryAccess : public MemberAccess {
  public:
-  MemoryAccess(const MemoryAdapter& adapter, std::vector<Text> names)
-      : MemberAccess(std::move(names)), adapter_(adapter) {}
+  MemoryAccess(const MemoryAdapter& adapter, std::span<const Text> names)
+      : MemberAccess(names), adapter_(adapter) {}
 
   void AppendText(const Object& object, std::size_t member, TextBuilder& text) override {
-    text.Append(Self(object.Self(adapter_)).Get(Names().at(member)));
+    text.Append(Self(object.Self(adapter_)).Get(Names()[member]));
   }
 
   void LetText(const Object& object, std::size_t member, TextView value) override {
-    Self(object.Self(adapter_)).Let(Names().at(member), value);
+    Self(object.Self(adapter_)).Let(Names()[member], value);
   }
 
  private:
@@ -123,8 +123,8 @@ std::vector<Text> MemoryAdapter::PropertyGetNames(void* object) const {
   return Self(object).PropertyGetNames();
 }
 
-std::unique_ptr<MemberAccess> MemoryAdapter::Access(std::vector<Text> names) const {
-  return std::make_unique<MemoryAccess>(*this, std::move(names));
+std::unique_ptr<MemberAccess> MemoryAdapter::Access(std::span<const Text> names) const {
+  return std::make_unique<MemoryAccess>(*this, names);
 }
 
 CollectionRef MemoryAdapter::NewCollection() const {

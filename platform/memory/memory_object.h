@@ -47,7 +47,7 @@ class MemoryAdapter : public ObjectAdapter {
   Object CallForObject(void* object, MemberName name) const override;
   CollectionRef CallForCollection(void* object, MemberName name) const override;
   std::vector<Text> PropertyGetNames(void* object) const override;
-  std::unique_ptr<MemberAccess> Access(std::vector<Text> names) const override;
+  std::unique_ptr<MemberAccess> Access(std::span<const Text> names) const override;
 
   /// A MemoryCollection.
   CollectionRef NewCollection() const override;

@@ -139,40 +139,6 @@ STDMETHODIMP CoCollection::get__NewEnum(IUnknown** result) {
 
 namespace {
 
-/// Enumerates a CoCollection by position, and keeps it alive.
-class DirectEnumerator : public Enumerator {
- public:
-  explicit DirectEnumerator(ComPtr<CoCollection> collection) : collection_(std::move(collection)) {}
-
-  bool NextObject(Object& entry) override {
-    const VARIANT* const next = Next();
-    if (next == nullptr) return false;
-    entry = ThePlatform().Dispatch().Wrap(ObjectOf(*next));
-    return true;
-  }
-
-  bool NextText(Text& entry) override {
-    const VARIANT* const next = Next();
-    if (next == nullptr) return false;
-    if (next->vt == VT_BSTR) {
-      entry = ViewOf(next->bstrVal);
-    } else {
-      // A copy, since an object that is asked for its text may take itself out.
-      entry = TextOf(Variant(*next).Get());
-    }
-    return true;
-  }
-
- private:
-  const VARIANT* Next() {
-    const KeyedList<Variant>& all = collection_->Entries();
-    return position_ < all.Count() ? &all.At(++position_).Get() : nullptr;
-  }
-
-  ComPtr<CoCollection> collection_;
-  std::size_t position_ = 0;
-};
-
 /// A CoCollection, without the way through IDispatch.
 class DirectCollection : public Collection {
  public:
@@ -180,8 +146,23 @@ class DirectCollection : public Collection {
 
   std::int32_t Count() const override { return static_cast<std::int32_t>(All().Count()); }
 
-  std::unique_ptr<Enumerator> Enumerate() const override {
-    return std::make_unique<DirectEnumerator>(collection_);
+  void ForEachObject(const VisitObject& visit) const override {
+    Object object;
+    for (std::size_t position = 1; position <= All().Count(); ++position) {
+      object = ThePlatform().Dispatch().Wrap(ObjectOf(All().At(position).Get()));
+      if (!visit(object)) return;
+    }
+  }
+
+  void ForEachText(const VisitText& visit) const override {
+    for (std::size_t position = 1; position <= All().Count(); ++position) {
+      const VARIANT& entry = All().At(position).Get();
+      const bool goesOn = entry.vt == VT_BSTR ? visit(ViewOf(entry.bstrVal))
+                                              // A copy, since an object that is asked for its text
+                                              // may take itself out.
+                                              : visit(TextOf(Variant(entry).Get()));
+      if (!goesOn) return;
+    }
   }
 
   Object First() const override {

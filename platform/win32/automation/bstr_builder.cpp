@@ -52,6 +52,7 @@ void BstrBuilder::Clear() noexcept {
 }
 
 TextBuilder::Memory BstrBuilder::Provide(std::size_t least) {
+  if (least <= kShort) return {short_.data(), kShort};
   Bstr grown;
   try {
     grown = WithLength(View(), NextCapacity(least));

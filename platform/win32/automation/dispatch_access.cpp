@@ -23,7 +23,7 @@ ComPtr<ITypeInfo> DescriptionOf(IDispatch& object, LCID locale) {
 
 DISPID IdIn(ITypeInfo& description, MemberName name) {
   DISPID id = DISPID_UNKNOWN;
-  auto* asked = const_cast<LPOLESTR>(reinterpret_cast<const OLECHAR*>(name));
+  LPOLESTR asked = AsAsked(name);
   return SUCCEEDED(description.GetIDsOfNames(&asked, 1, &id)) ? id : DISPID_UNKNOWN;
 }
 
@@ -40,7 +40,7 @@ class DescribedIds {
   /// Holds nothing unless the description of `first` lists all `names` with the ids that `first`
   /// itself uses. Nor when it is made anew each time, as JScript's objects do: no two objects have
   /// the same then, and to ask each of them takes longer than its names.
-  DescribedIds(IDispatch& first, const std::vector<Text>& names, LCID locale) : locale_(locale) {
+  DescribedIds(IDispatch& first, std::span<const Text> names, LCID locale) : locale_(locale) {
     auto description = DescriptionOf(first, locale);
     if (!description || DescriptionOf(first, locale).Get() != description.Get()) return;
     for (const Text& name : names) {
@@ -69,7 +69,7 @@ class OwnClass {
  public:
   /// Holds nothing unless `first` is a record of the component's own that has all `names` but the
   /// blank ones.
-  OwnClass(IDispatch& first, const std::vector<Text>& names) {
+  OwnClass(IDispatch& first, std::span<const Text> names) {
     ComPtr<IRecordTexts> texts;
     if (FAILED(first.QueryInterface(IRecordTexts::kId, texts.ReceiveVoid()))) return;
     for (const Text& name : names) {
@@ -103,8 +103,8 @@ class OwnClass {
 
 class DispatchAccess : public MemberAccess {
  public:
-  DispatchAccess(const DispatchAdapter& adapter, std::vector<Text> names)
-      : MemberAccess(std::move(names)), adapter_(adapter) {}
+  DispatchAccess(const DispatchAdapter& adapter, std::span<const Text> names)
+      : MemberAccess(names), adapter_(adapter) {}
 
   void AppendText(const Object& object, std::size_t member, TextBuilder& text) override {
     Way way = WayTo(object);
@@ -209,8 +209,8 @@ class DispatchAccess : public MemberAccess {
 }  // namespace
 
 std::unique_ptr<MemberAccess> MakeDispatchAccess(const DispatchAdapter& adapter,
-                                                 std::vector<Text> names) {
-  return std::make_unique<DispatchAccess>(adapter, std::move(names));
+                                                 std::span<const Text> names) {
+  return std::make_unique<DispatchAccess>(adapter, names);
 }
 
 ComPtr<IDispatch> ObjectYieldedBy(IDispatch& object, MemberName name) {

@@ -44,8 +44,8 @@ std::vector<Text> DispatchAdapter::PropertyGetNames(void* object) const {
   return PropertyGetNamesOf(DispatchOf(object));
 }
 
-std::unique_ptr<MemberAccess> DispatchAdapter::Access(std::vector<Text> names) const {
-  return MakeDispatchAccess(*this, std::move(names));
+std::unique_ptr<MemberAccess> DispatchAdapter::Access(std::span<const Text> names) const {
+  return MakeDispatchAccess(*this, names);
 }
 
 }  // namespace brindlex

@@ -3,6 +3,7 @@
 #include <oaidl.h>
 
 #include <memory>
+#include <span>
 #include <vector>
 
 #include "automation/collection.h"
@@ -35,7 +36,7 @@ class DispatchAdapter : public ObjectAdapter {
   CollectionRef CallForCollection(void* object, MemberName name) const override;
   bool FlagOf(const Object& object, MemberName name) const override;
   std::vector<Text> PropertyGetNames(void* object) const override;
-  std::unique_ptr<MemberAccess> Access(std::vector<Text> names) const override;
+  std::unique_ptr<MemberAccess> Access(std::span<const Text> names) const override;
   CollectionRef NewCollection() const override { return makeCollection_(); }
 
  private:
@@ -51,7 +52,8 @@ class DispatchCollection : public Collection {
       : adapter_(adapter), object_(std::move(object)) {}
 
   std::int32_t Count() const override;
-  std::unique_ptr<Enumerator> Enumerate() const override;
+  void ForEachObject(const VisitObject& visit) const override;
+  void ForEachText(const VisitText& visit) const override;
   Text TextUnder(TextView key) const override;
   Object ObjectUnder(TextView key) const override;
   /// Error 445: the component adds to collections of its own only.
@@ -64,6 +66,9 @@ class DispatchCollection : public Collection {
   const DispatchAdapter& Adapter() const { return adapter_; }
 
  private:
+  template <class Visit>
+  void ForEach(Visit&& visit) const;
+
   const DispatchAdapter& adapter_;
   ComPtr<IDispatch> object_;
 };

@@ -16,46 +16,14 @@ constexpr std::int32_t kNotSupported = 445;
 constexpr IID kDictionary = {
     0x42C642C1, 0x97E1, 0x11CF, {0x97, 0x8F, 0x00, 0xA0, 0x24, 0x63, 0xE0, 0x6F}};
 
-/// The entries that Next yields, as the host has them.
-class VariantEnumerator : public Enumerator {
- public:
-  explicit VariantEnumerator(const DispatchAdapter& adapter) : adapter_(adapter) {}
-
-  bool NextObject(Object& entry) override {
-    if (!Next(current_)) return false;
-    entry = adapter_.Wrap(ObjectOf(current_.Get()));
-    return true;
-  }
-
-  bool NextText(Text& entry) override {
-    if (!Next(current_)) return false;
-    entry = TextOf(current_.Get());
-    return true;
-  }
-
- private:
-  virtual bool Next(Variant& entry) = 0;
-
-  const DispatchAdapter& adapter_;
-  Variant current_;
-};
-
-class NewEnumEnumerator : public VariantEnumerator {
- public:
-  NewEnumEnumerator(const DispatchAdapter& adapter, ComPtr<IEnumVARIANT> entries)
-      : VariantEnumerator(adapter), entries_(std::move(entries)) {}
-
- private:
-  bool Next(Variant& entry) override {
-    // Some enumerators do not set how many they fetched, and some do not report their end.
-    ULONG fetched = 1;
-    const HRESULT status = entries_->Next(1, entry.Receive(), &fetched);
-    CheckHost(status);
-    return status == S_OK && fetched == 1;
-  }
-
-  ComPtr<IEnumVARIANT> entries_;
-};
+/// The next of `entries`, in `entry`; false after the last.
+bool Next(IEnumVARIANT& entries, Variant& entry) {
+  // Some enumerators do not set how many they fetched, and some do not report their end.
+  ULONG fetched = 1;
+  const HRESULT status = entries.Next(1, entry.Receive(), &fetched);
+  CheckHost(status);
+  return status == S_OK && fetched == 1;
+}
 
 Variant ItemOf(IDispatch& collection, VARIANT& index) {
   DISPID item = DISPID_VALUE;
@@ -67,27 +35,12 @@ Variant ItemOf(IDispatch& collection, VARIANT& index) {
   return Invoke(collection, item, kCallOrGet, {&index, 1});
 }
 
-/// For a collection without an enumerator: positions from 1 to the count at the start.
-class PositionEnumerator : public VariantEnumerator {
- public:
-  PositionEnumerator(const DispatchAdapter& adapter, ComPtr<IDispatch> collection,
-                     std::int32_t count)
-      : VariantEnumerator(adapter), collection_(std::move(collection)), count_(count) {}
-
- private:
-  bool Next(Variant& entry) override {
-    if (position_ >= count_) return false;
-    VARIANT index;
-    index.vt = VT_I4;
-    index.lVal = ++position_;
-    entry = ItemOf(*collection_.Get(), index);
-    return true;
-  }
-
-  ComPtr<IDispatch> collection_;
-  std::int32_t count_;
-  std::int32_t position_ = 0;
-};
+Variant ItemAt(IDispatch& collection, std::int32_t position) {
+  VARIANT index;
+  index.vt = VT_I4;
+  index.lVal = position;
+  return ItemOf(collection, index);
+}
 
 ComPtr<IEnumVARIANT> EnumeratorOf(IDispatch& collection) {
   Variant yielded;
@@ -127,11 +80,33 @@ std::int32_t DispatchCollection::Count() const {
   return WholeNumberOf(Invoke(*object_.Get(), count, kCallOrGet).Get());
 }
 
-std::unique_ptr<Enumerator> DispatchCollection::Enumerate() const {
-  if (auto entries = EnumeratorOf(*object_.Get())) {
-    return std::make_unique<NewEnumEnumerator>(adapter_, std::move(entries));
+template <class Visit>
+void DispatchCollection::ForEach(Visit&& visit) const {
+  Variant entry;
+  if (const auto entries = EnumeratorOf(*object_.Get())) {
+    while (Next(*entries.Get(), entry)) {
+      if (!visit(entry.Get())) return;
+    }
+    return;
   }
-  return std::make_unique<PositionEnumerator>(adapter_, object_, Count());
+  // Without an enumerator: positions from 1 to the count at the start.
+  const std::int32_t count = Count();
+  for (std::int32_t position = 1; position <= count; ++position) {
+    entry = ItemAt(*object_.Get(), position);
+    if (!visit(entry.Get())) return;
+  }
+}
+
+void DispatchCollection::ForEachObject(const VisitObject& visit) const {
+  Object object;
+  ForEach([&](const VARIANT& entry) {
+    object = adapter_.Wrap(ObjectOf(entry));
+    return visit(object);
+  });
+}
+
+void DispatchCollection::ForEachText(const VisitText& visit) const {
+  ForEach([&](const VARIANT& entry) { return visit(TextOf(entry)); });
 }
 
 Text DispatchCollection::TextUnder(TextView key) const {

@@ -23,11 +23,15 @@ inline constexpr WORD kCallOrGet = DISPATCH_METHOD | DISPATCH_PROPERTYGET;
 /// refuses, without regard to letter case, by IDispatchEx. Error 438 when there is no such member.
 DISPID MemberId(IDispatch& object, MemberName name, LCID locale = GetUserDefaultLCID());
 
+/// `name` as GetIDsOfNames takes it: as one that may be written to, which no object does.
+inline LPOLESTR AsAsked(MemberName name) {
+  return const_cast<LPOLESTR>(reinterpret_cast<const OLECHAR*>(name));
+}
+
 /// The object's own answer alone: whether GetIDsOfNames knows `name`, whose id it then puts into
 /// `member`.
 inline HRESULT AskForId(IDispatch& object, MemberName name, LCID locale, DISPID& member) {
-  // The function asks for a name that it may write to, which no object does.
-  auto* asked = const_cast<LPOLESTR>(reinterpret_cast<const OLECHAR*>(name));
+  LPOLESTR asked = AsAsked(name);
   return object.GetIDsOfNames(IID_NULL, &asked, 1, locale, &member);
 }
 

@@ -68,15 +68,15 @@ std::vector<Text> NamesFromService(IDispatch& service, IDispatch& object) {
       ObjectMemberOf(service, u"InterfaceInfoFromObject", {&argument.Get(), 1});
   auto members = ObjectMemberOf(*interfaceInfo.Get(), u"Members");
   const DispatchAdapter adapter(nullptr);
-  const auto enumerator = DispatchCollection(adapter, std::move(members)).Enumerate();
   DistinctNames names;
-  for (Object entry; enumerator->NextObject(entry);) {
+  DispatchCollection(adapter, std::move(members)).ForEachObject([&](const Object& entry) {
     IDispatch& member = *static_cast<IDispatch*>(entry.Self(adapter));
     const Text name = TextOf(MemberOf(member, u"Name").Get());
     if (WholeNumberOf(MemberOf(member, u"InvokeKind").Get()) == INVOKE_PROPERTYGET) {
       names.Add(name);
     }
-  }
+    return true;
+  });
   return names.All();
 }
 

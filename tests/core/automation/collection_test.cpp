@@ -25,8 +25,10 @@ class InnerCollectionTest : public HostTest {
 
   static std::vector<Text> Texts(const Collection& collection) {
     std::vector<Text> texts;
-    const auto enumerator = collection.Enumerate();
-    for (Text text; enumerator->NextText(text);) texts.push_back(text);
+    collection.ForEachText([&texts](TextView text) {
+      texts.emplace_back(text);
+      return true;
+    });
     return texts;
   }
 };
@@ -80,15 +82,22 @@ TEST_F(InnerCollectionTest, TextIsNoObjectAndAnObjectNoText) {
   EXPECT_EQ(424, ErrorOf([&] { collection.ObjectUnder(u"text"); }));
   EXPECT_EQ(13, ErrorOf([&] { collection.TextUnder(u"object"); }));
   EXPECT_EQ(424, ErrorOf([&] { collection.First(); }));
-  const auto enumerator = collection.Enumerate();
-  Text text;
-  Object object;
-  EXPECT_TRUE(enumerator->NextText(text));
-  EXPECT_EQ(13, ErrorOf([&] { enumerator->NextText(text); }));
-  EXPECT_EQ(u"t", text);
-  EXPECT_FALSE(enumerator->NextText(text));
-  EXPECT_EQ(424, ErrorOf([&] { collection.Enumerate()->NextObject(object); }));
-  EXPECT_TRUE(object.IsNothing());
+  std::vector<Text> texts;
+  EXPECT_EQ(13, ErrorOf([&] {
+              collection.ForEachText([&texts](TextView text) {
+                texts.emplace_back(text);
+                return true;
+              });
+            }));
+  EXPECT_THAT(texts, ElementsAre(u"t"));
+  std::size_t objects = 0;
+  EXPECT_EQ(424, ErrorOf([&] {
+              collection.ForEachObject([&objects](const Object&) {
+                ++objects;
+                return true;
+              });
+            }));
+  EXPECT_EQ(0U, objects);
 }
 
 TEST_F(InnerCollectionTest, NothingIsAnEntryLikeAnyOther) {
@@ -103,26 +112,36 @@ TEST_F(InnerCollectionTest, WalksAreIndependent) {
   InnerCollection collection;
   collection.Add(TextView(u"a"), std::nullopt);
   collection.Add(TextView(u"b"), std::nullopt);
-  const auto first = collection.Enumerate();
-  Text text;
-  EXPECT_TRUE(first->NextText(text));
-  const auto second = collection.Enumerate();
-  EXPECT_TRUE(second->NextText(text));
-  EXPECT_EQ(u"a", text);
-  EXPECT_TRUE(first->NextText(text));
-  EXPECT_EQ(u"b", text);
+  std::vector<Text> pairs;
+  collection.ForEachText([&](TextView outer) {
+    collection.ForEachText([&](TextView inner) {
+      pairs.push_back(Text(outer).append(inner));
+      return true;
+    });
+    return true;
+  });
+  EXPECT_THAT(pairs, ElementsAre(u"aa", u"ab", u"ba", u"bb"));
+}
+
+TEST_F(InnerCollectionTest, AWalkEndsWhenToldTo) {
+  const Object record = Record();
+  const auto collection = CollectionOfMany(record, 3);
+  int visited = 0;
+  collection->ForEachObject([&visited](const Object&) { return ++visited < 2; });
+  EXPECT_EQ(2, visited);
+  EXPECT_EQ(4U, Adapter().References(record));
 }
 
 TEST_F(InnerCollectionTest, AWalkGoesOnOverWhatIsAddedMeanwhile) {
   InnerCollection collection;
-  const auto enumerator = collection.Enumerate();
-  Text text;
-  for (int n = 0; n < 100; ++n) {
-    collection.Add(DecimalText(n), std::nullopt);
-    EXPECT_TRUE(enumerator->NextText(text));
-    EXPECT_EQ(DecimalText(n), text);
-  }
-  EXPECT_FALSE(enumerator->NextText(text));
+  collection.Add(DecimalText(0), std::nullopt);
+  int visited = 0;
+  collection.ForEachText([&](TextView text) {
+    EXPECT_EQ(DecimalText(visited), text);
+    if (++visited < 100) collection.Add(DecimalText(visited), std::nullopt);
+    return true;
+  });
+  EXPECT_EQ(100, visited);
 }
 
 TEST_F(InnerCollectionTest, IsNeverHandedOut) {

@@ -59,7 +59,8 @@ TEST_F(TextDataTest, AnswersByNameLikeAnyRecord) {
               ElementsAre(u"DataString", u"Name"));
   EXPECT_THAT(block.PropertyGetNames(), ElementsAre(u"DataString", u"Name"));
   EXPECT_EQ(438, ErrorOf([&] { block.CallForCollection(u"MembersCol"); }));
-  const auto access = adapter_.Access({u"NAME", u"datastring", u"Other"});
+  const std::vector<Text> names = {u"NAME", u"datastring", u"Other"};
+  const auto access = adapter_.Access(names);
   StringTextBuilder text;
   text.Append(u"<");
   access->AppendText(block, 0, text);
@@ -86,7 +87,8 @@ TEST_F(TextDataTest, IsSavedAndRestoredLikeAnyRecord) {
 }
 
 TEST_F(TextDataTest, ObjectsOfAnotherAdapterAreRefused) {
-  const auto access = adapter_.Access({u"Name"});
+  const std::vector<Text> names = {u"Name"};
+  const auto access = adapter_.Access(names);
   StringTextBuilder text;
   EXPECT_EQ(430, ErrorOf([&] { access->AppendText(Creator(TitleAndCount()), 0, text); }));
   EXPECT_EQ(91, ErrorOf([&] { access->LetText(Object(), 0, u""); }));
@@ -115,9 +117,10 @@ class MultiCollectionTest : public PersistenceTest {
     const auto blocks =
         store_.AsDelimitedToCollection(store_.MultiDataString(), adapter.NewCreator());
     if (blocks == nullptr) return names;
-    const auto enumerator = blocks->Enumerate();
-    for (Object block; enumerator->NextObject(block);)
+    blocks->ForEachObject([&](const Object& block) {
       names.push_back(adapter.RecordOf(block).Name);
+      return true;
+    });
     return names;
   }
 };

@@ -116,7 +116,7 @@ TEST_F(OutOfMemoryTest, AsDelimitedFromCollection) {
   EXPECT_GT(RunWholeOrEmpty([&] { return store_.AsDelimitedFromCollection(records); },
                             [](const Text& text) { return text == kSaved; },
                             [](const Text& text) { return text.empty(); }),
-            20U);
+            15U);
 }
 
 TEST_F(OutOfMemoryTest, AsDelimitedFromCollectionByTypeInformation) {
@@ -127,7 +127,7 @@ TEST_F(OutOfMemoryTest, AsDelimitedFromCollectionByTypeInformation) {
   EXPECT_GT(RunWholeOrEmpty([&] { return store_.AsDelimitedFromCollection(records); },
                             [](const Text& text) { return text == kSaved; },
                             [](const Text& text) { return text.empty(); }),
-            20U);
+            15U);
 }
 
 TEST_F(OutOfMemoryTest, ASaveThatRefusesMarkers) {
@@ -136,7 +136,7 @@ TEST_F(OutOfMemoryTest, ASaveThatRefusesMarkers) {
   EXPECT_GT(RunWholeOrEmpty([&] { return store_.AsDelimitedFromCollection(records); },
                             [](const Text& text) { return text == kSaved; },
                             [](const Text& text) { return text.empty(); }),
-            20U);
+            15U);
   store_.SetMultiDataString(store_.MultiDataColString(records, u"The first"));
   const TextView name = u"A name of some length";
   const Text alone = [&] {
@@ -155,7 +155,7 @@ TEST_F(OutOfMemoryTest, AsDelimitedFromObject) {
   EXPECT_GT(RunWholeOrEmpty([&] { return store_.AsDelimitedFromObject(record); },
                             [&](const Text& text) { return text == whole; },
                             [](const Text& text) { return text.empty(); }),
-            20U);
+            15U);
 }
 
 TEST_F(OutOfMemoryTest, AsDelimitedToCollection) {
@@ -164,7 +164,7 @@ TEST_F(OutOfMemoryTest, AsDelimitedToCollection) {
   EXPECT_GT(RunWholeOrEmpty(
                 [&] { return store_.AsDelimitedToCollection(broken, creator, {}, {}, u"Title"); },
                 [&](const CollectionRef& result) { return IsSaved(result); }, IsNone),
-            40U);
+            30U);
 }
 
 TEST_F(OutOfMemoryTest, ARestoreThatFailsAtItsHeaderSaysSo) {
@@ -313,7 +313,7 @@ TEST_F(OutOfMemoryTest, StoreCollection) {
                     [&](const Change& change, bool reported) {
                       return reported && !change.result && change.text == before;
                     }),
-                40U);
+                30U);
     }
   }
   store_.SetMultiDataString({});

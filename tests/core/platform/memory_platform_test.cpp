@@ -17,12 +17,14 @@ class MemoryPlatformTest : public HostTest {
   /// What `name` of `record` reads as, through the adapter.
   Text Read(const Object& record, TextView name) {
     StringTextBuilder text;
-    Adapter().Access({Text(name)})->AppendText(record, 0, text);
+    const Text ownName(name);
+    Adapter().Access({&ownName, 1})->AppendText(record, 0, text);
     return text.Take();
   }
 
   void Write(const Object& record, TextView name, TextView value) {
-    Adapter().Access({Text(name)})->LetText(record, 0, value);
+    const Text ownName(name);
+    Adapter().Access({&ownName, 1})->LetText(record, 0, value);
   }
 
   Object RecordOf(std::vector<Member> members) {
@@ -81,28 +83,14 @@ TEST_F(MemoryPlatformTest, CollectionsFollowTheContract) {
   EXPECT_EQ(5, ErrorOf([&] { collection->ObjectUnder(u""); }));
 }
 
-TEST_F(MemoryPlatformTest, EnumeratorsReturnFalseAfterTheLastEntry) {
+TEST_F(MemoryPlatformTest, AWalkVisitsEachEntryUntilToldToEnd) {
   const CollectionRef collection = platform_.NewCollection();
-  collection->Add(TextView(u"x"), std::nullopt);
-  const auto enumerator = collection->Enumerate();
-  Text entry;
-  EXPECT_TRUE(enumerator->NextText(entry));
-  EXPECT_EQ(u"x", entry);
-  EXPECT_FALSE(enumerator->NextText(entry));
-  EXPECT_FALSE(enumerator->NextText(entry));
-  EXPECT_EQ(u"x", entry);
-}
-
-TEST_F(MemoryPlatformTest, AnEnumeratorKeepsItsCollection) {
-  CollectionRef collection = platform_.NewCollection();
-  collection->Add(TextView(u"x"), std::nullopt);
-  auto enumerator = collection->Enumerate();
-  collection.reset();
-  EXPECT_EQ(1U, Adapter().LiveObjects());
-  Text entry;
-  EXPECT_TRUE(enumerator->NextText(entry));
-  enumerator.reset();
-  EXPECT_EQ(0U, Adapter().LiveObjects());
+  for (const TextView text : {u"x", u"y", u"z"}) collection->Add(text, std::nullopt);
+  for (const std::size_t wanted : {1U, 2U, 3U, 4U}) {
+    Text visited;
+    collection->ForEachText([&](TextView entry) { return visited.append(entry).size() < wanted; });
+    EXPECT_EQ(Text(u"xyz").substr(0, wanted), visited);
+  }
 }
 
 TEST_F(MemoryPlatformTest, CollectionsFailAndLieOnDemand) {
@@ -119,9 +107,7 @@ TEST_F(MemoryPlatformTest, CollectionsFailAndLieOnDemand) {
     fault.Pass();
   };
   collection->Count();
-  const auto enumerator = collection->Enumerate();
-  Object entry;
-  EXPECT_EQ(94, ErrorOf([&] { enumerator->NextObject(entry); }));
+  EXPECT_EQ(94, ErrorOf([&] { collection->First(); }));
   EXPECT_EQ(440, ErrorOf([&] { collection->Add(Object(), TextView(u"new")); }));
   EXPECT_EQ(5, ErrorOf([&] { collection->ObjectUnder(u"new"); }));
   EXPECT_THAT(uses, ElementsAre(MemoryCollection::Use::kCount, MemoryCollection::Use::kEnumerate,
@@ -196,7 +182,8 @@ TEST_F(MemoryPlatformTest, MembersFailAsScripted) {
 TEST_F(MemoryPlatformTest, AppendedTextFollowsTheExistingText) {
   const Object record =
       NewRecord(Adapter(), ListingClass(Adapter(), {{u"A"}, {u"B"}}), {u"1", u"2"});
-  const auto access = Adapter().Access({u"B", u"A"});
+  const std::vector<Text> names = {u"B", u"A"};
+  const auto access = Adapter().Access(names);
   StringTextBuilder text;
   text.Append(u"0");
   access->AppendText(record, 0, text);
