@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <span>
 #include <utility>
 
 #include "automation/runtime_error.h"
@@ -127,22 +128,37 @@ class ScriptingObject {
   IDispatch* Get() const { return object_.Get(); }
 
  private:
+  static constexpr std::size_t kMostArguments = 4;
+
   template <class... Arguments>
   Variant CallFor(DWORD& lastError, MemberName name, Arguments... arguments) const {
+    static_assert(sizeof...(Arguments) <= kMostArguments);
     std::array<Variant, sizeof...(Arguments)> owned = {std::move(arguments)...};
-    std::array<VARIANT, sizeof...(Arguments)> borrowed;
-    std::transform(owned.begin(), owned.end(), borrowed.begin(),
-                   [](const Variant& argument) { return argument.Get(); });
-    const DISPID member = IdOf(name);
-    return Explaining(lastError, [&] {
-      return Invoke(*object_.Get(), member, kCallOrGet, std::span<VARIANT>(borrowed), &lastError);
-    });
+    return CallWith(lastError, name, owned);
   }
+
+  /// Throws anew what the call throws, so it has a frame of its own: under a debugger, Wine 8
+  /// restores a register wrongly for a frame that does so, and one with arguments to destroy would
+  /// need it.
+  [[gnu::noinline]] Variant CallWith(DWORD& lastError, MemberName name,
+                                     std::span<const Variant> arguments) const;
 
   DISPID IdOf(MemberName name) const { return MemberId(*object_.Get(), name); }
 
   ComPtr<IDispatch> object_;
 };
+
+Variant ScriptingObject::CallWith(DWORD& lastError, MemberName name,
+                                  std::span<const Variant> arguments) const {
+  std::array<VARIANT, kMostArguments> borrowed;
+  std::transform(arguments.begin(), arguments.end(), borrowed.begin(),
+                 [](const Variant& argument) { return argument.Get(); });
+  const DISPID member = IdOf(name);
+  return Explaining(lastError, [&] {
+    return Invoke(*object_.Get(), member, kCallOrGet, {borrowed.data(), arguments.size()},
+                  &lastError);
+  });
+}
 
 Variant TextArgument(TextView text) { return Variant::OfText(text); }
 
