@@ -106,6 +106,8 @@ class RecordParser {
 /// copy. Error 5 when `text` holds no record end (the empty text included). Both arguments must
 /// outlive the parser.
 std::unique_ptr<RecordParser> ParseRecords(TextView text, const Markers& markers);
+std::unique_ptr<RecordParser> ParseRecords(Text&& temporary, const Markers& markers) = delete;
+std::unique_ptr<RecordParser> ParseRecords(TextView text, Markers&& temporary) = delete;
 
 /// `text` without the line breaks that editors and file writers put after record ends: up to three
 /// CR LF pairs after each `recordEnd`. Line breaks elsewhere are data. The result is `text` itself

@@ -49,7 +49,7 @@ VARIANT Missing() {
   return missing;
 }
 
-Text ValueOf(long record, std::size_t field) {
+Text ValueOf(std::int64_t record, std::size_t field) {
   const std::string number = std::to_string(record * 7919);
   const std::string values[kFields] = {"Title " + number, "An author", "2026", "12.50",
                                        "remark " + number};

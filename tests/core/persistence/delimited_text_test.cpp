@@ -153,14 +153,14 @@ TEST(RecordParserTest, Rows) {
 
 TEST(RecordParserTest, ATextWithoutARecordEndCannotBeParsed) {
   for (const Markers& markers : {Markers{u",", u";"}, Markers{u"--", u"=="}}) {
-    EXPECT_EQ(5, ErrorOf([&] { ParseRecords(u"", markers); }));
-    EXPECT_EQ(5, ErrorOf([&] { ParseRecords(u"a,b--", markers); }));
+    EXPECT_EQ(5, ErrorOf([&] { ParseRecords(TextView(u""), markers); }));
+    EXPECT_EQ(5, ErrorOf([&] { ParseRecords(TextView(u"a,b--"), markers); }));
   }
 }
 
 TEST(RecordParserTest, ARecordWithoutAFieldEndHasNoFields) {
   const Markers markers{u",", u";"};
-  const auto parser = ParseRecords(u"a;b,;", markers);
+  const auto parser = ParseRecords(TextView(u"a;b,;"), markers);
   ASSERT_TRUE(parser->Next());
   EXPECT_FALSE(parser->HasFields());
   EXPECT_EQ(5, ErrorOf([&] { static_cast<void>(parser->Fields()); }));
@@ -238,7 +238,7 @@ TEST(RecordParserTest, ParsesLongTextsLikeTheNaiveModel) {
 
 TEST(RecordParserTest, IsAtNoRecordAtFirst) {
   const Markers markers{u",", u";"};
-  const auto parser = ParseRecords(u"a,;", markers);
+  const auto parser = ParseRecords(TextView(u"a,;"), markers);
   EXPECT_FALSE(parser->HasFields());
   EXPECT_EQ(5, ErrorOf([&] { static_cast<void>(parser->Fields()); }));
 }
@@ -281,7 +281,7 @@ TEST(RecordParserTest, GoesOnWhereMemoryRanOut) {
 
 TEST(FieldViewsTest, AreIteratedByEitherStep) {
   const Markers markers{u",", u";"};
-  const auto parser = ParseRecords(u"a,bc,;", markers);
+  const auto parser = ParseRecords(TextView(u"a,bc,;"), markers);
   parser->Next();
   auto field = parser->Fields().begin();
   EXPECT_EQ(u"a", *field++);
