@@ -1,6 +1,5 @@
 #include "bases/bases.h"
 
-#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstddef>
@@ -20,37 +19,34 @@ namespace {
 /// For each character below 128 its value as a numeral plus 1; 0 where it is none.
 using Numerals = std::array<std::uint8_t, 128>;
 
-constexpr Numerals NumeralsIn(TextView alphabet) {
+/// How the digits of a base are read.
+struct DigitReading {
   Numerals numerals{};
-  for (std::uint8_t following = 0; const char16_t unit : alphabet) numerals[unit] = ++following;
-  return numerals;
-}
+  /// How many characters a digit takes.
+  std::uint8_t width = 1;
+};
 
-/// The numerals that the digits of `base` are written with; none for a base without digits.
-const Numerals& NumeralsOf(std::int32_t base) {
-  static constexpr Numerals kNone{};
-  static constexpr auto kNumerals = [] {
-    std::array<Numerals, std::size(kBaseTables)> numerals{};
-    std::ranges::transform(kBaseTables, numerals.begin(),
-                           [](const BaseTable& table) { return NumeralsIn(table.alphabet); });
-    return numerals;
-  }();
-  const std::size_t index = FindBaseIndex(base);
-  return index == kNoBaseTable ? kNone : kNumerals[index];
-}
+/// For each of kBaseTables, and at the end for the bases without digits.
+constexpr auto kDigitReadings = [] {
+  std::array<DigitReading, std::size(kBaseTables) + 1> readings{};
+  for (std::size_t index = 0; index < std::size(kBaseTables); ++index) {
+    const BaseTable& table = kBaseTables[index];
+    DigitReading& digits = readings.at(index);
+    for (std::uint8_t following = 0; const char16_t unit : table.alphabet) {
+      digits.numerals.at(unit) = ++following;
+    }
+    digits.width = static_cast<std::uint8_t>(DigitWidth(table.base));
+  }
+  return readings;
+}();
 
 /// Reads the text of a number.
 class NumberReader {
  public:
   NumberReader(std::int32_t base, const NumberText& reading)
-      : base_(base),
-        factor_(base),
-        isSexagesimal_(IsSexagesimal(base)),
-        numerals_(NumeralsOf(base)),
-        reading_(reading) {}
+      : NumberReader(base, kDigitReadings[FindBaseIndex(base)], reading) {}
 
   double Read(TextView text) {
-    const auto width = static_cast<std::size_t>(DigitWidth(base_));
     for (std::size_t at = 0; at < text.size();) {
       const char16_t unit = text[at];
       if (unit == u'.') {
@@ -60,20 +56,27 @@ class NumberReader {
         ReadMinus();
         ++at;
       } else {
-        AddDigit(DigitOf(text.substr(at, width)));
-        at += width;
+        AddDigit(DigitOf(text.substr(at, width_)));
+        at += width_;
       }
     }
     return divisor_ != 0 ? value_ / divisor_ * sign_ : sign_ * value_;
   }
 
  private:
+  NumberReader(std::int32_t base, const DigitReading& digits, const NumberText& reading)
+      : base_(base),
+        factor_(base),
+        width_(digits.width),
+        numerals_(digits.numerals),
+        reading_(reading) {}
+
   /// Numerals are stored as one more than their value.
   static constexpr std::int32_t kNoNumeral = -1;
 
   /// The host's way to read a number is asked for what is no plain numeral only.
   std::int32_t DigitOf(TextView token) const {
-    const std::int32_t digit = isSexagesimal_ ? Sexagesimal(token) : NumeralAt(token, 0);
+    const std::int32_t digit = width_ == 1 ? NumeralAt(token, 0) : Sexagesimal(token);
     return digit != kNoNumeral ? digit : DeconvertDigit(token, base_, reading_);
   }
 
@@ -114,7 +117,7 @@ class NumberReader {
 
   std::int32_t base_;
   double factor_;
-  bool isSexagesimal_;
+  std::size_t width_;
   const Numerals& numerals_;
   const NumberText& reading_;
   double value_ = 0;

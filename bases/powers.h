@@ -18,23 +18,26 @@ inline constexpr auto kBases = [] {
   return bases;
 }();
 
-/// The index of `base` in kBaseTables; kNoBaseTable for the bases that have no digits.
+/// The index of the bases that have no digits.
 inline constexpr std::size_t kNoBaseTable = std::size(kBaseTables);
 
+/// The index in kBaseTables of every base up to the largest. Outside the function that reads it, so
+/// that it is not copied for each call.
+inline constexpr auto kBaseIndexes = [] {
+  std::array<std::uint8_t, std::size_t{std::end(kBaseTables)[-1].base} + 1> indexes{};
+  indexes.fill(kNoBaseTable);
+  for (std::size_t index = 0; index < std::size(kBaseTables); ++index) {
+    indexes.at(static_cast<std::size_t>(kBaseTables[index].base)) =
+        static_cast<std::uint8_t>(index);
+  }
+  return indexes;
+}();
+
+/// The index of `base` in kBaseTables; kNoBaseTable for the bases that have no digits.
 constexpr std::size_t FindBaseIndex(std::int32_t base) {
-  constexpr std::size_t kEnd = std::size_t{std::end(kBaseTables)[-1].base} + 1;
-  constexpr auto kIndexes = [] {
-    std::array<std::uint8_t, kEnd> indexes{};
-    indexes.fill(kNoBaseTable);
-    for (std::size_t index = 0; index < std::size(kBaseTables); ++index) {
-      indexes.at(static_cast<std::size_t>(kBaseTables[index].base)) =
-          static_cast<std::uint8_t>(index);
-    }
-    return indexes;
-  }();
   // A negative base becomes a large number.
   const auto at = static_cast<std::size_t>(base);
-  return at < kEnd ? kIndexes[at] : kNoBaseTable;
+  return at < kBaseIndexes.size() ? kBaseIndexes[at] : kNoBaseTable;
 }
 
 /// The table of `base`; null for the bases that have no digits.
