@@ -1,6 +1,6 @@
 // What a conversion costs a late-bound host, beside a call that takes the same arguments, converts
 // nothing and returns a text as long. Prints a line for each base; fails when a conversion takes
-// more than twice the bare call.
+// more than 1.25 times as many bare calls as it may.
 
 #include <windows.h>
 
@@ -20,7 +20,7 @@
 namespace brindlex {
 namespace {
 
-constexpr double kMostOfBare = 2;
+constexpr double kTolerated = 1.25;
 constexpr int kRounds = 25;
 constexpr int kCalls = 4000;
 
@@ -123,12 +123,15 @@ struct Case {
   const char* name;
   VARIANT number;
   long maxFractionDigits;
+  /// How many bare calls the conversion may take.
+  double mostOfBare;
 };
 
 bool CompareAll(IDispatch& bases) {
+  // The digits of the fraction alone take up to as long as a bare call.
   const std::array<Case, 2> cases = {
-      Case{"whole number", Long(123456789), -1},
-      Case{"fraction", Double(1234.567), 12},
+      Case{"whole number", Long(123456789), -1, 2},
+      Case{"fraction", Double(1234.567), 12, 2.5},
   };
   BareObject bare;
   bool good = true;
@@ -143,7 +146,7 @@ bool CompareAll(IDispatch& bases) {
       const std::optional<Times> times = BestOf(bases, bare, reversed);
       if (!times) return false;
       const auto [ours, theirs] = *times;
-      const bool fits = ours <= kMostOfBare * theirs;
+      const bool fits = ours <= kTolerated * one.mostOfBare * theirs;
       std::printf("%-12s base %2ld: %6.0f ns, bare call %6.0f ns (%4.2f times)%s\n", one.name, base,
                   ours, theirs, ours / theirs, fits ? "" : " TOO MUCH");
       good = good && fits;
