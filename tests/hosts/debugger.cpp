@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <cstdio>
 #include <cstring>
 #include <initializer_list>
@@ -32,15 +33,15 @@ constexpr DWORD kFaults[] = {EXCEPTION_ACCESS_VIOLATION,
                              0xC0000374 /* heap corruption */};
 
 /// Each before those that need it, since the system seeks those in the program's folder.
-constexpr const wchar_t* kRunTime[] = {
-    L"libwinpthread-1.dll", sizeof(void*) == 8 ? L"libgcc_s_seh-1.dll" : L"libgcc_s_dw2-1.dll",
-    L"libstdc++-6.dll"};
+constexpr std::string_view kRunTime[] = {
+    "libwinpthread-1.dll", sizeof(void*) == 8 ? "libgcc_s_seh-1.dll" : "libgcc_s_dw2-1.dll",
+    "libstdc++-6.dll"};
 
 /// The folder of this program, which the run time is in.
-std::wstring OwnFolder() {
-  wchar_t path[MAX_PATH];
-  const std::wstring own(path, GetModuleFileNameW(nullptr, path, MAX_PATH));
-  return own.substr(0, own.find_last_of(L'\\') + 1);
+std::string OwnFolder() {
+  char path[MAX_PATH];
+  const std::string own(path, GetModuleFileNameA(nullptr, path, MAX_PATH));
+  return own.substr(0, own.find_last_of('\\') + 1);
 }
 
 template <class T>
@@ -110,6 +111,44 @@ char* AllocateAfter(HANDLE process, const void* base) {
   return nullptr;
 }
 
+/// One import of each module of the run time, as the system reads it from a program in memory. All
+/// offsets are from the beginning of this.
+struct RunTimeImports {
+  struct Module {
+    std::array<char, MAX_PATH> path;
+    /// Which export is imported, and the end of the list.
+    std::array<ULONG_PTR, 2> names;
+    std::array<ULONG_PTR, 2> addresses;
+  };
+  std::array<Module, std::size(kRunTime)> modules;
+
+  /// The imports of a program that has this memory at `place` from its beginning.
+  static std::vector<IMAGE_IMPORT_DESCRIPTOR> Descriptors(DWORD place) {
+    std::vector<IMAGE_IMPORT_DESCRIPTOR> descriptors;
+    for (std::size_t index = 0; index < std::size(kRunTime); ++index) {
+      const auto module = static_cast<DWORD>(place + index * sizeof(Module));
+      IMAGE_IMPORT_DESCRIPTOR descriptor{};
+      descriptor.OriginalFirstThunk = module + static_cast<DWORD>(offsetof(Module, names));
+      descriptor.Name = module + static_cast<DWORD>(offsetof(Module, path));
+      descriptor.FirstThunk = module + static_cast<DWORD>(offsetof(Module, addresses));
+      descriptors.push_back(descriptor);
+    }
+    return descriptors;
+  }
+
+  static RunTimeImports Make() {
+    constexpr ULONG_PTR kFirstExport = IMAGE_ORDINAL_FLAG | 1;
+    RunTimeImports made{};
+    for (std::size_t index = 0; index < std::size(kRunTime); ++index) {
+      const std::string path = OwnFolder().append(kRunTime[index]);
+      path.copy(made.modules[index].path.data(), MAX_PATH - 1);
+      made.modules[index].names = {kFirstExport, 0};
+      made.modules[index].addresses = {kFirstExport, 0};
+    }
+    return made;
+  }
+};
+
 }  // namespace
 
 Debugger::~Debugger() { DebugActiveProcessStop(GetProcessId(process_)); }
@@ -128,6 +167,9 @@ DWORD Debugger::Handle(const DEBUG_EVENT& event) {
   switch (event.dwDebugEventCode) {
     case CREATE_PROCESS_DEBUG_EVENT:
       CloseHandle(event.u.CreateProcessInfo.hFile);
+      if (!ImportRunTime(event.u.CreateProcessInfo.lpBaseOfImage)) {
+        findings_.emplace_back("the imports of the program could not be changed");
+      }
       return DBG_CONTINUE;
     case LOAD_DLL_DEBUG_EVENT:
       HandleLoadedDll(event);
@@ -144,7 +186,6 @@ DWORD Debugger::HandleException(const EXCEPTION_RECORD& exception) {
   if (code == EXCEPTION_BREAKPOINT && !isStarted_) {
     // The system's own, when the process is ready to run.
     isStarted_ = true;
-    LoadRunTime();
     return DBG_CONTINUE;
   }
   if (std::find(std::begin(kFaults), std::end(kFaults), code) != std::end(kFaults)) {
@@ -159,23 +200,55 @@ DWORD Debugger::HandleException(const EXCEPTION_RECORD& exception) {
 void Debugger::HandleLoadedDll(const DEBUG_EVENT& event) {
   CloseHandle(event.u.LoadDll.hFile);
   const void* const base = event.u.LoadDll.lpBaseOfDll;
-  const auto exports = ComponentExports(base);
-  if (!exports) return;
+  const auto exports = ExportsOf(base);
+  std::array<char, 32> name{};
+  if (!exports || !Read(process_, Add(base, exports->Name), name)) return;
+  const std::string_view module(name.data(), strnlen(name.data(), name.size()));
+  if (std::find(std::begin(kRunTime), std::end(kRunTime), module) != std::end(kRunTime)) {
+    ++runTimeSeen_;
+  }
+  if (module != "Brindlex.dll") return;
   component_ = base;
+  hasSeenRunTime_ = runTimeSeen_ == std::size(kRunTime);
   isEnvironmentSet_ = PatchExport(base, *exports, "DllGetClassObject");
 }
 
-void Debugger::LoadRunTime() {
-  auto* const load = reinterpret_cast<LPTHREAD_START_ROUTINE>(
-      reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"kernel32.dll"), "LoadLibraryW")));
-  for (const wchar_t* const name : kRunTime) {
-    const std::wstring path = OwnFolder() + name;
-    const SIZE_T size = (path.size() + 1) * sizeof(wchar_t);
-    void* const there =
-        VirtualAllocEx(process_, nullptr, size, MEM_COMMIT | MEM_RESERVE, PAGE_READWRITE);
-    WriteProcessMemory(process_, there, path.c_str(), size, nullptr);
-    CloseHandle(CreateRemoteThread(process_, nullptr, 0, load, there, 0, nullptr));
+/// Puts the run time before what the program at `program` imports, as long as the system has not
+/// read that.
+bool Debugger::ImportRunTime(const void* program) const {
+  IMAGE_DOS_HEADER dos{};
+  const auto headers = HeadersOf(program);
+  if (!headers || !Read(process_, program, dos)) return false;
+  IMAGE_DATA_DIRECTORY directory =
+      headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT];
+  char* const place = AllocateAfter(process_, program);
+  if (place == nullptr) return false;
+  const auto placeAt = static_cast<DWORD>(place - static_cast<const char*>(program));
+  const RunTimeImports added = RunTimeImports::Make();
+  std::vector<IMAGE_IMPORT_DESCRIPTOR> imports = RunTimeImports::Descriptors(placeAt);
+  for (const IMAGE_IMPORT_DESCRIPTOR& own : ImportsOf(program, directory.VirtualAddress)) {
+    imports.push_back(own);
   }
+  imports.emplace_back();
+  directory.VirtualAddress = static_cast<DWORD>(placeAt + sizeof added);
+  directory.Size = static_cast<DWORD>(imports.size()) * DWORD{sizeof(IMAGE_IMPORT_DESCRIPTOR)};
+  constexpr std::size_t kDirectoryAt = offsetof(IMAGE_NT_HEADERS, OptionalHeader.DataDirectory) +
+                                       IMAGE_DIRECTORY_ENTRY_IMPORT * sizeof directory;
+  return Write(process_, place, &added, sizeof added) &&
+         Write(process_, place + sizeof added, imports.data(), directory.Size) &&
+         Write(process_, Add(program, static_cast<DWORD>(dos.e_lfanew) + kDirectoryAt), &directory,
+               sizeof directory);
+}
+
+/// The modules that the program at `base` imports from, whose list begins `place` bytes from there.
+std::vector<IMAGE_IMPORT_DESCRIPTOR> Debugger::ImportsOf(const void* base, DWORD place) const {
+  std::vector<IMAGE_IMPORT_DESCRIPTOR> imports;
+  IMAGE_IMPORT_DESCRIPTOR import{};
+  while (place != 0 && Read(process_, Add(base, place), import) && import.Name != 0) {
+    imports.push_back(import);
+    place += static_cast<DWORD>(sizeof import);
+  }
+  return imports;
 }
 
 /// Sends callers of the function that is exported as `name` to a stub.
@@ -201,18 +274,21 @@ bool Debugger::PatchExport(const void* base, const IMAGE_EXPORT_DIRECTORY& expor
   return false;
 }
 
-/// What the module at `base` exports, if it is the component by the name that it gives itself.
-std::optional<IMAGE_EXPORT_DIRECTORY> Debugger::ComponentExports(const void* base) const {
+std::optional<IMAGE_NT_HEADERS> Debugger::HeadersOf(const void* base) const {
   IMAGE_DOS_HEADER dos{};
   IMAGE_NT_HEADERS headers{};
-  IMAGE_EXPORT_DIRECTORY exports{};
-  std::array<char, sizeof "Brindlex.dll"> name{};
   if (!Read(process_, base, dos)) return std::nullopt;
   if (!Read(process_, Add(base, static_cast<DWORD>(dos.e_lfanew)), headers)) return std::nullopt;
+  return headers;
+}
+
+/// What the module at `base` exports; nothing when it exports nothing.
+std::optional<IMAGE_EXPORT_DIRECTORY> Debugger::ExportsOf(const void* base) const {
+  IMAGE_EXPORT_DIRECTORY exports{};
+  const auto headers = HeadersOf(base);
+  if (!headers) return std::nullopt;
   const DWORD place =
-      headers.OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_EXPORT].VirtualAddress;
+      headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_EXPORT].VirtualAddress;
   if (place == 0 || !Read(process_, Add(base, place), exports)) return std::nullopt;
-  if (!Read(process_, Add(base, exports.Name), name)) return std::nullopt;
-  if (std::string_view(name.data()) != "Brindlex.dll") return std::nullopt;
   return exports;
 }

@@ -7,13 +7,14 @@
 #include <string_view>
 #include <vector>
 
-/// The debugger of one process, which was created with kDebuggedProcess on the calling thread. It
+/// The debugger of one process, which was created with kFlags on the calling thread. It
 /// makes the process a strict host, and notes what a user's debugger or crash reporter would show:
 ///
-/// - the compiler's shared run time is loaded into it before its own code runs;
+/// - its program imports the compiler's shared run time, before the modules that it names itself. A
+///   thread that loads it would run before the program has started, which run times of other
+///   languages do not expect;
 /// - floating-point exceptions are unmasked, as Delphi's run time does, for each thread that asks
-/// the
-///   component for a class factory. Rounding stays as it is, since script engines compute too;
+///   the component for a class factory. Rounding stays as it is, since script engines compute too;
 /// - every first-chance exception that stands for a fault (memory, stack, heap, arithmetic,
 ///   instructions), in whatever module it is raised, is a finding.
 class Debugger {
@@ -30,6 +31,8 @@ class Debugger {
   bool HandleEvents();
 
   bool HasSeenComponent() const { return component_ != nullptr; }
+  /// Whether the whole shared run time was loaded, and the component was not before it.
+  bool HasSeenRunTime() const { return hasSeenRunTime_; }
   bool WasEnvironmentSet() const { return isEnvironmentSet_; }
   const std::vector<std::string>& Findings() const { return findings_; }
 
@@ -37,8 +40,10 @@ class Debugger {
   DWORD Handle(const DEBUG_EVENT& event);
   DWORD HandleException(const EXCEPTION_RECORD& exception);
   void HandleLoadedDll(const DEBUG_EVENT& event);
-  void LoadRunTime();
-  std::optional<IMAGE_EXPORT_DIRECTORY> ComponentExports(const void* base) const;
+  bool ImportRunTime(const void* program) const;
+  std::optional<IMAGE_NT_HEADERS> HeadersOf(const void* base) const;
+  std::optional<IMAGE_EXPORT_DIRECTORY> ExportsOf(const void* base) const;
+  std::vector<IMAGE_IMPORT_DESCRIPTOR> ImportsOf(const void* base, DWORD place) const;
   bool PatchExport(const void* base, const IMAGE_EXPORT_DIRECTORY& exports,
                    std::string_view name) const;
 
@@ -46,5 +51,7 @@ class Debugger {
   const void* component_ = nullptr;
   bool isStarted_ = false;
   bool isEnvironmentSet_ = false;
+  std::size_t runTimeSeen_ = 0;
+  bool hasSeenRunTime_ = false;
   std::vector<std::string> findings_;
 };

@@ -224,9 +224,11 @@ int Judge(DWORD code, const std::vector<std::string>& lines, const Boxes& boxes,
 bool IsFaultless(const Debugger& debugger) {
   for (const std::string& finding : debugger.Findings()) std::printf("%s\n", finding.c_str());
   if (!debugger.HasSeenComponent()) std::printf("the component was not loaded\n");
+  const bool hasRunTime = debugger.HasSeenRunTime();
+  if (!hasRunTime) std::printf("the shared run time was not loaded before the component\n");
   const bool isStrict = debugger.WasEnvironmentSet();
   if (!isStrict) std::printf("the host's floating-point environment could not be set\n");
-  return debugger.HasSeenComponent() && isStrict && debugger.Findings().empty();
+  return debugger.HasSeenComponent() && hasRunTime && isStrict && debugger.Findings().empty();
 }
 
 }  // namespace
