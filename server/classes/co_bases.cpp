@@ -53,7 +53,7 @@ class CoBases final : public Coclass<CoBases, _clsBases, ::clsBases> {
                            double* tolerance, long* groupSize, VARIANT* result) override {
     return RunFor(result, [&] {
       const NumberArg value(number);
-      const FloatingPointScope ownEnvironment;
+      const OwnFloatingPointScope ownEnvironment;
       LimitsArg limits(maxFractionDigits, tolerance, groupSize);
       DigitBuffer text;
       const auto converted =
@@ -72,7 +72,7 @@ class CoBases final : public Coclass<CoBases, _clsBases, ::clsBases> {
                                double* tolerance, long* groupSize, BSTR* result) override {
     return RunFor(result, [&] {
       const NumberArg value(number);
-      const FloatingPointScope ownEnvironment;
+      const OwnFloatingPointScope ownEnvironment;
       LimitsArg limits(maxFractionDigits, tolerance, groupSize);
       DigitBuffer text;
       brindlex::ConvertDec2Base(value, base, limits.Get(), Reading(), text);
@@ -82,7 +82,7 @@ class CoBases final : public Coclass<CoBases, _clsBases, ::clsBases> {
 
   STDMETHODIMP ConvertBase2Dec(BSTR text, long base, double* result) override {
     return RunFor(result, [&] {
-      const FloatingPointScope ownEnvironment;
+      const OwnFloatingPointScope ownEnvironment;
       *result = brindlex::ConvertBase2Dec(ViewOf(text), base, Reading());
     });
   }
@@ -93,7 +93,7 @@ class CoBases final : public Coclass<CoBases, _clsBases, ::clsBases> {
 
   STDMETHODIMP DeconvertDigit(BSTR digitText, long base, long* result) override {
     return RunFor(result, [&] {
-      const FloatingPointScope ownEnvironment;
+      const OwnFloatingPointScope ownEnvironment;
       *result = brindlex::DeconvertDigit(ViewOf(digitText), base, Reading());
     });
   }
