@@ -7,8 +7,8 @@
 #include <string_view>
 #include <vector>
 
-/// The debugger of one process, which was created with kFlags on the calling thread. It
-/// makes the process a strict host, and notes what a user's debugger or crash reporter would show:
+/// The debugger of one process, which was created with kFlags on the calling thread. It makes the
+/// process a strict host, and notes what a user's debugger or crash reporter would show:
 ///
 /// - its program imports the compiler's shared run time, before the modules that it names itself. A
 ///   thread that loads it would run before the program has started, which run times of other
